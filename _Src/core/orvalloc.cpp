@@ -1,0 +1,420 @@
+// Memory, image headers and pixel data.
+//
+//   orvMalloc, orvwMalloc, orviMalloc, orvsMalloc, orvdMalloc, orvFree   the aligned allocator
+//   orvCreateImageHeader, orvCheckImageHeader                            headers and their validation
+//   orvAllocateImage, orvAllocateImageFP, orvCloneImage                  pixel data
+//   orvDeallocate, orvDeallocateHeader, orvDeallocateImage               release
+//   orvCreateROI, orvSetROI, orvDeleteROI                                regions
+//   orvCreateTileInfo, orvSetTileInfo, orvDeleteTileInfo                 tiling descriptors
+#include <bit>
+#include <cstring>
+
+#include "orv/core.h"
+#include "owncontext.h"
+#include "ownheap.h"
+#include "ownlayout.h"
+#include "ownreport.h"
+
+namespace
+{
+
+constexpr const char* source = "orvalloc";
+
+constexpr uintptr_t blockAlign = 32;
+
+// A block begins with room to round its address up to the alignment and to keep the way back below that.
+constexpr size_t blockOverhead = blockAlign + sizeof(void*);
+
+void* allocateBlock(int32_t count, size_t elementSize)
+{
+    if (count < 1 || size_t(count) > (SIZE_MAX - blockOverhead) / elementSize)
+        return nullptr;
+    void* block = ownHeapAlloc(size_t(count) * elementSize + blockOverhead);
+    if (!block)
+        return nullptr;
+    uintptr_t address = (reinterpret_cast<uintptr_t>(block) + blockOverhead - 1) & ~(blockAlign - 1);
+    auto* aligned = reinterpret_cast<void**>(address);
+    aligned[-1] = block;
+    return aligned;
+}
+
+bool isDepth(uint32_t depth)
+{
+    switch (depth) {
+    case ORV_DEPTH_1U:
+    case ORV_DEPTH_8U:
+    case ORV_DEPTH_8S:
+    case ORV_DEPTH_16U:
+    case ORV_DEPTH_16S:
+    case ORV_DEPTH_32S:
+    case ORV_DEPTH_32F: return true;
+    default: return false;
+    }
+}
+
+int32_t checkHeader(OrvImage* image, int maskLevel);
+
+int32_t maskFault(OrvImage* mask, int maskLevel)
+{
+    if (mask->depth != ORV_DEPTH_1U)
+        return ORV_STATUS_OF_MASK(ORV_STATUS_BAD_DEPTH);
+    if (mask->tileInfo)
+        return ORV_STATUS_TILED_MASK;
+    if (int32_t fault = checkHeader(mask, maskLevel + 1))
+        return ORV_STATUS_OF_MASK(fault);
+    return ORV_STATUS_OK;
+}
+
+// The first fault of the values that an image is made of.
+int32_t valueFault(const OrvImage& image, bool hasModelTexts, int maskLevel)
+{
+    if (image.height < 1 || image.width < 1)
+        return ORV_STATUS_BAD_IMAGE_SIZE;
+    if (image.nChannels < 1)
+        return ORV_STATUS_BAD_CHANNELS;
+    if (image.depth == ORV_DEPTH_1U && image.nChannels != 1)
+        return ORV_STATUS_BAD_1U_CHANNELS;
+    if (!hasModelTexts)
+        return ORV_STATUS_BAD_COLOR_MODEL;
+    if (!isDepth(image.depth))
+        return ORV_STATUS_BAD_DEPTH;
+    if (image.alphaChannel != 0 && image.alphaChannel != image.nChannels)
+        return ORV_STATUS_BAD_ALPHA_CHANNEL;
+    if (image.dataOrder != ORV_DATA_ORDER_PIXEL && image.dataOrder != ORV_DATA_ORDER_PLANE)
+        return ORV_STATUS_BAD_DATA_ORDER;
+    if (image.origin != ORV_ORIGIN_TL && image.origin != ORV_ORIGIN_BL)
+        return ORV_STATUS_BAD_ORIGIN;
+    if (image.align != 4 && image.align != 8 && image.align != 16 && image.align != 32)
+        return ORV_STATUS_BAD_ALIGN;
+    return image.maskROI ? maskFault(image.maskROI, maskLevel) : ORV_STATUS_OK;
+}
+
+int32_t tileFault(const OrvTileInfo& tiles)
+{
+    if (!tiles.callBack)
+        return ORV_STATUS_NULL_CALLBACK;
+    if (tiles.width < 1 || tiles.height < 1 || tiles.width % 8 != 0 || tiles.height % 8 != 0)
+        return ORV_STATUS_BAD_TILE_SIZE;
+    return ORV_STATUS_OK;
+}
+
+int32_t regionFault(const OrvROI& roi, int32_t nChannels)
+{
+    if (roi.coi < 0 || roi.coi > nChannels)
+        return ORV_STATUS_BAD_COI;
+    if (roi.height < 1 || roi.width < 1)
+        return ORV_STATUS_BAD_ROI_SIZE;
+    if (roi.xOffset < 0 || roi.yOffset < 0)
+        return ORV_STATUS_BAD_ROI_OFFSET;
+    return ORV_STATUS_OK;
+}
+
+int32_t headerFault(const OrvImage* image, int maskLevel)
+{
+    // A chain of masks that never ends would run the stack out; nobody nests masks in earnest.
+    constexpr int deepestMask = 64;
+    if (!image)
+        return ORV_STATUS_NULL_IMAGE;
+    if (maskLevel > deepestMask)
+        return ORV_STATUS_INTERNAL;
+    if ((image->imageData != nullptr) == (image->tileInfo != nullptr))
+        return ORV_STATUS_NO_IMAGE_DATA;
+    if (image->imageSize < 1 && !image->tileInfo)
+        return ORV_STATUS_BAD_IMAGE_SIZE;
+    if (image->widthStep < 1 && !image->tileInfo)
+        return ORV_STATUS_BAD_WIDTH_STEP;
+    if (int32_t fault = valueFault(*image, true, maskLevel))
+        return fault;
+    if (image->tileInfo)
+        if (int32_t fault = tileFault(*image->tileInfo))
+            return fault;
+    if (image->roi)
+        if (int32_t fault = regionFault(*image->roi, image->nChannels))
+            return fault;
+    return ORV_STATUS_OK;
+}
+
+int32_t checkHeader(OrvImage* image, int maskLevel)
+{
+    int32_t fault = headerFault(image, maskLevel);
+    if (fault)
+        orvSetErrStatus(fault);
+    return fault;
+}
+
+// Computes widthStep and imageSize of a plain image; false if they do not fit their fields.
+bool plainSizes(const OrvImage& image, int32_t& widthStep, int32_t& imageSize)
+{
+    int64_t step = ownLineBytes(image.dataOrder, image.depth, image.align, image.nChannels, image.width);
+    int64_t rows = int64_t{image.height} * (image.dataOrder == ORV_DATA_ORDER_PLANE ? image.nChannels : 1);
+    if (step > INT32_MAX || rows > INT32_MAX || step * rows > INT32_MAX)
+        return false;
+    widthStep = int32_t(step);
+    imageSize = int32_t(step * rows);
+    return true;
+}
+
+// The 32-bit word that repeats `value` at the depth's width.
+uint32_t fillPattern(uint32_t depth, uint32_t value)
+{
+    switch (depth & ORV_DEPTH_MASK) {
+    case 1: return value & 1 ? UINT32_MAX : 0;
+    case 8: return (value & 0xFF) * 0x01010101u;
+    case 16: return (value & 0xFFFF) * 0x00010001u;
+    default: return value;
+    }
+}
+
+void allocateData(const OwnReport& report, OrvImage* image, bool doFill, uint32_t fillValue)
+{
+    if (int32_t fault = valueFault(*image, true, 0)) {
+        report(fault, "Incorrect data-ins");
+        return;
+    }
+    int32_t widthStep;
+    int32_t imageSize;
+    if (!plainSizes(*image, widthStep, imageSize)) {
+        report(ORV_STATUS_BAD_IMAGE_SIZE, "Incorrect data-ins");
+        return;
+    }
+    image->imageDataBlock = static_cast<uint8_t*>(ownHeapAlloc(size_t(imageSize) + size_t(image->align) - 1));
+    if (!image->imageDataBlock) {
+        report(ORV_STATUS_NO_MEMORY, "for allocate image data");
+        return;
+    }
+    uintptr_t mask = uintptr_t(image->align) - 1;
+    image->imageData = reinterpret_cast<uint8_t*>((reinterpret_cast<uintptr_t>(image->imageDataBlock) + mask) & ~mask);
+    image->widthStep = widthStep;
+    image->imageSize = imageSize;
+    if (doFill) {
+        uint32_t pattern = fillPattern(image->depth, fillValue);
+        for (int32_t i = 0; i < imageSize; i += 4)
+            memcpy(image->imageData + i, &pattern, 4);
+    }
+}
+
+}  // namespace
+
+void* ORV_CALL orvMalloc(int32_t length)
+{
+    return allocateBlock(length, 1);
+}
+
+int16_t* ORV_CALL orvwMalloc(int32_t length)
+{
+    return static_cast<int16_t*>(allocateBlock(length, 2));
+}
+
+int32_t* ORV_CALL orviMalloc(int32_t length)
+{
+    return static_cast<int32_t*>(allocateBlock(length, 4));
+}
+
+float* ORV_CALL orvsMalloc(int32_t length)
+{
+    return static_cast<float*>(allocateBlock(length, 4));
+}
+
+double* ORV_CALL orvdMalloc(int32_t length)
+{
+    return static_cast<double*>(allocateBlock(length, 8));
+}
+
+void ORV_CALL orvFree(void* pointer)
+{
+    if (pointer)
+        ownHeapFree(static_cast<void**>(pointer)[-1]);
+}
+
+OrvImage* ORV_CALL orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t depth, const char* colorModel,
+                                        const char* channelSeq, int32_t dataOrder, int32_t origin, int32_t align,
+                                        int32_t width, int32_t height, OrvROI* roi, OrvImage* maskROI, void* imageTag,
+                                        OrvTileInfo* tileInfo)
+{
+    constexpr OwnReport report{"orvCreateImageHeader", source};
+    OrvImage header = {};
+    header.headerSize = int32_t(sizeof(OrvImage));
+    header.nChannels = nChannels;
+    header.alphaChannel = alphaChannel;
+    header.depth = depth;
+    header.dataOrder = dataOrder;
+    header.origin = origin;
+    header.align = align;
+    header.width = width;
+    header.height = height;
+    header.roi = roi;
+    header.maskROI = maskROI;
+    header.imageTag = imageTag;
+    header.tileInfo = tileInfo;
+    int32_t fault = valueFault(header, colorModel && channelSeq, 0);
+    if (!fault && !plainSizes(header, header.widthStep, header.imageSize)) {
+        if (!tileInfo)
+            fault = ORV_STATUS_BAD_IMAGE_SIZE;
+        header.widthStep = INT32_MAX;
+        header.imageSize = INT32_MAX;
+    }
+    if (fault) {
+        report(fault, "Incorrect data-ins");
+        return nullptr;
+    }
+    memcpy(header.colorModel, colorModel, 4);
+    memcpy(header.channelSeq, channelSeq, 4);
+    for (int side = 0; side < 4; ++side)
+        header.borderMode[side] = ORV_BORDER_CONSTANT;
+    auto* image = static_cast<OrvImage*>(orvMalloc(sizeof(OrvImage)));
+    if (image)
+        *image = header;
+    return image;
+}
+
+void ORV_CALL orvAllocateImage(OrvImage* image, int32_t doFill, int32_t fillValue)
+{
+    constexpr OwnReport report{"orvAllocateImage", source};
+    if (!image)
+        report(ORV_STATUS_BAD_ARG, "( image == ((void *)0) )");
+    else if (image->imageData)
+        report(ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )");
+    else if (image->tileInfo)
+        report(ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )");
+    else if (image->depth == ORV_DEPTH_32F)
+        report(ORV_STATUS_BAD_ARG, "( image->depth == 32 )");
+    else
+        allocateData(report, image, doFill != 0, uint32_t(fillValue));
+}
+
+void ORV_CALL orvAllocateImageFP(OrvImage* image, int32_t doFill, float fillValue)
+{
+    constexpr OwnReport report{"orvAllocateImageFP", source};
+    if (!image)
+        report(ORV_STATUS_BAD_ARG, "( image == ((void *)0) )");
+    else if (image->imageData)
+        report(ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )");
+    else if (image->tileInfo)
+        report(ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )");
+    else if (image->depth != ORV_DEPTH_32F)
+        report(ORV_STATUS_BAD_ARG, "( image->depth != 32 )");
+    else
+        allocateData(report, image, doFill != 0, std::bit_cast<uint32_t>(fillValue));
+}
+
+void ORV_CALL orvDeallocateImage(OrvImage* image)
+{
+    if (!image)
+        return;
+    ownHeapFree(image->imageDataBlock);
+    image->imageDataBlock = nullptr;
+    image->imageData = nullptr;
+}
+
+void ORV_CALL orvDeallocateHeader(OrvImage* image)
+{
+    orvDeallocate(image, ORV_IMAGE_HEADER);
+}
+
+void ORV_CALL orvDeallocate(OrvImage* image, int32_t flags)
+{
+    if (!image)
+        return;
+    if (flags & ORV_IMAGE_ROI) {
+        orvFree(image->roi);
+        image->roi = nullptr;
+    }
+    if (flags & ORV_IMAGE_MASK) {
+        orvDeallocate(image->maskROI, ORV_IMAGE_ALL);
+        image->maskROI = nullptr;
+    }
+    if (flags & ORV_IMAGE_TILE) {
+        orvFree(image->tileInfo);
+        image->tileInfo = nullptr;
+    }
+    if ((flags & ORV_IMAGE_DATA) && image->imageDataBlock)
+        orvDeallocateImage(image);
+    if (flags & ORV_IMAGE_HEADER)
+        orvFree(image);
+}
+
+int32_t ORV_CALL orvCheckImageHeader(OrvImage* image)
+{
+    return checkHeader(image, 0);
+}
+
+OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
+{
+    constexpr OwnReport report{"orvCloneImage", source};
+    if (!report.goodImage(image))
+        return nullptr;
+    OrvImage* clone = orvCreateImageHeader(image->nChannels, image->alphaChannel, image->depth, image->colorModel,
+                                           image->channelSeq, image->dataOrder, image->origin, image->align,
+                                           image->width, image->height, nullptr, nullptr, nullptr, nullptr);
+    if (!clone) {
+        report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate header for clone image");
+        return nullptr;
+    }
+    *clone = *image;
+    clone->headerId = 0;
+    clone->imageTag = nullptr;
+    clone->imageData = nullptr;
+    clone->imageDataBlock = nullptr;
+    clone->maskROI = nullptr;
+    clone->tileInfo = nullptr;
+    clone->roi = nullptr;
+    if (const OrvROI* roi = image->roi) {
+        clone->roi = orvCreateROI(roi->coi, roi->xOffset, roi->yOffset, roi->width, roi->height);
+        if (!clone->roi) {
+            report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate roi for clone image");
+            orvDeallocate(clone, ORV_IMAGE_HEADER);
+            return nullptr;
+        }
+    }
+    if (clone->depth == ORV_DEPTH_32F)
+        orvAllocateImageFP(clone, 0, 0);
+    else
+        orvAllocateImage(clone, 0, 0);
+    if (!clone->imageData) {
+        report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate imageData for clone image");
+        orvDeallocate(clone, ORV_IMAGE_HEADER | ORV_IMAGE_ROI);
+        return nullptr;
+    }
+    if (image->imageData) {
+        int32_t size = image->imageSize < clone->imageSize ? image->imageSize : clone->imageSize;
+        memcpy(clone->imageData, image->imageData, size_t(size));
+    }
+    return clone;
+}
+
+OrvROI* ORV_CALL orvCreateROI(int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width, int32_t height)
+{
+    auto* roi = static_cast<OrvROI*>(orvMalloc(sizeof(OrvROI)));
+    orvSetROI(roi, coi, xOffset, yOffset, width, height);
+    return roi;
+}
+
+void ORV_CALL orvSetROI(OrvROI* roi, int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width, int32_t height)
+{
+    if (roi)
+        *roi = {coi, xOffset, yOffset, width, height};
+}
+
+void ORV_CALL orvDeleteROI(OrvROI* roi)
+{
+    orvFree(roi);
+}
+
+OrvTileInfo* ORV_CALL orvCreateTileInfo(OrvTileCallBack callBack, void* tileTag, int32_t width, int32_t height)
+{
+    auto* tileInfo = static_cast<OrvTileInfo*>(orvMalloc(sizeof(OrvTileInfo)));
+    orvSetTileInfo(tileInfo, callBack, tileTag, width, height);
+    return tileInfo;
+}
+
+void ORV_CALL orvSetTileInfo(OrvTileInfo* tileInfo, OrvTileCallBack callBack, void* tileTag, int32_t width,
+                             int32_t height)
+{
+    if (tileInfo)
+        *tileInfo = {callBack, tileTag, nullptr, width, height};
+}
+
+void ORV_CALL orvDeleteTileInfo(OrvTileInfo* tileInfo)
+{
+    orvFree(tileInfo);
+}

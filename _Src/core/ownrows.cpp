@@ -1,0 +1,1 @@
+// Row kernels of the frame.

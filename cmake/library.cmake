@@ -1,0 +1,70 @@
+# The library: its entries and frame are compiled once, its kernels once for each instruction-set level of the target.
+#
+# Kernels are the sources own*.cpp of the subsystems; in the core, whose frame has that prefix too, they are named here.
+
+file(GLOB entry_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/*/orv*.cpp)
+file(GLOB frame_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/core/own*.cpp)
+file(GLOB kernel_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/*/own*.cpp)
+list(REMOVE_ITEM kernel_sources ${frame_sources})
+set(core_kernel_sources ${PROJECT_SOURCE_DIR}/_Src/core/ownrows.cpp)
+list(REMOVE_ITEM frame_sources ${core_kernel_sources} ${PROJECT_SOURCE_DIR}/_Src/core/ownheap.cpp)
+list(APPEND kernel_sources ${core_kernel_sources})
+
+if(WIN32)
+  list(APPEND frame_sources ${PROJECT_SOURCE_DIR}/_Src/core/platform_windows.cpp)
+else()
+  list(APPEND frame_sources ${PROJECT_SOURCE_DIR}/_Src/core/platform_posix.cpp)
+endif()
+
+# Same bits everywhere: no fused or extended arithmetic. No run-time of C++, since the library needs libc and libm only.
+add_library(orvz3_flags INTERFACE)
+target_include_directories(orvz3_flags INTERFACE ${PROJECT_SOURCE_DIR}/include)
+target_compile_definitions(orvz3_flags INTERFACE ORV_BUILD)
+target_compile_options(orvz3_flags INTERFACE
+  -fvisibility=hidden -fvisibility-inlines-hidden -ffp-contract=off -fno-math-errno -fno-trapping-math
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+
+set(is_x86 FALSE)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
+  set(is_x86 TRUE)
+endif()
+if(is_x86 AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(orvz3_flags INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+endif()
+if(WIN32)
+  # The system aligns stacks to 16 bytes only and the compiler relies on 32 for AVX; unaligned moves cost nothing.
+  target_compile_options(orvz3_flags INTERFACE -Wa,-muse-unaligned-vector-move)
+endif()
+
+add_library(orvz3_entries OBJECT ${entry_sources} ${frame_sources})
+target_link_libraries(orvz3_entries PRIVATE orvz3_flags)
+add_library(orvz3_heap OBJECT ${PROJECT_SOURCE_DIR}/_Src/core/ownheap.cpp)
+target_link_libraries(orvz3_heap PRIVATE orvz3_flags)
+
+set(orvz3_objects $<TARGET_OBJECTS:orvz3_entries>)
+function(orvz3_level name)
+  add_library(orvz3_${name} OBJECT ${kernel_sources})
+  target_link_libraries(orvz3_${name} PRIVATE orvz3_flags)
+  target_compile_options(orvz3_${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O3> ${ARGN})
+  target_compile_definitions(orvz3_${name} PRIVATE OWN_ISA=own${name})
+  set(orvz3_objects ${orvz3_objects} $<TARGET_OBJECTS:orvz3_${name}> PARENT_SCOPE)
+endfunction()
+orvz3_level(Base)
+if(is_x86)
+  orvz3_level(V3 -mavx2 -mbmi -mbmi2 -mfma -mlzcnt -mmovbe -mf16c -mpopcnt)
+endif()
+
+add_library(orvz3 SHARED ${orvz3_objects} $<TARGET_OBJECTS:orvz3_heap>)
+add_library(orvz3::orvz3 ALIAS orvz3)
+set_target_properties(orvz3 PROPERTIES LINKER_LANGUAGE C VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+target_include_directories(orvz3 PUBLIC
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
+if(WIN32)
+  set_target_properties(orvz3 PROPERTIES PREFIX "")
+  target_link_options(orvz3 PRIVATE -static-libgcc)
+else()
+  target_link_libraries(orvz3 PRIVATE m)
+  target_link_options(orvz3 PRIVATE -static-libgcc -Wl,--no-undefined -Wl,--as-needed
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+  set_target_properties(orvz3 PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+endif()
