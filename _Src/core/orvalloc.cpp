@@ -15,8 +15,7 @@
 #include "ownlayout.h"
 #include "ownreport.h"
 
-namespace
-{
+namespace {
 
 constexpr const char* source = "orvalloc";
 

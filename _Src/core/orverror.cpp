@@ -15,8 +15,7 @@
 #include "ownheap.h"
 #include "platform.h"
 
-namespace
-{
+namespace {
 
 constexpr OrvLibVersion libVersion = {
     2, 5, 9, "orvz3.dll", "2.5 Release SP1", "[2.5.9.89, 03/05/2002]", "Mar  5 2002", "DLL",

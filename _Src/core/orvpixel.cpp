@@ -8,8 +8,7 @@
 #include "ownlayout.h"
 #include "ownreport.h"
 
-namespace
-{
+namespace {
 
 constexpr const char* source = "orvpixel";
 

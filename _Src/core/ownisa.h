@@ -27,12 +27,10 @@ bool ownForceLevel(OwnLevel level);
 // Declares the table `name` of a kernel family, one a level, and name(), which answers that of the level in use.
 #if OWN_HAS_V3
 #define OWN_KERNEL_TABLE(Table, name)                                    \
-    namespace ownBase                                                    \
-    {                                                                    \
+    namespace ownBase {                                                  \
     extern const Table name;                                             \
     }                                                                    \
-    namespace ownV3                                                      \
-    {                                                                    \
+    namespace ownV3 {                                                    \
     extern const Table name;                                             \
     }                                                                    \
     [[maybe_unused]] static const Table& name()                          \
@@ -41,8 +39,7 @@ bool ownForceLevel(OwnLevel level);
     }
 #else
 #define OWN_KERNEL_TABLE(Table, name)           \
-    namespace ownBase                           \
-    {                                           \
+    namespace ownBase {                         \
     extern const Table name;                    \
     }                                           \
     [[maybe_unused]] static const Table& name() \

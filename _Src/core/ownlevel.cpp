@@ -3,8 +3,7 @@
 
 #include "ownisa.h"
 
-namespace
-{
+namespace {
 
 bool processorHas(OwnLevel level)
 {

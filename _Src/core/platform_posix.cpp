@@ -16,8 +16,7 @@
 
 #include "owncontext.h"
 
-namespace
-{
+namespace {
 
 // 0 stands for "no key": POSIX keys may be 0, so the key is kept plus one.
 std::atomic<uintptr_t> keyPlusOne{0};

@@ -9,8 +9,7 @@
 
 #include "owncontext.h"
 
-namespace
-{
+namespace {
 
 DWORD slot = TLS_OUT_OF_INDEXES;
 

@@ -2,8 +2,7 @@
 #include "../core/owncontext.h"
 #include "owncaches.h"
 
-namespace
-{
+namespace {
 
 template <class T>
 void freeAll(T* (&blocks)[OwnFftCaches::count])

@@ -17,21 +17,21 @@
 #include <stdint.h>
 
 #if defined(_WIN32)
-#  if defined(__i386__) || defined(_M_IX86)
-#    define ORV_CALL __stdcall
-#  else
-#    define ORV_CALL
-#  endif
-#  if defined(ORV_BUILD)
-#    define ORV_EXPORT __declspec(dllexport)
-#  elif defined(ORV_STATIC)
-#    define ORV_EXPORT
-#  else
-#    define ORV_EXPORT __declspec(dllimport)
-#  endif
+#if defined(__i386__) || defined(_M_IX86)
+#define ORV_CALL __stdcall
 #else
-#  define ORV_CALL
-#  define ORV_EXPORT __attribute__((visibility("default")))
+#define ORV_CALL
+#endif
+#if defined(ORV_BUILD)
+#define ORV_EXPORT __declspec(dllexport)
+#elif defined(ORV_STATIC)
+#define ORV_EXPORT
+#else
+#define ORV_EXPORT __declspec(dllimport)
+#endif
+#else
+#define ORV_CALL
+#define ORV_EXPORT __attribute__((visibility("default")))
 #endif
 
 /* Every exported function is declared as ORV_API(result) orvName(arguments). */

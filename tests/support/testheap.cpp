@@ -5,8 +5,7 @@
 
 #include "core/ownheap.h"
 
-namespace
-{
+namespace {
 
 std::atomic<int> live{0};
 int countdown = 0;
@@ -36,8 +35,7 @@ void ownHeapFree(void* block)
     free(block);
 }
 
-namespace testheap
-{
+namespace testheap {
 
 void refuse(int n, bool all)
 {

@@ -1,8 +1,7 @@
 // The heap of the tests: counts blocks and refuses allocations on request.
 #pragma once
 
-namespace testheap
-{
+namespace testheap {
 
 // Refuses the n-th allocation from now on, counting from 1, and all after it if `all`; 0 refuses none.
 void refuse(int n, bool all = false);
