@@ -71,7 +71,7 @@ struct Picture::Store {
     std::vector<uint8_t> openedAs;  // what it held when it was opened for reading
 
     // `align` and no more is what the data's address is a multiple of, so that a kernel that counts on more is found out.
-    Store(size_t bytes, size_t align) : block(new uint8_t[bytes + 2 * guard + 2 * largestAlign]), size(bytes)
+    Store(size_t bytes, size_t align) : block(new uint8_t[bytes + 2 * guard + 3 * largestAlign]), size(bytes)
     {
         uintptr_t address = (reinterpret_cast<uintptr_t>(block.get()) + guard + 2 * align - 1) & ~(2 * align - 1);
         data = reinterpret_cast<uint8_t*>(address + align);
