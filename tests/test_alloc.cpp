@@ -588,8 +588,8 @@ TEST_F(Alloc, ClonesOfEveryLayout)
                     expected.imageSize = expected.widthStep * spec.height * (order ? channels : 1);
                     expected.imageData = clone->imageData;
                     expected.imageDataBlock = clone->imageDataBlock;
-                    EXPECT_EQ(memcmp(clone, &expected, sizeof expected),
-                              0);  // NOLINT: both are copies, padding included
+                    // Both are copies, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+                    EXPECT_EQ(memcmp(clone, &expected, sizeof expected), 0);
                     EXPECT_NE(clone->imageDataBlock, nullptr);
                     EXPECT_EQ(clone->roi != nullptr, withRoi);
                     if (withRoi) {
