@@ -27,3 +27,10 @@ inline int64_t ownLineBytes(int32_t dataOrder, uint32_t depth, int32_t align, in
     int64_t alignBits = int64_t{align} * 8;
     return ((ownDepthBits(depth) * values + alignBits - 1) & -alignBits) / 8;
 }
+
+// The same as it stands in a header; what does not fit is cut, and nothing can be stored there.
+inline int32_t ownLineWidth(int32_t dataOrder, uint32_t depth, int32_t align, int32_t nChannels, int32_t width)
+{
+    int64_t bytes = ownLineBytes(dataOrder, depth, align, nChannels, width);
+    return bytes > INT32_MAX ? INT32_MAX : int32_t(bytes);
+}

@@ -1,0 +1,32 @@
+// The frame's own row kernels: moving values between layouts, masks and packed bits.
+#pragma once
+
+#include "ownisa.h"
+#include "ownrow.h"
+
+struct OwnRowKernels {
+    // By a value's bytes, 1, 2 or 4, as index 0, 1, 2.
+
+    // Brings n pixels of `values` values each, `step` values apart, together; and back.
+    void (*gather[3])(const void* src, ptrdiff_t step, ptrdiff_t values, void* dst, ptrdiff_t n);
+    void (*scatter[3])(const void* src, void* dst, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n);
+    // Makes lanes of n mask bits, the first being bit 7 - bit of *bits: for each pixel `step` lanes, of which the first
+    // `values` have all bits set where the mask bit is set.
+    void (*lanes[3])(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n);
+
+    // By depth; 1U takes its rows as bytes.
+    OwnRowKernel copy[OWN_DEPTHS];
+    OwnRowKernel fill[OWN_DEPTHS];  // the scalar is a value of the depth
+
+    OwnRowKernel bitAnd;  // two sources of bytes
+
+    // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
+    // copied are cleared.
+    void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
+    // Makes bits of n lanes, bytes of 0 or 255; the last byte is filled up with zeros.
+    void (*packBits)(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n);
+    // out[i] = the AND of the first `values` of the `step` lanes of pixel i.
+    void (*allLanes)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* out, ptrdiff_t n);
+};
+
+OWN_KERNEL_TABLE(OwnRowKernels, ownRowKernels)
