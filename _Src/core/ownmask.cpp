@@ -7,7 +7,8 @@ OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& re
 {
     OrvImage* masks[3];
     int count = 0;
-    for (OrvImage* mask : {a, b, c})
+    OrvImage* const given[3] = {a, b, c};
+    for (OrvImage* mask : given)
         if (mask)
             masks[count++] = mask;
     if (count < 2) {
@@ -22,8 +23,8 @@ OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& re
     }
     if (size.width == 0 || size.height == 0)
         return OwnMaskResult::empty;
-    OrvImage* made = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", ORV_DATA_ORDER_PLANE, masks[0]->origin, 8,
-                                          size.width, size.height, nullptr, nullptr, nullptr, nullptr);
+    OrvImage* made = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", ORV_DATA_ORDER_PLANE, masks[0]->origin,
+                                          8, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
     result.temporary.image = made;
     if (!made)
         return OwnMaskResult::noMemory;

@@ -41,9 +41,9 @@ int sizeIndex(int bytes)
 
 // How rows reach the kernel.
 enum class Shape {
-    compact,   // the processed values of every image lie side by side
-    blended,   // every image has the same step: unprocessed values between are computed and not stored
-    gathered   // some image's values must be brought together first
+    compact,  // the processed values of every image lie side by side
+    blended,  // every image has the same step: unprocessed values between are computed and not stored
+    gathered  // some image's values must be brought together first
 };
 
 // A blend computes the step's values for each processed one; beyond this a gather is cheaper.
@@ -54,8 +54,8 @@ struct ValuePass {
     int count;
     int32_t values;  // processed values of a pixel
     Shape shape;
-    int32_t step;   // lanes of a pixel
-    int32_t chunk;  // pixels that fit scratch, a multiple of 8
+    int32_t step;            // lanes of a pixel
+    int32_t chunk;           // pixels that fit scratch, a multiple of 8
     const uint8_t* pattern;  // lanes of a chunk of unmasked, blended pixels
 };
 
@@ -106,8 +106,8 @@ void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t
         int32_t pixels = ownMin(pass.chunk, width - x);
         const void* chunkLanes = pass.pattern;
         if (mask) {
-            ownRowKernels().lanes[sizeIndex(pass.op.resultBytes)](mask->data + (x >> 3), mask->bit, pass.step, pass.values,
-                                                                  lanes.bytes, pixels);
+            ownRowKernels().lanes[sizeIndex(pass.op.resultBytes)](mask->data + (x >> 3), mask->bit, pass.step,
+                                                                  pass.values, lanes.bytes, pixels);
             chunkLanes = lanes.bytes;
         }
         RowPointers at = pointersAt(pass, rows, x);
@@ -304,7 +304,8 @@ struct ToBitsPass {
 };
 
 // Lanes of the pixels from x on: 255 where the lanes of all channels are.
-void lanesOfPixels(const ToBitsPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels, uint8_t* out)
+void lanesOfPixels(const ToBitsPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels,
+                   uint8_t* out)
 {
     const OwnRowKernels& move = ownRowKernels();
     Scratch lanes, gathered[2];
@@ -315,8 +316,8 @@ void lanesOfPixels(const ToBitsPass& pass, const OwnGeometry* images, int32_t y,
         const void* from[2] = {nullptr, pass.op.scalar};
         for (int i = 0; i < pass.sources; ++i) {
             const OwnGeometry& image = images[i];
-            const uint8_t* src = channelStart(image, channel, bytes) + y * image.rowStep +
-                                 ptrdiff_t(x) * image.pixelStep * bytes;
+            const uint8_t* src =
+                channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
             from[i] = src;
             if (!pass.equalSteps && image.pixelStep != values) {
                 move.gather[sizeIndex(bytes)](src, image.pixelStep, values, gathered[i].bytes, pixels);
@@ -400,7 +401,8 @@ void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, c
     int bytes = ownValueBytes(depth);
     // Part of a row at a time, one channel where pixels are wide, through a row of its own.
     Scratch kept;
-    int32_t channels = int64_t{a.channels} * ownMax(bytes, 1) * 8 <= scratchBytes && !a.planeStep && !b.planeStep ? a.channels : 1;
+    int32_t channels =
+        int64_t{a.channels} * ownMax(bytes, 1) * 8 <= scratchBytes && !a.planeStep && !b.planeStep ? a.channels : 1;
     int32_t chunk = bytes ? (scratchBytes / (channels * bytes)) & ~7 : scratchBytes * 8;
     for (int32_t channel = 0; channel < a.channels; channel += channels)
         for (int32_t y = 0; y < size.height; ++y)

@@ -152,10 +152,10 @@ OwnTileGrid ownTileGrid(const OrvImage& image, OwnSize region)
             height};
 }
 
-OwnWork::OwnWork(const OrvImage& original) : image(original), roi{0, 0, 0, original.width, original.height}
+void OwnWork::take(const OrvImage& original)
 {
-    if (original.roi)
-        roi = *original.roi;
+    image = original;
+    roi = original.roi ? *original.roi : OrvROI{0, 0, 0, original.width, original.height};
     image.roi = &roi;
 }
 
@@ -166,10 +166,9 @@ void OwnWork::showTile(const OrvImage& original, uint8_t* tileData)
     image.imageData = tileData;
     image.width = tiles.width;
     image.height = tiles.height;
-    image.widthStep =
-        ownLineWidth(original.dataOrder, original.depth, original.align, original.nChannels, tiles.width);
-    int64_t size = int64_t{image.widthStep} * tiles.height *
-                   (original.dataOrder == ORV_DATA_ORDER_PLANE ? original.nChannels : 1);
+    image.widthStep = ownLineWidth(original.dataOrder, original.depth, original.align, original.nChannels, tiles.width);
+    int64_t size =
+        int64_t{image.widthStep} * tiles.height * (original.dataOrder == ORV_DATA_ORDER_PLANE ? original.nChannels : 1);
     image.imageSize = size < INT32_MAX ? int32_t(size) : INT32_MAX;
 }
 

@@ -49,9 +49,9 @@ struct OwnGeometry {
 };
 
 struct OwnTileGrid {
-    int32_t column, row;        // of the first tile
-    int32_t columns, rows;      // of tiles that the region meets
-    int32_t xOffset, yOffset;   // of the region in the first tile
+    int32_t column, row;       // of the first tile
+    int32_t columns, rows;     // of tiles that the region meets
+    int32_t xOffset, yOffset;  // of the region in the first tile
     int32_t tileWidth, tileHeight;
 };
 
@@ -95,10 +95,11 @@ struct OwnWork {
     OrvROI roi;
 
     OwnWork() = default;
-    explicit OwnWork(const OrvImage& original);
+    explicit OwnWork(const OrvImage& original) { take(original); }
     OwnWork(const OwnWork&) = delete;
     OwnWork& operator=(const OwnWork&) = delete;
 
+    void take(const OrvImage& original);
     // Makes the header one of plain memory: the tile that tileInfo->tileData holds.
     void showTile(const OrvImage& original, uint8_t* tileData);
     // Moves the region.

@@ -234,8 +234,8 @@ void packBits(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n)
 {
     ptrdiff_t j = 0;
 #if defined(__AVX2__)
-    const __m256i reverse = _mm256_setr_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F, 0x0001020304050607,
-                                               0x08090A0B0C0D0E0F);
+    const __m256i reverse =
+        _mm256_setr_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F, 0x0001020304050607, 0x08090A0B0C0D0E0F);
     for (; (j + 4) * 8 <= n; j += 4) {
         __m256i lane = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes + j * 8));
         int word = _mm256_movemask_epi8(_mm256_shuffle_epi8(lane, reverse));

@@ -31,12 +31,7 @@ void begin(Walker& walker, const OwnWalkImage& image, int32_t mode)
     walker.noTile = image.noTile;
     walker.mode = mode;
     walker.shared = false;
-    walker.work.image = *image.image;
-    if (image.image->roi)
-        walker.work.roi = *image.image->roi;
-    else
-        walker.work.roi = {};
-    walker.work.image.roi = &walker.work.roi;
+    walker.work.take(*image.image);
     walker.rect = ownRoiRect(*image.image);
     walker.x = walker.rect.x;
     walker.y = walker.rect.y;
@@ -114,8 +109,8 @@ bool ownBandWalk(const OwnReport& report, const OwnWalkImage* images, int count,
     if (mask)
         begin(walkers[all++], {mask, nullptr}, ORV_TILE_READ);
 
-    OwnSize size = {walkers[0].rect.width, walkers[0].rect.height};
-    for (int i = 1; i < all; ++i)
+    OwnSize size = {INT32_MAX, INT32_MAX};
+    for (int i = 0; i < all; ++i)
         size = {ownMin(size.width, walkers[i].rect.width), ownMin(size.height, walkers[i].rect.height)};
 
     if (size.width <= 0)

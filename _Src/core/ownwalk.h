@@ -25,9 +25,9 @@ bool ownBandWalk(const OwnReport& report, const OwnWalkImage* images, int count,
 
 // One cell of a grid walk.
 struct OwnCell {
-    int32_t column, row;        // the leading image's tile
-    int32_t xInTile, yInTile;   // the cell in the tile
-    int32_t x, y;               // the cell in the region, from the region's start
+    int32_t column, row;       // the leading image's tile
+    int32_t xInTile, yInTile;  // the cell in the tile
+    int32_t x, y;              // the cell in the region, from the region's start
     int32_t width, height;
 };
 
