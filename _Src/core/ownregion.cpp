@@ -162,14 +162,24 @@ void OwnWork::take(const OrvImage& original)
 void OwnWork::showTile(const OrvImage& original, uint8_t* tileData)
 {
     const OrvTileInfo& tiles = *original.tileInfo;
+    int32_t step = ownLineWidth(original.dataOrder, original.depth, original.align, original.nChannels, tiles.width);
+    OrvROI kept = roi;
+    showBlock(tileData, step, tiles.width, tiles.height);
+    roi = kept;
+}
+
+void OwnWork::showBlock(uint8_t* data, int32_t step, int32_t width, int32_t height)
+{
     image.tileInfo = nullptr;
-    image.imageData = tileData;
-    image.width = tiles.width;
-    image.height = tiles.height;
-    image.widthStep = ownLineWidth(original.dataOrder, original.depth, original.align, original.nChannels, tiles.width);
-    int64_t size =
-        int64_t{image.widthStep} * tiles.height * (original.dataOrder == ORV_DATA_ORDER_PLANE ? original.nChannels : 1);
+    image.imageData = data;
+    image.width = width;
+    image.height = height;
+    image.widthStep = step;
+    int64_t size = int64_t{step} * height;
+    if (image.dataOrder == ORV_DATA_ORDER_PLANE)
+        size = size < INT32_MAX ? size * image.nChannels : size;
     image.imageSize = size < INT32_MAX ? int32_t(size) : INT32_MAX;
+    setRegion(0, 0, width, height);
 }
 
 void OwnWork::setRegion(int32_t x, int32_t y, int32_t width, int32_t height)
@@ -178,4 +188,9 @@ void OwnWork::setRegion(int32_t x, int32_t y, int32_t width, int32_t height)
     roi.yOffset = y;
     roi.width = width;
     roi.height = height;
+}
+
+void OwnWork::narrow(int32_t x, int32_t y, int32_t width, int32_t height)
+{
+    setRegion(roi.xOffset + x, roi.yOffset + y, width, height);
 }

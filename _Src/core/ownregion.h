@@ -102,6 +102,11 @@ struct OwnWork {
     void take(const OrvImage& original);
     // Makes the header one of plain memory: the tile that tileInfo->tileData holds.
     void showTile(const OrvImage& original, uint8_t* tileData);
+    // Makes the header one of plain memory: a block of the given size whose rows lie `step` bytes apart, all of it the
+    // region.
+    void showBlock(uint8_t* data, int32_t step, int32_t width, int32_t height);
     // Moves the region.
     void setRegion(int32_t x, int32_t y, int32_t width, int32_t height);
+    // Cuts the region to a part of it.
+    void narrow(int32_t x, int32_t y, int32_t width, int32_t height);
 };
