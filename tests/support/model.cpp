@@ -45,6 +45,33 @@ std::string depthName(uint32_t depth)
     return std::to_string(depth & ORV_DEPTH_MASK) + sign;
 }
 
+std::vector<uint32_t> telling(uint32_t depth)
+{
+    std::vector<uint32_t> values;
+    int bits = int(depth & ORV_DEPTH_MASK);
+    uint32_t all = bits == 32 ? UINT32_MAX : (1u << bits) - 1;
+    if (depth == ORV_DEPTH_32F)
+        for (float number : {0.0f, 1.0f, 0.1f, 1e-45f, 1e-38f, 16777217.0f, 3e38f, HUGE_VALF, NAN})
+            for (float sign : {1.0f, -1.0f})
+                values.push_back(std::bit_cast<uint32_t>(number * sign));
+    else if (bits > 8)
+        for (int bit = 0; bit <= bits; ++bit)
+            for (uint32_t around : {0u, 1u, ~0u})
+                values.push_back(((bit == bits ? 0u : 1u << bit) + around) & all);
+    for (uint32_t i = 0; bits <= 8 && i < 256; ++i)
+        values.push_back(i & all);
+    Random random(depth);
+    while (values.size() < 256)
+        values.push_back(depth == ORV_DEPTH_32F ? std::bit_cast<uint32_t>(float(random.between(-9999, 9999)) / 16)
+                                                : uint32_t(random.bits()) & all);
+    return values;
+}
+
+bool sameValue(uint32_t depth, uint32_t a, uint32_t b)
+{
+    return a == b || (depth == ORV_DEPTH_32F && std::isnan(numberOf(depth, a)) && std::isnan(numberOf(depth, b)));
+}
+
 // ---- Scenes -------------------------------------------------------------------------------------------------------
 
 namespace {

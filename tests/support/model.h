@@ -143,3 +143,9 @@ Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode = 
 
 std::string depthName(uint32_t depth);
 extern const std::vector<uint32_t> allDepths;
+
+// 256 values of a depth as bits: all that 8 bits have; of wider depths those around the ends, 0 and powers of two, infinity
+// and NaN among floats, and random ones.
+std::vector<uint32_t> telling(uint32_t depth);
+// True for the same bits or, at 32F, two NaN.
+bool sameValue(uint32_t depth, uint32_t a, uint32_t b);
