@@ -402,6 +402,31 @@ Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode)
     return walk;
 }
 
+Walk swapWalk(const Scene& scene, const std::string& function)
+{
+    const Picture& destination = scene.destination();
+    const Picture& source = *scene.images[0];
+    if (!isTiled(source) || !isTiled(destination))
+        return gridWalk(scene, function, ORV_TILE_WRITE);
+    Walk walk;
+    for (const std::vector<Area>& cells : cutByTiles(commonArea(scene), {&destination}))
+        for (const Area& cell : cells) {
+            Tile tile = tileAt(destination, cell.x, cell.y);
+            walk.push_back(openStep(destination, tile, ORV_TILE_WRITE, ""));
+            addFetch(walk, source, cell, "");
+            walk.push_back(pieceStep(cell));
+            walk.push_back(releaseStep(destination, tile));
+            Tile first = tileAt(source, cell.x, cell.y);
+            Tile last = tileAt(source, cell.x + cell.width - 1, cell.y + cell.height - 1);
+            for (Tile to = first; to.row <= last.row; ++to.row)
+                for (to.column = first.column; to.column <= last.column; ++to.column) {
+                    walk.push_back(openStep(source, to, ORV_TILE_WRITE, ""));
+                    walk.push_back(releaseStep(source, to));
+                }
+        }
+    return walk;
+}
+
 // ---- Random layouts -----------------------------------------------------------------------------------------------
 
 bool ordersAgree(const Layout& layout)
@@ -673,6 +698,8 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
             open += step.kind == WalkStep::open ? 1 : step.kind == WalkStep::release ? -1 : 0;
         }
         EXPECT_EQ(scene.log.text(), walkText(walk, refuse));
+        for (const TileLog::Call& call : scene.log.calls)
+            EXPECT_TRUE(std::ranges::find(images, call.image) != images.end()) << "not the application's header";
         EXPECT_EQ(scene.openTiles(), open);
     } else {
         applyModel(operation, expected, commonArea(expected));
@@ -694,7 +721,7 @@ void runMatrix(const Operation& operation)
         int opens = runScene(operation, layout, 0);
         if (testing::Test::HasFailure())
             return;
-        if (opens == 0)
+        if (opens == 0 || !operation.endsAtRefusal)
             continue;
         int refuse = random.between(1, opens);
         SCOPED_TRACE("tile " + std::to_string(refuse) + " is refused");

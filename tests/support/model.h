@@ -116,8 +116,9 @@ struct Operation {
     bool padding = true;
 
     // The tile calls it makes. With it the tile calls are compared, and every layout with tiles is run once more with one
-    // of them refused.
+    // of them refused, unless a refused tile does not end the walk.
     std::function<Walk(const Scene& scene)> walk = {};
+    bool endsAtRefusal = true;
 
     int cases = 48;
     uint64_t seed = 1;
@@ -140,6 +141,8 @@ Walk bandWalk(const Scene& scene, const std::string& function, const std::vector
 // The grid walk over the destination's tiles, or the source's where those have the only ones; the other image's tiles are
 // fetched.
 Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode = ORV_TILE_READ);
+// The walk in which two tiled images swap their pixels: as the grid walk, and then each cell is written to the source.
+Walk swapWalk(const Scene& scene, const std::string& function);
 
 std::string depthName(uint32_t depth);
 extern const std::vector<uint32_t> allDepths;
