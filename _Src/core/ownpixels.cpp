@@ -102,16 +102,14 @@ RowPointers pointersAt(const ValuePass& pass, const Row* rows, ptrdiff_t pixel)
 void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
     Scratch lanes;
+    auto expand = ownRowKernels().lanes[sizeIndex(pass.op.resultBytes)];
+    OwnSelect select = pass.op.kernel.select;
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
-        const void* chunkLanes = pass.pattern;
-        if (mask) {
-            ownRowKernels().lanes[sizeIndex(pass.op.resultBytes)](mask->data + (x >> 3), mask->bit, pass.step,
-                                                                  pass.values, lanes.bytes, pixels);
-            chunkLanes = lanes.bytes;
-        }
+        if (mask)
+            expand(mask->data + (x >> 3), mask->bit, pass.step, pass.values, lanes.bytes, pixels);
         RowPointers at = pointersAt(pass, rows, x);
-        pass.op.kernel.select(at.a, at.b, at.d, chunkLanes, ptrdiff_t(pixels - 1) * pass.step + pass.values);
+        select(at.a, at.b, at.d, mask ? lanes.bytes : pass.pattern, ptrdiff_t(pixels - 1) * pass.step + pass.values);
     }
 }
 
@@ -151,13 +149,28 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
 
 void valueRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
-    if (pass.shape == Shape::gathered) {
+    if (pass.shape == Shape::gathered)
         gatheredRow(pass, rows, mask, width);
-    } else if (mask || pass.shape == Shape::blended) {
+    else
         blendedRow(pass, rows, mask, width);
-    } else {
-        RowPointers at = pointersAt(pass, rows, 0);
-        pass.op.kernel.run(at.a, at.b, at.d, ptrdiff_t(width) * pass.values);
+}
+
+// The plain case, without a thought for a row but its addresses.
+void compactRows(const ValuePass& pass, const OwnGeometry* images, const Row* rows, OwnSize size)
+{
+    int sources = pass.count - 1;
+    const uint8_t* a = sources > 0 ? rows[0].data : nullptr;
+    const uint8_t* b = sources > 1 ? rows[1].data : static_cast<const uint8_t*>(pass.op.scalar);
+    uint8_t* d = rows[sources].data;
+    ptrdiff_t aStep = sources > 0 ? images[0].rowStep : 0;
+    ptrdiff_t bStep = sources > 1 ? images[1].rowStep : 0;
+    ptrdiff_t n = ptrdiff_t(size.width) * pass.values;
+    OwnRun run = pass.op.kernel.run;
+    for (int32_t y = 0; y < size.height; ++y) {
+        run(a, b, d, n);
+        a += aStep;
+        b += bStep;
+        d += images[sources].rowStep;
     }
 }
 
@@ -183,8 +196,10 @@ void valuePass(const OwnPixelOp& op, const OwnGeometry* images, Row* rows, int c
         pass.step = values;
     int pixelBytes = pass.step * ownMax(op.sourceBytes, op.resultBytes);
     pass.chunk = scratchBytes / pixelBytes & ~7;
-    if (pass.shape == Shape::compact && !mask)
+    if (pass.shape == Shape::compact && !mask) {
         joinRows(op, images, count, values, size);
+        return compactRows(pass, images, rows, size);
+    }
     Scratch pattern;
     if (pass.shape == Shape::blended && !mask) {
         makePattern(pattern.bytes, ownMin(pass.chunk, size.width), pass.step, values, op.resultBytes);
