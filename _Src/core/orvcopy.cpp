@@ -217,11 +217,13 @@ void copyPixels(const OwnReport& report, OrvImage* src, OrvImage* dst)
 
 // ---- orvExchange --------------------------------------------------------------------------------------------------
 
+// The steps of an exchange between two tiled images are copies, and their failures are reported as such.
+constexpr OwnReport copyReport{"orvCopy", source};
+
 // Copies a cell that was kept in `kept` into the source, through its own tiles. The tile provider sees the cell as the
 // image's region.
 void writeBack(const OrvImage& kept, OrvImage* src, OrvImage* mask, const OwnCell& cell)
 {
-    constexpr OwnReport copyReport{"orvCopy", source};
     OwnRect rect = ownRoiRect(*src);
     OrvROI region = {src->roi ? src->roi->coi : 0, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height};
     OrvROI* original = src->roi;
@@ -261,18 +263,18 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
             showCellOf(maskWork, *mask, cell);
+        bool moved;
         {
             FetchedCell fetched;
             if (!fetched.fetch(report, src, cell))
                 return false;
-            movePlain(report, copyPlain, dstWork.image, keptWork.image, nullptr);
-            if (!movePlain(report, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr)) {
-                ownReleaseTile(dst, cell.column, cell.row);
-                return false;
-            }
+            movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
+            moved = movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image,
+                              mask ? &maskWork.image : nullptr);
         }
         ownReleaseTile(dst, cell.column, cell.row);
-        writeBack(keptWork.image, src, mask, cell);
+        if (moved)
+            writeBack(keptWork.image, src, mask, cell);
         return true;
     });
 }
