@@ -281,18 +281,6 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
 
 // ---- orvSet -------------------------------------------------------------------------------------------------------
 
-int32_t clampToDepth(uint32_t depth, int32_t value)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U: return value < 0 ? 0 : value > 1 ? 1 : value;
-    case ORV_DEPTH_8U: return value < 0 ? 0 : value > 255 ? 255 : value;
-    case ORV_DEPTH_8S: return value < -128 ? -128 : value > 127 ? 127 : value;
-    case ORV_DEPTH_16U: return value < 0 ? 0 : value > 65535 ? 65535 : value;
-    case ORV_DEPTH_16S: return value < -32768 ? -32768 : value > 32767 ? 32767 : value;
-    default: return value;
-    }
-}
-
 void fillPlain(const OrvImage& image, int32_t value, const OrvImage* mask)
 {
     OwnGeometry geometry, under;
@@ -380,7 +368,7 @@ void ORV_CALL orvSet(OrvImage* dstImage, int32_t fillValue)
         return;
     if (dstImage->depth == ORV_DEPTH_32F)
         return (void)report(ORV_STATUS_BAD_DEPTH, "You should use orvSetFP for this image");
-    int32_t value = clampToDepth(dstImage->depth, fillValue);
+    int32_t value = ownClampToDepth(dstImage->depth, fillValue);
     OrvImage* mask = dstImage->maskROI;
     OwnSize size;
     if (!ownCommonSize(*dstImage, *dstImage, mask, true, size))

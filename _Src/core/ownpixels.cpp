@@ -32,11 +32,6 @@ OwnSize smallestSize(const OwnGeometry* images, int count, const OwnGeometry* ma
     return size;
 }
 
-int sizeIndex(int bytes)
-{
-    return bytes == 4 ? 2 : bytes - 1;
-}
-
 // ---- Rows of values -----------------------------------------------------------------------------------------------
 
 // How rows reach the kernel.
@@ -102,7 +97,7 @@ RowPointers pointersAt(const ValuePass& pass, const Row* rows, ptrdiff_t pixel)
 void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
     Scratch lanes;
-    auto expand = ownRowKernels().lanes[sizeIndex(pass.op.resultBytes)];
+    auto expand = ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)];
     OwnSelect select = pass.op.kernel.select;
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
@@ -118,7 +113,7 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
     Scratch lanes, gathered[mostImages];
     const OwnRowKernels& move = ownRowKernels();
     int last = pass.count - 1;
-    int result = sizeIndex(pass.op.resultBytes);
+    int result = ownSizeIndex(pass.op.resultBytes);
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
         RowPointers at = pointersAt(pass, rows, x);
@@ -126,7 +121,7 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
         auto bring = [&](int i, const void* src, int bytes) {
             if (rows[i].step == pass.values)
                 return src;
-            move.gather[sizeIndex(bytes)](src, rows[i].step, pass.values, gathered[i].bytes, pixels);
+            move.gather[ownSizeIndex(bytes)](src, rows[i].step, pass.values, gathered[i].bytes, pixels);
             return static_cast<const void*>(gathered[i].bytes);
         };
         for (int i = 0; i < last; ++i)
@@ -335,7 +330,7 @@ void lanesOfPixels(const ToBitsPass& pass, const OwnGeometry* images, int32_t y,
                 channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
             from[i] = src;
             if (!pass.equalSteps && image.pixelStep != values) {
-                move.gather[sizeIndex(bytes)](src, image.pixelStep, values, gathered[i].bytes, pixels);
+                move.gather[ownSizeIndex(bytes)](src, image.pixelStep, values, gathered[i].bytes, pixels);
                 from[i] = gathered[i].bytes;
             }
         }
