@@ -105,25 +105,18 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
     return true;
 }
 
-// A cell of an image that may be tiled, fetched into a block. False after a report.
-struct FetchedCell {
-    OwnWork work;
-    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
-
-    bool fetch(const OwnReport& report, OrvImage* image, const OwnCell& cell)
-    {
-        OwnRect rect = ownRoiRect(*image);
-        int32_t step;
-        block.data = ownBorderedRect(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, &step);
-        if (!block || failedBefore()) {
-            report(ORV_STATUS_BACKTRACE, "");
-            return false;
-        }
-        work.take(*image);
-        work.showBlock(block.data, step, cell.width, cell.height);
-        return true;
+// Fetches a cell of an image; false after a report.
+bool fetchCell(const OwnReport& report, OwnFetched& fetched, OrvImage* image, const OwnCell& cell)
+{
+    OwnRect rect = ownRoiRect(*image);
+    if (fetched.fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height)) {
+        if (!failedBefore())
+            return true;
+        fetched.release();
     }
-};
+    report(ORV_STATUS_BACKTRACE, "");
+    return false;
+}
 
 // Working headers of the pieces that belong to a cell.
 void showCellOf(OwnWork& work, const OrvImage& image, const OwnCell& cell)
@@ -156,8 +149,8 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         OwnWork leadingWork, otherWork, maskWork;
         showLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
-        FetchedCell fetched;
-        if (other->tileInfo && !fetched.fetch(report, other, cell))
+        OwnFetched fetched;
+        if (other->tileInfo && !fetchCell(report, fetched, other, cell))
             return false;
         showCellOf(otherWork, *other, cell);
         if (mask)
@@ -166,6 +159,7 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         bool moved = leading == dst
                          ? movePlain(report, move, otherImage, leadingWork.image, mask ? &maskWork.image : nullptr)
                          : movePlain(report, move, leadingWork.image, otherImage, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(leading, cell.column, cell.row);
         return moved;
     });
@@ -263,15 +257,13 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
             showCellOf(maskWork, *mask, cell);
-        bool moved;
-        {
-            FetchedCell fetched;
-            if (!fetched.fetch(report, src, cell))
-                return false;
-            movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
-            moved = movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image,
-                              mask ? &maskWork.image : nullptr);
-        }
+        OwnFetched fetched;
+        if (!fetchCell(report, fetched, src, cell))
+            return false;
+        movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
+        bool moved =
+            movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(dst, cell.column, cell.row);
         if (moved)
             writeBack(keptWork.image, src, mask, cell);
