@@ -105,25 +105,18 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
     return true;
 }
 
-// A cell of an image that may be tiled, fetched into a block. False after a report.
-struct FetchedCell {
-    OwnWork work;
-    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
-
-    bool fetch(const OwnReport& report, OrvImage* image, const OwnCell& cell)
-    {
-        OwnRect rect = ownRoiRect(*image);
-        int32_t step;
-        block.data = ownBorderedRect(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, &step);
-        if (!block || failedBefore()) {
-            report(ORV_STATUS_BACKTRACE, "");
-            return false;
-        }
-        work.take(*image);
-        work.showBlock(block.data, step, cell.width, cell.height);
-        return true;
+// Fetches a cell of an image; false after a report.
+bool fetchCell(const OwnReport& report, OwnFetched& fetched, OrvImage* image, const OwnCell& cell)
+{
+    OwnRect rect = ownRoiRect(*image);
+    if (fetched.fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height)) {
+        if (!failedBefore())
+            return true;
+        fetched.release();
     }
-};
+    report(ORV_STATUS_BACKTRACE, "");
+    return false;
+}
 
 // Working headers of the pieces that belong to a cell.
 void showCellOf(OwnWork& work, const OrvImage& image, const OwnCell& cell)
@@ -156,8 +149,8 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         OwnWork leadingWork, otherWork, maskWork;
         showLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
-        FetchedCell fetched;
-        if (other->tileInfo && !fetched.fetch(report, other, cell))
+        OwnFetched fetched;
+        if (other->tileInfo && !fetchCell(report, fetched, other, cell))
             return false;
         showCellOf(otherWork, *other, cell);
         if (mask)
@@ -166,6 +159,7 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         bool moved = leading == dst
                          ? movePlain(report, move, otherImage, leadingWork.image, mask ? &maskWork.image : nullptr)
                          : movePlain(report, move, leadingWork.image, otherImage, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(leading, cell.column, cell.row);
         return moved;
     });
@@ -217,11 +211,13 @@ void copyPixels(const OwnReport& report, OrvImage* src, OrvImage* dst)
 
 // ---- orvExchange --------------------------------------------------------------------------------------------------
 
+// The steps of an exchange between two tiled images are copies, and their failures are reported as such.
+constexpr OwnReport copyReport{"orvCopy", source};
+
 // Copies a cell that was kept in `kept` into the source, through its own tiles. The tile provider sees the cell as the
 // image's region.
 void writeBack(const OrvImage& kept, OrvImage* src, OrvImage* mask, const OwnCell& cell)
 {
-    constexpr OwnReport copyReport{"orvCopy", source};
     OwnRect rect = ownRoiRect(*src);
     OrvROI region = {src->roi ? src->roi->coi : 0, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height};
     OrvROI* original = src->roi;
@@ -261,35 +257,21 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
             showCellOf(maskWork, *mask, cell);
-        {
-            FetchedCell fetched;
-            if (!fetched.fetch(report, src, cell))
-                return false;
-            movePlain(report, copyPlain, dstWork.image, keptWork.image, nullptr);
-            if (!movePlain(report, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr)) {
-                ownReleaseTile(dst, cell.column, cell.row);
-                return false;
-            }
-        }
+        OwnFetched fetched;
+        if (!fetchCell(report, fetched, src, cell))
+            return false;
+        movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
+        bool moved =
+            movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(dst, cell.column, cell.row);
-        writeBack(keptWork.image, src, mask, cell);
+        if (moved)
+            writeBack(keptWork.image, src, mask, cell);
         return true;
     });
 }
 
 // ---- orvSet -------------------------------------------------------------------------------------------------------
-
-int32_t clampToDepth(uint32_t depth, int32_t value)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U: return value < 0 ? 0 : value > 1 ? 1 : value;
-    case ORV_DEPTH_8U: return value < 0 ? 0 : value > 255 ? 255 : value;
-    case ORV_DEPTH_8S: return value < -128 ? -128 : value > 127 ? 127 : value;
-    case ORV_DEPTH_16U: return value < 0 ? 0 : value > 65535 ? 65535 : value;
-    case ORV_DEPTH_16S: return value < -32768 ? -32768 : value > 32767 ? 32767 : value;
-    default: return value;
-    }
-}
 
 void fillPlain(const OrvImage& image, int32_t value, const OrvImage* mask)
 {
@@ -378,7 +360,7 @@ void ORV_CALL orvSet(OrvImage* dstImage, int32_t fillValue)
         return;
     if (dstImage->depth == ORV_DEPTH_32F)
         return (void)report(ORV_STATUS_BAD_DEPTH, "You should use orvSetFP for this image");
-    int32_t value = clampToDepth(dstImage->depth, fillValue);
+    int32_t value = ownClampToDepth(dstImage->depth, fillValue);
     OrvImage* mask = dstImage->maskROI;
     OwnSize size;
     if (!ownCommonSize(*dstImage, *dstImage, mask, true, size))
