@@ -1,5 +1,7 @@
 #include "ownwalk.h"
 
+#include "ownborder.h"
+
 namespace {
 
 constexpr int mostImages = 3;
@@ -143,5 +145,31 @@ bool ownBandWalk(const OwnReport& report, const OwnWalkImage* images, int count,
             walkers[i].y += height;
         y += height;
     }
+    return true;
+}
+
+void ownShowLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile)
+{
+    work.take(image);
+    work.showTile(image, tile);
+    work.setRegion(cell.xInTile, cell.yInTile, cell.width, cell.height);
+}
+
+void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell)
+{
+    work.take(image);
+    OwnRect rect = ownRoiRect(image);
+    work.setRegion(rect.x + cell.x, rect.y + cell.y, cell.width, cell.height);
+}
+
+bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell)
+{
+    OwnRect rect = ownRoiRect(*image);
+    int32_t step;
+    block.data = ownBorderedRect(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, &step);
+    if (!block)
+        return false;
+    work.take(*image);
+    work.showBlock(block.data, step, cell.width, cell.height);
     return true;
 }
