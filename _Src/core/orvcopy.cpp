@@ -190,11 +190,13 @@ void copyPixels(const OwnReport& report, OrvImage* src, OrvImage* dst)
 
 // ---- orvExchange --------------------------------------------------------------------------------------------------
 
+// The steps of an exchange between two tiled images are copies, and their failures are reported as such.
+constexpr OwnReport copyReport{"orvCopy", source};
+
 // Copies a cell that was kept in `kept` into the source, through its own tiles. The tile provider sees the cell as the
 // image's region.
 void writeBack(const OrvImage& kept, OrvImage* src, OrvImage* mask, const OwnCell& cell)
 {
-    constexpr OwnReport copyReport{"orvCopy", source};
     OwnRect rect = ownRoiRect(*src);
     OrvROI region = {src->roi ? src->roi->coi : 0, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height};
     OrvROI* original = src->roi;
@@ -234,35 +236,23 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
             ownShowCell(maskWork, *mask, cell);
+        bool moved;
         {
             OwnFetchedCell fetched;
             if (!fetchCell(report, fetched, src, cell))
                 return false;
-            movePlain(report, copyPlain, dstWork.image, keptWork.image, nullptr);
-            if (!movePlain(report, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr)) {
-                ownReleaseTile(dst, cell.column, cell.row);
-                return false;
-            }
+            movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
+            moved = movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image,
+                              mask ? &maskWork.image : nullptr);
         }
         ownReleaseTile(dst, cell.column, cell.row);
-        writeBack(keptWork.image, src, mask, cell);
+        if (moved)
+            writeBack(keptWork.image, src, mask, cell);
         return true;
     });
 }
 
 // ---- orvSet -------------------------------------------------------------------------------------------------------
-
-int32_t clampToDepth(uint32_t depth, int32_t value)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U: return value < 0 ? 0 : value > 1 ? 1 : value;
-    case ORV_DEPTH_8U: return value < 0 ? 0 : value > 255 ? 255 : value;
-    case ORV_DEPTH_8S: return value < -128 ? -128 : value > 127 ? 127 : value;
-    case ORV_DEPTH_16U: return value < 0 ? 0 : value > 65535 ? 65535 : value;
-    case ORV_DEPTH_16S: return value < -32768 ? -32768 : value > 32767 ? 32767 : value;
-    default: return value;
-    }
-}
 
 void fillPlain(const OrvImage& image, int32_t value, const OrvImage* mask)
 {
@@ -351,7 +341,7 @@ void ORV_CALL orvSet(OrvImage* dstImage, int32_t fillValue)
         return;
     if (dstImage->depth == ORV_DEPTH_32F)
         return (void)report(ORV_STATUS_BAD_DEPTH, "You should use orvSetFP for this image");
-    int32_t value = clampToDepth(dstImage->depth, fillValue);
+    int32_t value = ownClampToDepth(dstImage->depth, fillValue);
     OrvImage* mask = dstImage->maskROI;
     OwnSize size;
     if (!ownCommonSize(*dstImage, *dstImage, mask, true, size))

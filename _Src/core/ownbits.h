@@ -101,7 +101,7 @@ struct TestRows {
     }
     static void lanes(const void* a, const void* b, const void* scalar, uint8_t* d, ptrdiff_t n)
     {
-        storeRow(d, n, test(a, b, scalar));
+        storeRow(d, n, false, test(a, b, scalar));
     }
     static void bits(const void* a, const void* b, const void* scalar, uint8_t* d, int bit, ptrdiff_t n)
     {
@@ -120,7 +120,7 @@ private:
             for (ptrdiff_t k = 0; k < bitBlock; ++k)
                 lanes[k] = value(start + k);
         else
-            storeRow<16>(lanes, count, [=](ptrdiff_t k) { return value(start + k); });
+            storeRow<16>(lanes, count, false, [=](ptrdiff_t k) { return value(start + k); });
         return __builtin_bswap64(packedLanes(lanes));
     }
 };

@@ -32,11 +32,6 @@ OwnSize smallestSize(const OwnGeometry* images, int count, const OwnGeometry* ma
     return size;
 }
 
-int sizeIndex(int bytes)
-{
-    return bytes == 4 ? 2 : bytes - 1;
-}
-
 // ---- Rows of values -----------------------------------------------------------------------------------------------
 
 // How rows reach the kernel.
@@ -102,16 +97,14 @@ RowPointers pointersAt(const ValuePass& pass, const Row* rows, ptrdiff_t pixel)
 void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
     Scratch lanes;
+    auto expand = ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)];
+    OwnSelect select = pass.op.kernel.select;
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
-        const void* chunkLanes = pass.pattern;
-        if (mask) {
-            ownRowKernels().lanes[sizeIndex(pass.op.resultBytes)](mask->data + (x >> 3), mask->bit, pass.step,
-                                                                  pass.values, lanes.bytes, pixels);
-            chunkLanes = lanes.bytes;
-        }
+        if (mask)
+            expand(mask->data + (x >> 3), mask->bit, pass.step, pass.values, lanes.bytes, pixels);
         RowPointers at = pointersAt(pass, rows, x);
-        pass.op.kernel.select(at.a, at.b, at.d, chunkLanes, ptrdiff_t(pixels - 1) * pass.step + pass.values);
+        select(at.a, at.b, at.d, mask ? lanes.bytes : pass.pattern, ptrdiff_t(pixels - 1) * pass.step + pass.values);
     }
 }
 
@@ -120,7 +113,7 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
     Scratch lanes, gathered[mostImages];
     const OwnRowKernels& move = ownRowKernels();
     int last = pass.count - 1;
-    int result = sizeIndex(pass.op.resultBytes);
+    int result = ownSizeIndex(pass.op.resultBytes);
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
         RowPointers at = pointersAt(pass, rows, x);
@@ -128,7 +121,7 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
         auto bring = [&](int i, const void* src, int bytes) {
             if (rows[i].step == pass.values)
                 return src;
-            move.gather[sizeIndex(bytes)](src, rows[i].step, pass.values, gathered[i].bytes, pixels);
+            move.gather[ownSizeIndex(bytes)](src, rows[i].step, pass.values, gathered[i].bytes, pixels);
             return static_cast<const void*>(gathered[i].bytes);
         };
         for (int i = 0; i < last; ++i)
@@ -151,13 +144,28 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
 
 void valueRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
-    if (pass.shape == Shape::gathered) {
+    if (pass.shape == Shape::gathered)
         gatheredRow(pass, rows, mask, width);
-    } else if (mask || pass.shape == Shape::blended) {
+    else
         blendedRow(pass, rows, mask, width);
-    } else {
-        RowPointers at = pointersAt(pass, rows, 0);
-        pass.op.kernel.run(at.a, at.b, at.d, ptrdiff_t(width) * pass.values);
+}
+
+// The plain case, without a thought for a row but its addresses.
+void compactRows(const ValuePass& pass, const OwnGeometry* images, const Row* rows, OwnSize size)
+{
+    int sources = pass.count - 1;
+    const uint8_t* a = sources > 0 ? rows[0].data : nullptr;
+    const uint8_t* b = sources > 1 ? rows[1].data : static_cast<const uint8_t*>(pass.op.scalar);
+    uint8_t* d = rows[sources].data;
+    ptrdiff_t aStep = sources > 0 ? images[0].rowStep : 0;
+    ptrdiff_t bStep = sources > 1 ? images[1].rowStep : 0;
+    ptrdiff_t n = ptrdiff_t(size.width) * pass.values;
+    OwnRun run = pass.op.kernel.run;
+    for (int32_t y = 0; y < size.height; ++y) {
+        run(a, b, d, n);
+        a += aStep;
+        b += bStep;
+        d += images[sources].rowStep;
     }
 }
 
@@ -183,8 +191,10 @@ void valuePass(const OwnPixelOp& op, const OwnGeometry* images, Row* rows, int c
         pass.step = values;
     int pixelBytes = pass.step * ownMax(op.sourceBytes, op.resultBytes);
     pass.chunk = scratchBytes / pixelBytes & ~7;
-    if (pass.shape == Shape::compact && !mask)
+    if (pass.shape == Shape::compact && !mask) {
         joinRows(op, images, count, values, size);
+        return compactRows(pass, images, rows, size);
+    }
     Scratch pattern;
     if (pass.shape == Shape::blended && !mask) {
         makePattern(pattern.bytes, ownMin(pass.chunk, size.width), pass.step, values, op.resultBytes);
@@ -331,7 +341,7 @@ void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel
         const OwnGeometry& image = images[i];
         from[i] = channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
         if (!pass.asTheyLie && image.pixelStep != pass.values) {
-            move.gather[sizeIndex(bytes)](from[i], image.pixelStep, pass.values, gathered[i].bytes, pixels);
+            move.gather[ownSizeIndex(bytes)](from[i], image.pixelStep, pass.values, gathered[i].bytes, pixels);
             from[i] = gathered[i].bytes;
         }
     }

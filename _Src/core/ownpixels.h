@@ -25,6 +25,12 @@ inline OwnDepthIndex ownDepthIndex(uint32_t depth)
     }
 }
 
+// The index of the kernels that move values of 1, 2 or 4 bytes.
+inline int ownSizeIndex(int bytes)
+{
+    return bytes == 4 ? 2 : bytes - 1;
+}
+
 // The op of one depth on both sides.
 OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar);
 

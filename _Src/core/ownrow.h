@@ -29,53 +29,65 @@ template <int bytes>
 struct LaneOf;
 template <>
 struct LaneOf<1> {
-    using type = uint8_t;
+    using type = int8_t;
 };
 template <>
 struct LaneOf<2> {
-    using type = uint16_t;
+    using type = int16_t;
 };
 template <>
 struct LaneOf<4> {
-    using type = uint32_t;
+    using type = int32_t;
 };
 template <class T>
 using Lane = typename LaneOf<sizeof(T)>::type;
 
+// The sign of a lane is all that a blend looks at.
 template <class T>
-T select(Lane<T> lane, T yes, T no)
+inline T select(Lane<T> lane, T yes, T no)
 {
-    Lane<T> y, n;
-    __builtin_memcpy(&y, &yes, sizeof(T));
-    __builtin_memcpy(&n, &no, sizeof(T));
-    y = Lane<T>((y & lane) | (n & ~lane));
-    __builtin_memcpy(&yes, &y, sizeof(T));
-    return yes;
+    return lane < 0 ? yes : no;
 }
 
-// Stores value(i) for n values. Rows are short as often as long, so there is no loop over a rest: the last block is
-// computed before anything is stored, which keeps work in place right, and stored over the end of the blocks before it.
+// d[i] = value(i) for n values from `start` on; a count that the compiler knows becomes a few vectors.
+template <int n, class D, class Value>
+inline __attribute__((always_inline)) void storeBlock(D* d, ptrdiff_t start, Value value)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = start; i < start + n; ++i)
+        d[i] = value(i);
+}
+
+// Stores value(i) for n values. Rows are short as often as long, so there are no loops over what is left at the ends:
+// blocks overlap there, and those between lie on cache lines. In place a value must not be computed twice; there the last
+// block is computed before anything is stored.
 template <int block = 64, class D, class Value>
-inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, Value value)
+inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPlace, Value value)
 {
     if (n < block) {
         if constexpr (block > 16) {
-            storeRow<block / 2>(d, n, value);
+            storeRow<block / 2>(d, n, inPlace, value);
         } else {
             for (ptrdiff_t i = 0; i < n; ++i)
                 d[i] = value(i);
         }
         return;
     }
-    D last[block];
-    for (int i = 0; i < block; ++i)
-        last[i] = value(n - block + i);
-    for (ptrdiff_t start = 0; start < n - block; start += block) {
-#pragma GCC ivdep
-        for (ptrdiff_t i = start; i < start + block; ++i)
-            d[i] = value(i);
+    if (inPlace) {
+        D last[block];
+        for (int i = 0; i < block; ++i)
+            last[i] = value(n - block + i);
+        for (ptrdiff_t i = 0; i < n - block; i += block)
+            storeBlock<block>(d, i, value);
+        __builtin_memcpy(d + n - block, last, sizeof last);
+        return;
     }
-    __builtin_memcpy(d + n - block, last, sizeof last);
+    storeBlock<block>(d, 0, value);
+    constexpr ptrdiff_t cacheLine = 64;
+    ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & (cacheLine - 1));
+    for (ptrdiff_t i = aligned / ptrdiff_t(sizeof(D)); i < n - block; i += block)
+        storeBlock<block>(d, i, value);
+    storeBlock<block>(d, n - block, value);
 }
 
 // Rows of f(a[i], b[i]); Op has the types Source and Result and the function of(a, b).
@@ -88,7 +100,7 @@ struct TwoSourceRows {
     {
         auto* x = static_cast<const S*>(a);
         auto* y = static_cast<const S*>(b);
-        storeRow(static_cast<D*>(d), n, [=](ptrdiff_t i) { return Op::of(x[i], y[i]); });
+        storeRow(static_cast<D*>(d), n, a == d || b == d, [=](ptrdiff_t i) { return Op::of(x[i], y[i]); });
     }
     static void select(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n)
     {
@@ -96,7 +108,8 @@ struct TwoSourceRows {
         auto* y = static_cast<const S*>(b);
         auto* z = static_cast<D*>(d);
         auto* lane = static_cast<const Lane<D>*>(lanes);
-        storeRow(z, n, [=](ptrdiff_t i) { return OWN_ISA::select<D>(lane[i], Op::of(x[i], y[i]), z[i]); });
+        storeRow(z, n, a == d || b == d,
+                 [=](ptrdiff_t i) { return OWN_ISA::select<D>(lane[i], Op::of(x[i], y[i]), z[i]); });
     }
     static constexpr OwnRowKernel kernel = {run, select};
 };
@@ -112,7 +125,7 @@ struct OneSourceRows {
     {
         const Op op(scalar);
         auto* x = static_cast<const S*>(a);
-        storeRow(static_cast<D*>(d), n, [=](ptrdiff_t i) { return op(x[i]); });
+        storeRow(static_cast<D*>(d), n, a == d, [=](ptrdiff_t i) { return op(x[i]); });
     }
     static void select(const void* a, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
     {
@@ -120,7 +133,7 @@ struct OneSourceRows {
         auto* x = static_cast<const S*>(a);
         auto* z = static_cast<D*>(d);
         auto* lane = static_cast<const Lane<D>*>(lanes);
-        storeRow(z, n, [=](ptrdiff_t i) { return OWN_ISA::select<D>(lane[i], op(x[i]), z[i]); });
+        storeRow(z, n, a == d, [=](ptrdiff_t i) { return OWN_ISA::select<D>(lane[i], op(x[i]), z[i]); });
     }
     static constexpr OwnRowKernel kernel = {run, select};
 };

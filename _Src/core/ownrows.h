@@ -11,7 +11,7 @@ struct OwnRowKernels {
     void (*gather[3])(const void* src, ptrdiff_t step, ptrdiff_t values, void* dst, ptrdiff_t n);
     void (*scatter[3])(const void* src, void* dst, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n);
     // Makes lanes of n mask bits, the first being bit 7 - bit of *bits: for each pixel `step` lanes, of which the first
-    // `values` have all bits set where the mask bit is set.
+    // `values` have all bits set where the mask bit is set. There must be room for n rounded up to 32 pixels.
     void (*lanes[3])(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n);
 
     // By depth; 1U takes its rows as bytes.
