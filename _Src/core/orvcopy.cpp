@@ -7,7 +7,6 @@
 
 #include "orv/core.h"
 #include "orv/pointwise.h"
-#include "ownborder.h"
 #include "ownpixels.h"
 #include "ownreport.h"
 #include "ownrows.h"
@@ -105,32 +104,16 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
     return true;
 }
 
-// Fetches a cell of an image; false after a report.
-bool fetchCell(const OwnReport& report, OwnFetched& fetched, OrvImage* image, const OwnCell& cell)
+// Fetches a cell of an image that is tiled; false after a report.
+bool fetchCell(const OwnReport& report, OwnFetchedCell& fetched, OrvImage* image, const OwnCell& cell)
 {
-    OwnRect rect = ownRoiRect(*image);
-    if (fetched.fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height)) {
+    if (fetched.fetch(image, cell)) {
         if (!failedBefore())
             return true;
         fetched.release();
     }
     report(ORV_STATUS_BACKTRACE, "");
     return false;
-}
-
-// Working headers of the pieces that belong to a cell.
-void showCellOf(OwnWork& work, const OrvImage& image, const OwnCell& cell)
-{
-    work.take(image);
-    OwnRect rect = ownRoiRect(image);
-    work.setRegion(rect.x + cell.x, rect.y + cell.y, cell.width, cell.height);
-}
-
-void showLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile)
-{
-    work.take(image);
-    work.showTile(image, tile);
-    work.setRegion(cell.xInTile, cell.yInTile, cell.width, cell.height);
 }
 
 // Moves pixels between two images of which one is tiled, or copies where both are: over the destination's tiles, or the
@@ -147,14 +130,14 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
             return false;
         }
         OwnWork leadingWork, otherWork, maskWork;
-        showLeadingCell(leadingWork, *leading, cell, tile);
+        ownShowLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
-        OwnFetched fetched;
+        OwnFetchedCell fetched;
         if (other->tileInfo && !fetchCell(report, fetched, other, cell))
             return false;
-        showCellOf(otherWork, *other, cell);
+        ownShowCell(otherWork, *other, cell);
         if (mask)
-            showCellOf(maskWork, *mask, cell);
+            ownShowCell(maskWork, *mask, cell);
         const OrvImage& otherImage = other->tileInfo ? fetched.work.image : otherWork.image;
         bool moved = leading == dst
                          ? movePlain(report, move, otherImage, leadingWork.image, mask ? &maskWork.image : nullptr)
@@ -224,7 +207,7 @@ void writeBack(const OrvImage& kept, OrvImage* src, OrvImage* mask, const OwnCel
     OwnWork keptWork(kept);
     OwnWork maskWork;
     if (mask)
-        showCellOf(maskWork, *mask, cell);
+        ownShowCell(maskWork, *mask, cell);
     src->roi = &region;
     moveTiled(copyReport, copyPlain, ORV_TILE_READ, &keptWork.image, src, mask ? &maskWork.image : nullptr,
               {cell.width, cell.height});
@@ -253,11 +236,11 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
             return false;
         }
         OwnWork dstWork, keptWork(*kept.image), maskWork;
-        showLeadingCell(dstWork, *dst, cell, tile);
+        ownShowLeadingCell(dstWork, *dst, cell, tile);
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
-            showCellOf(maskWork, *mask, cell);
-        OwnFetched fetched;
+            ownShowCell(maskWork, *mask, cell);
+        OwnFetchedCell fetched;
         if (!fetchCell(report, fetched, src, cell))
             return false;
         movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
@@ -300,9 +283,9 @@ void fillTiles(const OwnReport& report, OrvImage* image, int32_t value, OrvImage
             return false;
         }
         OwnWork work, maskWork;
-        showLeadingCell(work, *image, cell, tile);
+        ownShowLeadingCell(work, *image, cell, tile);
         if (mask)
-            showCellOf(maskWork, *mask, cell);
+            ownShowCell(maskWork, *mask, cell);
         fillPlain(work.image, value, mask ? &maskWork.image : nullptr);
         ownReleaseTile(image, cell.column, cell.row);
         return true;

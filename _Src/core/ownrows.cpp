@@ -3,9 +3,7 @@
 
 #include <string.h>
 
-#if defined(__AVX2__)
-#include <immintrin.h>
-#endif
+#include "ownbits.h"
 
 namespace OWN_ISA {
 namespace {
@@ -259,57 +257,41 @@ void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values,
     }
 }
 
-void packBits(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n)
+// Stores the bits of n pixels; value(i) is the lane of pixel i.
+template <class Value>
+inline __attribute__((always_inline)) void storePixelBits(uint8_t* d, int bit, ptrdiff_t n, Value value)
 {
-    ptrdiff_t j = 0;
-#if defined(__AVX2__)
-    const __m256i reverse =
-        _mm256_setr_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F, 0x0001020304050607, 0x08090A0B0C0D0E0F);
-    for (; (j + 4) * 8 <= n; j += 4) {
-        __m256i lane = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes + j * 8));
-        int word = _mm256_movemask_epi8(_mm256_shuffle_epi8(lane, reverse));
-        memcpy(bits + j, &word, 4);
-    }
-#endif
-    for (; (j + 1) * 8 <= n; ++j) {
-        uint64_t eight;
-        memcpy(&eight, lanes + j * 8, 8);
-        bits[j] = uint8_t(((eight & 0x0102040810204080u) * 0x0101010101010101u) >> 56);
-    }
-    if (j * 8 < n) {
-        uint8_t byte = 0;
-        for (ptrdiff_t i = j * 8; i < n; ++i)
-            byte = uint8_t(byte | (lanes[i] & (128 >> (i & 7))));
-        bits[j] = byte;
-    }
+    storeBits(d, bit, n, value, [=](ptrdiff_t start, ptrdiff_t count) {
+        uint8_t lanes[bitBlock] = {};
+        for (ptrdiff_t k = 0; k < count; ++k)
+            lanes[k] = value(start + k);
+        return __builtin_bswap64(packedLanes(lanes));
+    });
 }
 
-template <int step, int values>
-void allLanesAs(const uint8_t* lanes, uint8_t* out, ptrdiff_t n)
+void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n)
 {
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        uint8_t all = lanes[i * step];
-        for (int k = 1; k < values; ++k)
-            all &= lanes[i * step + k];
-        out[i] = all;
-    }
-}
-
-void allLanes(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* out, ptrdiff_t n)
-{
-    if (step == 3 && values == 3)
-        allLanesAs<3, 3>(lanes, out, n);
-    else if (step == 4 && values == 4)
-        allLanesAs<4, 4>(lanes, out, n);
-    else if (step == 4 && values == 3)
-        allLanesAs<4, 3>(lanes, out, n);
-    else
-        for (ptrdiff_t i = 0; i < n; ++i) {
+    if (step == 3 && values == 1) {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i * 3]; });
+    } else if (step == 3 && values == 3) {
+        storePixelBits(d, bit, n,
+                       [=](ptrdiff_t i) { return uint8_t(lanes[i * 3] & lanes[i * 3 + 1] & lanes[i * 3 + 2]); });
+    } else if (step == 4) {
+        // Lanes that do not count are taken as set.
+        const uint32_t others = values < 4 ? 0xFFFFFFFFu << (8 * values) : 0;
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
+            uint32_t pixel;
+            __builtin_memcpy(&pixel, lanes + i * 4, 4);
+            return uint8_t((pixel | others) == 0xFFFFFFFFu ? 0xFF : 0);
+        });
+    } else {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
             uint8_t all = 0xFF;
             for (ptrdiff_t k = 0; k < values; ++k)
                 all &= lanes[i * step + k];
-            out[i] = all;
-        }
+            return all;
+        });
+    }
 }
 
 // ---- Values -------------------------------------------------------------------------------------------------------
@@ -384,8 +366,7 @@ const OwnRowKernels ownRowKernels = {
     TwoSourceRows<And>::kernel,
     mergeBits,
     alignBits,
-    packBits,
-    allLanes,
+    allBits,
 };
 
 }  // namespace OWN_ISA
