@@ -334,6 +334,13 @@ void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, i
     maskRow(static_cast<T*>(d), n, bits, bit, [=](ptrdiff_t) { return value; });
 }
 
+void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        d[i] = uint8_t((from[i] & mask[i]) | (d[i] & ~mask[i]));
+}
+
 struct And {
     using Source = uint8_t;
     using Result = uint8_t;
@@ -357,6 +364,7 @@ const OwnRowKernels ownRowKernels = {
     {fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>, fillOf<uint32_t>,
      fillOf<uint32_t>},
     TwoSourceRows<And>::kernel,
+    mergeBits,
     alignBits,
     allBits,
 };

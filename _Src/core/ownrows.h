@@ -20,6 +20,9 @@ struct OwnRowKernels {
 
     OwnRowKernel bitAnd;  // two sources of bytes
 
+    // d[i] takes the bits of from[i] where mask[i] is set, for n bytes.
+    void (*mergeBits)(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n);
+
     // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
     // copied are cleared.
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
