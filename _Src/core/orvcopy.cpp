@@ -7,6 +7,7 @@
 
 #include "orv/core.h"
 #include "orv/pointwise.h"
+#include "ownborder.h"
 #include "ownpixels.h"
 #include "ownreport.h"
 #include "ownrows.h"
@@ -104,11 +105,15 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
     return true;
 }
 
-// Fetches a cell of an image that may be tiled. False after a report.
-bool fetchCell(const OwnReport& report, OwnFetchedCell& fetched, OrvImage* image, const OwnCell& cell)
+// Fetches a cell of an image; false after a report.
+bool fetchCell(const OwnReport& report, OwnFetched& fetched, OrvImage* image, const OwnCell& cell)
 {
-    if (fetched.fetch(image, cell) && !failedBefore())
-        return true;
+    OwnRect rect = ownRoiRect(*image);
+    if (fetched.fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height)) {
+        if (!failedBefore())
+            return true;
+        fetched.release();
+    }
     report(ORV_STATUS_BACKTRACE, "");
     return false;
 }
@@ -129,7 +134,7 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         OwnWork leadingWork, otherWork, maskWork;
         ownShowLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
-        OwnFetchedCell fetched;
+        OwnFetched fetched;
         if (other->tileInfo && !fetchCell(report, fetched, other, cell))
             return false;
         ownShowCell(otherWork, *other, cell);
@@ -139,6 +144,7 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         bool moved = leading == dst
                          ? movePlain(report, move, otherImage, leadingWork.image, mask ? &maskWork.image : nullptr)
                          : movePlain(report, move, leadingWork.image, otherImage, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(leading, cell.column, cell.row);
         return moved;
     });
@@ -236,15 +242,13 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
             ownShowCell(maskWork, *mask, cell);
-        bool moved;
-        {
-            OwnFetchedCell fetched;
-            if (!fetchCell(report, fetched, src, cell))
-                return false;
-            movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
-            moved = movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image,
-                              mask ? &maskWork.image : nullptr);
-        }
+        OwnFetched fetched;
+        if (!fetchCell(report, fetched, src, cell))
+            return false;
+        movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
+        bool moved =
+            movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(dst, cell.column, cell.row);
         if (moved)
             writeBack(keptWork.image, src, mask, cell);

@@ -144,10 +144,14 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
 
 void valueRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
-    if (pass.shape == Shape::gathered)
+    if (pass.shape == Shape::gathered) {
         gatheredRow(pass, rows, mask, width);
-    else
+    } else if (pass.step == 1 && pass.op.kernel.masked && width >= OWN_MASKED_LEAST) {
+        RowPointers at = pointersAt(pass, rows, 0);
+        pass.op.kernel.masked(at.a, at.b, at.d, mask->data, mask->bit, width);
+    } else {
         blendedRow(pass, rows, mask, width);
+    }
 }
 
 // The plain case, without a thought for a row but its addresses.
@@ -169,14 +173,17 @@ void compactRows(const ValuePass& pass, const OwnGeometry* images, const Row* ro
     }
 }
 
-// Rows that follow one another without a gap are one row.
-void joinRows(const OwnPixelOp& op, const OwnGeometry* images, int count, int32_t values, OwnSize& size)
+// Rows that follow one another without a gap, also those of the mask, are one row.
+void joinRows(const OwnPixelOp& op, const OwnGeometry* images, const Row* rows, int count, const OwnGeometry* mask,
+              OwnSize& size)
 {
     for (int i = 0; i < count; ++i) {
         int bytes = i == count - 1 ? op.resultBytes : op.sourceBytes;
-        if (images[i].rowStep != ptrdiff_t(size.width) * values * bytes)
+        if (images[i].rowStep != ptrdiff_t(size.width) * rows[i].step * bytes)
             return;
     }
+    if (mask && mask->rowStep * 8 != size.width)
+        return;
     if (int64_t{size.width} * size.height > INT32_MAX)
         return;
     size = {size.width * size.height, 1};
@@ -191,10 +198,9 @@ void valuePass(const OwnPixelOp& op, const OwnGeometry* images, Row* rows, int c
         pass.step = values;
     int pixelBytes = pass.step * ownMax(op.sourceBytes, op.resultBytes);
     pass.chunk = scratchBytes / pixelBytes & ~7;
-    if (pass.shape == Shape::compact && !mask) {
-        joinRows(op, images, count, values, size);
+    joinRows(op, images, rows, count, mask, size);
+    if (pass.shape == Shape::compact && !mask)
         return compactRows(pass, images, rows, size);
-    }
     Scratch pattern;
     if (pass.shape == Shape::blended && !mask) {
         makePattern(pattern.bytes, ownMin(pass.chunk, size.width), pass.step, values, op.resultBytes);

@@ -327,6 +327,13 @@ void fillSelect(const void*, const void* scalar, void* d, const void* lanes, ptr
     storeRow(z, n, false, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, z[i]); });
 }
 
+template <class T>
+void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
+{
+    const T value = *static_cast<const T*>(scalar);
+    maskRow(static_cast<T*>(d), n, bits, bit, [=](ptrdiff_t) { return value; });
+}
+
 struct And {
     using Source = uint8_t;
     using Result = uint8_t;
@@ -334,9 +341,9 @@ struct And {
 };
 
 template <class T>
-constexpr OwnRowKernel copyOf = {copyRun<T>, OneSourceRows<Copy<T>>::select};
+constexpr OwnRowKernel copyOf = {copyRun<T>, OneSourceRows<Copy<T>>::select, OneSourceRows<Copy<T>>::masked};
 template <class T>
-constexpr OwnRowKernel fillOf = {fillRun<T>, fillSelect<T>};
+constexpr OwnRowKernel fillOf = {fillRun<T>, fillSelect<T>, fillMasked<T>};
 
 }  // namespace
 

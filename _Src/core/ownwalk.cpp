@@ -1,7 +1,5 @@
 #include "ownwalk.h"
 
-#include "ownborder.h"
-
 namespace {
 
 constexpr int mostImages = 3;
@@ -160,16 +158,4 @@ void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell)
     work.take(image);
     OwnRect rect = ownRoiRect(image);
     work.setRegion(rect.x + cell.x, rect.y + cell.y, cell.width, cell.height);
-}
-
-bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell)
-{
-    OwnRect rect = ownRoiRect(*image);
-    int32_t step;
-    block.data = ownBorderedRect(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, &step);
-    if (!block)
-        return false;
-    work.take(*image);
-    work.showBlock(block.data, step, cell.width, cell.height);
-    return true;
 }

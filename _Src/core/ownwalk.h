@@ -9,7 +9,6 @@
 
 #include "ownregion.h"
 #include "ownreport.h"
-#include "ownscratch.h"
 
 struct OwnWalkImage {
     OrvImage* image;
@@ -60,15 +59,6 @@ bool ownGridWalk(const OrvImage& leading, OwnSize region, Visit visit)
 // Working headers of a cell: in the leading image's tile, and in another image of plain memory.
 void ownShowLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile);
 void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell);
-
-// A cell of another image that is tiled, fetched into a block.
-struct OwnFetchedCell {
-    OwnWork work;
-    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
-
-    // False if there is no memory or a tile does not come, without a report.
-    bool fetch(OrvImage* image, const OwnCell& cell);
-};
 
 // Opens a tile of an image for ORV_TILE_READ or ORV_TILE_WRITE and answers its pixels, NULL if it does not come.
 inline uint8_t* ownOpenTile(OrvImage* image, int32_t column, int32_t row, int32_t mode)

@@ -5,6 +5,7 @@
 //   orvLessS, orvGreaterS, orvEqualS         an image of integers and a scalar
 //   orvLessSFP, orvGreaterSFP, orvEqualSFP   an image of floats and a scalar
 //   orvEqualSFPEps                           the same within a tolerance
+#include "../core/ownborder.h"
 #include "../core/ownpixels.h"
 #include "../core/ownreport.h"
 #include "../core/ownrows.h"
@@ -196,8 +197,12 @@ void compare(const Comparison& call, const OrvImage* const* images, const OrvIma
 bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvImage* mask, const OwnCell& cell)
 {
     OwnWork works[3], maskWork;
-    OwnFetchedCell fetched[2];
+    OwnFetched fetched[2];
     const OrvImage* images[3];
+    int lastFetched = -1;
+    for (int i = 0; i < call.count; ++i)
+        if (i != leading && call.images[i]->tileInfo)
+            lastFetched = i;
     for (int i = 0; i < call.count; ++i) {
         OrvImage* image = call.images[i];
         images[i] = &works[i].image;
@@ -206,7 +211,8 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
         } else if (!image->tileInfo) {
             ownShowCell(works[i], *image, cell);
         } else {
-            if (!fetched[i].fetch(image, cell))
+            OwnRect rect = ownRoiRect(*image);
+            if (!fetched[i].fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, i == lastFetched))
                 return false;
             images[i] = &fetched[i].work.image;
         }
@@ -214,6 +220,8 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
     if (mask)
         ownShowCell(maskWork, *mask, cell);
     compare(call, images, mask ? &maskWork.image : nullptr);
+    if (lastFetched >= 0)
+        fetched[lastFetched].release();
     return true;
 }
 
