@@ -255,6 +255,14 @@ void packBits(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n)
     }
 }
 
+void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
+{
+    expandLanes<uint8_t>(bits, bit, 1, 1, out, n);
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        out[i] &= 1;
+}
+
 template <int step, int values>
 void allLanesAs(const uint8_t* lanes, uint8_t* out, ptrdiff_t n)
 {
@@ -341,6 +349,7 @@ const OwnRowKernels ownRowKernels = {
     TwoSourceRows<And>::kernel,
     alignBits,
     packBits,
+    unpackBits,
     allLanes,
 };
 

@@ -25,6 +25,8 @@ struct OwnRowKernels {
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
     // Makes bits of n lanes, bytes of 0 or 255; the last byte is filled up with zeros.
     void (*packBits)(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n);
+    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits.
+    void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
     // out[i] = the AND of the first `values` of the `step` lanes of pixel i.
     void (*allLanes)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* out, ptrdiff_t n);
 };
