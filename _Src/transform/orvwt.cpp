@@ -246,7 +246,8 @@ struct Analysis {
     }
 };
 
-// The filtered rows of a picture while columns are filtered: a ring of rows, low-pass and high-pass.
+// Splits a picture. The rows that went through the filters along x wait in a ring for those along y, which take two steps at
+// a time where they can: most of their rows are the same.
 struct Decomposition {
     const OwnWtKernels& kernels = ownWtKernels();
     const OrvImage& src;
@@ -255,25 +256,24 @@ struct Decomposition {
 
     int64_t columns = (region.width + 1) / 2;
     int64_t rows = (region.height + 1) / 2;
-    // Steps along a row for which one of the two filters has an output.
-    int64_t firstStep = smaller(0, analysis.shift);
-    int64_t steps = (columns + larger(0, analysis.shift) - firstStep + 23) / 24 * 24;
-    // A row goes through the filters in chunks, whose samples stay in the nearest cache. A chunk of n steps takes
-    // n + reach pairs of samples.
+
+    // A row goes through the filters in chunks, whose samples stay in the nearest cache. A chunk of n steps takes n + reach
+    // pairs of samples.
     int64_t reach = floorDiv2(analysis.last) - floorDiv2(analysis.first);
-    int64_t chunk = larger(240, 4 * reach);
-    int64_t firstPair = firstStep + floorDiv2(analysis.first);
-    Lines<uint8_t> pixels{1, 2 * columns, 2 * firstPair, 2 * (firstPair + steps + reach)};
+    int64_t chunk = larger(256, 4 * reach);
+    OwnScratch<uint8_t> edge{2 * (chunk + reach)};      // the pixels of a chunk that goes beyond an end of the row
     OwnScratch<double> samples{2 * (chunk + reach)};    // even, then odd
-    OwnScratch<const double*> shifted{analysis.count};  // the samples of a chunk for each tap
+    OwnScratch<const double*> shifted{analysis.count};  // the samples for each tap
 
-    bool whole = analysis.count >= 2 * rows;
-    int64_t depth = whole ? 2 * rows : analysis.count;
-    int64_t stride = ((steps + 7) & -8) + 8;  // floats of a filtered row
-    OwnScratch<float> ring{2 * stride * depth};
-    OwnScratch<const float*> window{2 * analysis.count};  // low-pass rows, then high-pass rows
+    bool whole = analysis.count + 2 >= 2 * rows;
+    int64_t depth = whole ? 2 * rows : analysis.count + 2;  // rows of the ring
+    int64_t half = ((columns + 15) & -16) + 16;             // floats of a filtered row and its way to the next
+    OwnScratch<float> ring{2 * half * depth};               // low-pass, then high-pass half
+    // The halves from the last slot of the ring down, repeated so that a step finds its rows side by side wherever it begins.
+    OwnScratch<const float*> lowRows{depth + analysis.count + 2};
+    OwnScratch<const float*> highRows{depth + analysis.count + 2};
 
-    bool ready() const { return pixels.block && samples && shifted && ring && window; }
+    bool ready() const { return edge && samples && shifted && ring && lowRows && highRows; }
 
     void prepare()
     {
@@ -281,54 +281,80 @@ struct Decomposition {
             int64_t t = analysis.last - k;
             shifted[k] = samples.data + (t & 1) * (chunk + reach) + floorDiv2(t) - floorDiv2(analysis.first);
         }
-    }
-
-    // Filters source row y, with the last row doubled where the height is odd, into a slot of the ring.
-    void filterRow(int64_t y, int64_t slot)
-    {
-        uint8_t* line = pixels[0];
-        memcpy(line, rowOf<uint8_t>(src, region.y + smaller(y, region.height - 1)) + region.x, size_t(region.width));
-        if (region.width % 2)
-            line[region.width] = line[region.width - 1];
-        pixels.extend(0);
-        line += 2 * firstPair;
-        float* low = ring.data + 2 * stride * slot;
-        for (int64_t x = 0; x < steps; x += chunk) {
-            int64_t n = smaller(chunk, steps - x);
-            kernels.split(line + 2 * x, n + reach, samples.data, samples.data + chunk + reach);
-            kernels.sumDoubles(shifted.data, analysis.taps.data, analysis.count, low + x, low + stride + x, n);
+        for (int64_t k = 0; k < depth + analysis.count + 2; ++k) {
+            lowRows[k] = ring.data + 2 * half * (depth - 1 - k % depth);
+            highRows[k] = lowRows[k] + half;
         }
     }
 
     // The slot of a row of the continued picture.
     int64_t slotOf(int64_t y) const { return modulo(whole ? y : y - analysis.first, depth); }
 
-    // Lists the rows that step i along the columns takes.
-    void findWindow(int64_t i)
+    // Pixels of a row for `pairs` pairs of samples from pair `first` on, wherever they lie. The row goes on periodically, its
+    // last pixel doubled where the width is odd.
+    const uint8_t* pixelsOf(const uint8_t* row, int64_t first, int64_t pairs)
     {
-        int64_t slot = slotOf(2 * i + analysis.last);
-        for (int64_t k = 0; k < analysis.count; ++k) {
-            const float* row = ring.data + 2 * stride * slot - firstStep;
-            window[k] = row;
-            window[analysis.count + k] = row + stride + analysis.shift;
-            slot = slot == 0 ? depth - 1 : slot - 1;
+        if (first >= 0 && 2 * (first + pairs) <= region.width)
+            return row + 2 * first;
+        int64_t from = modulo(2 * first, 2 * columns);
+        for (int64_t done = 0; done < 2 * pairs;) {
+            int64_t run = smaller(larger(region.width - from, 1), 2 * pairs - done);
+            memcpy(edge.data + done, row + smaller(from, region.width - 1), size_t(run));
+            done += run;
+            from += run;
+            from = from == 2 * columns ? 0 : from;
         }
+        return edge.data;
+    }
+
+    // Filters row y of the continued picture into its slot. The last row is doubled where the height is odd.
+    void filterRow(int64_t y)
+    {
+        int64_t source = region.y + smaller(modulo(y, 2 * rows), region.height - 1);
+        const uint8_t* row = rowOf<uint8_t>(src, source) + region.x;
+        float* low = ring.data + 2 * half * slotOf(y);
+        for (int64_t x = 0; x < columns; x += chunk) {
+            int64_t n = smaller(chunk, columns - x);
+            const uint8_t* pixels = pixelsOf(row, x + floorDiv2(analysis.first), n + reach);
+            kernels.split(pixels, n + reach, samples.data, samples.data + chunk + reach);
+            kernels.filterSamples(shifted.data, analysis.taps.data, analysis.count, low + x, low + half + x, n);
+        }
+    }
+
+    // Takes `steps` steps, one or two, along columns from..to of one half of the ring, into two subbands from column `out` on.
+    void filterColumns(const float* const* window, int64_t i, int steps, int64_t from, int64_t to, const OrvImage& low,
+                       const OrvImage& high, int64_t out)
+    {
+        float* outputs[4];
+        for (int step = 0; step < steps; ++step) {
+            outputs[2 * step] = rowOf<float>(low, i + step) + out;
+            outputs[2 * step + 1] = rowOf<float>(high, modulo(i + step - analysis.shift, rows)) + out;
+        }
+        (steps == 2 ? kernels.filterRowsTwice : kernels.filterRows)(window, analysis.taps.data, analysis.count, from,
+                                                                    outputs, to - from);
+    }
+
+    void takeSteps(int64_t i, int steps, OrvImage* const (&subbands)[4])
+    {
+        int64_t window = depth - 1 - slotOf(2 * (i + steps - 1) + analysis.last);
+        filterColumns(lowRows.data + window, i, steps, 0, columns, *subbands[0], *subbands[1], 0);
+        // Outputs of the high-pass filter along rows lie `shift` columns before the step.
+        int64_t wrap = modulo(analysis.shift, columns);
+        filterColumns(highRows.data + window, i, steps, wrap, columns, *subbands[2], *subbands[3], 0);
+        filterColumns(highRows.data + window, i, steps, 0, wrap, *subbands[2], *subbands[3], columns - wrap);
     }
 
     void run(OrvImage* const (&subbands)[4])
     {
         prepare();
         int64_t next = whole ? 0 : analysis.first;  // the next row to filter
-        for (int64_t i = 0; i < rows; ++i) {
-            int64_t end = whole ? 2 * rows : 2 * i + analysis.last + 1;
+        int steps;
+        for (int64_t i = 0; i < rows; i += steps) {
+            steps = i + 2 <= rows ? 2 : 1;
+            int64_t end = whole ? 2 * rows : 2 * (i + steps - 1) + analysis.last + 1;
             for (; next < end; ++next)
-                filterRow(modulo(next, 2 * rows), slotOf(next));
-            findWindow(i);
-            int64_t high = modulo(i - analysis.shift, rows);
-            kernels.sumFloats(window.data, analysis.taps.data, analysis.count, rowOf<float>(*subbands[0], i),
-                              rowOf<float>(*subbands[1], high), columns);
-            kernels.sumFloats(window.data + analysis.count, analysis.taps.data, analysis.count,
-                              rowOf<float>(*subbands[2], i), rowOf<float>(*subbands[3], high), columns);
+                filterRow(next);
+            takeSteps(i, steps, subbands);
         }
     }
 };
@@ -392,7 +418,8 @@ struct Reconstruction {
             int64_t y = m + (isLow ? synthesis.lowLast - k : synthesis.highLast - (k - synthesis.lowCount));
             window[k] = rowOf<const float>(isLow ? low : high, modulo(y, rows));
         }
-        kernels.sumFloats(window.data, synthesis.taps.data, synthesis.count, first, second, columns);
+        float* outputs[2] = {first, second};
+        kernels.filterRows(window.data, synthesis.taps.data, synthesis.count, 0, outputs, columns);
     }
 
     // Merges a low-pass and a high-pass line into row y of the picture.
@@ -403,14 +430,13 @@ struct Reconstruction {
         for (int64_t k = 0; k < synthesis.count; ++k)
             window[k] = k < synthesis.lowCount ? halves[lowLine] + synthesis.lowLast - k
                                                : halves[highLine] + synthesis.highLast - (k - synthesis.lowCount);
-        float* first = joined.data;
-        float* second = joined.data + steps;
-        kernels.sumFloats(window.data, synthesis.taps.data, synthesis.count, first, second, steps);
+        float* outputs[2] = {joined.data, joined.data + steps};
+        kernels.filterRows(window.data, synthesis.taps.data, synthesis.count, 0, outputs, steps);
         uint8_t* pixels = rowOf<uint8_t>(dst, region.y + y) + region.x;
         if (synthesis.phase == 0)
-            kernels.join(first, second, pixels, region.width);
+            kernels.join(outputs[0], outputs[1], pixels, region.width);
         else
-            kernels.join(second, first + 1, pixels, region.width);
+            kernels.join(outputs[1], outputs[0] + 1, pixels, region.width);
     }
 
     void run(OrvImage* const (&subbands)[4])

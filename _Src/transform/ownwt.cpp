@@ -9,21 +9,19 @@ namespace OWN_ISA {
 
 namespace {
 
-// Columns from..n of a pair of sums, one by one.
+// Column i of a pair of sums.
 template <class T>
-inline void sumColumns(const T* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
-                       ptrdiff_t from, ptrdiff_t n)
+inline void sumColumn(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* first,
+                      float* second, ptrdiff_t i)
 {
-    for (ptrdiff_t i = from; i < n; ++i) {
-        double a = 0;
-        double b = 0;
-        for (ptrdiff_t k = 0; k < count; ++k) {
-            a += rows[k][i] * taps[2 * k];
-            b += rows[k][i] * taps[2 * k + 1];
-        }
-        first[i] = float(a);
-        second[i] = float(b);
+    double a = 0;
+    double b = 0;
+    for (ptrdiff_t k = 0; k < count; ++k) {
+        a += rows[k][start + i] * taps[2 * k];
+        b += rows[k][start + i] * taps[2 * k + 1];
     }
+    first[i] = float(a);
+    second[i] = float(b);
 }
 
 #if defined(__AVX2__)
@@ -38,55 +36,116 @@ inline __m256d load4(const float* from)
     return _mm256_cvtps_pd(_mm_loadu_ps(from));
 }
 
-// Sums of 4 * vectors columns, which stay in registers. Taps and samples come from single precision, so that their
-// products are exact in double precision and a fused step gives the same bits as two.
-template <int vectors, class T>
-inline void sumBlock(const T* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
-                     ptrdiff_t i)
-{
+// Pairs of sums of 4 * vectors columns, which stay in registers.
+template <int vectors>
+struct Sums {
     __m256d a[vectors];
     __m256d b[vectors];
-#pragma GCC unroll 6
-    for (int v = 0; v < vectors; ++v)
-        a[v] = b[v] = _mm256_setzero_pd();
-    for (ptrdiff_t k = 0; k < count; ++k) {
-        __m256d tapA = _mm256_broadcast_sd(taps + 2 * k);
-        __m256d tapB = _mm256_broadcast_sd(taps + 2 * k + 1);
-        const T* row = rows[k] + i;
-#pragma GCC unroll 6
+
+    void clear()
+    {
+#pragma GCC unroll 4
+        for (int v = 0; v < vectors; ++v)
+            a[v] = b[v] = _mm256_setzero_pd();
+    }
+
+    // Taps and samples come from single precision, so that their products are exact in double precision and a fused step
+    // gives the same bits as two.
+    void add(const __m256d (&x)[vectors], const double* taps)
+    {
+        __m256d tapA = _mm256_broadcast_sd(taps);
+        __m256d tapB = _mm256_broadcast_sd(taps + 1);
+#pragma GCC unroll 4
         for (int v = 0; v < vectors; ++v) {
-            __m256d x = load4(row + 4 * v);
-            __asm__("" : "+x"(x));  // or else it is loaded twice
-            a[v] = _mm256_fmadd_pd(x, tapA, a[v]);
-            b[v] = _mm256_fmadd_pd(x, tapB, b[v]);
+            a[v] = _mm256_fmadd_pd(x[v], tapA, a[v]);
+            b[v] = _mm256_fmadd_pd(x[v], tapB, b[v]);
         }
     }
-#pragma GCC unroll 6
+
+    void store(float* first, float* second) const
+    {
+#pragma GCC unroll 4
+        for (int v = 0; v < vectors; ++v) {
+            _mm_storeu_ps(first + 4 * v, _mm256_cvtpd_ps(a[v]));
+            _mm_storeu_ps(second + 4 * v, _mm256_cvtpd_ps(b[v]));
+        }
+    }
+};
+
+template <int vectors, class T>
+inline void load(const T* row, __m256d (&x)[vectors])
+{
+#pragma GCC unroll 4
     for (int v = 0; v < vectors; ++v) {
-        _mm_storeu_ps(first + i + 4 * v, _mm256_cvtpd_ps(a[v]));
-        _mm_storeu_ps(second + i + 4 * v, _mm256_cvtpd_ps(b[v]));
+        x[v] = load4(row + 4 * v);
+        __asm__("" : "+x"(x[v]));  // or else it is loaded again for each use
     }
 }
 
-// Twelve sums at a time keep both multipliers busy.
+template <int vectors, class T>
+inline void sumBlock(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t column, float* first,
+                     float* second)
+{
+    Sums<vectors> sums;
+    sums.clear();
+    for (ptrdiff_t k = 0; k < count; ++k) {
+        __m256d x[vectors];
+        load(rows[k] + column, x);
+        sums.add(x, taps + 2 * k);
+    }
+    sums.store(first, second);
+}
+
 template <class T>
-void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, float* first, float* second, ptrdiff_t n)
+void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* first, float* second,
+             ptrdiff_t n)
 {
     ptrdiff_t i = 0;
-    for (; i + 24 <= n; i += 24)
-        sumBlock<6>(rows, taps, count, first, second, i);
-    for (; i + 8 <= n; i += 8)
-        sumBlock<2>(rows, taps, count, first, second, i);
+    for (; i + 16 <= n; i += 16)
+        sumBlock<4>(rows, taps, count, start + i, first + i, second + i);
     for (; i + 4 <= n; i += 4)
-        sumBlock<1>(rows, taps, count, first, second, i);
-    sumColumns(rows, taps, count, first, second, i, n);
+        sumBlock<1>(rows, taps, count, start + i, first + i, second + i);
+    for (; i < n; ++i)
+        sumColumn(rows, taps, count, start, first, second, i);
+}
+
+// The rows that two steps have in common are loaded once.
+void filterRowsTwice(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                     float* const* outputs, ptrdiff_t n)
+{
+    ptrdiff_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        Sums<2> early;
+        Sums<2> late;
+        early.clear();
+        late.clear();
+        __m256d x[2];
+        for (ptrdiff_t k = 0; k < 2; ++k) {
+            load(rows[k] + start + i, x);
+            late.add(x, taps + 2 * k);
+        }
+        for (ptrdiff_t k = 2; k < count; ++k) {
+            load(rows[k] + start + i, x);
+            late.add(x, taps + 2 * k);
+            early.add(x, taps + 2 * k - 4);
+        }
+        for (ptrdiff_t k = count; k < count + 2; ++k) {
+            load(rows[k] + start + i, x);
+            early.add(x, taps + 2 * k - 4);
+        }
+        early.store(outputs[0] + i, outputs[1] + i);
+        late.store(outputs[2] + i, outputs[3] + i);
+    }
+    sumRows(rows + 2, taps, count, start + i, outputs[0] + i, outputs[1] + i, n - i);
+    sumRows(rows, taps, count, start + i, outputs[2] + i, outputs[3] + i, n - i);
 }
 
 #else
 
 // Blocks of columns are the inner loop, so that the compiler makes vectors of them.
 template <class T>
-void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, float* first, float* second, ptrdiff_t n)
+void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* first, float* second,
+             ptrdiff_t n)
 {
     constexpr ptrdiff_t block = 4;
     ptrdiff_t i = 0;
@@ -94,7 +153,7 @@ void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, float* f
         double a[block] = {};
         double b[block] = {};
         for (ptrdiff_t k = 0; k < count; ++k) {
-            const T* row = rows[k] + i;
+            const T* row = rows[k] + start + i;
             double tapA = taps[2 * k];
             double tapB = taps[2 * k + 1];
             for (ptrdiff_t c = 0; c < block; ++c) {
@@ -107,10 +166,30 @@ void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, float* f
             second[i + c] = float(b[c]);
         }
     }
-    sumColumns(rows, taps, count, first, second, i, n);
+    for (; i < n; ++i)
+        sumColumn(rows, taps, count, start, first, second, i);
+}
+
+void filterRowsTwice(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                     float* const* outputs, ptrdiff_t n)
+{
+    sumRows(rows + 2, taps, count, start, outputs[0], outputs[1], n);
+    sumRows(rows, taps, count, start, outputs[2], outputs[3], n);
 }
 
 #endif
+
+void filterSamples(const double* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
+                   ptrdiff_t n)
+{
+    sumRows(rows, taps, count, 0, first, second, n);
+}
+
+void filterRows(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* const* outputs,
+                ptrdiff_t n)
+{
+    sumRows(rows, taps, count, start, outputs[0], outputs[1], n);
+}
 
 void split(const uint8_t* __restrict pixels, ptrdiff_t pairs, double* __restrict even, double* __restrict odd)
 {
@@ -159,6 +238,6 @@ void join(const float* __restrict even, const float* __restrict odd, uint8_t* __
 
 }  // namespace
 
-extern const OwnWtKernels ownWtKernels = {sumRows<double>, sumRows<float>, split, join};
+extern const OwnWtKernels ownWtKernels = {filterSamples, filterRows, filterRowsTwice, split, join};
 
 }  // namespace OWN_ISA

@@ -11,12 +11,20 @@
 #include "../core/ownisa.h"
 
 // Output i of the pair is the sum over k below `count` of rows[k][i] * taps[2 * k], and * taps[2 * k + 1] for the second,
-// for i below n. Sums run in double precision, in this order.
+// for i below n. Sums run in double precision, in this order, and are rounded to single precision. Taps and samples have
+// single precision whatever their type.
 struct OwnWtKernels {
-    void (*sumDoubles)(const double* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
-                       ptrdiff_t n);
-    void (*sumFloats)(const float* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
-                      ptrdiff_t n);
+    // Along rows, split to even and odd samples.
+    void (*filterSamples)(const double* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
+                          ptrdiff_t n);
+
+    // Along columns, columns from `start` on of the rows, into two outputs.
+    void (*filterRows)(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                       float* const* outputs, ptrdiff_t n);
+
+    // Two steps of filterRows at once, into four outputs: the first step begins two rows later than the second.
+    void (*filterRowsTwice)(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                            float* const* outputs, ptrdiff_t n);
 
     // Splits pixels into even and odd samples, `pairs` of each.
     void (*split)(const uint8_t* pixels, ptrdiff_t pairs, double* even, double* odd);
