@@ -7,7 +7,6 @@
 
 #include "orv/core.h"
 #include "orv/pointwise.h"
-#include "ownborder.h"
 #include "ownpixels.h"
 #include "ownreport.h"
 #include "ownrows.h"
@@ -105,11 +104,10 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
     return true;
 }
 
-// Fetches a cell of an image; false after a report.
-bool fetchCell(const OwnReport& report, OwnFetched& fetched, OrvImage* image, const OwnCell& cell)
+// Fetches a cell of an image that is tiled; false after a report.
+bool fetchCell(const OwnReport& report, OwnFetchedCell& fetched, OrvImage* image, const OwnCell& cell)
 {
-    OwnRect rect = ownRoiRect(*image);
-    if (fetched.fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height)) {
+    if (fetched.fetch(image, cell)) {
         if (!failedBefore())
             return true;
         fetched.release();
@@ -134,7 +132,7 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         OwnWork leadingWork, otherWork, maskWork;
         ownShowLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
-        OwnFetched fetched;
+        OwnFetchedCell fetched;
         if (other->tileInfo && !fetchCell(report, fetched, other, cell))
             return false;
         ownShowCell(otherWork, *other, cell);
@@ -242,7 +240,7 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
             ownShowCell(maskWork, *mask, cell);
-        OwnFetched fetched;
+        OwnFetchedCell fetched;
         if (!fetchCell(report, fetched, src, cell))
             return false;
         movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);

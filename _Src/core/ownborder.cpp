@@ -437,36 +437,3 @@ bool OwnBorderedImage::fetch(OrvImage* image, const OwnRect& rect, const OwnReac
     work.setRegion(reach.left, reach.top, rect.width, rect.height);
     return true;
 }
-
-bool OwnFetched::fetch(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, bool mayStayOpen)
-{
-    work.take(*image);
-    const OrvTileInfo* tiles = image->tileInfo;
-    column = tiles ? x / tiles->width : 0;
-    row = tiles ? y / tiles->height : 0;
-    bool oneTile =
-        mayStayOpen && tiles && (x + width - 1) / tiles->width == column && (y + height - 1) / tiles->height == row;
-    if (!oneTile) {
-        int32_t step;
-        block.data = ownBorderedRect(image, x, y, width, height, &step);
-        if (block)
-            work.showBlock(block.data, step, width, height);
-        return bool(block);
-    }
-    tile = ownOpenTile(image, column, row, ORV_TILE_READ);
-    if (!tile)
-        return false;
-    tiledImage = image;
-    work.showTile(*image, tile);
-    work.setRegion(x - column * tiles->width, y - row * tiles->height, width, height);
-    return true;
-}
-
-void OwnFetched::release()
-{
-    if (!tiledImage)
-        return;
-    tiledImage->tileInfo->tileData = tile;
-    ownReleaseTile(tiledImage, column, row);
-    tiledImage = nullptr;
-}

@@ -35,22 +35,3 @@ struct OwnBorderedImage {
     // False if there is no memory or a tile does not come.
     bool fetch(OrvImage* image, const OwnRect& rect, const OwnReach& reach);
 };
-
-// A rectangle inside an image as plain memory: a block that ownBorderedRect fills, or, where one tile holds all of it, that
-// tile itself, which is then open for reading until release().
-struct OwnFetched {
-    OwnWork work;  // the plain memory, its region the rectangle
-
-    // False if there is no memory or a tile does not come, without a report. `mayStayOpen` is false where more is fetched
-    // before release(), because every other tile would have to be closed by then.
-    bool fetch(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, bool mayStayOpen = true);
-
-    // The pixels are not needed any more. To be called once after a fetch that succeeded.
-    void release();
-
-private:
-    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
-    OrvImage* tiledImage = nullptr;
-    uint8_t* tile = nullptr;
-    int32_t column = 0, row = 0;
-};

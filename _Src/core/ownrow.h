@@ -52,9 +52,19 @@ struct LaneOf<4> {
 template <class T>
 using Lane = typename LaneOf<sizeof(T)>::type;
 
-// The sign of a lane is all that a blend looks at.
+// A lane of a byte selects bit by bit, since bytes may be eight pixels of 1U.
 template <class T>
 inline T select(Lane<T> lane, T yes, T no)
+{
+    if constexpr (sizeof(T) == 1)
+        return T(no ^ ((yes ^ no) & lane));
+    else
+        return lane < 0 ? yes : no;
+}
+
+// Of the lanes of values the sign tells.
+template <class T>
+inline T blend(Lane<T> lane, T yes, T no)
 {
     return lane < 0 ? yes : no;
 }
@@ -144,12 +154,12 @@ inline __attribute__((always_inline)) void maskRow(D* d, ptrdiff_t n, const uint
     D last[block];
     lanesOf64(maskWord(bits, bit + n - block), lanes);
     for (int i = 0; i < block; ++i)
-        last[i] = select<D>(Lane<D>(lanes[i]), value(n - block + i), d[n - block + i]);
+        last[i] = blend<D>(Lane<D>(lanes[i]), value(n - block + i), d[n - block + i]);
     for (ptrdiff_t start = 0; start < n - block; start += block) {
         lanesOf64(maskWord(bits, bit + start), lanes);
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < block; ++i)
-            d[start + i] = select<D>(Lane<D>(lanes[i]), value(start + i), d[start + i]);
+            d[start + i] = blend<D>(Lane<D>(lanes[i]), value(start + i), d[start + i]);
     }
     __builtin_memcpy(d + n - block, last, sizeof last);
 }

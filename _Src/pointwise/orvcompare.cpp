@@ -5,7 +5,6 @@
 //   orvLessS, orvGreaterS, orvEqualS         an image of integers and a scalar
 //   orvLessSFP, orvGreaterSFP, orvEqualSFP   an image of floats and a scalar
 //   orvEqualSFPEps                           the same within a tolerance
-#include "../core/ownborder.h"
 #include "../core/ownpixels.h"
 #include "../core/ownreport.h"
 #include "../core/ownrows.h"
@@ -197,7 +196,7 @@ void compare(const Comparison& call, const OrvImage* const* images, const OrvIma
 bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvImage* mask, const OwnCell& cell)
 {
     OwnWork works[3], maskWork;
-    OwnFetched fetched[2];
+    OwnFetchedCell fetched[2];
     const OrvImage* images[3];
     int lastFetched = -1;
     for (int i = 0; i < call.count; ++i)
@@ -211,8 +210,7 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
         } else if (!image->tileInfo) {
             ownShowCell(works[i], *image, cell);
         } else {
-            OwnRect rect = ownRoiRect(*image);
-            if (!fetched[i].fetch(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, i == lastFetched))
+            if (!fetched[i].fetch(image, cell, i == lastFetched))
                 return false;
             images[i] = &fetched[i].work.image;
         }
