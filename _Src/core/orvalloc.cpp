@@ -38,20 +38,6 @@ void* allocateBlock(int32_t count, size_t elementSize)
     return aligned;
 }
 
-bool isDepth(uint32_t depth)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U:
-    case ORV_DEPTH_8U:
-    case ORV_DEPTH_8S:
-    case ORV_DEPTH_16U:
-    case ORV_DEPTH_16S:
-    case ORV_DEPTH_32S:
-    case ORV_DEPTH_32F: return true;
-    default: return false;
-    }
-}
-
 int32_t checkHeader(OrvImage* image, int maskLevel);
 
 int32_t maskFault(OrvImage* mask, int maskLevel)
@@ -76,7 +62,7 @@ int32_t valueFault(const OrvImage& image, bool hasModelTexts, int maskLevel)
         return ORV_STATUS_BAD_1U_CHANNELS;
     if (!hasModelTexts)
         return ORV_STATUS_BAD_COLOR_MODEL;
-    if (!isDepth(image.depth))
+    if (!ownIsDepth(image.depth))
         return ORV_STATUS_BAD_DEPTH;
     if (image.alphaChannel != 0 && image.alphaChannel != image.nChannels)
         return ORV_STATUS_BAD_ALPHA_CHANNEL;
