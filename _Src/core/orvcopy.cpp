@@ -7,7 +7,6 @@
 
 #include "orv/core.h"
 #include "orv/pointwise.h"
-#include "ownborder.h"
 #include "ownpixels.h"
 #include "ownreport.h"
 #include "ownrows.h"
@@ -105,39 +104,16 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
     return true;
 }
 
-// A cell of an image that may be tiled, fetched into a block. False after a report.
-struct FetchedCell {
-    OwnWork work;
-    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
-
-    bool fetch(const OwnReport& report, OrvImage* image, const OwnCell& cell)
-    {
-        OwnRect rect = ownRoiRect(*image);
-        int32_t step;
-        block.data = ownBorderedRect(image, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height, &step);
-        if (!block || failedBefore()) {
-            report(ORV_STATUS_BACKTRACE, "");
-            return false;
-        }
-        work.take(*image);
-        work.showBlock(block.data, step, cell.width, cell.height);
-        return true;
+// Fetches a cell of an image that is tiled; false after a report.
+bool fetchCell(const OwnReport& report, OwnFetchedCell& fetched, OrvImage* image, const OwnCell& cell)
+{
+    if (fetched.fetch(image, cell)) {
+        if (!failedBefore())
+            return true;
+        fetched.release();
     }
-};
-
-// Working headers of the pieces that belong to a cell.
-void showCellOf(OwnWork& work, const OrvImage& image, const OwnCell& cell)
-{
-    work.take(image);
-    OwnRect rect = ownRoiRect(image);
-    work.setRegion(rect.x + cell.x, rect.y + cell.y, cell.width, cell.height);
-}
-
-void showLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile)
-{
-    work.take(image);
-    work.showTile(image, tile);
-    work.setRegion(cell.xInTile, cell.yInTile, cell.width, cell.height);
+    report(ORV_STATUS_BACKTRACE, "");
+    return false;
 }
 
 // Moves pixels between two images of which one is tiled, or copies where both are: over the destination's tiles, or the
@@ -154,18 +130,19 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
             return false;
         }
         OwnWork leadingWork, otherWork, maskWork;
-        showLeadingCell(leadingWork, *leading, cell, tile);
+        ownShowLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
-        FetchedCell fetched;
-        if (other->tileInfo && !fetched.fetch(report, other, cell))
+        OwnFetchedCell fetched;
+        if (other->tileInfo && !fetchCell(report, fetched, other, cell))
             return false;
-        showCellOf(otherWork, *other, cell);
+        ownShowCell(otherWork, *other, cell);
         if (mask)
-            showCellOf(maskWork, *mask, cell);
+            ownShowCell(maskWork, *mask, cell);
         const OrvImage& otherImage = other->tileInfo ? fetched.work.image : otherWork.image;
         bool moved = leading == dst
                          ? movePlain(report, move, otherImage, leadingWork.image, mask ? &maskWork.image : nullptr)
                          : movePlain(report, move, leadingWork.image, otherImage, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(leading, cell.column, cell.row);
         return moved;
     });
@@ -217,18 +194,20 @@ void copyPixels(const OwnReport& report, OrvImage* src, OrvImage* dst)
 
 // ---- orvExchange --------------------------------------------------------------------------------------------------
 
+// The steps of an exchange between two tiled images are copies, and their failures are reported as such.
+constexpr OwnReport copyReport{"orvCopy", source};
+
 // Copies a cell that was kept in `kept` into the source, through its own tiles. The tile provider sees the cell as the
 // image's region.
 void writeBack(const OrvImage& kept, OrvImage* src, OrvImage* mask, const OwnCell& cell)
 {
-    constexpr OwnReport copyReport{"orvCopy", source};
     OwnRect rect = ownRoiRect(*src);
     OrvROI region = {src->roi ? src->roi->coi : 0, rect.x + cell.x, rect.y + cell.y, cell.width, cell.height};
     OrvROI* original = src->roi;
     OwnWork keptWork(kept);
     OwnWork maskWork;
     if (mask)
-        showCellOf(maskWork, *mask, cell);
+        ownShowCell(maskWork, *mask, cell);
     src->roi = &region;
     moveTiled(copyReport, copyPlain, ORV_TILE_READ, &keptWork.image, src, mask ? &maskWork.image : nullptr,
               {cell.width, cell.height});
@@ -257,22 +236,20 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
             return false;
         }
         OwnWork dstWork, keptWork(*kept.image), maskWork;
-        showLeadingCell(dstWork, *dst, cell, tile);
+        ownShowLeadingCell(dstWork, *dst, cell, tile);
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
         if (mask)
-            showCellOf(maskWork, *mask, cell);
-        {
-            FetchedCell fetched;
-            if (!fetched.fetch(report, src, cell))
-                return false;
-            movePlain(report, copyPlain, dstWork.image, keptWork.image, nullptr);
-            if (!movePlain(report, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr)) {
-                ownReleaseTile(dst, cell.column, cell.row);
-                return false;
-            }
-        }
+            ownShowCell(maskWork, *mask, cell);
+        OwnFetchedCell fetched;
+        if (!fetchCell(report, fetched, src, cell))
+            return false;
+        movePlain(copyReport, copyPlain, dstWork.image, keptWork.image, nullptr);
+        bool moved =
+            movePlain(copyReport, copyPlain, fetched.work.image, dstWork.image, mask ? &maskWork.image : nullptr);
+        fetched.release();
         ownReleaseTile(dst, cell.column, cell.row);
-        writeBack(keptWork.image, src, mask, cell);
+        if (moved)
+            writeBack(keptWork.image, src, mask, cell);
         return true;
     });
 }
@@ -306,9 +283,9 @@ void fillTiles(const OwnReport& report, OrvImage* image, int32_t value, OrvImage
             return false;
         }
         OwnWork work, maskWork;
-        showLeadingCell(work, *image, cell, tile);
+        ownShowLeadingCell(work, *image, cell, tile);
         if (mask)
-            showCellOf(maskWork, *mask, cell);
+            ownShowCell(maskWork, *mask, cell);
         fillPlain(work.image, value, mask ? &maskWork.image : nullptr);
         ownReleaseTile(image, cell.column, cell.row);
         return true;

@@ -25,7 +25,10 @@ void processPiece(void* task, OrvImage* const* images, const OrvImage* mask)
     OwnGeometry maskGeometry;
     if (mask)
         maskGeometry = ownMaskStart(*mask);
-    ownProcessPixels(call.op, geometry, call.count, mask ? &maskGeometry : nullptr);
+    if (call.test)
+        ownProcessToBits(*call.test, geometry, call.count, mask ? &maskGeometry : nullptr);
+    else
+        ownProcessPixels(call.op, geometry, call.count, mask ? &maskGeometry : nullptr);
 }
 
 }  // namespace

@@ -22,7 +22,8 @@ struct OwnPointwise {
     OwnWalkImage images[3];  // none, one or two sources, then the destination
     int count;
     OwnPixelOp op;
-    bool wholeBuffer = true;  // images alike may be processed in one run, padding included
+    bool wholeBuffer = true;          // images alike may be processed in one run, padding included
+    const OwnTestOp* test = nullptr;  // what is done instead of `op` where the destination gets the bits of a test
 };
 
 // Runs the call under a mask, which may be NULL: directly, or piece by piece if an image is tiled.

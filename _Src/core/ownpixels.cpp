@@ -97,16 +97,14 @@ RowPointers pointersAt(const ValuePass& pass, const Row* rows, ptrdiff_t pixel)
 void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
 {
     Scratch lanes;
+    auto expand = ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)];
+    OwnSelect select = pass.op.kernel.select;
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
-        const void* chunkLanes = pass.pattern;
-        if (mask) {
-            ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)](mask->data + (x >> 3), mask->bit, pass.step,
-                                                                     pass.values, lanes.bytes, pixels);
-            chunkLanes = lanes.bytes;
-        }
+        if (mask)
+            expand(mask->data + (x >> 3), mask->bit, pass.step, pass.values, lanes.bytes, pixels);
         RowPointers at = pointersAt(pass, rows, x);
-        pass.op.kernel.select(at.a, at.b, at.d, chunkLanes, ptrdiff_t(pixels - 1) * pass.step + pass.values);
+        select(at.a, at.b, at.d, mask ? lanes.bytes : pass.pattern, ptrdiff_t(pixels - 1) * pass.step + pass.values);
     }
 }
 
@@ -148,22 +146,44 @@ void valueRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t w
 {
     if (pass.shape == Shape::gathered) {
         gatheredRow(pass, rows, mask, width);
-    } else if (mask || pass.shape == Shape::blended) {
-        blendedRow(pass, rows, mask, width);
-    } else {
+    } else if (pass.step == 1 && pass.op.kernel.masked && width >= OWN_MASKED_LEAST) {
         RowPointers at = pointersAt(pass, rows, 0);
-        pass.op.kernel.run(at.a, at.b, at.d, ptrdiff_t(width) * pass.values);
+        pass.op.kernel.masked(at.a, at.b, at.d, mask->data, mask->bit, width);
+    } else {
+        blendedRow(pass, rows, mask, width);
     }
 }
 
-// Rows that follow one another without a gap are one row.
-void joinRows(const OwnPixelOp& op, const OwnGeometry* images, int count, int32_t values, OwnSize& size)
+// The plain case, without a thought for a row but its addresses.
+void compactRows(const ValuePass& pass, const OwnGeometry* images, const Row* rows, OwnSize size)
+{
+    int sources = pass.count - 1;
+    const uint8_t* a = sources > 0 ? rows[0].data : nullptr;
+    const uint8_t* b = sources > 1 ? rows[1].data : static_cast<const uint8_t*>(pass.op.scalar);
+    uint8_t* d = rows[sources].data;
+    ptrdiff_t aStep = sources > 0 ? images[0].rowStep : 0;
+    ptrdiff_t bStep = sources > 1 ? images[1].rowStep : 0;
+    ptrdiff_t n = ptrdiff_t(size.width) * pass.values;
+    OwnRun run = pass.op.kernel.run;
+    for (int32_t y = 0; y < size.height; ++y) {
+        run(a, b, d, n);
+        a += aStep;
+        b += bStep;
+        d += images[sources].rowStep;
+    }
+}
+
+// Rows that follow one another without a gap, also those of the mask, are one row.
+void joinRows(const OwnPixelOp& op, const OwnGeometry* images, const Row* rows, int count, const OwnGeometry* mask,
+              OwnSize& size)
 {
     for (int i = 0; i < count; ++i) {
         int bytes = i == count - 1 ? op.resultBytes : op.sourceBytes;
-        if (images[i].rowStep != ptrdiff_t(size.width) * values * bytes)
+        if (images[i].rowStep != ptrdiff_t(size.width) * rows[i].step * bytes)
             return;
     }
+    if (mask && mask->rowStep * 8 != size.width)
+        return;
     if (int64_t{size.width} * size.height > INT32_MAX)
         return;
     size = {size.width * size.height, 1};
@@ -178,8 +198,9 @@ void valuePass(const OwnPixelOp& op, const OwnGeometry* images, Row* rows, int c
         pass.step = values;
     int pixelBytes = pass.step * ownMax(op.sourceBytes, op.resultBytes);
     pass.chunk = scratchBytes / pixelBytes & ~7;
+    joinRows(op, images, rows, count, mask, size);
     if (pass.shape == Shape::compact && !mask)
-        joinRows(op, images, count, values, size);
+        return compactRows(pass, images, rows, size);
     Scratch pattern;
     if (pass.shape == Shape::blended && !mask) {
         makePattern(pattern.bytes, ownMin(pass.chunk, size.width), pass.step, values, op.resultBytes);
@@ -289,47 +310,81 @@ void processBits(const OwnPixelOp& op, const OwnGeometry* images, int count, Own
 
 // ---- Values to bits -----------------------------------------------------------------------------------------------
 
-struct ToBitsPass {
-    const OwnPixelOp& op;
+struct TestPass {
+    const OwnTestOp& op;
     int sources;
-    int32_t channels;
-    bool planes;      // some image has planes: channel by channel
-    bool equalSteps;  // the sources' rows can be compared as they lie
-    int32_t chunk;    // pixels, a multiple of 8
+    int32_t passes;  // over a row: for all processed channels together, or channel by channel
+    int32_t values;  // of a pixel in a pass
+    bool asTheyLie;  // the sources have one step, so that rows can be tested with what lies between
+    int32_t step;    // lanes of a pixel
+    int32_t chunk;   // pixels that fit scratch, a multiple of 8
 };
 
-// Lanes of the pixels from x on: 255 where the lanes of all channels are.
-void lanesOfPixels(const ToBitsPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels,
-                   uint8_t* out)
+TestPass testPass(const OwnTestOp& op, const OwnGeometry* images, int sources)
+{
+    int32_t channels = images[0].channels;
+    bool together = int64_t{channels} * op.sourceBytes * 8 <= scratchBytes;
+    bool equal = images[0].pixelStep <= widestBlend;
+    for (int i = 0; i < sources; ++i) {
+        together = together && !images[i].planeStep;
+        equal = equal && images[i].pixelStep == images[0].pixelStep;
+    }
+    together = together || channels == 1;
+    int32_t values = together ? channels : 1;
+    int32_t step = equal ? images[0].pixelStep : values;
+    return {op, sources, together ? 1 : channels, values, equal, step, (scratchBytes / (step * op.sourceBytes)) & ~7};
+}
+
+// Tests a channel, or all, of the pixels from x on and stores their bits.
+void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel, int32_t y, int32_t x, int32_t pixels,
+                uint8_t* d, int bit)
 {
     const OwnRowKernels& move = ownRowKernels();
     Scratch lanes, gathered[2];
     int bytes = pass.op.sourceBytes;
-    int32_t passes = pass.planes ? pass.channels : 1;
-    int32_t values = pass.planes ? 1 : pass.channels;
-    for (int32_t channel = 0; channel < passes; ++channel) {
-        const void* from[2] = {nullptr, pass.op.scalar};
-        for (int i = 0; i < pass.sources; ++i) {
-            const OwnGeometry& image = images[i];
-            const uint8_t* src =
-                channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
-            from[i] = src;
-            if (!pass.equalSteps && image.pixelStep != values) {
-                move.gather[ownSizeIndex(bytes)](src, image.pixelStep, values, gathered[i].bytes, pixels);
-                from[i] = gathered[i].bytes;
-            }
+    const void* from[2] = {nullptr, nullptr};
+    for (int i = 0; i < pass.sources; ++i) {
+        const OwnGeometry& image = images[i];
+        from[i] = channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
+        if (!pass.asTheyLie && image.pixelStep != pass.values) {
+            move.gather[ownSizeIndex(bytes)](from[i], image.pixelStep, pass.values, gathered[i].bytes, pixels);
+            from[i] = gathered[i].bytes;
         }
-        int32_t step = pass.equalSteps ? images[0].pixelStep : values;
-        bool plain = step == 1 && passes == 1;
-        uint8_t* into = plain ? out : lanes.bytes;
-        pass.op.kernel.run(from[0], from[1], into, ptrdiff_t(pixels - 1) * step + values);
-        if (plain)
-            return;
-        if (channel == 0)
-            move.allLanes(lanes.bytes, step, values, out, pixels);
-        else
-            move.bitAnd.run(out, lanes.bytes, out, pixels);
     }
+    if (pass.step == 1) {
+        pass.op.kernel.bits(from[0], from[1], pass.op.scalar, d, bit, pixels);
+        return;
+    }
+    pass.op.kernel.lanes(from[0], from[1], pass.op.scalar, lanes.bytes,
+                         ptrdiff_t(pixels - 1) * pass.step + pass.values);
+    move.allBits(lanes.bytes, pass.step, pass.values, d, bit, pixels);
+}
+
+// The same through a row of its own, where bits of several channels or a mask come in.
+void testPixelsAside(const TestPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels, uint8_t* d,
+                     int bit, const OwnGeometry* mask)
+{
+    const OwnRowKernels& move = ownRowKernels();
+    Scratch bits, more;
+    testPixels(pass, images, 0, y, x, pixels, bits.bytes, bit);
+    for (int32_t channel = 1; channel < pass.passes; ++channel) {
+        testPixels(pass, images, channel, y, x, pixels, more.bytes, bit);
+        move.bitAnd.run(bits.bytes, more.bytes, bits.bytes, (bit + pixels + 7) >> 3);
+    }
+    Row rows[2] = {{bits.bytes, 1, bit}, {d, 1, bit}};
+    Row maskRow = mask ? Row{mask->start + y * mask->rowStep + (x >> 3), 1, mask->bit} : Row{};
+    bitRow(move.copy[OWN_1U], nullptr, rows, 2, mask ? &maskRow : nullptr, pixels);
+}
+
+// Rows that follow one another without a gap are one row.
+void joinTestedRows(const TestPass& pass, const OwnGeometry* images, OwnSize& size)
+{
+    for (int i = 0; i < pass.sources; ++i)
+        if (images[i].rowStep != ptrdiff_t(size.width) * images[i].pixelStep * pass.op.sourceBytes)
+            return;
+    const OwnGeometry& result = images[pass.sources];
+    if (result.rowStep * 8 == size.width && result.bit == 0 && int64_t{size.width} * size.height <= INT32_MAX)
+        size = {size.width * size.height, 1};
 }
 
 }  // namespace
@@ -351,39 +406,26 @@ void ownProcessPixels(const OwnPixelOp& op, const OwnGeometry* images, int count
         processValues(op, images, count, size, mask);
 }
 
-void ownProcessToBits(const OwnPixelOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask)
+void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask)
 {
     OwnSize size = smallestSize(images, count, mask);
-    int sources = count - 1;
-    const OwnGeometry& result = images[sources];
-    int32_t channels = images[0].channels;
-    if (size.width <= 0 || size.height <= 0 || channels <= 0)
+    if (size.width <= 0 || size.height <= 0 || images[0].channels <= 0)
         return;
-    bool planes = int64_t{channels} * op.sourceBytes * 8 > scratchBytes;
-    bool equal = images[0].pixelStep <= widestBlend;
-    for (int i = 0; i < sources; ++i) {
-        planes = planes || images[i].planeStep;
-        equal = equal && images[i].pixelStep == images[0].pixelStep;
-    }
-    int32_t step = equal ? images[0].pixelStep : planes ? 1 : channels;
-    // One byte of room for the phase of the destination's bits.
-    int32_t chunk = ((scratchBytes - 8) / (step * op.sourceBytes)) & ~7;
-    ToBitsPass pass = {op, sources, channels, planes, equal, chunk};
-    const OwnRowKernels& move = ownRowKernels();
-    const OwnRowKernel& copy = move.copy[OWN_1U];
-    Scratch lanes, bits;
-    for (int32_t y = 0; y < size.height; ++y) {
-        uint8_t* out = result.start + y * result.rowStep;
-        for (int32_t x = 0; x < size.width; x += chunk) {
+    TestPass pass = testPass(op, images, count - 1);
+    const OwnGeometry& result = images[count - 1];
+    bool direct = pass.passes == 1 && !mask;
+    if (direct)
+        joinTestedRows(pass, images, size);
+    int32_t chunk = direct && pass.step == 1 && pass.asTheyLie ? size.width : pass.chunk;
+    for (int32_t y = 0; y < size.height; ++y)
+        for (int32_t x = 0; x < size.width; x += ownMin(chunk, size.width - x)) {
             int32_t pixels = ownMin(chunk, size.width - x);
-            memset(lanes.bytes, 0, 8);
-            lanesOfPixels(pass, images, y, x, pixels, lanes.bytes + result.bit);
-            move.packBits(lanes.bytes, bits.bytes, result.bit + pixels);
-            Row rows[2] = {{bits.bytes, 1, result.bit}, {out + (x >> 3), 1, result.bit}};
-            Row maskRow = mask ? Row{mask->start + y * mask->rowStep + (x >> 3), 1, mask->bit} : Row{};
-            bitRow(copy, nullptr, rows, 2, mask ? &maskRow : nullptr, pixels);
+            uint8_t* out = result.start + y * result.rowStep + (x >> 3);
+            if (direct)
+                testPixels(pass, images, 0, y, x, pixels, out, result.bit);
+            else
+                testPixelsAside(pass, images, y, x, pixels, out, result.bit, mask);
         }
-    }
 }
 
 void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask)

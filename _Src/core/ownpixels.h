@@ -1,8 +1,8 @@
 // The traversal: brings the rows of images in plain memory, whatever their layouts, into the form of row kernels.
 #pragma once
 
+#include "ownbits.h"
 #include "ownregion.h"
-#include "ownrow.h"
 
 // What to do with the pixels: a row kernel with its scalar, and the sizes of the values it reads and writes.
 struct OwnPixelOp {
@@ -38,9 +38,16 @@ OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* sc
 // number of channels and may have different layouts. `mask` may be NULL.
 void ownProcessPixels(const OwnPixelOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
 
-// The same for a kernel that answers byte lanes of 0 or 255 for values of `op.sourceBytes`: the destination is a 1U image
-// whose bit is set where the lanes of all processed channels are.
-void ownProcessToBits(const OwnPixelOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
+// A test of values, with the size of the values it reads.
+struct OwnTestOp {
+    OwnTestKernel kernel;
+    int sourceBytes;
+    const void* scalar;
+};
+
+// Runs a test in the same way. The destination is a 1U image, whose bit is set where the test holds in all processed
+// channels of the sources.
+void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
 
 // Swaps the pixels of two images of one depth under a mask, which may be NULL.
 void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask);

@@ -3,9 +3,7 @@
 
 #include <string.h>
 
-#if defined(__AVX2__)
-#include <immintrin.h>
-#endif
+#include "ownbits.h"
 
 namespace OWN_ISA {
 namespace {
@@ -89,17 +87,23 @@ void shiftBytes(const uint8_t* src, int shift, uint8_t* dst, ptrdiff_t count)
     const uint64_t every = 0x0101010101010101u;
     const uint64_t high = every * uint8_t(0xFF << shift);
     const uint64_t low = every * uint8_t(0xFF >> (8 - shift));
+    auto shiftWord = [=](ptrdiff_t j) {
+        uint64_t first, second;
+        __builtin_memcpy(&first, src + j, 8);
+        __builtin_memcpy(&second, src + j + 1, 8);
+        uint64_t word = ((first << shift) & high) | ((second >> (8 - shift)) & low);
+        __builtin_memcpy(dst + j, &word, 8);
+    };
+    if (count < 8) {
+        for (ptrdiff_t j = 0; j < count; ++j)
+            dst[j] = shiftedByte(src, j, shift, true);
+        return;
+    }
     ptrdiff_t words = count / 8;
 #pragma GCC ivdep
-    for (ptrdiff_t i = 0; i < words; ++i) {
-        uint64_t first, second;
-        __builtin_memcpy(&first, src + i * 8, 8);
-        __builtin_memcpy(&second, src + i * 8 + 1, 8);
-        uint64_t word = ((first << shift) & high) | ((second >> (8 - shift)) & low);
-        __builtin_memcpy(dst + i * 8, &word, 8);
-    }
-    for (ptrdiff_t j = words * 8; j < count; ++j)
-        dst[j] = shiftedByte(src, j, shift, true);
+    for (ptrdiff_t i = 0; i < words; ++i)
+        shiftWord(i * 8);
+    shiftWord(count - 8);
 }
 
 void alignBits(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n)
@@ -139,26 +143,58 @@ inline uint64_t byteLanes(uint8_t bits)
     return tops | (tops - (tops >> 7));
 }
 
-// Byte lanes of n bits from the first of *bits on; writes whole groups of eight.
-void byteLanesOf(const uint8_t* bits, uint8_t* lanes, ptrdiff_t n)
+#if defined(__AVX2__)
+// For bits that begin at bit `bit` of eight bytes: lane i takes byte (bit + i) / 8 and the bit 128 >> (bit + i) % 8 of it.
+struct LaneSource {
+    alignas(32) uint8_t byte[8][32];
+    alignas(32) uint8_t mask[8][32];
+};
+
+constexpr LaneSource makeLaneSource()
 {
-    ptrdiff_t bytes = (n + 7) >> 3;
+    LaneSource source = {};
+    for (int bit = 0; bit < 8; ++bit)
+        for (int i = 0; i < 32; ++i) {
+            source.byte[bit][i] = uint8_t((bit + i) >> 3);
+            source.mask[bit][i] = uint8_t(128 >> ((bit + i) & 7));
+        }
+    return source;
+}
+
+constexpr LaneSource laneSource = makeLaneSource();
+#endif
+
+// Byte lanes of n bits, the first being bit 7 - bit of *bits; writes whole groups of 32.
+void byteLanesOf(const uint8_t* bits, int bit, uint8_t* lanes, ptrdiff_t n)
+{
+    ptrdiff_t bytes = (bit + n + 7) >> 3;
     ptrdiff_t j = 0;
 #if defined(__AVX2__)
-    const __m256i spread = _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
-    const __m256i bit = _mm256_set1_epi64x(0x0102040810204080);
-    for (; j + 4 <= bytes; j += 4) {
-        int word;
-        memcpy(&word, bits + j, 4);
-        __m256i four = _mm256_shuffle_epi8(_mm256_set1_epi32(word), spread);
-        __m256i set = _mm256_cmpeq_epi8(_mm256_and_si256(four, bit), bit);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + j * 8), set);
+    const __m256i spread = _mm256_load_si256(reinterpret_cast<const __m256i*>(laneSource.byte[bit]));
+    const __m256i wanted = _mm256_load_si256(reinterpret_cast<const __m256i*>(laneSource.mask[bit]));
+    auto group = [&](__m256i eight, ptrdiff_t i) {
+        __m256i mine = _mm256_and_si256(_mm256_shuffle_epi8(eight, spread), wanted);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + i * 8), _mm256_cmpeq_epi8(mine, wanted));
+    };
+    for (; j + 8 <= bytes; j += 4)
+        group(_mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bits + j))), j);
+    for (; j * 8 < n; j += 4) {
+        uint64_t rest = 0;
+        if (bytes >= 8) {
+            memcpy(&rest, bits + bytes - 8, 8);
+            rest >>= 8 * (8 - (bytes - j));
+        } else {
+            for (ptrdiff_t k = j; k < bytes; ++k)
+                rest |= uint64_t(bits[k]) << (8 * (k - j));
+        }
+        group(_mm256_set1_epi64x(int64_t(rest)), j);
     }
-#endif
-    for (; j < bytes; ++j) {
-        uint64_t eight = byteLanes(bits[j]);
+#else
+    for (; j * 8 < n; ++j) {
+        uint64_t eight = byteLanes(shiftedByte(bits, j, bit, j + 1 < bytes));
         memcpy(lanes + j * 8, &eight, 8);
     }
+#endif
 }
 
 template <class T, int step, int values>
@@ -209,50 +245,28 @@ void widenLanes(const uint8_t* pixels, ptrdiff_t step, ptrdiff_t values, T* lane
 template <class T>
 void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* out, ptrdiff_t n)
 {
+    if (sizeof(T) == 1 && step == 1)
+        return byteLanesOf(bits, bit, static_cast<uint8_t*>(out), n);
     constexpr ptrdiff_t most = 1024;  // pixels at a time
-    uint8_t aligned[most / 8];
     uint8_t pixels[most];
     auto* lanes = static_cast<T*>(out);
-    bool direct = sizeof(T) == 1 && step == 1;
     for (ptrdiff_t done = 0; done < n; done += most) {
         ptrdiff_t now = n - done < most ? n - done : most;
-        const uint8_t* chunk = bits + (done >> 3);
-        if (bit) {
-            alignBits(chunk, bit, aligned, 0, now);
-            chunk = aligned;
-        }
-        if (direct && now % 8 == 0) {
-            byteLanesOf(chunk, reinterpret_cast<uint8_t*>(lanes + done), now);
-        } else {
-            byteLanesOf(chunk, pixels, now);
-            widenLanes(pixels, step, values, lanes + done * step, now);
-        }
+        byteLanesOf(bits + (done >> 3), bit, pixels, now);
+        widenLanes(pixels, step, values, lanes + done * step, now);
     }
 }
 
-void packBits(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n)
+// Stores the bits of n pixels; value(i) is the lane of pixel i.
+template <class Value>
+inline __attribute__((always_inline)) void storePixelBits(uint8_t* d, int bit, ptrdiff_t n, Value value)
 {
-    ptrdiff_t j = 0;
-#if defined(__AVX2__)
-    const __m256i reverse =
-        _mm256_setr_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F, 0x0001020304050607, 0x08090A0B0C0D0E0F);
-    for (; (j + 4) * 8 <= n; j += 4) {
-        __m256i lane = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes + j * 8));
-        int word = _mm256_movemask_epi8(_mm256_shuffle_epi8(lane, reverse));
-        memcpy(bits + j, &word, 4);
-    }
-#endif
-    for (; (j + 1) * 8 <= n; ++j) {
-        uint64_t eight;
-        memcpy(&eight, lanes + j * 8, 8);
-        bits[j] = uint8_t(((eight & 0x0102040810204080u) * 0x0101010101010101u) >> 56);
-    }
-    if (j * 8 < n) {
-        uint8_t byte = 0;
-        for (ptrdiff_t i = j * 8; i < n; ++i)
-            byte = uint8_t(byte | (lanes[i] & (128 >> (i & 7))));
-        bits[j] = byte;
-    }
+    storeBits(d, bit, n, value, [=](ptrdiff_t start, ptrdiff_t count) {
+        uint8_t lanes[bitBlock] = {};
+        for (ptrdiff_t k = 0; k < count; ++k)
+            lanes[k] = value(start + k);
+        return __builtin_bswap64(packedLanes(lanes));
+    });
 }
 
 void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
@@ -263,32 +277,29 @@ void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
         out[i] &= 1;
 }
 
-template <int step, int values>
-void allLanesAs(const uint8_t* lanes, uint8_t* out, ptrdiff_t n)
+void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n)
 {
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        uint8_t all = lanes[i * step];
-        for (int k = 1; k < values; ++k)
-            all &= lanes[i * step + k];
-        out[i] = all;
-    }
-}
-
-void allLanes(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* out, ptrdiff_t n)
-{
-    if (step == 3 && values == 3)
-        allLanesAs<3, 3>(lanes, out, n);
-    else if (step == 4 && values == 4)
-        allLanesAs<4, 4>(lanes, out, n);
-    else if (step == 4 && values == 3)
-        allLanesAs<4, 3>(lanes, out, n);
-    else
-        for (ptrdiff_t i = 0; i < n; ++i) {
+    if (step == 3 && values == 1) {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i * 3]; });
+    } else if (step == 3 && values == 3) {
+        storePixelBits(d, bit, n,
+                       [=](ptrdiff_t i) { return uint8_t(lanes[i * 3] & lanes[i * 3 + 1] & lanes[i * 3 + 2]); });
+    } else if (step == 4) {
+        // Lanes that do not count are taken as set.
+        const uint32_t others = values < 4 ? 0xFFFFFFFFu << (8 * values) : 0;
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
+            uint32_t pixel;
+            __builtin_memcpy(&pixel, lanes + i * 4, 4);
+            return uint8_t((pixel | others) == 0xFFFFFFFFu ? 0xFF : 0);
+        });
+    } else {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
             uint8_t all = 0xFF;
             for (ptrdiff_t k = 0; k < values; ++k)
                 all &= lanes[i * step + k];
-            out[i] = all;
-        }
+            return all;
+        });
+    }
 }
 
 // ---- Values -------------------------------------------------------------------------------------------------------
@@ -312,7 +323,7 @@ template <class T>
 void fillRun(const void*, const void* scalar, void* d, ptrdiff_t n)
 {
     const T value = *static_cast<const T*>(scalar);
-    storeRow(static_cast<T*>(d), n, [=](ptrdiff_t) { return value; });
+    storeRow(static_cast<T*>(d), n, false, [=](ptrdiff_t) { return value; });
 }
 
 template <class T>
@@ -320,8 +331,15 @@ void fillSelect(const void*, const void* scalar, void* d, const void* lanes, ptr
 {
     const T value = *static_cast<const T*>(scalar);
     auto* z = static_cast<T*>(d);
-    auto* lane = static_cast<const T*>(lanes);
-    storeRow(z, n, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, z[i]); });
+    auto* lane = static_cast<const Lane<T>*>(lanes);
+    storeRow(z, n, false, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, z[i]); });
+}
+
+template <class T>
+void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
+{
+    const T value = *static_cast<const T*>(scalar);
+    maskRow(static_cast<T*>(d), n, bits, bit, [=](ptrdiff_t) { return value; });
 }
 
 struct And {
@@ -331,9 +349,9 @@ struct And {
 };
 
 template <class T>
-constexpr OwnRowKernel copyOf = {copyRun<T>, OneSourceRows<Copy<T>>::select};
+constexpr OwnRowKernel copyOf = {copyRun<T>, OneSourceRows<Copy<T>>::select, OneSourceRows<Copy<T>>::masked};
 template <class T>
-constexpr OwnRowKernel fillOf = {fillRun<T>, fillSelect<T>};
+constexpr OwnRowKernel fillOf = {fillRun<T>, fillSelect<T>, fillMasked<T>};
 
 }  // namespace
 
@@ -348,9 +366,8 @@ const OwnRowKernels ownRowKernels = {
      fillOf<uint32_t>},
     TwoSourceRows<And>::kernel,
     alignBits,
-    packBits,
+    allBits,
     unpackBits,
-    allLanes,
 };
 
 }  // namespace OWN_ISA

@@ -11,7 +11,7 @@ struct OwnRowKernels {
     void (*gather[3])(const void* src, ptrdiff_t step, ptrdiff_t values, void* dst, ptrdiff_t n);
     void (*scatter[3])(const void* src, void* dst, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n);
     // Makes lanes of n mask bits, the first being bit 7 - bit of *bits: for each pixel `step` lanes, of which the first
-    // `values` have all bits set where the mask bit is set.
+    // `values` have all bits set where the mask bit is set. There must be room for n rounded up to 32 pixels.
     void (*lanes[3])(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n);
 
     // By depth; 1U takes its rows as bytes.
@@ -23,12 +23,11 @@ struct OwnRowKernels {
     // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
     // copied are cleared.
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
-    // Makes bits of n lanes, bytes of 0 or 255; the last byte is filled up with zeros.
-    void (*packBits)(const uint8_t* lanes, uint8_t* bits, ptrdiff_t n);
-    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits.
+    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are, from bit 7 - bit of
+    // *d on. Bits around them stay.
+    void (*allBits)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n);
+    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits. There must be room for n rounded up to 32.
     void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
-    // out[i] = the AND of the first `values` of the `step` lanes of pixel i.
-    void (*allLanes)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* out, ptrdiff_t n);
 };
 
 OWN_KERNEL_TABLE(OwnRowKernels, ownRowKernels)

@@ -1,5 +1,7 @@
 #include "ownwalk.h"
 
+#include "ownborder.h"
+
 namespace {
 
 constexpr int mostImages = 3;
@@ -144,4 +146,52 @@ bool ownBandWalk(const OwnReport& report, const OwnWalkImage* images, int count,
         y += height;
     }
     return true;
+}
+
+void ownShowLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile)
+{
+    work.take(image);
+    work.showTile(image, tile);
+    work.setRegion(cell.xInTile, cell.yInTile, cell.width, cell.height);
+}
+
+void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell)
+{
+    work.take(image);
+    OwnRect rect = ownRoiRect(image);
+    work.setRegion(rect.x + cell.x, rect.y + cell.y, cell.width, cell.height);
+}
+
+bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell)
+{
+    OwnRect rect = ownRoiRect(*image);
+    int32_t x = rect.x + cell.x;
+    int32_t y = rect.y + cell.y;
+    const OrvTileInfo& tiles = *image->tileInfo;
+    column = x / tiles.width;
+    row = y / tiles.height;
+    work.take(*image);
+    if ((x + cell.width - 1) / tiles.width != column || (y + cell.height - 1) / tiles.height != row) {
+        int32_t step;
+        block.data = ownBorderedRect(image, x, y, cell.width, cell.height, &step);
+        if (block)
+            work.showBlock(block.data, step, cell.width, cell.height);
+        return bool(block);
+    }
+    tile = ownOpenTile(image, column, row, ORV_TILE_READ);
+    if (!tile)
+        return false;
+    tiled = image;
+    work.showTile(*image, tile);
+    work.setRegion(x - column * tiles.width, y - row * tiles.height, cell.width, cell.height);
+    return true;
+}
+
+void OwnFetchedCell::release()
+{
+    if (!tiled)
+        return;
+    tiled->tileInfo->tileData = tile;
+    ownReleaseTile(tiled, column, row);
+    tiled = nullptr;
 }

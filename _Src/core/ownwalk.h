@@ -9,6 +9,7 @@
 
 #include "ownregion.h"
 #include "ownreport.h"
+#include "ownscratch.h"
 
 struct OwnWalkImage {
     OrvImage* image;
@@ -55,6 +56,28 @@ bool ownGridWalk(const OrvImage& leading, OwnSize region, Visit visit)
     }
     return true;
 }
+
+// Working headers of a cell: in the leading image's tile, and in another image of plain memory.
+void ownShowLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile);
+void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell);
+
+// A cell of another image that is tiled: in a block that is filled from its tiles, or, where one tile holds all of it, that
+// tile itself, which is then open for reading until release().
+struct OwnFetchedCell {
+    OwnWork work;  // plain memory, its region the cell
+
+    // False if there is no memory or a tile does not come, without a report.
+    bool fetch(OrvImage* image, const OwnCell& cell);
+
+    // The pixels are not needed any more; nothing without a fetch.
+    void release();
+
+private:
+    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
+    OrvImage* tiled = nullptr;  // the image whose tile is open
+    uint8_t* tile = nullptr;
+    int32_t column = 0, row = 0;
+};
 
 // Opens a tile of an image for ORV_TILE_READ or ORV_TILE_WRITE and answers its pixels, NULL if it does not come.
 inline uint8_t* ownOpenTile(OrvImage* image, int32_t column, int32_t row, int32_t mode)

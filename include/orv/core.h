@@ -278,8 +278,8 @@ ORV_API(void) orvFree(void* pointer);
 
 /* ---- Images: creation, validation, release ------------------------------------------------------------------------ */
 
-/* Makes an image header without pixel data. `colorModel` and `channelSeq` are texts of which 4 bytes are read (a text of
- * up to 3 characters with its terminator serves). `roi`, `maskROI` and `tileInfo` may be NULL and are only pointed at.
+/* Makes an image header without pixel data. `colorModel` and `channelSeq` are texts of which 4 characters are
+ * taken, or fewer where they end before. `roi`, `maskROI` and `tileInfo` may be NULL and are only pointed at.
  * The borders are set to ORV_BORDER_CONSTANT with constants of 0. The header goes back through orvDeallocate.
  *
  * Returns NULL after a report with the context "Incorrect data-ins", the first fault deciding: ORV_STATUS_BAD_IMAGE_SIZE

@@ -216,9 +216,12 @@ void Picture::closeTile(Store* store)
 
 uint8_t* Picture::locate(int x, int y, int c, int& bit) const
 {
-    const Store* store = storeAt(x / storeWidth, y / storeHeight);
-    x %= storeWidth;
-    y %= storeHeight;
+    const Store* store = stores[0].get();
+    if (spec.tileWidth > 0) {
+        store = storeAt(x / storeWidth, y / storeHeight);
+        x %= storeWidth;
+        y %= storeHeight;
+    }
     bool planes = spec.order == ORV_DATA_ORDER_PLANE;
     size_t row = size_t(planes ? c * storeHeight + y : y);
     size_t position = size_t(planes ? x : x * spec.channels + c) * size_t(bits);

@@ -100,6 +100,14 @@ public:
                 for (int c = 0; c < spec.channels; ++c)
                     set(x, y, c, double(rule(x, y, c)));
     }
+    template <class Rule>
+    void fillRaw(Rule rule)
+    {
+        for (int y = 0; y < spec.height; ++y)
+            for (int x = 0; x < spec.width; ++x)
+                for (int c = 0; c < spec.channels; ++c)
+                    setRaw(x, y, c, uint32_t(rule(x, y, c)));
+    }
     void fillRandom(uint64_t seed);
 
     // All channel values as bit patterns, row by row, pixel by pixel, channel by channel: the same for all layouts.
