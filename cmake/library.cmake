@@ -61,10 +61,16 @@ target_include_directories(orvz3 PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 if(WIN32)
   set_target_properties(orvz3 PROPERTIES PREFIX "")
-  target_link_options(orvz3 PRIVATE -static-libgcc)
+  target_link_options(orvz3 PRIVATE -static)
 else()
   target_link_libraries(orvz3 PRIVATE m)
   target_link_options(orvz3 PRIVATE -static-libgcc -Wl,--no-undefined -Wl,--as-needed
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
   set_target_properties(orvz3 PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+endif()
+if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_link_options(orvz3 PRIVATE -Wl,--kill-at)
+  add_custom_command(TARGET orvz3 POST_BUILD VERBATIM COMMAND_EXPAND_LISTS
+    COMMAND ${PROJECT_SOURCE_DIR}/cmake/make-import-library ${CMAKE_NM} ${CMAKE_DLLTOOL}
+      $<TARGET_FILE:orvz3> $<TARGET_LINKER_FILE:orvz3> $<TARGET_OBJECTS:orvz3_entries>)
 endif()

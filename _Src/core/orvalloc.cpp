@@ -14,6 +14,7 @@
 #include "ownheap.h"
 #include "ownlayout.h"
 #include "ownreport.h"
+#include "ownscratch.h"
 
 namespace {
 
@@ -35,20 +36,6 @@ void* allocateBlock(int32_t count, size_t elementSize)
     auto* aligned = reinterpret_cast<void**>(address);
     aligned[-1] = block;
     return aligned;
-}
-
-bool isDepth(uint32_t depth)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U:
-    case ORV_DEPTH_8U:
-    case ORV_DEPTH_8S:
-    case ORV_DEPTH_16U:
-    case ORV_DEPTH_16S:
-    case ORV_DEPTH_32S:
-    case ORV_DEPTH_32F: return true;
-    default: return false;
-    }
 }
 
 int32_t checkHeader(OrvImage* image, int maskLevel);
@@ -75,7 +62,7 @@ int32_t valueFault(const OrvImage& image, bool hasModelTexts, int maskLevel)
         return ORV_STATUS_BAD_1U_CHANNELS;
     if (!hasModelTexts)
         return ORV_STATUS_BAD_COLOR_MODEL;
-    if (!isDepth(image.depth))
+    if (!ownIsDepth(image.depth))
         return ORV_STATUS_BAD_DEPTH;
     if (image.alphaChannel != 0 && image.alphaChannel != image.nChannels)
         return ORV_STATUS_BAD_ALPHA_CHANNEL;
@@ -141,16 +128,28 @@ int32_t checkHeader(OrvImage* image, int maskLevel)
     return fault;
 }
 
-// Computes widthStep and imageSize of a plain image; false if they do not fit their fields.
-bool plainSizes(const OrvImage& image, int32_t& widthStep, int32_t& imageSize)
+struct Sizes {
+    int32_t widthStep;
+    int32_t imageSize;
+    bool fit;  // false if one of them does not fit its field, which then holds the largest value
+};
+
+Sizes sizesOf(const OrvImage& image)
 {
     int64_t step = ownLineBytes(image.dataOrder, image.depth, image.align, image.nChannels, image.width);
     int64_t rows = int64_t{image.height} * (image.dataOrder == ORV_DATA_ORDER_PLANE ? image.nChannels : 1);
-    if (step > INT32_MAX || rows > INT32_MAX || step * rows > INT32_MAX)
-        return false;
-    widthStep = int32_t(step);
-    imageSize = int32_t(step * rows);
-    return true;
+    if (step > INT32_MAX)
+        return {INT32_MAX, INT32_MAX, false};
+    if (rows > INT32_MAX / step)
+        return {int32_t(step), INT32_MAX, false};
+    return {int32_t(step), int32_t(step * rows), true};
+}
+
+// Takes 4 bytes from a text, or what it has before its terminator, so that short literals serve too.
+void copyFourBytes(char (&field)[4], const char* text)
+{
+    for (int i = 0; i < 4 && text[i]; ++i)
+        field[i] = text[i];
 }
 
 // The 32-bit word that repeats `value` at the depth's width.
@@ -170,24 +169,23 @@ void allocateData(const OwnReport& report, OrvImage* image, bool doFill, uint32_
         report(fault, "Incorrect data-ins");
         return;
     }
-    int32_t widthStep;
-    int32_t imageSize;
-    if (!plainSizes(*image, widthStep, imageSize)) {
+    Sizes sizes = sizesOf(*image);
+    if (!sizes.fit) {
         report(ORV_STATUS_BAD_IMAGE_SIZE, "Incorrect data-ins");
         return;
     }
-    image->imageDataBlock = static_cast<uint8_t*>(ownHeapAlloc(size_t(imageSize) + size_t(image->align) - 1));
+    image->imageDataBlock = static_cast<uint8_t*>(ownHeapAlloc(size_t(sizes.imageSize) + size_t(image->align) - 1));
     if (!image->imageDataBlock) {
         report(ORV_STATUS_NO_MEMORY, "for allocate image data");
         return;
     }
     uintptr_t mask = uintptr_t(image->align) - 1;
     image->imageData = reinterpret_cast<uint8_t*>((reinterpret_cast<uintptr_t>(image->imageDataBlock) + mask) & ~mask);
-    image->widthStep = widthStep;
-    image->imageSize = imageSize;
+    image->widthStep = sizes.widthStep;
+    image->imageSize = sizes.imageSize;
     if (doFill) {
         uint32_t pattern = fillPattern(image->depth, fillValue);
-        for (int32_t i = 0; i < imageSize; i += 4)
+        for (int32_t i = 0; i < sizes.imageSize; i += 4)
             memcpy(image->imageData + i, &pattern, 4);
     }
 }
@@ -246,18 +244,20 @@ OrvImage* ORV_CALL orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel,
     header.imageTag = imageTag;
     header.tileInfo = tileInfo;
     int32_t fault = valueFault(header, colorModel && channelSeq, 0);
-    if (!fault && !plainSizes(header, header.widthStep, header.imageSize)) {
-        if (!tileInfo)
+    if (!fault) {
+        Sizes sizes = sizesOf(header);
+        header.widthStep = sizes.widthStep;
+        header.imageSize = sizes.imageSize;
+        // Tiles have no buffer that must fit.
+        if (!sizes.fit && !tileInfo)
             fault = ORV_STATUS_BAD_IMAGE_SIZE;
-        header.widthStep = INT32_MAX;
-        header.imageSize = INT32_MAX;
     }
     if (fault) {
         report(fault, "Incorrect data-ins");
         return nullptr;
     }
-    memcpy(header.colorModel, colorModel, 4);
-    memcpy(header.channelSeq, channelSeq, 4);
+    copyFourBytes(header.colorModel, colorModel);
+    copyFourBytes(header.channelSeq, channelSeq);
     for (int side = 0; side < 4; ++side)
         header.borderMode[side] = ORV_BORDER_CONSTANT;
     auto* image = static_cast<OrvImage*>(orvMalloc(sizeof(OrvImage)));
@@ -342,9 +342,11 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
     constexpr OwnReport report{"orvCloneImage", source};
     if (!report.goodImage(image))
         return nullptr;
-    OrvImage* clone = orvCreateImageHeader(image->nChannels, image->alphaChannel, image->depth, image->colorModel,
-                                           image->channelSeq, image->dataOrder, image->origin, image->align,
-                                           image->width, image->height, nullptr, nullptr, nullptr, nullptr);
+    OwnTempImage owner(orvCreateImageHeader(image->nChannels, image->alphaChannel, image->depth, image->colorModel,
+                                            image->channelSeq, image->dataOrder, image->origin, image->align,
+                                            image->width, image->height, nullptr, nullptr, nullptr, nullptr));
+    owner.flags |= ORV_IMAGE_ROI;
+    OrvImage* clone = owner.image;
     if (!clone) {
         report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate header for clone image");
         return nullptr;
@@ -361,7 +363,6 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
         clone->roi = orvCreateROI(roi->coi, roi->xOffset, roi->yOffset, roi->width, roi->height);
         if (!clone->roi) {
             report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate roi for clone image");
-            orvDeallocate(clone, ORV_IMAGE_HEADER);
             return nullptr;
         }
     }
@@ -371,14 +372,13 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
         orvAllocateImage(clone, 0, 0);
     if (!clone->imageData) {
         report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate imageData for clone image");
-        orvDeallocate(clone, ORV_IMAGE_HEADER | ORV_IMAGE_ROI);
         return nullptr;
     }
     if (image->imageData) {
         int32_t size = image->imageSize < clone->imageSize ? image->imageSize : clone->imageSize;
         memcpy(clone->imageData, image->imageData, size_t(size));
     }
-    return clone;
+    return owner.release();
 }
 
 OrvROI* ORV_CALL orvCreateROI(int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width, int32_t height)

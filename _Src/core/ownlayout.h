@@ -17,6 +17,33 @@ inline int ownValueBytes(uint32_t depth)
     return ownDepthBits(depth) / 8;
 }
 
+inline bool ownIsDepth(uint32_t depth)
+{
+    switch (depth) {
+    case ORV_DEPTH_1U:
+    case ORV_DEPTH_8U:
+    case ORV_DEPTH_8S:
+    case ORV_DEPTH_16U:
+    case ORV_DEPTH_16S:
+    case ORV_DEPTH_32S:
+    case ORV_DEPTH_32F: return true;
+    default: return false;
+    }
+}
+
+// Cuts a value to the range of an integer depth; 32F keeps it.
+inline int32_t ownClampToDepth(uint32_t depth, int32_t value)
+{
+    switch (depth) {
+    case ORV_DEPTH_1U: return value < 0 ? 0 : value > 1 ? 1 : value;
+    case ORV_DEPTH_8U: return value < 0 ? 0 : value > 255 ? 255 : value;
+    case ORV_DEPTH_8S: return value < -128 ? -128 : value > 127 ? 127 : value;
+    case ORV_DEPTH_16U: return value < 0 ? 0 : value > 65535 ? 65535 : value;
+    case ORV_DEPTH_16S: return value < -32768 ? -32768 : value > 32767 ? 32767 : value;
+    default: return value;
+    }
+}
+
 // The length in bytes of a row of `width` pixels, padding included, without the limits of a header's fields.
 inline int64_t ownLineBytes(int32_t dataOrder, uint32_t depth, int32_t align, int32_t nChannels, int32_t width)
 {
@@ -26,4 +53,11 @@ inline int64_t ownLineBytes(int32_t dataOrder, uint32_t depth, int32_t align, in
         values = INT64_MAX / 64;
     int64_t alignBits = int64_t{align} * 8;
     return ((ownDepthBits(depth) * values + alignBits - 1) & -alignBits) / 8;
+}
+
+// The same as it stands in a header; what does not fit is cut, and nothing can be stored there.
+inline int32_t ownLineWidth(int32_t dataOrder, uint32_t depth, int32_t align, int32_t nChannels, int32_t width)
+{
+    int64_t bytes = ownLineBytes(dataOrder, depth, align, nChannels, width);
+    return bytes > INT32_MAX ? INT32_MAX : int32_t(bytes);
 }

@@ -1,1 +1,383 @@
-// Row kernels of the frame.
+// The frame's own row kernels.
+#include "ownrows.h"
+
+#include <string.h>
+
+#include "ownbits.h"
+
+namespace OWN_ISA {
+namespace {
+
+// ---- Between layouts ----------------------------------------------------------------------------------------------
+
+// A layout known at compile time is vectorised; `step` and `values` of 0 stand for those of the call.
+template <class T, int step, int values>
+void gatherAs(const T* src, T* dst, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        for (int k = 0; k < values; ++k)
+            dst[i * values + k] = src[i * step + k];
+}
+
+template <class T, int step, int values>
+void scatterAs(const T* src, T* dst, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        for (int k = 0; k < values; ++k)
+            dst[i * step + k] = src[i * values + k];
+}
+
+template <class T>
+void gather(const void* from, ptrdiff_t step, ptrdiff_t values, void* to, ptrdiff_t n)
+{
+    auto* src = static_cast<const T*>(from);
+    auto* dst = static_cast<T*>(to);
+    if (values == step)
+        memcpy(dst, src, size_t(n * step) * sizeof(T));
+    else if (values == 1 && step == 2)
+        gatherAs<T, 2, 1>(src, dst, n);
+    else if (values == 1 && step == 3)
+        gatherAs<T, 3, 1>(src, dst, n);
+    else if (values == 1 && step == 4)
+        gatherAs<T, 4, 1>(src, dst, n);
+    else if (values == 3 && step == 4)
+        gatherAs<T, 4, 3>(src, dst, n);
+    else
+        for (ptrdiff_t i = 0; i < n; ++i)
+            for (ptrdiff_t k = 0; k < values; ++k)
+                dst[i * values + k] = src[i * step + k];
+}
+
+template <class T>
+void scatter(const void* from, void* to, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n)
+{
+    auto* src = static_cast<const T*>(from);
+    auto* dst = static_cast<T*>(to);
+    if (values == step)
+        memcpy(dst, src, size_t(n * step) * sizeof(T));
+    else if (values == 1 && step == 3)
+        scatterAs<T, 3, 1>(src, dst, n);
+    else if (values == 1 && step == 4)
+        scatterAs<T, 4, 1>(src, dst, n);
+    else if (values == 3 && step == 4)
+        scatterAs<T, 4, 3>(src, dst, n);
+    else
+        for (ptrdiff_t i = 0; i < n; ++i)
+            for (ptrdiff_t k = 0; k < values; ++k)
+                dst[i * step + k] = src[i * values + k];
+}
+
+// ---- Bits ---------------------------------------------------------------------------------------------------------
+
+// A byte of src that begins `shift` bits after its byte k; byte k + 1 is looked at only where bits come from it.
+inline uint8_t shiftedByte(const uint8_t* src, ptrdiff_t k, int shift, bool whole)
+{
+    unsigned byte = unsigned(src[k]) << shift;
+    if (shift && whole)
+        byte |= src[k + 1] >> (8 - shift);
+    return uint8_t(byte);
+}
+
+// dst byte j = the eight bits from bit shift of src byte j on, for count bytes; src has count + 1 bytes.
+void shiftBytes(const uint8_t* src, int shift, uint8_t* dst, ptrdiff_t count)
+{
+    // Eight bytes at a time: what a shift of the whole word carries over from a neighbour byte is masked out.
+    const uint64_t every = 0x0101010101010101u;
+    const uint64_t high = every * uint8_t(0xFF << shift);
+    const uint64_t low = every * uint8_t(0xFF >> (8 - shift));
+    auto shiftWord = [=](ptrdiff_t j) {
+        uint64_t first, second;
+        __builtin_memcpy(&first, src + j, 8);
+        __builtin_memcpy(&second, src + j + 1, 8);
+        uint64_t word = ((first << shift) & high) | ((second >> (8 - shift)) & low);
+        __builtin_memcpy(dst + j, &word, 8);
+    };
+    if (count < 8) {
+        for (ptrdiff_t j = 0; j < count; ++j)
+            dst[j] = shiftedByte(src, j, shift, true);
+        return;
+    }
+    ptrdiff_t words = count / 8;
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < words; ++i)
+        shiftWord(i * 8);
+    shiftWord(count - 8);
+}
+
+void alignBits(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n)
+{
+    if (n <= 0)
+        return;
+    // The source may begin in the byte before the one that falls on dst's second byte.
+    int lag = srcBit - dstBit;
+    ptrdiff_t bytes = (dstBit + n + 7) >> 3;
+    int shift = lag & 7;
+    const uint8_t* base = src + (lag < 0 ? -1 : 0);  // dst byte j begins at bit `shift` of base byte j
+    ptrdiff_t lastSource = (src - base) + ((srcBit + n - 1) >> 3);
+    auto edgeByte = [&](ptrdiff_t j) {
+        if (base + j < src)  // bits from src[0] alone
+            return uint8_t(src[0] >> (8 - shift));
+        return shiftedByte(base, j, shift, j + 1 <= lastSource);
+    };
+    uint8_t firstMask = uint8_t(0xFF >> dstBit);
+    uint8_t lastMask = uint8_t(0xFF << (bytes * 8 - dstBit - n));
+    if (bytes == 1) {
+        dst[0] = edgeByte(0) & firstMask & lastMask;
+        return;
+    }
+    dst[0] = edgeByte(0) & firstMask;
+    if (shift == 0)
+        memcpy(dst + 1, base + 1, size_t(bytes - 2));
+    else
+        shiftBytes(base + 1, shift, dst + 1, bytes - 2);
+    dst[bytes - 1] = edgeByte(bytes - 1) & lastMask;
+}
+
+// The eight byte lanes of a byte of bits, the most significant bit first.
+inline uint64_t byteLanes(uint8_t bits)
+{
+    uint64_t spread = (bits * 0x0101010101010101u) & 0x0102040810204080u;
+    uint64_t tops = (spread + 0x7F7F7F7F7F7F7F7Fu) & 0x8080808080808080u;
+    return tops | (tops - (tops >> 7));
+}
+
+#if defined(__AVX2__)
+// For bits that begin at bit `bit` of eight bytes: lane i takes byte (bit + i) / 8 and the bit 128 >> (bit + i) % 8 of it.
+struct LaneSource {
+    alignas(32) uint8_t byte[8][32];
+    alignas(32) uint8_t mask[8][32];
+};
+
+constexpr LaneSource makeLaneSource()
+{
+    LaneSource source = {};
+    for (int bit = 0; bit < 8; ++bit)
+        for (int i = 0; i < 32; ++i) {
+            source.byte[bit][i] = uint8_t((bit + i) >> 3);
+            source.mask[bit][i] = uint8_t(128 >> ((bit + i) & 7));
+        }
+    return source;
+}
+
+constexpr LaneSource laneSource = makeLaneSource();
+#endif
+
+// Byte lanes of n bits, the first being bit 7 - bit of *bits; writes whole groups of 32.
+void byteLanesOf(const uint8_t* bits, int bit, uint8_t* lanes, ptrdiff_t n)
+{
+    ptrdiff_t bytes = (bit + n + 7) >> 3;
+    ptrdiff_t j = 0;
+#if defined(__AVX2__)
+    const __m256i spread = _mm256_load_si256(reinterpret_cast<const __m256i*>(laneSource.byte[bit]));
+    const __m256i wanted = _mm256_load_si256(reinterpret_cast<const __m256i*>(laneSource.mask[bit]));
+    auto group = [&](__m256i eight, ptrdiff_t i) {
+        __m256i mine = _mm256_and_si256(_mm256_shuffle_epi8(eight, spread), wanted);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + i * 8), _mm256_cmpeq_epi8(mine, wanted));
+    };
+    for (; j + 8 <= bytes; j += 4)
+        group(_mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bits + j))), j);
+    for (; j * 8 < n; j += 4) {
+        uint64_t rest = 0;
+        if (bytes >= 8) {
+            memcpy(&rest, bits + bytes - 8, 8);
+            rest >>= 8 * (8 - (bytes - j));
+        } else {
+            for (ptrdiff_t k = j; k < bytes; ++k)
+                rest |= uint64_t(bits[k]) << (8 * (k - j));
+        }
+        group(_mm256_set1_epi64x(int64_t(rest)), j);
+    }
+#else
+    for (; j * 8 < n; ++j) {
+        uint64_t eight = byteLanes(shiftedByte(bits, j, bit, j + 1 < bytes));
+        memcpy(lanes + j * 8, &eight, 8);
+    }
+#endif
+}
+
+template <class T, int step, int values>
+void widenLanesAs(const uint8_t* pixels, T* lanes, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        T lane = T(int8_t(pixels[i]));
+        for (int k = 0; k < step; ++k)
+            lanes[i * step + k] = k < values ? lane : T(0);
+    }
+}
+
+// Four byte lanes a pixel are one word.
+template <int values>
+void widenToWords(const uint8_t* pixels, uint8_t* lanes, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        uint32_t word = uint32_t(int8_t(pixels[i])) & (0xFFFFFFFFu >> (8 * (4 - values)));
+        __builtin_memcpy(lanes + i * 4, &word, 4);
+    }
+}
+
+template <class T>
+void widenLanes(const uint8_t* pixels, ptrdiff_t step, ptrdiff_t values, T* lanes, ptrdiff_t n)
+{
+    if (step == 1)
+        widenLanesAs<T, 1, 1>(pixels, lanes, n);
+    else if (step == 3 && values == 3)
+        widenLanesAs<T, 3, 3>(pixels, lanes, n);
+    else if (step == 3 && values == 1)
+        widenLanesAs<T, 3, 1>(pixels, lanes, n);
+    else if (step == 4 && sizeof(T) == 1 && values == 4)
+        widenToWords<4>(pixels, reinterpret_cast<uint8_t*>(lanes), n);
+    else if (step == 4 && sizeof(T) == 1 && values == 3)
+        widenToWords<3>(pixels, reinterpret_cast<uint8_t*>(lanes), n);
+    else if (step == 4 && values == 4)
+        widenLanesAs<T, 4, 4>(pixels, lanes, n);
+    else if (step == 4 && values == 3)
+        widenLanesAs<T, 4, 3>(pixels, lanes, n);
+    else
+        for (ptrdiff_t i = 0; i < n; ++i)
+            for (ptrdiff_t k = 0; k < step; ++k)
+                lanes[i * step + k] = k < values ? T(int8_t(pixels[i])) : T(0);
+}
+
+template <class T>
+void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* out, ptrdiff_t n)
+{
+    if (sizeof(T) == 1 && step == 1)
+        return byteLanesOf(bits, bit, static_cast<uint8_t*>(out), n);
+    constexpr ptrdiff_t most = 1024;  // pixels at a time
+    uint8_t pixels[most];
+    auto* lanes = static_cast<T*>(out);
+    for (ptrdiff_t done = 0; done < n; done += most) {
+        ptrdiff_t now = n - done < most ? n - done : most;
+        byteLanesOf(bits + (done >> 3), bit, pixels, now);
+        widenLanes(pixels, step, values, lanes + done * step, now);
+    }
+}
+
+// Stores the bits of n pixels; value(i) is the lane of pixel i.
+template <class Value>
+inline __attribute__((always_inline)) void storePixelBits(uint8_t* d, int bit, ptrdiff_t n, Value value)
+{
+    storeBits(d, bit, n, value, [=](ptrdiff_t start, ptrdiff_t count) {
+        uint8_t lanes[bitBlock] = {};
+        for (ptrdiff_t k = 0; k < count; ++k)
+            lanes[k] = value(start + k);
+        return __builtin_bswap64(packedLanes(lanes));
+    });
+}
+
+void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
+{
+    expandLanes<uint8_t>(bits, bit, 1, 1, out, n);
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        out[i] &= 1;
+}
+
+void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n)
+{
+    if (step == 1) {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i]; });
+    } else if (step == 3 && values == 1) {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i * 3]; });
+    } else if (step == 3 && values == 3) {
+        storePixelBits(d, bit, n,
+                       [=](ptrdiff_t i) { return uint8_t(lanes[i * 3] & lanes[i * 3 + 1] & lanes[i * 3 + 2]); });
+    } else if (step == 4) {
+        // Lanes that do not count are taken as set.
+        const uint32_t others = values < 4 ? 0xFFFFFFFFu << (8 * values) : 0;
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
+            uint32_t pixel;
+            __builtin_memcpy(&pixel, lanes + i * 4, 4);
+            return uint8_t((pixel | others) == 0xFFFFFFFFu ? 0xFF : 0);
+        });
+    } else {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
+            uint8_t all = 0xFF;
+            for (ptrdiff_t k = 0; k < values; ++k)
+                all &= lanes[i * step + k];
+            return all;
+        });
+    }
+}
+
+// ---- Values -------------------------------------------------------------------------------------------------------
+
+template <class T>
+struct Copy {
+    using Source = T;
+    using Result = T;
+    explicit Copy(const void*) {}
+    T operator()(T a) const { return a; }
+};
+
+// Rows of one image may lie in the same buffer as the other's, shifted.
+template <class T>
+void copyRun(const void* a, const void*, void* d, ptrdiff_t n)
+{
+    memmove(d, a, size_t(n) * sizeof(T));
+}
+
+template <class T>
+void fillRun(const void*, const void* scalar, void* d, ptrdiff_t n)
+{
+    const T value = *static_cast<const T*>(scalar);
+    storeRow(static_cast<T*>(d), n, false, [=](ptrdiff_t) { return value; });
+}
+
+template <class T>
+void fillSelect(const void*, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
+{
+    const T value = *static_cast<const T*>(scalar);
+    auto* z = static_cast<T*>(d);
+    auto* lane = static_cast<const Lane<T>*>(lanes);
+    storeRow(z, n, false, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, z[i]); });
+}
+
+template <class T>
+void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
+{
+    const T value = *static_cast<const T*>(scalar);
+    maskRow(static_cast<T*>(d), n, bits, bit, [=](ptrdiff_t) { return value; });
+}
+
+void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        d[i] = uint8_t((from[i] & mask[i]) | (d[i] & ~mask[i]));
+}
+
+struct And {
+    using Source = uint8_t;
+    using Result = uint8_t;
+    static uint8_t of(uint8_t a, uint8_t b) { return a & b; }
+};
+
+template <class T>
+constexpr OwnRowKernel copyOf = {copyRun<T>, OneSourceRows<Copy<T>>::select, OneSourceRows<Copy<T>>::masked};
+template <class T>
+constexpr OwnRowKernel fillOf = {fillRun<T>, fillSelect<T>, fillMasked<T>};
+
+}  // namespace
+
+extern const OwnRowKernels ownRowKernels;
+const OwnRowKernels ownRowKernels = {
+    {gather<uint8_t>, gather<uint16_t>, gather<uint32_t>},
+    {scatter<uint8_t>, scatter<uint16_t>, scatter<uint32_t>},
+    {expandLanes<uint8_t>, expandLanes<uint16_t>, expandLanes<uint32_t>},
+    {copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint16_t>, copyOf<uint16_t>, copyOf<uint32_t>,
+     copyOf<uint32_t>},
+    {fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>, fillOf<uint32_t>,
+     fillOf<uint32_t>},
+    TwoSourceRows<And>::kernel,
+    mergeBits,
+    alignBits,
+    unpackBits,
+    allBits,
+};
+
+}  // namespace OWN_ISA

@@ -15,6 +15,7 @@
 #include <ctime>
 
 #include "owncontext.h"
+#include "ownheap.h"
 
 namespace {
 
@@ -143,12 +144,15 @@ bool platformSetRecord(void* record)
 
 void* platformNewRecord(size_t size)
 {
-    return calloc(1, size);
+    void* record = ownHeapAlloc(size);
+    if (record)
+        memset(record, 0, size);
+    return record;
 }
 
 void platformFreeRecord(void* record)
 {
-    free(record);
+    ownHeapFree(record);
 }
 
 void platformFormat(char* text, size_t size, const char* format, ...)

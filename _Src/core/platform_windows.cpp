@@ -21,8 +21,11 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID)
     case DLL_PROCESS_ATTACH: slot = TlsAlloc(); return slot != TLS_OUT_OF_INDEXES && ownThreadStart();
     case DLL_THREAD_ATTACH: return ownThreadStart();
     case DLL_THREAD_DETACH:
-        if (slot != TLS_OUT_OF_INDEXES)
+        if (slot != TLS_OUT_OF_INDEXES) {
             ownThreadEnd(TlsGetValue(slot));
+            // What else runs at the thread's end may call once more, and then gets a new record, not a freed one.
+            TlsSetValue(slot, nullptr);
+        }
         return TRUE;
     case DLL_PROCESS_DETACH:
         if (slot != TLS_OUT_OF_INDEXES) {

@@ -47,14 +47,14 @@ extern "C" {
  * header, minus 100: see ORV_STATUS_OF_MASK. */
 enum {
     ORV_STATUS_OK = 0,
-    ORV_STATUS_BACKTRACE = -1,  /* a nested call failed and has reported; never stored */
+    ORV_STATUS_BACKTRACE = -1, /* a nested call failed and has reported; never stored */
     ORV_STATUS_ERROR = -2,
     ORV_STATUS_INTERNAL = -3,
     ORV_STATUS_NO_MEMORY = -4,
     ORV_STATUS_BAD_ARG = -5,
     ORV_STATUS_UNSUPPORTED = -6,
     ORV_STATUS_NO_CONVERGENCE = -7,
-    ORV_STATUS_AUTOTRACE = -8,  /* for the application's own trace calls; never stored, never raised by the library */
+    ORV_STATUS_AUTOTRACE = -8, /* for the application's own trace calls; never stored, never raised by the library */
     ORV_STATUS_NULL_IMAGE = -9,
     ORV_STATUS_BAD_IMAGE_SIZE = -10,
     ORV_STATUS_BAD_ROI_OFFSET = -11,
@@ -81,7 +81,7 @@ enum {
 };
 
 /* The status of a fault in an image's mask. */
-#define ORV_STATUS_OF_MASK(status) ((status) - 100)
+#define ORV_STATUS_OF_MASK(status) ((status)-100)
 
 /* Error modes, read by the stock report handlers. */
 enum {
@@ -100,13 +100,13 @@ typedef int32_t(ORV_CALL* OrvErrorCallBack)(int32_t status, const char* func, co
 /* Depths: the low bits are the number of bits of a channel value; the top bit says that the value is signed. */
 #define ORV_DEPTH_SIGN 0x80000000u
 #define ORV_DEPTH_MASK 0x7FFFFFFFu
-#define ORV_DEPTH_1U 1u           /* one bit, eight pixels a byte, most significant bit first; one channel only */
+#define ORV_DEPTH_1U 1u /* one bit, eight pixels a byte, most significant bit first; one channel only */
 #define ORV_DEPTH_8U 8u
 #define ORV_DEPTH_8S 0x80000008u
 #define ORV_DEPTH_16U 16u
 #define ORV_DEPTH_16S 0x80000010u
 #define ORV_DEPTH_32S 0x80000020u
-#define ORV_DEPTH_32F 32u         /* 32-bit floating point; there is no unsigned 32-bit depth */
+#define ORV_DEPTH_32F 32u /* 32-bit floating point; there is no unsigned 32-bit depth */
 
 enum {
     ORV_DATA_ORDER_PIXEL = 0, /* the channels of a pixel stand side by side */
@@ -163,28 +163,28 @@ typedef struct OrvTileInfo {
  * r * widthStep with channels side by side; there channel c of pixel x stands at (x * nChannels + c) values from the row
  * start. Pixel x of a 1U row is the bit of value 128 >> (x & 7) in byte x >> 3. */
 typedef struct OrvImage {
-    int32_t headerSize;     /* size of this record in bytes; set by orvCreateImageHeader */
-    int32_t headerId;       /* version word, 0 */
-    int32_t nChannels;      /* 1 or more, alpha included */
-    int32_t alphaChannel;   /* 0 for none, otherwise nChannels: an alpha channel is always the last one */
-    uint32_t depth;         /* ORV_DEPTH_... */
-    char colorModel[4];     /* such as "GRAY" or "RGB", not necessarily terminated */
-    char channelSeq[4];     /* order of the channels, such as "BGR" or "G" */
-    int32_t dataOrder;      /* ORV_DATA_ORDER_... */
-    int32_t origin;         /* ORV_ORIGIN_... */
-    int32_t align;          /* alignment of every row in bytes: 4, 8, 16 or 32 */
-    int32_t width;          /* in pixels */
-    int32_t height;         /* in pixels */
-    OrvROI* roi;            /* NULL for the whole image with all channels */
+    int32_t headerSize;       /* size of this record in bytes; set by orvCreateImageHeader */
+    int32_t headerId;         /* version word, 0 */
+    int32_t nChannels;        /* 1 or more, alpha included */
+    int32_t alphaChannel;     /* 0 for none, otherwise nChannels: an alpha channel is always the last one */
+    uint32_t depth;           /* ORV_DEPTH_... */
+    char colorModel[4];       /* such as "GRAY" or "RGB", not necessarily terminated */
+    char channelSeq[4];       /* order of the channels, such as "BGR" or "G" */
+    int32_t dataOrder;        /* ORV_DATA_ORDER_... */
+    int32_t origin;           /* ORV_ORIGIN_... */
+    int32_t align;            /* alignment of every row in bytes: 4, 8, 16 or 32 */
+    int32_t width;            /* in pixels */
+    int32_t height;           /* in pixels */
+    OrvROI* roi;              /* NULL for the whole image with all channels */
     struct OrvImage* maskROI; /* NULL, or an untiled image of depth 1U; a set bit means "process" */
-    void* imageTag;         /* the application's own word; never read by the library */
-    OrvTileInfo* tileInfo;  /* NULL for an image with a data buffer */
-    int32_t imageSize;      /* size of the pixel data in bytes, row padding included */
-    uint8_t* imageData;     /* first byte of the pixel data; NULL for a tiled image */
-    int32_t widthStep;      /* distance between row starts in bytes */
-    int32_t borderMode[4];  /* ORV_BORDER_... for the top, bottom, left and right side */
-    int32_t borderConst[4]; /* border constant for the same sides */
-    uint8_t* imageDataBlock; /* block from which imageData was carved; NULL if the library did not allocate the data */
+    void* imageTag;           /* the application's own word; never read by the library */
+    OrvTileInfo* tileInfo;    /* NULL for an image with a data buffer */
+    int32_t imageSize;        /* size of the pixel data in bytes, row padding included */
+    uint8_t* imageData;       /* first byte of the pixel data; NULL for a tiled image */
+    int32_t widthStep;        /* distance between row starts in bytes */
+    int32_t borderMode[4];    /* ORV_BORDER_... for the top, bottom, left and right side */
+    int32_t borderConst[4];   /* border constant for the same sides */
+    uint8_t* imageDataBlock;  /* block from which imageData was carved; NULL if the library did not allocate the data */
 } OrvImage;
 
 /* Flags of orvDeallocate. */
@@ -278,8 +278,8 @@ ORV_API(void) orvFree(void* pointer);
 
 /* ---- Images: creation, validation, release ------------------------------------------------------------------------ */
 
-/* Makes an image header without pixel data. `colorModel` and `channelSeq` are texts of which 4 bytes are read (a text of
- * up to 3 characters with its terminator serves). `roi`, `maskROI` and `tileInfo` may be NULL and are only pointed at.
+/* Makes an image header without pixel data. `colorModel` and `channelSeq` are texts of which 4 characters are
+ * taken, or fewer where they end before. `roi`, `maskROI` and `tileInfo` may be NULL and are only pointed at.
  * The borders are set to ORV_BORDER_CONSTANT with constants of 0. The header goes back through orvDeallocate.
  *
  * Returns NULL after a report with the context "Incorrect data-ins", the first fault deciding: ORV_STATUS_BAD_IMAGE_SIZE
@@ -287,10 +287,10 @@ ORV_API(void) orvFree(void* pointer);
  * ORV_STATUS_BAD_COLOR_MODEL (a NULL text), ORV_STATUS_BAD_DEPTH, ORV_STATUS_BAD_ALPHA_CHANNEL, ORV_STATUS_BAD_DATA_ORDER,
  * ORV_STATUS_BAD_ORIGIN, ORV_STATUS_BAD_ALIGN, -117 (mask not 1U), ORV_STATUS_TILED_MASK, the mask's own fault minus 100,
  * ORV_STATUS_BAD_IMAGE_SIZE (a plain image of 2 GiB or more). NULL without a report: no memory. */
-ORV_API(OrvImage*) orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t depth, const char* colorModel,
-                                        const char* channelSeq, int32_t dataOrder, int32_t origin, int32_t align,
-                                        int32_t width, int32_t height, OrvROI* roi, OrvImage* maskROI, void* imageTag,
-                                        OrvTileInfo* tileInfo);
+ORV_API(OrvImage*)
+orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t depth, const char* colorModel,
+                     const char* channelSeq, int32_t dataOrder, int32_t origin, int32_t align, int32_t width,
+                     int32_t height, OrvROI* roi, OrvImage* maskROI, void* imageTag, OrvTileInfo* tileInfo);
 
 /* Allocates the pixel data of an image of any depth but 32F, which must have neither data nor tiles. With `doFill` not 0
  * every value, padding included, is set to `fillValue`, of which the low bits of the depth count; otherwise the pixels
@@ -340,8 +340,8 @@ ORV_API(void) orvDeleteROI(OrvROI* roi);
 ORV_API(OrvTileInfo*) orvCreateTileInfo(OrvTileCallBack callBack, void* tileTag, int32_t width, int32_t height);
 
 /* Fills a tiling descriptor and sets its tileData to NULL; nothing for a NULL record. */
-ORV_API(void) orvSetTileInfo(OrvTileInfo* tileInfo, OrvTileCallBack callBack, void* tileTag, int32_t width,
-                             int32_t height);
+ORV_API(void)
+orvSetTileInfo(OrvTileInfo* tileInfo, OrvTileCallBack callBack, void* tileTag, int32_t width, int32_t height);
 
 /* Releases a record of orvCreateTileInfo; nothing for NULL. */
 ORV_API(void) orvDeleteTileInfo(OrvTileInfo* tileInfo);
@@ -358,6 +358,32 @@ ORV_API(void) orvGetPixel(OrvImage* image, int32_t x, int32_t y, void* pixel);
 
 /* Writes the pixel at column `x` and row `y` from `pixel`; as orvGetPixel. For 1U the lowest bit of the byte counts. */
 ORV_API(void) orvPutPixel(OrvImage* image, int32_t x, int32_t y, const void* pixel);
+
+/* ---- Moving pixels -------------------------------------------------------------------------------------------------- */
+
+/* Copies the processed channels of the source's region to the destination's. Both images have one depth and one origin, and
+ * one data order unless they are 1U or have one channel; they may be tiled. Masks of both hold together.
+ *
+ * Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an image's
+ * fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs, going on to
+ * the next; ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
+ * masks or tiles; ORV_STATUS_ERROR for a tile that does not come. */
+ORV_API(void) orvCopy(OrvImage* srcImage, OrvImage* dstImage);
+
+/* Fills the processed channels of the region with `fillValue`, cut to the range of the depth; any depth but 32F. While it
+ * runs it may change the image's maskROI field and, with a mask on a 1U image, the mask's bits; both are as before afterwards.
+ *
+ * Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_DEPTH for 32F; ORV_STATUS_ERROR for a tile that does not
+ * come; ORV_STATUS_BACKTRACE. */
+ORV_API(void) orvSet(OrvImage* dstImage, int32_t fillValue);
+
+/* orvSet for depth 32F. While it runs the image's depth field holds ORV_DEPTH_32S, which a tile provider sees.
+ *
+ * Reports ORV_STATUS_BAD_ARG for NULL, ORV_STATUS_BAD_DEPTH for another depth, ORV_STATUS_BACKTRACE. */
+ORV_API(void) orvSetFP(OrvImage* dstImage, float fillValue);
+
+/* Swaps the processed channels of the two regions, under both masks. Checks and reports are those of orvCopy. */
+ORV_API(void) orvExchange(OrvImage* srcImage, OrvImage* dstImage);
 
 #ifdef __cplusplus
 }

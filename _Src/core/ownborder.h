@@ -1,0 +1,37 @@
+// Pixels of an image that may be tiled, also beyond its edges.
+//
+//   ownBorderedRect    a rectangle, in a block
+//   ownBorderedRow     values of one channel in a row
+//   OwnBorderedImage   a rectangle with its surroundings, as an image
+//
+// A position outside the image reads what the border modes of its side give. Above and below the image the top and the
+// bottom side count, corners included; beside it the left and the right side. Tiles are opened for reading, of each row of
+// tiles those that are needed, from left to right, and released from right to left before the next row of tiles. A tile
+// that does not come ends the reading at once: what was opened stays open. Nothing is reported.
+#pragma once
+
+#include "ownregion.h"
+#include "ownscratch.h"
+
+// Copies the rectangle at (x, y) of an image, all channels, into a new block of orvMalloc, which the caller frees: rows of
+// `width` pixels, rounded up to the image's align, `*step` bytes apart; with planes, one plane of `height` rows follows
+// another. In rows of bits what follows the last pixel is 0. NULL if there is no memory or a tile does not come.
+uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step);
+
+// Copies n values of one channel, counted from 0, from (x, y) on; bits are packed from the top bit of *values on, and those
+// after the last are 0. False if there is no memory or a tile does not come.
+bool ownBorderedRow(OrvImage* image, int32_t channel, int32_t x, int32_t y, int32_t n, void* values);
+
+// How far an operation reads around a pixel, in pixels, none of them negative.
+struct OwnReach {
+    int32_t left, top, right, bottom;
+};
+
+// A plain copy of a rectangle and its surroundings.
+struct OwnBorderedImage {
+    OwnWork work;  // its region is the rectangle; the region's coi is the source's, and there is no mask
+    OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
+
+    // False if there is no memory or a tile does not come.
+    bool fetch(OrvImage* image, const OwnRect& rect, const OwnReach& reach);
+};

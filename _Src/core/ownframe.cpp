@@ -1,0 +1,71 @@
+#include "ownframe.h"
+
+#include "ownmask.h"
+
+namespace {
+
+// What the kernel of a pointwise operation does with plain memory.
+void processPiece(void* task, OrvImage* const* images, const OrvImage* mask)
+{
+    const auto& call = *static_cast<const OwnPointwise*>(task);
+    bool alpha = false;
+    for (int i = 0; i < call.count; ++i)
+        alpha = alpha || images[i]->alphaChannel != 0;
+    if (!mask && call.wholeBuffer && call.count > 1 && ownIsWholeBuffer(images, call.count, alpha)) {
+        int last = call.count - 1;
+        const void* a = images[0]->imageData;
+        const void* b = last > 1 ? images[1]->imageData : call.op.scalar;
+        int bytes = ownMax(call.op.resultBytes, 1);
+        call.op.kernel.run(a, b, images[last]->imageData, images[last]->imageSize / bytes);
+        return;
+    }
+    OwnGeometry geometry[3];
+    for (int i = 0; i < call.count; ++i)
+        ownPlaneGeometry(*images[i], geometry[i]);
+    OwnGeometry maskGeometry;
+    if (mask)
+        maskGeometry = ownMaskStart(*mask);
+    if (call.test)
+        ownProcessToBits(*call.test, geometry, call.count, mask ? &maskGeometry : nullptr);
+    else
+        ownProcessPixels(call.op, geometry, call.count, mask ? &maskGeometry : nullptr);
+}
+
+}  // namespace
+
+void ownRunPointwise(const OwnPointwise& call, OrvImage* mask)
+{
+    bool tiled = false;
+    OrvImage* images[3];
+    for (int i = 0; i < call.count; ++i) {
+        images[i] = call.images[i].image;
+        tiled = tiled || images[i]->tileInfo;
+    }
+    void* task = const_cast<OwnPointwise*>(&call);
+    if (tiled)
+        ownBandWalk(call.report, call.images, call.count, mask, processPiece, task);
+    else
+        processPiece(task, images, mask);
+}
+
+void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count, const OwnDepthKernels& kernels,
+                  const void* scalar, const char* refusal)
+{
+    OwnMask mask;
+    OrvImage* third = count > 2 ? images[1].image->maskROI : nullptr;
+    switch (ownCombineMasks(images[0].image->maskROI, third, images[count - 1].image->maskROI, mask)) {
+    case OwnMaskResult::empty: return;
+    case OwnMaskResult::noMemory: report(ORV_STATUS_NO_MEMORY, "Out of memory"); return;
+    default: break;
+    }
+    uint32_t depth = images[count - 1].image->depth;
+    const OwnRowKernel& kernel = kernels[ownDepthIndex(depth)];
+    if (!kernel.run) {
+        report(ORV_STATUS_BAD_ARG, refusal);
+        return;
+    }
+    OwnPointwise call = {report, {}, count, ownPixelOp(kernel, depth, scalar)};
+    for (int i = 0; i < count; ++i)
+        call.images[i] = images[i];
+    ownRunPointwise(call, mask.image);
+}

@@ -1,0 +1,44 @@
+#include "ownmask.h"
+
+#include "ownpixels.h"
+#include "ownrows.h"
+
+OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& result)
+{
+    OrvImage* masks[3];
+    int count = 0;
+    OrvImage* const given[3] = {a, b, c};
+    for (OrvImage* mask : given)
+        if (mask)
+            masks[count++] = mask;
+    if (count < 2) {
+        result.image = count ? masks[0] : nullptr;
+        return OwnMaskResult::ready;
+    }
+    OwnGeometry geometry[3];
+    OwnSize size = {INT32_MAX, INT32_MAX};
+    for (int i = 0; i < count; ++i) {
+        geometry[i] = ownMaskStart(*masks[i]);
+        size = {ownMin(size.width, geometry[i].width), ownMin(size.height, geometry[i].height)};
+    }
+    if (size.width == 0 || size.height == 0)
+        return OwnMaskResult::empty;
+    OrvImage* made = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", ORV_DATA_ORDER_PLANE, masks[0]->origin,
+                                          8, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
+    result.temporary.image = made;
+    if (!made)
+        return OwnMaskResult::noMemory;
+    orvAllocateImage(made, 0, 0);
+    if (!made->imageData)
+        return OwnMaskResult::noMemory;
+    OwnGeometry to = ownMaskStart(*made);
+    OwnPixelOp both = {ownRowKernels().bitAnd, 0, 0, nullptr};
+    const OwnGeometry first[3] = {geometry[0], geometry[1], to};
+    ownProcessPixels(both, first, 3, nullptr);
+    if (count == 3) {
+        const OwnGeometry third[3] = {to, geometry[2], to};
+        ownProcessPixels(both, third, 3, nullptr);
+    }
+    result.image = made;
+    return OwnMaskResult::combined;
+}

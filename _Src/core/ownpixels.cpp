@@ -1,0 +1,478 @@
+#include "ownpixels.h"
+
+#include <cstring>
+
+#include "ownrows.h"
+
+namespace {
+
+constexpr int mostImages = 3;
+
+// Scratch for a part of a row: small enough that all of it stays in the first-level cache.
+constexpr int scratchBytes = 4096;
+
+struct alignas(64) Scratch {
+    uint8_t bytes[scratchBytes];
+};
+
+// One row of one image.
+struct Row {
+    uint8_t* data;
+    int32_t step;  // values from pixel to pixel
+    int32_t bit;   // of the first pixel, for 1U
+};
+
+OwnSize smallestSize(const OwnGeometry* images, int count, const OwnGeometry* mask)
+{
+    OwnSize size = {images[0].width, images[0].height};
+    for (int i = 1; i < count; ++i)
+        size = {ownMin(size.width, images[i].width), ownMin(size.height, images[i].height)};
+    if (mask)
+        size = {ownMin(size.width, mask->width), ownMin(size.height, mask->height)};
+    return size;
+}
+
+// ---- Rows of values -----------------------------------------------------------------------------------------------
+
+// How rows reach the kernel.
+enum class Shape {
+    compact,  // the processed values of every image lie side by side
+    blended,  // every image has the same step: unprocessed values between are computed and not stored
+    gathered  // some image's values must be brought together first
+};
+
+// A blend computes the step's values for each processed one; beyond this a gather is cheaper.
+constexpr int32_t widestBlend = 8;
+
+struct ValuePass {
+    const OwnPixelOp& op;
+    int count;
+    int32_t values;  // processed values of a pixel
+    Shape shape;
+    int32_t step;            // lanes of a pixel
+    int32_t chunk;           // pixels that fit scratch, a multiple of 8
+    const uint8_t* pattern;  // lanes of a chunk of unmasked, blended pixels
+};
+
+Shape shapeOf(const Row* rows, int count, int32_t values)
+{
+    bool compact = true;
+    bool equal = true;
+    for (int i = 0; i < count; ++i) {
+        compact = compact && rows[i].step == values;
+        equal = equal && rows[i].step == rows[0].step;
+    }
+    if (compact)
+        return Shape::compact;
+    return equal && rows[0].step <= widestBlend ? Shape::blended : Shape::gathered;
+}
+
+// The lanes of blended pixels without a mask, by doubling the first.
+void makePattern(uint8_t* lanes, int32_t pixels, int32_t step, int32_t values, int bytes)
+{
+    int pixel = step * bytes;
+    int total = pixels * pixel;
+    memset(lanes, 0, size_t(pixel));
+    memset(lanes, 0xFF, size_t(values * bytes));
+    for (int done = pixel; done < total; done *= 2)
+        memcpy(lanes + done, lanes, size_t(done < total - done ? done : total - done));
+}
+
+struct RowPointers {
+    const void* a;
+    const void* b;
+    void* d;
+};
+
+// The kernel's arguments at a pixel: one source's b is the scalar, no source's a is not read.
+RowPointers pointersAt(const ValuePass& pass, const Row* rows, ptrdiff_t pixel)
+{
+    auto at = [&](int i, int bytes) { return rows[i].data + pixel * rows[i].step * bytes; };
+    int sources = pass.count - 1;
+    return {sources > 0 ? at(0, pass.op.sourceBytes) : nullptr,
+            sources > 1 ? static_cast<const void*>(at(1, pass.op.sourceBytes)) : pass.op.scalar,
+            at(sources, pass.op.resultBytes)};
+}
+
+void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
+{
+    Scratch lanes;
+    auto expand = ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)];
+    OwnSelect select = pass.op.kernel.select;
+    for (int32_t x = 0; x < width; x += pass.chunk) {
+        int32_t pixels = ownMin(pass.chunk, width - x);
+        if (mask)
+            expand(mask->data + (x >> 3), mask->bit, pass.step, pass.values, lanes.bytes, pixels);
+        RowPointers at = pointersAt(pass, rows, x);
+        select(at.a, at.b, at.d, mask ? lanes.bytes : pass.pattern, ptrdiff_t(pixels - 1) * pass.step + pass.values);
+    }
+}
+
+void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
+{
+    Scratch lanes, gathered[mostImages];
+    const OwnRowKernels& move = ownRowKernels();
+    int last = pass.count - 1;
+    int result = ownSizeIndex(pass.op.resultBytes);
+    for (int32_t x = 0; x < width; x += pass.chunk) {
+        int32_t pixels = ownMin(pass.chunk, width - x);
+        RowPointers at = pointersAt(pass, rows, x);
+        const void* from[mostImages] = {at.a, at.b, at.d};
+        auto bring = [&](int i, const void* src, int bytes) {
+            if (rows[i].step == pass.values)
+                return src;
+            move.gather[ownSizeIndex(bytes)](src, rows[i].step, pass.values, gathered[i].bytes, pixels);
+            return static_cast<const void*>(gathered[i].bytes);
+        };
+        for (int i = 0; i < last; ++i)
+            from[i] = bring(i, from[i], pass.op.sourceBytes);
+        bool direct = rows[last].step == pass.values;
+        void* d = direct ? at.d : gathered[last].bytes;
+        ptrdiff_t n = ptrdiff_t(pixels) * pass.values;
+        if (mask) {
+            if (!direct)
+                bring(last, at.d, pass.op.resultBytes);
+            move.lanes[result](mask->data + (x >> 3), mask->bit, pass.values, pass.values, lanes.bytes, pixels);
+            pass.op.kernel.select(from[0], from[1], d, lanes.bytes, n);
+        } else {
+            pass.op.kernel.run(from[0], from[1], d, n);
+        }
+        if (!direct)
+            move.scatter[result](d, at.d, rows[last].step, pass.values, pixels);
+    }
+}
+
+void valueRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t width)
+{
+    if (pass.shape == Shape::gathered) {
+        gatheredRow(pass, rows, mask, width);
+    } else if (pass.step == 1 && pass.op.kernel.masked && width >= OWN_MASKED_LEAST) {
+        RowPointers at = pointersAt(pass, rows, 0);
+        pass.op.kernel.masked(at.a, at.b, at.d, mask->data, mask->bit, width);
+    } else {
+        blendedRow(pass, rows, mask, width);
+    }
+}
+
+// The plain case, without a thought for a row but its addresses.
+void compactRows(const ValuePass& pass, const OwnGeometry* images, const Row* rows, OwnSize size)
+{
+    int sources = pass.count - 1;
+    const uint8_t* a = sources > 0 ? rows[0].data : nullptr;
+    const uint8_t* b = sources > 1 ? rows[1].data : static_cast<const uint8_t*>(pass.op.scalar);
+    uint8_t* d = rows[sources].data;
+    ptrdiff_t aStep = sources > 0 ? images[0].rowStep : 0;
+    ptrdiff_t bStep = sources > 1 ? images[1].rowStep : 0;
+    ptrdiff_t n = ptrdiff_t(size.width) * pass.values;
+    OwnRun run = pass.op.kernel.run;
+    for (int32_t y = 0; y < size.height; ++y) {
+        run(a, b, d, n);
+        a += aStep;
+        b += bStep;
+        d += images[sources].rowStep;
+    }
+}
+
+// Rows that follow one another without a gap, also those of the mask, are one row.
+void joinRows(const OwnPixelOp& op, const OwnGeometry* images, const Row* rows, int count, const OwnGeometry* mask,
+              OwnSize& size)
+{
+    for (int i = 0; i < count; ++i) {
+        int bytes = i == count - 1 ? op.resultBytes : op.sourceBytes;
+        if (images[i].rowStep != ptrdiff_t(size.width) * rows[i].step * bytes)
+            return;
+    }
+    if (mask && mask->rowStep * 8 != size.width)
+        return;
+    if (int64_t{size.width} * size.height > INT32_MAX)
+        return;
+    size = {size.width * size.height, 1};
+}
+
+// One pass over the region: all processed channels of pixels side by side, or one channel.
+void valuePass(const OwnPixelOp& op, const OwnGeometry* images, Row* rows, int count, int32_t values, OwnSize size,
+               const OwnGeometry* mask)
+{
+    ValuePass pass = {op, count, values, shapeOf(rows, count, values), rows[0].step, 0, nullptr};
+    if (pass.shape != Shape::blended)
+        pass.step = values;
+    int pixelBytes = pass.step * ownMax(op.sourceBytes, op.resultBytes);
+    pass.chunk = scratchBytes / pixelBytes & ~7;
+    joinRows(op, images, rows, count, mask, size);
+    if (pass.shape == Shape::compact && !mask)
+        return compactRows(pass, images, rows, size);
+    Scratch pattern;
+    if (pass.shape == Shape::blended && !mask) {
+        makePattern(pattern.bytes, ownMin(pass.chunk, size.width), pass.step, values, op.resultBytes);
+        pass.pattern = pattern.bytes;
+    }
+    Row maskRow = mask ? Row{mask->start, 1, mask->bit} : Row{};
+    for (int32_t y = 0; y < size.height; ++y) {
+        valueRow(pass, rows, mask ? &maskRow : nullptr, size.width);
+        for (int i = 0; i < count; ++i)
+            rows[i].data += images[i].rowStep;
+        if (mask)
+            maskRow.data += mask->rowStep;
+    }
+}
+
+// Where a channel of an image begins.
+uint8_t* channelStart(const OwnGeometry& image, int32_t channel, int bytes)
+{
+    return image.start + (image.planeStep ? channel * image.planeStep : ptrdiff_t(channel) * bytes);
+}
+
+void processValues(const OwnPixelOp& op, const OwnGeometry* images, int count, OwnSize size, const OwnGeometry* mask)
+{
+    int32_t channels = images[count - 1].channels;
+    bool together = int64_t{channels} * ownMax(op.sourceBytes, op.resultBytes) * 8 <= scratchBytes;
+    for (int i = 0; i < count; ++i)
+        together = together && !images[i].planeStep;
+    Row rows[mostImages];
+    int32_t passes = together ? 1 : channels;
+    for (int32_t channel = 0; channel < passes; ++channel) {
+        for (int i = 0; i < count; ++i) {
+            int bytes = i == count - 1 ? op.resultBytes : op.sourceBytes;
+            rows[i] = {channelStart(images[i], channel, bytes), images[i].pixelStep, 0};
+        }
+        valuePass(op, images, rows, count, together ? channels : 1, size, mask);
+    }
+}
+
+// ---- Rows of bits -------------------------------------------------------------------------------------------------
+
+// Runs a kernel of bytes over rows of n bits, whose bytes it gets in the destination's phase. Of a kernel only `run` is
+// called: a blend takes or leaves whole values, and here a mask cuts through the bytes.
+void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int count, const Row* mask, int64_t n)
+{
+    const OwnRowKernels& move = ownRowKernels();
+    Scratch aligned[mostImages];
+    const Row& d = rows[count - 1];
+    int bit = d.bit;
+    uint8_t* out = d.data;
+    int64_t done = 0;
+    while (done < n) {
+        int64_t now = int64_t{scratchBytes} * 8 - bit;
+        if (now > n - done)
+            now = n - done;
+        ptrdiff_t bytes = ptrdiff_t((bit + now + 7) >> 3);
+        // The bits of a row from `done` on, in the phase of the destination.
+        auto bring = [&](const Row& row, uint8_t* scratch, bool clean) {
+            int64_t position = row.bit + done;
+            const uint8_t* src = row.data + (position >> 3);
+            if ((position & 7) == bit && !clean)
+                return src;
+            move.alignBits(src, int(position & 7), scratch, bit, ptrdiff_t(now));
+            return static_cast<const uint8_t*>(scratch);
+        };
+        const void* from[2] = {nullptr, scalar};
+        for (int i = 0; i < count - 1; ++i)
+            from[i] = bring(rows[i], aligned[i].bytes, false);
+        const auto* a = static_cast<const uint8_t*>(from[0]);
+        const auto* b = static_cast<const uint8_t*>(from[1]);
+        ptrdiff_t aStep = count > 1;
+        ptrdiff_t bStep = count > 2;  // a scalar stays where it is
+        auto edge = [&](ptrdiff_t at, uint8_t mask) {
+            uint8_t byte;
+            kernel.run(a + at * aStep, b + at * bStep, &byte, 1);
+            move.mergeBits(&byte, &mask, out + at, 1);
+        };
+        if (mask) {
+            Scratch result;
+            kernel.run(a, b, result.bytes, bytes);
+            move.mergeBits(result.bytes, bring(*mask, aligned[2].bytes, true), out, bytes);
+        } else {
+            uint8_t firstMask = uint8_t(0xFF >> bit);
+            uint8_t lastMask = uint8_t(0xFF << (bytes * 8 - bit - now));
+            if (bytes == 1)
+                firstMask &= lastMask;
+            ptrdiff_t begin = firstMask != 0xFF;
+            ptrdiff_t end = bytes - (bytes > begin && lastMask != 0xFF);
+            if (begin)
+                edge(0, firstMask);
+            if (end > begin)
+                kernel.run(a + begin * aStep, b + begin * bStep, out + begin, end - begin);
+            if (end < bytes)
+                edge(end, lastMask);
+        }
+        out += (bit + now) >> 3;
+        done += now;
+        bit = int((bit + now) & 7);
+    }
+}
+
+void processBits(const OwnPixelOp& op, const OwnGeometry* images, int count, OwnSize size, const OwnGeometry* mask)
+{
+    Row rows[mostImages];
+    for (int i = 0; i < count; ++i)
+        rows[i] = {images[i].start, 1, images[i].bit};
+    Row maskRow = mask ? Row{mask->start, 1, mask->bit} : Row{};
+    for (int32_t y = 0; y < size.height; ++y) {
+        bitRow(op.kernel, op.scalar, rows, count, mask ? &maskRow : nullptr, size.width);
+        for (int i = 0; i < count; ++i)
+            rows[i].data += images[i].rowStep;
+        if (mask)
+            maskRow.data += mask->rowStep;
+    }
+}
+
+// ---- Values to bits -----------------------------------------------------------------------------------------------
+
+struct TestPass {
+    const OwnTestOp& op;
+    int sources;
+    int32_t passes;  // over a row: for all processed channels together, or channel by channel
+    int32_t values;  // of a pixel in a pass
+    bool asTheyLie;  // the sources have one step, so that rows can be tested with what lies between
+    int32_t step;    // lanes of a pixel
+    int32_t chunk;   // pixels that fit scratch, a multiple of 8
+};
+
+TestPass testPass(const OwnTestOp& op, const OwnGeometry* images, int sources)
+{
+    int32_t channels = images[0].channels;
+    bool together = int64_t{channels} * op.sourceBytes * 8 <= scratchBytes;
+    bool equal = images[0].pixelStep <= widestBlend;
+    for (int i = 0; i < sources; ++i) {
+        together = together && !images[i].planeStep;
+        equal = equal && images[i].pixelStep == images[0].pixelStep;
+    }
+    together = together || channels == 1;
+    int32_t values = together ? channels : 1;
+    int32_t step = equal ? images[0].pixelStep : values;
+    return {op, sources, together ? 1 : channels, values, equal, step, (scratchBytes / (step * op.sourceBytes)) & ~7};
+}
+
+// Tests a channel, or all, of the pixels from x on and stores their bits.
+void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel, int32_t y, int32_t x, int32_t pixels,
+                uint8_t* d, int bit)
+{
+    const OwnRowKernels& move = ownRowKernels();
+    Scratch lanes, gathered[2];
+    int bytes = pass.op.sourceBytes;
+    const void* from[2] = {nullptr, nullptr};
+    for (int i = 0; i < pass.sources; ++i) {
+        const OwnGeometry& image = images[i];
+        from[i] = channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
+        if (!pass.asTheyLie && image.pixelStep != pass.values) {
+            move.gather[ownSizeIndex(bytes)](from[i], image.pixelStep, pass.values, gathered[i].bytes, pixels);
+            from[i] = gathered[i].bytes;
+        }
+    }
+    if (pass.step == 1) {
+        pass.op.kernel.bits(from[0], from[1], pass.op.scalar, d, bit, pixels);
+        return;
+    }
+    pass.op.kernel.lanes(from[0], from[1], pass.op.scalar, lanes.bytes,
+                         ptrdiff_t(pixels - 1) * pass.step + pass.values);
+    move.allBits(lanes.bytes, pass.step, pass.values, d, bit, pixels);
+}
+
+// The same through a row of its own, where bits of several channels or a mask come in.
+void testPixelsAside(const TestPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels, uint8_t* d,
+                     int bit, const OwnGeometry* mask)
+{
+    const OwnRowKernels& move = ownRowKernels();
+    Scratch bits, more;
+    testPixels(pass, images, 0, y, x, pixels, bits.bytes, bit);
+    for (int32_t channel = 1; channel < pass.passes; ++channel) {
+        testPixels(pass, images, channel, y, x, pixels, more.bytes, bit);
+        move.bitAnd.run(bits.bytes, more.bytes, bits.bytes, (bit + pixels + 7) >> 3);
+    }
+    Row rows[2] = {{bits.bytes, 1, bit}, {d, 1, bit}};
+    Row maskRow = mask ? Row{mask->start + y * mask->rowStep + (x >> 3), 1, mask->bit} : Row{};
+    bitRow(move.copy[OWN_1U], nullptr, rows, 2, mask ? &maskRow : nullptr, pixels);
+}
+
+// Rows that follow one another without a gap are one row.
+void joinTestedRows(const TestPass& pass, const OwnGeometry* images, OwnSize& size)
+{
+    for (int i = 0; i < pass.sources; ++i)
+        if (images[i].rowStep != ptrdiff_t(size.width) * images[i].pixelStep * pass.op.sourceBytes)
+            return;
+    const OwnGeometry& result = images[pass.sources];
+    if (result.rowStep * 8 == size.width && result.bit == 0 && int64_t{size.width} * size.height <= INT32_MAX)
+        size = {size.width * size.height, 1};
+}
+
+}  // namespace
+
+OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar)
+{
+    int bytes = ownValueBytes(depth);
+    return {kernel, bytes, bytes, scalar};
+}
+
+void ownProcessPixels(const OwnPixelOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask)
+{
+    OwnSize size = smallestSize(images, count, mask);
+    if (size.width <= 0 || size.height <= 0 || images[count - 1].channels <= 0)
+        return;
+    if (op.resultBytes == 0)
+        processBits(op, images, count, size, mask);
+    else
+        processValues(op, images, count, size, mask);
+}
+
+void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask)
+{
+    OwnSize size = smallestSize(images, count, mask);
+    if (size.width <= 0 || size.height <= 0 || images[0].channels <= 0)
+        return;
+    TestPass pass = testPass(op, images, count - 1);
+    const OwnGeometry& result = images[count - 1];
+    bool direct = pass.passes == 1 && !mask;
+    if (direct)
+        joinTestedRows(pass, images, size);
+    int32_t chunk = direct && pass.step == 1 && pass.asTheyLie ? size.width : pass.chunk;
+    for (int32_t y = 0; y < size.height; ++y)
+        for (int32_t x = 0; x < size.width; x += ownMin(chunk, size.width - x)) {
+            int32_t pixels = ownMin(chunk, size.width - x);
+            uint8_t* out = result.start + y * result.rowStep + (x >> 3);
+            if (direct)
+                testPixels(pass, images, 0, y, x, pixels, out, result.bit);
+            else
+                testPixelsAside(pass, images, y, x, pixels, out, result.bit, mask);
+        }
+}
+
+void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask)
+{
+    const OwnGeometry images[2] = {a, b};
+    OwnSize size = smallestSize(images, 2, mask);
+    if (size.width <= 0 || size.height <= 0 || a.channels <= 0)
+        return;
+    OwnPixelOp copy = ownPixelOp(ownRowKernels().copy[ownDepthIndex(depth)], depth, nullptr);
+    int bytes = ownValueBytes(depth);
+    // Part of a row at a time, one channel where pixels are wide, through a row of its own.
+    Scratch kept;
+    int32_t channels =
+        int64_t{a.channels} * ownMax(bytes, 1) * 8 <= scratchBytes && !a.planeStep && !b.planeStep ? a.channels : 1;
+    int32_t chunk = bytes ? (scratchBytes / (channels * bytes)) & ~7 : scratchBytes * 8;
+    for (int32_t channel = 0; channel < a.channels; channel += channels)
+        for (int32_t y = 0; y < size.height; ++y)
+            for (int32_t x = 0; x < size.width; x += chunk) {
+                auto part = [&](const OwnGeometry& image) {
+                    OwnGeometry piece = image;
+                    piece.start = channelStart(image, channel, bytes) + y * image.rowStep +
+                                  (bytes ? ptrdiff_t(x) * image.pixelStep * bytes : x >> 3);
+                    piece.width = ownMin(chunk, size.width - x);
+                    piece.height = 1;
+                    piece.channels = channels;
+                    return piece;
+                };
+                OwnGeometry keep = {kept.bytes, 0, 0, channels, channels, 0, chunk, 1};
+                OwnGeometry maskPart;
+                if (mask) {
+                    maskPart = *mask;
+                    maskPart.start += y * mask->rowStep + (x >> 3);
+                    maskPart.height = 1;
+                }
+                const OwnGeometry* under = mask ? &maskPart : nullptr;
+                OwnGeometry pieceA = part(a), pieceB = part(b);
+                const OwnGeometry aside[2] = {pieceB, keep}, across[2] = {pieceA, pieceB}, back[2] = {keep, pieceA};
+                ownProcessPixels(copy, aside, 2, nullptr);
+                ownProcessPixels(copy, across, 2, under);
+                ownProcessPixels(copy, back, 2, under);
+            }
+}

@@ -1,0 +1,53 @@
+// The traversal: brings the rows of images in plain memory, whatever their layouts, into the form of row kernels.
+#pragma once
+
+#include "ownbits.h"
+#include "ownregion.h"
+
+// What to do with the pixels: a row kernel with its scalar, and the sizes of the values it reads and writes.
+struct OwnPixelOp {
+    OwnRowKernel kernel;
+    int sourceBytes;  // 0 for 1U, whose rows are handed over as bytes of eight pixels
+    int resultBytes;
+    const void* scalar;  // for kernels of one source or none
+};
+
+inline OwnDepthIndex ownDepthIndex(uint32_t depth)
+{
+    switch (depth) {
+    case ORV_DEPTH_1U: return OWN_1U;
+    case ORV_DEPTH_8U: return OWN_8U;
+    case ORV_DEPTH_8S: return OWN_8S;
+    case ORV_DEPTH_16U: return OWN_16U;
+    case ORV_DEPTH_16S: return OWN_16S;
+    case ORV_DEPTH_32S: return OWN_32S;
+    default: return OWN_32F;
+    }
+}
+
+// The index of the kernels that move values of 1, 2 or 4 bytes.
+inline int ownSizeIndex(int bytes)
+{
+    return bytes == 4 ? 2 : bytes - 1;
+}
+
+// The op of one depth on both sides.
+OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar);
+
+// Runs `op` over the smallest size of all images: none, one or two sources, then the destination. Images process the same
+// number of channels and may have different layouts. `mask` may be NULL.
+void ownProcessPixels(const OwnPixelOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
+
+// A test of values, with the size of the values it reads.
+struct OwnTestOp {
+    OwnTestKernel kernel;
+    int sourceBytes;
+    const void* scalar;
+};
+
+// Runs a test in the same way. The destination is a 1U image, whose bit is set where the test holds in all processed
+// channels of the sources.
+void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
+
+// Swaps the pixels of two images of one depth under a mask, which may be NULL.
+void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask);

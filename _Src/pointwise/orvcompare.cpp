@@ -1,0 +1,373 @@
+// Comparisons.
+//
+//   orvLess, orvGreater, orvEqual            two images
+//   orvEqualFPEps                            two images of floats, within a tolerance
+//   orvLessS, orvGreaterS, orvEqualS         an image of integers and a scalar
+//   orvLessSFP, orvGreaterSFP, orvEqualSFP   an image of floats and a scalar
+//   orvEqualSFPEps                           the same within a tolerance
+#include "../core/ownpixels.h"
+#include "../core/ownreport.h"
+#include "../core/ownrows.h"
+#include "../core/ownscratch.h"
+#include "../core/ownwalk.h"
+#include "orv/pointwise.h"
+#include "owncompare.h"
+
+namespace {
+
+constexpr const char* source = "orvcompare";
+
+// ---- Checks -------------------------------------------------------------------------------------------------------
+
+// Reports a fault and answers what the comparison returns for it, which is often another status.
+int32_t refuse(const OwnReport& report, int32_t status, const char* context, int32_t result,
+               int32_t line = __builtin_LINE())
+{
+    report(status, context, line);
+    return result;
+}
+
+int32_t checkHeaders(const OwnReport& report, OrvImage* const* images, int count)
+{
+    for (int i = 0; i < count; ++i)
+        if (int32_t status = orvCheckImageHeader(images[i]))
+            return refuse(report, status, " Incorrect Image", status);
+    return ORV_STATUS_OK;
+}
+
+constexpr const char* badAlpha = "bad alpha channel's number";
+
+// False for an image that has nothing but alpha to process.
+bool hasChannels(const OrvImage& image)
+{
+    return ownChannels(image).count > 0;
+}
+
+int32_t checkMasks(const OwnReport& report, OrvImage* const* images, int count)
+{
+    for (int i = 0; i < count; ++i)
+        if (images[i]->maskROI && !hasChannels(*images[i]->maskROI))
+            return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ALPHA_CHANNEL);
+    return ORV_STATUS_OK;
+}
+
+// `near` is given by the forms with a tolerance.
+int32_t checkPair(const OwnReport& report, OrvImage* img1, OrvImage* img2, OrvImage* res, const OwnNearness* near)
+{
+    OrvImage* const images[] = {img1, img2, res};
+    if (int32_t status = checkHeaders(report, images, 3))
+        return status;
+    if (res->depth != ORV_DEPTH_1U)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(res->depth!=ORV_DEPTH_1U)", ORV_STATUS_BAD_DEPTH);
+    if (img1->depth != img2->depth)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img1->depth!=img2->depth)", ORV_STATUS_BAD_DEPTH);
+    if (img1 == res || img2 == res)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img1==res || img2==res)", ORV_STATUS_BAD_ARG);
+    if (img1->dataOrder != img2->dataOrder)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img1->dataOrder!=img2->dataOrder)", ORV_STATUS_BAD_DATA_ORDER);
+    if (img1->origin != img2->origin)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img1->origin!=img2->origin)", ORV_STATUS_BAD_ORIGIN);
+    if (near && img1->depth != ORV_DEPTH_32F)
+        return refuse(report, ORV_STATUS_BAD_ARG, "((img1->depth!= ORV_DEPTH_32F)|| (img2->depth!= ORV_DEPTH_32F))",
+                      ORV_STATUS_BAD_DEPTH);
+    if (near && near->eps <= 0)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(eps<=0.)", ORV_STATUS_BAD_ARG);
+    if (!hasChannels(*img1) || !hasChannels(*img2))
+        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ALPHA_CHANNEL);
+    if (ownChannels(*img1).count != ownChannels(*img2).count)
+        return refuse(report, ORV_STATUS_BAD_CHANNELS, "bad channel's number", ORV_STATUS_BAD_CHANNELS);
+    if (!hasChannels(*res))
+        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ARG);
+    return checkMasks(report, images, 3);
+}
+
+int32_t checkOne(const OwnReport& report, OrvImage* img, OrvImage* res, bool real, const OwnNearness* near)
+{
+    OrvImage* const images[] = {img, res};
+    if (int32_t status = checkHeaders(report, images, 2))
+        return status;
+    if (res->depth != ORV_DEPTH_1U)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(res->depth!=ORV_DEPTH_1U)", ORV_STATUS_BAD_DEPTH);
+    if (!real && img->depth == ORV_DEPTH_32F)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img->depth==ORV_DEPTH_32F)", ORV_STATUS_BAD_DEPTH);
+    if (real && img->depth != ORV_DEPTH_32F)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img->depth!=ORV_DEPTH_32F)", ORV_STATUS_BAD_DEPTH);
+    if (img == res)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(img==res)", ORV_STATUS_BAD_ARG);
+    if (near && near->eps <= 0)
+        return refuse(report, ORV_STATUS_BAD_ARG, "(eps<=0.)", ORV_STATUS_BAD_ARG);
+    if (!hasChannels(*img))
+        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ALPHA_CHANNEL);
+    if (!hasChannels(*res))
+        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ARG);
+    return checkMasks(report, images, 2);
+}
+
+// ---- The run ------------------------------------------------------------------------------------------------------
+
+// One call, after its checks.
+struct Comparison {
+    OrvImage* images[3];  // one or two sources, then the result
+    int count;
+    OwnTestOp test;           // on values
+    OwnPixelOp bits;          // on sources of 1U
+    const uint8_t* constant;  // what the result is filled with, eight bits at a time, if the scalar alone decides
+};
+
+Comparison comparison(OrvImage* a, OrvImage* b, OrvImage* res, const OwnComparison& kernels, const void* scalar)
+{
+    OwnTestOp test = {kernels.values[ownDepthIndex(a->depth)], ownValueBytes(a->depth), scalar};
+    OwnPixelOp bits = {kernels.bits, 0, 0, scalar};
+    if (b)
+        return {{a, b, res}, 3, test, bits, nullptr};
+    return {{a, res, nullptr}, 2, test, bits, nullptr};
+}
+
+// The smallest size of all regions, those of the masks included.
+OwnSize commonSize(const Comparison& call)
+{
+    OwnSize size = {INT32_MAX, INT32_MAX};
+    auto cut = [&](const OrvImage& image) {
+        OwnRect rect = ownRoiRect(image);
+        size = {ownMin(size.width, rect.width), ownMin(size.height, rect.height)};
+    };
+    for (int i = 0; i < call.count; ++i) {
+        cut(*call.images[i]);
+        if (call.images[i]->maskROI)
+            cut(*call.images[i]->maskROI);
+    }
+    return size;
+}
+
+// Makes `made` the common part of the images' masks, if there are any; false if that fails. The result may be a mask itself,
+// so that one mask is copied too.
+bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
+{
+    OrvImage* masks[3];
+    int count = 0;
+    for (int i = 0; i < call.count; ++i)
+        if (call.images[i]->maskROI)
+            masks[count++] = call.images[i]->maskROI;
+    if (count == 0)
+        return true;
+    made.flags = ORV_IMAGE_ALL;
+    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "GRAY", masks[0]->dataOrder, masks[0]->origin,
+                                      masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
+    if (!made.image)
+        return false;
+    // Cleared, because a mask under a mask of its own is not written everywhere.
+    orvAllocateImage(made.image, 1, 0);
+    if (!made.image->imageData)
+        return false;
+    // An old failure must neither stop the copy nor be taken for one of these calls'.
+    int32_t before = orvGetErrStatus();
+    orvSetErrStatus(ORV_STATUS_OK);
+    if (count == 1)
+        orvCopy(masks[0], made.image);
+    else
+        orvAnd(masks[0], masks[1], made.image);
+    if (count == 3)
+        orvAnd(made.image, masks[2], made.image);
+    if (orvGetErrStatus() != ORV_STATUS_OK)
+        return false;
+    orvSetErrStatus(before);
+    return true;
+}
+
+// The kernel's work on plain memory.
+void compare(const Comparison& call, const OrvImage* const* images, const OrvImage* mask)
+{
+    OwnGeometry geometry[3], maskGeometry;
+    for (int i = 0; i < call.count; ++i)
+        ownPlaneGeometry(*images[i], geometry[i]);
+    if (mask)
+        maskGeometry = ownMaskStart(*mask);
+    const OwnGeometry* under = mask ? &maskGeometry : nullptr;
+    if (call.constant)
+        ownProcessPixels(ownPixelOp(ownRowKernels().fill[OWN_1U], ORV_DEPTH_1U, call.constant),
+                         &geometry[call.count - 1], 1, under);
+    else if (call.test.sourceBytes == 0)
+        ownProcessPixels(call.bits, geometry, call.count, under);
+    else
+        ownProcessToBits(call.test, geometry, call.count, under);
+}
+
+// Compares one cell, which lies in `tile` of the leading image. False if another image's part cannot be fetched.
+bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvImage* mask, const OwnCell& cell)
+{
+    OwnWork works[3], maskWork;
+    OwnFetchedCell fetched[2];
+    const OrvImage* images[3];
+    int lastFetched = -1;
+    for (int i = 0; i < call.count; ++i)
+        if (i != leading && call.images[i]->tileInfo)
+            lastFetched = i;
+    for (int i = 0; i < call.count; ++i) {
+        OrvImage* image = call.images[i];
+        images[i] = &works[i].image;
+        if (i == leading) {
+            ownShowLeadingCell(works[i], *image, cell, tile);
+        } else if (!image->tileInfo) {
+            ownShowCell(works[i], *image, cell);
+        } else {
+            if (!fetched[i].fetch(image, cell, i == lastFetched))
+                return false;
+            images[i] = &fetched[i].work.image;
+        }
+    }
+    if (mask)
+        ownShowCell(maskWork, *mask, cell);
+    compare(call, images, mask ? &maskWork.image : nullptr);
+    if (lastFetched >= 0)
+        fetched[lastFetched].release();
+    return true;
+}
+
+// The image whose tiles are walked: the result, or else the first tiled source; -1 for none.
+int leadingImage(const Comparison& call)
+{
+    int last = call.count - 1;
+    if (call.images[last]->tileInfo)
+        return last;
+    for (int i = 0; i < last; ++i)
+        if (call.images[i]->tileInfo)
+            return i;
+    return -1;
+}
+
+// False if a tile does not come or another image's part cannot be fetched. No tile stays open.
+bool walk(const Comparison& call, OwnSize size, const OrvImage* mask)
+{
+    int leading = leadingImage(call);
+    if (leading < 0)
+        return compareCell(call, leading, nullptr, mask, {0, 0, 0, 0, 0, 0, size.width, size.height});
+    OrvImage* image = call.images[leading];
+    int32_t mode = leading == call.count - 1 ? ORV_TILE_WRITE : ORV_TILE_READ;
+    return ownGridWalk(*image, size, [&](const OwnCell& cell) {
+        uint8_t* tile = ownOpenTile(image, cell.column, cell.row, mode);
+        if (!tile)
+            return false;
+        bool compared = compareCell(call, leading, tile, mask, cell);
+        ownReleaseTile(image, cell.column, cell.row);
+        return compared;
+    });
+}
+
+int32_t run(const OwnReport& report, const Comparison& call)
+{
+    OwnSize size = commonSize(call);
+    if (size.width <= 0 || size.height <= 0)
+        return ORV_STATUS_OK;
+    OwnTempImage mask;
+    if (!makeMask(call, size, mask) || !walk(call, size, mask.image))
+        return refuse(report, ORV_STATUS_NO_MEMORY, "Allocation failure", ORV_STATUS_NO_MEMORY);
+    return ORV_STATUS_OK;
+}
+
+// ---- The forms ----------------------------------------------------------------------------------------------------
+
+int32_t compareImages(const OwnReport& report, OrvImage* img1, OrvImage* img2, OrvImage* res,
+                      const OwnComparison& kernels, const OwnNearness* near = nullptr)
+{
+    if (int32_t status = checkPair(report, img1, img2, res, near))
+        return status;
+    return run(report, comparison(img1, img2, res, kernels, near));
+}
+
+// Where a scalar outside the depth's range makes every test true.
+enum class TrueOutside { never, below, above };
+
+int32_t compareInteger(const OwnReport& report, OrvImage* img, int32_t value, OrvImage* res,
+                       const OwnComparison& kernels, TrueOutside side)
+{
+    if (int32_t status = checkOne(report, img, res, false, nullptr))
+        return status;
+    bool isSigned = (img->depth & ORV_DEPTH_SIGN) != 0;
+    int64_t highest = (int64_t{1} << (ownDepthBits(img->depth) - isSigned)) - 1;
+    int64_t lowest = isSigned ? -highest - 1 : 0;
+    Comparison call = comparison(img, nullptr, res, kernels, &value);
+    bool allTrue = side == (value < lowest ? TrueOutside::below : TrueOutside::above);
+    uint8_t constant = allTrue ? 0xFF : 0;
+    if (value < lowest || value > highest)
+        call.constant = &constant;
+    return run(report, call);
+}
+
+int32_t compareFloat(const OwnReport& report, OrvImage* img, float value, OrvImage* res, const OwnComparison& kernels)
+{
+    if (int32_t status = checkOne(report, img, res, true, nullptr))
+        return status;
+    return run(report, comparison(img, nullptr, res, kernels, &value));
+}
+
+}  // namespace
+
+int32_t ORV_CALL orvLess(OrvImage* img1, OrvImage* img2, OrvImage* res)
+{
+    constexpr OwnReport report{"orvLess", source};
+    return compareImages(report, img1, img2, res, ownCompareKernels().less);
+}
+
+int32_t ORV_CALL orvGreater(OrvImage* img1, OrvImage* img2, OrvImage* res)
+{
+    constexpr OwnReport report{"orvGreater", source};
+    return compareImages(report, img1, img2, res, ownCompareKernels().greater);
+}
+
+int32_t ORV_CALL orvEqual(OrvImage* img1, OrvImage* img2, OrvImage* res)
+{
+    constexpr OwnReport report{"orvEqual", source};
+    return compareImages(report, img1, img2, res, ownCompareKernels().equal);
+}
+
+int32_t ORV_CALL orvEqualFPEps(OrvImage* img1, OrvImage* img2, OrvImage* res, float eps)
+{
+    constexpr OwnReport report{"orvEqualFPEps", source};
+    OwnNearness near = {0, eps};
+    return compareImages(report, img1, img2, res, ownCompareKernels().near, &near);
+}
+
+int32_t ORV_CALL orvLessS(OrvImage* img, int32_t value, OrvImage* res)
+{
+    constexpr OwnReport report{"orvLessS", source};
+    return compareInteger(report, img, value, res, ownCompareKernels().lessScalar, TrueOutside::above);
+}
+
+int32_t ORV_CALL orvGreaterS(OrvImage* img, int32_t value, OrvImage* res)
+{
+    constexpr OwnReport report{"orvGreaterS", source};
+    return compareInteger(report, img, value, res, ownCompareKernels().greaterScalar, TrueOutside::below);
+}
+
+int32_t ORV_CALL orvEqualS(OrvImage* img, int32_t value, OrvImage* res)
+{
+    constexpr OwnReport report{"orvEqualS", source};
+    return compareInteger(report, img, value, res, ownCompareKernels().equalScalar, TrueOutside::never);
+}
+
+int32_t ORV_CALL orvLessSFP(OrvImage* img, float value, OrvImage* res)
+{
+    constexpr OwnReport report{"orvLessSFP", source};
+    return compareFloat(report, img, value, res, ownCompareKernels().lessScalar);
+}
+
+int32_t ORV_CALL orvGreaterSFP(OrvImage* img, float value, OrvImage* res)
+{
+    constexpr OwnReport report{"orvGreaterSFP", source};
+    return compareFloat(report, img, value, res, ownCompareKernels().greaterScalar);
+}
+
+int32_t ORV_CALL orvEqualSFP(OrvImage* img, float value, OrvImage* res)
+{
+    constexpr OwnReport report{"orvEqualSFP", source};
+    return compareFloat(report, img, value, res, ownCompareKernels().equalScalar);
+}
+
+int32_t ORV_CALL orvEqualSFPEps(OrvImage* img, float value, OrvImage* res, float eps)
+{
+    constexpr OwnReport report{"orvEqualSFPEps", source};
+    OwnNearness near = {value, eps};
+    if (int32_t status = checkOne(report, img, res, true, &near))
+        return status;
+    return run(report, comparison(img, nullptr, res, ownCompareKernels().nearScalar, &near));
+}

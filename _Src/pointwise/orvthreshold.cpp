@@ -1,0 +1,130 @@
+// Threshold.
+//
+//   orvThreshold   makes a two-valued image
+#include "../core/ownframe.h"
+#include "../core/ownscratch.h"
+#include "orv/pointwise.h"
+#include "ownthreshold.h"
+
+namespace {
+
+constexpr const char* source = "orvthreshold";
+
+bool checkLayouts(const OwnReport& report, const OrvImage* src, const OrvImage* dst)
+{
+    auto fault = [&](const char* context, int32_t line = __builtin_LINE()) {
+        report(ORV_STATUS_BAD_ARG, context, line);
+        return false;
+    };
+    if (src->depth == ORV_DEPTH_32F)
+        return fault("(srcImage->depth == 32)");
+    if (dst->depth == ORV_DEPTH_32F)
+        return fault("(dstImage->depth == 32)");
+    if (src->depth == ORV_DEPTH_1U)
+        return fault("(srcImage->depth == 1)");
+    if (src->dataOrder != dst->dataOrder && src->nChannels != 1 && dst->nChannels != 1)
+        return fault(
+            "((srcImage->dataOrder != dstImage->dataOrder)&& ((srcImage->nChannels != 1)&&(dstImage->nChannels != "
+            "1)))");
+    if (src->origin != dst->origin)
+        return fault("(srcImage->origin != dstImage->origin)");
+    if (src->maskROI && src->origin != src->maskROI->origin)
+        return fault("(srcImage->origin != srcImage->maskROI->origin)");
+    if (dst->maskROI && dst->origin != dst->maskROI->origin)
+        return fault("(dstImage->origin != dstImage->maskROI->origin)");
+    return true;
+}
+
+// NULL if `threshold` is in the range of the depth, otherwise the failed condition.
+const char* rangeFault(uint32_t depth, int32_t threshold)
+{
+    if (depth == ORV_DEPTH_8S && threshold > 127)
+        return "((srcImage->depth == (0x80000000| 8)) && (Threshold > 127))";
+    if (depth == ORV_DEPTH_8S && threshold < -128)
+        return "((srcImage->depth == (0x80000000| 8)) && (Threshold < -128))";
+    if (depth == ORV_DEPTH_8U && threshold > 255)
+        return "((srcImage->depth == 8) && (Threshold > 255))";
+    if (depth == ORV_DEPTH_8U && threshold < 0)
+        return "((srcImage->depth == 8) && (Threshold < 0))";
+    if (depth == ORV_DEPTH_16S && threshold > 32767)
+        return "((srcImage->depth == (0x80000000|16)) && (Threshold > 32767))";
+    if (depth == ORV_DEPTH_16S && threshold < -32768)
+        return "((srcImage->depth == (0x80000000|16)) && (Threshold < -32768))";
+    if (depth == ORV_DEPTH_16U && threshold > 65535)
+        return "((srcImage->depth == 16) && (Threshold > 65535))";
+    if (depth == ORV_DEPTH_16U && threshold < 0)
+        return "((srcImage->depth == 16) && (Threshold < 0))";
+    return nullptr;
+}
+
+bool isAlphaAlone(const OrvImage* image)
+{
+    return image->nChannels == 1 && ownChannelCount(image) == 0;
+}
+
+// The masks of both images become one.
+struct CombinedMask {
+    OrvROI roi = {};
+    OwnTempImage made;
+};
+
+// False if the call ends here.
+bool combineMasks(const OwnReport& report, OrvImage* a, OrvImage* b, CombinedMask& mask)
+{
+    OrvImage* made = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GREY", "GREY", ORV_DATA_ORDER_PLANE, ORV_ORIGIN_TL, 8, 1,
+                                          1, &mask.roi, nullptr, nullptr, nullptr);
+    mask.made.image = made;
+    if (!made)
+        return report(ORV_STATUS_BAD_ARG, "(msk == NULL)"), false;
+    OwnSize size;
+    if (!ownCommonSize(*a, *b, nullptr, false, size))
+        return false;
+    made->width = mask.roi.width = size.width;
+    made->height = mask.roi.height = size.height;
+    orvAllocateImage(made, 1, 0);
+    if (!made->imageData)
+        return report(ORV_STATUS_BAD_ARG, "(msk->imageData == NULL)"), false;
+    orvAnd(a, b, made);
+    if (orvGetErrStatus() < 0)
+        return report(ORV_STATUS_BACKTRACE, "error_orvAnd"), false;
+    return true;
+}
+
+}  // namespace
+
+void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Threshold)
+{
+    constexpr OwnReport report{"orvThreshold", source};
+    if (!report.goodImage(srcImage) || !report.goodImage(dstImage) || !checkLayouts(report, srcImage, dstImage))
+        return;
+    if (const char* fault = rangeFault(srcImage->depth, Threshold))
+        return (void)report(ORV_STATUS_BAD_ARG, fault);
+    if (isAlphaAlone(srcImage) || isAlphaAlone(dstImage))
+        return;
+    if (ownChannelCount(srcImage) != ownChannelCount(dstImage))
+        return (void)report(ORV_STATUS_BAD_ARG, "(srcChannels != dstChannels)");
+
+    CombinedMask combined;
+    OrvImage* mask = srcImage->maskROI ? srcImage->maskROI : dstImage->maskROI;
+    if (srcImage->maskROI && dstImage->maskROI) {
+        if (!combineMasks(report, srcImage->maskROI, dstImage->maskROI, combined))
+            return;
+        mask = combined.made.image;
+    }
+
+    const OwnThresholdKernels& kernels = ownThresholdKernels();
+    OwnDepthIndex from = ownDepthIndex(srcImage->depth);
+    OwnDepthIndex to = ownDepthIndex(dstImage->depth);
+    int sourceBytes = ownValueBytes(srcImage->depth);
+    OwnTestOp test = {kernels.bits[from], sourceBytes, &Threshold};
+    OwnPointwise call = {
+        .report = report,
+        .images = {{srcImage, "(srcImage->tileInfo->tileData == NULL)"},
+                   {dstImage, "(dstImage->tileInfo->tileData == NULL)"}},
+        .count = 2,
+        .op = {kernels.values[from][to], sourceBytes, ownValueBytes(dstImage->depth), &Threshold},
+        .wholeBuffer = false,  // rows are written without their padding
+        .test = to == OWN_1U ? &test : nullptr,
+    };
+    ownRunPointwise(call, mask);
+}

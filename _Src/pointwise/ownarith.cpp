@@ -1,0 +1,86 @@
+// Kernels of the two-image arithmetic and logic.
+#include "ownarith.h"
+
+#include "ownvalues.h"
+
+namespace OWN_ISA {
+namespace {
+
+template <class T>
+struct Add {
+    using Source = T;
+    using Result = T;
+    static T of(T a, T b) { return addSat(a, b); }
+};
+
+template <class T>
+struct Subtract {
+    using Source = T;
+    using Result = T;
+    static T of(T a, T b) { return subtractSat(a, b); }
+};
+
+template <class T>
+struct Multiply {
+    using Source = T;
+    using Result = T;
+    static T of(T a, T b) { return multiplySat(a, b); }
+};
+
+template <class T>
+struct And {
+    using Source = T;
+    using Result = T;
+    static T of(T a, T b) { return a & b; }
+};
+
+template <class T>
+struct Or {
+    using Source = T;
+    using Result = T;
+    static T of(T a, T b) { return a | b; }
+};
+
+template <class T>
+struct Xor {
+    using Source = T;
+    using Result = T;
+    static T of(T a, T b) { return a ^ b; }
+};
+
+// Saturating subtraction on one bit.
+struct AndNot {
+    using Source = uint8_t;
+    using Result = uint8_t;
+    static uint8_t of(uint8_t a, uint8_t b) { return uint8_t(a & ~b); }
+};
+
+constexpr OwnRowKernel none = {nullptr, nullptr};
+
+}  // namespace
+
+// Bits do not care about sign, so the logic has one kernel for each size.
+#define OWN_LOGIC(Op)                                                                                               \
+    {                                                                                                               \
+        TwoSourceRows<Op<uint8_t>>::kernel, TwoSourceRows<Op<uint8_t>>::kernel, TwoSourceRows<Op<uint8_t>>::kernel, \
+            TwoSourceRows<Op<uint16_t>>::kernel, TwoSourceRows<Op<uint16_t>>::kernel,                               \
+            TwoSourceRows<Op<uint32_t>>::kernel, none                                                               \
+    }
+#define OWN_ARITHMETIC(Op, bits)                                                     \
+    {                                                                                \
+        bits, TwoSourceRows<Op<uint8_t>>::kernel, TwoSourceRows<Op<int8_t>>::kernel, \
+            TwoSourceRows<Op<uint16_t>>::kernel, TwoSourceRows<Op<int16_t>>::kernel, \
+            TwoSourceRows<Op<int32_t>>::kernel, TwoSourceRows<Op<float>>::kernel     \
+    }
+
+extern const OwnArithKernels ownArithKernels;
+const OwnArithKernels ownArithKernels = {
+    OWN_ARITHMETIC(Add, none),
+    OWN_ARITHMETIC(Subtract, TwoSourceRows<AndNot>::kernel),
+    OWN_ARITHMETIC(Multiply, none),
+    OWN_LOGIC(And),
+    OWN_LOGIC(Or),
+    OWN_LOGIC(Xor),
+};
+
+}  // namespace OWN_ISA

@@ -1,0 +1,16 @@
+// Kernels of the two-image arithmetic and logic.
+#pragma once
+
+#include "../core/ownisa.h"
+#include "../core/ownrow.h"
+
+struct OwnArithKernels {
+    OwnRowKernel add[OWN_DEPTHS];
+    OwnRowKernel subtract[OWN_DEPTHS];
+    OwnRowKernel multiply[OWN_DEPTHS];
+    OwnRowKernel bitAnd[OWN_DEPTHS];
+    OwnRowKernel bitOr[OWN_DEPTHS];
+    OwnRowKernel bitXor[OWN_DEPTHS];
+};
+
+OWN_KERNEL_TABLE(OwnArithKernels, ownArithKernels)

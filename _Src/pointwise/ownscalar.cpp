@@ -1,0 +1,173 @@
+// Kernels of the image-and-scalar and unary operations.
+#include "ownscalar.h"
+
+#include "ownvalues.h"
+
+namespace OWN_ISA {
+namespace {
+
+template <class T>
+struct SlideUp {
+    using Source = T;
+    using Result = T;
+    T amount, before, after;
+    explicit SlideUp(const void* scalar)
+    {
+        auto& slide = *static_cast<const OwnSlide*>(scalar);
+        amount = T(slide.amount);
+        before = T(slide.before);
+        after = T(slide.after);
+    }
+    T operator()(T a) const { return T(addSat(T(a ^ before), amount) ^ after); }
+};
+
+template <class T>
+struct SlideDown : SlideUp<T> {
+    using SlideUp<T>::SlideUp;
+    T operator()(T a) const { return T(subtractSat(T(a ^ this->before), this->amount) ^ this->after); }
+};
+
+// Operations whose scalar is a value of the depth.
+template <class T>
+struct WithValue {
+    using Source = T;
+    using Result = T;
+    T value;
+    explicit WithValue(const void* scalar) : value(*static_cast<const T*>(scalar)) {}
+};
+
+template <class T>
+struct Add : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return addSat(a, this->value); }
+};
+
+template <class T>
+struct Subtract : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return subtractSat(a, this->value); }
+};
+
+template <class T>
+struct Reverse : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return subtractSat(this->value, a); }
+};
+
+template <class T>
+struct Multiply : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return multiplySat(a, this->value); }
+};
+
+template <class T>
+struct And : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return a & this->value; }
+};
+
+template <class T>
+struct Or : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return a | this->value; }
+};
+
+template <class T>
+struct Xor : WithValue<T> {
+    using WithValue<T>::WithValue;
+    T operator()(T a) const { return a ^ this->value; }
+};
+
+template <class T>
+struct ShiftLeft {
+    using Source = T;
+    using Result = T;
+    int count;
+    explicit ShiftLeft(const void* scalar) : count(*static_cast<const int*>(scalar)) {}
+    T operator()(T a) const { return T(a << count); }
+};
+
+template <class T>
+struct ShiftRight : ShiftLeft<T> {
+    using ShiftLeft<T>::ShiftLeft;
+    T operator()(T a) const { return T(a >> this->count); }
+};
+
+template <class T>
+struct Unary {
+    using Source = T;
+    using Result = T;
+    explicit Unary(const void*) {}
+};
+
+template <class T>
+struct Square : Unary<T> {
+    using Unary<T>::Unary;
+    T operator()(T a) const { return multiplySat(a, a); }
+};
+
+struct Same : Unary<uint8_t> {
+    using Unary<uint8_t>::Unary;
+    uint8_t operator()(uint8_t a) const { return a; }
+};
+
+template <class T, T lowest, T highest>
+struct SignLimit : Unary<T> {
+    using Unary<T>::Unary;
+    T operator()(T a) const { return a > 0 ? highest : a < 0 ? lowest : T(0); }
+};
+
+// The lowest value has no opposite, the one above it has.
+template <class T, T lowest>
+struct Absolute : Unary<T> {
+    using Unary<T>::Unary;
+    T operator()(T a) const
+    {
+        T value = most(a, T(lowest + 1));
+        return value < 0 ? T(-value) : value;
+    }
+};
+
+// -0.0 and NaN do not compare below 0 and stay as they are.
+struct AbsoluteFloat : Unary<float> {
+    using Unary<float>::Unary;
+    float operator()(float a) const { return a < 0.0f ? -a : a; }
+};
+
+constexpr OwnRowKernel none = {nullptr, nullptr};
+
+template <class Op>
+constexpr OwnRowKernel rows = OneSourceRows<Op>::kernel;
+
+}  // namespace
+
+#define OWN_BITWISE(Op)                                                                                  \
+    {                                                                                                    \
+        rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint16_t>>, rows<Op<uint16_t>>, \
+            rows<Op<uint32_t>>, none                                                                     \
+    }
+
+extern const OwnScalarKernels ownScalarKernels;
+const OwnScalarKernels ownScalarKernels = {
+    {rows<SlideUp<uint8_t>>, rows<SlideUp<uint16_t>>},
+    {rows<SlideDown<uint8_t>>, rows<SlideDown<uint16_t>>},
+    {none, none, none, none, none, rows<Add<int32_t>>, rows<Add<float>>},
+    {none, none, none, none, none, rows<Subtract<int32_t>>, rows<Subtract<float>>},
+    {none, none, none, none, none, rows<Reverse<int32_t>>, rows<Reverse<float>>},
+    {none, rows<Multiply<uint8_t>>, rows<Multiply<int8_t>>, rows<Multiply<uint16_t>>, rows<Multiply<int16_t>>,
+     rows<Multiply<int32_t>>, rows<Multiply<float>>},
+    OWN_BITWISE(And),
+    OWN_BITWISE(Or),
+    OWN_BITWISE(Xor),
+    {none, none, rows<SignLimit<int8_t, -128, 127>>, none, rows<SignLimit<int16_t, -32768, 32767>>, none, none},
+    {none, rows<ShiftLeft<uint8_t>>, rows<ShiftLeft<uint8_t>>, rows<ShiftLeft<uint16_t>>, rows<ShiftLeft<uint16_t>>,
+     rows<ShiftLeft<uint32_t>>, none},
+    {none, rows<ShiftRight<uint8_t>>, rows<ShiftRight<int8_t>>, rows<ShiftRight<uint16_t>>, rows<ShiftRight<int16_t>>,
+     rows<ShiftRight<int32_t>>, none},
+    {rows<Same>, rows<Square<uint8_t>>, rows<Square<int8_t>>, rows<Square<uint16_t>>, rows<Square<int16_t>>,
+     rows<Square<int32_t>>, rows<Square<float>>},
+    {none, none, rows<Absolute<int8_t, INT8_MIN>>, none, rows<Absolute<int16_t, INT16_MIN>>,
+     rows<Absolute<int32_t, INT32_MIN>>, rows<AbsoluteFloat>},
+};
+
+}  // namespace OWN_ISA

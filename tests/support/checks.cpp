@@ -1,0 +1,43 @@
+#include "checks.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "reports.h"
+#include "testheap.h"
+
+void expectFaultsInOrder(const std::vector<PictureSpec>& specs,
+                         const std::function<void(OrvImage* const* images)>& call, const std::vector<Fault>& faults)
+{
+    for (size_t first = 0; first < faults.size(); ++first) {
+        SCOPED_TRACE("fault " + std::to_string(first));
+        std::vector<std::unique_ptr<Picture>> pictures;
+        std::vector<OrvImage*> images;
+        std::vector<std::vector<uint8_t>> before;
+        for (const PictureSpec& spec : specs) {
+            pictures.push_back(std::make_unique<Picture>(spec));
+            images.push_back(*pictures.back());
+            before.push_back(pictures.back()->bytes());
+        }
+        int blocks = testheap::blocks();
+        for (size_t i = faults.size(); i-- > first;)
+            faults[i].make(images.data());
+        Reports reports;
+        call(images.data());
+        testheap::refuse(0);
+        EXPECT_EQ(reports.take(), faults[first].report);
+        EXPECT_EQ(testheap::blocks(), blocks);
+        for (size_t i = 0; i < pictures.size(); ++i) {
+            EXPECT_TRUE(pictures[i]->bytes() == before[i]) << "image " << i << " was changed";
+            EXPECT_EQ(pictures[i]->faults(), "");
+        }
+    }
+}
+
+std::string reportsOf(const std::function<void()>& call)
+{
+    Reports reports;
+    call();
+    return reports.take();
+}

@@ -1,0 +1,432 @@
+// Statuses, reports and the stock handlers.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "child.h"
+#include "orv.h"
+#include "reports.h"
+#include "testheap.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <thread>
+#endif
+
+namespace {
+
+constexpr const char* unknown = "Unknown error or status code";
+
+constexpr std::pair<int, const char*> texts[] = {
+    {0, "No Error"},
+    {-1, "Backtrace"},
+    {-3, "Internal error (bad state)"},
+    {-4, "Insufficient memory"},
+    {-5, "Bad argument"},
+    {-6, "Unsupported function"},
+    {-7, "Iteration convergence failed"},
+    {-8, "Autotrace call"},
+    {-9, "Null pointer to an image header"},
+    {-10, "Incorrect image size"},
+    {-11, "Incorrect offset of ROI of the image"},
+    {-12, "Image must be tiled or must have nonzero data pointer"},
+    {-13, "Incorrect widthStep of the image"},
+    {-14, "Incorrect Color model or channel sequence of the image"},
+    {-15, "Incorrect number of channels in the image"},
+    {-16, "Number of channels for 1U depth image must be one"},
+    {-17, "Incorrect depth value in the image header"},
+    {-18, "Incorrect alpha channel number in the image header"},
+    {-19, "Incorrect data order value in the image header"},
+    {-20, "Incorrect data origin value in the image header"},
+    {-21, "Incorrect data alignment value in the image header"},
+    {-22, "Null pointer to callback function"},
+    {-23, "Incorrect size of the tile"},
+    {-24, "Incorrect COI of the image"},
+    {-25, "Incorrect size of ROI in the image header"},
+    {-26, "Mask image is taled"},
+    {-27, "Null pointer"},
+    {-28, "Incorrect vector length"},
+    {-29, "Incorrect filter structure content"},
+    {-30, "Incorrect transform kernel content"},
+    {-31, "Incorrect filter ofset value"},
+};
+
+}  // namespace
+
+TEST(Error, TextsOfAllStatuses)
+{
+    std::string expected;
+    std::string got;
+    for (int status = -300; status <= 10; ++status) {
+        std::string text = unknown;
+        for (const auto& [known, its] : texts) {
+            bool ofMask = known <= -10 && known >= -25 && known != -16 && known != -22 && known != -23;
+            if (status == known)
+                text = its;
+            else if (ofMask && status == known - 100)
+                text = std::string("Mask. ") + its;
+        }
+        expected += std::to_string(status) + ' ' + text + '\n';
+        got += std::to_string(status) + ' ' + orvErrorStr(status) + '\n';
+    }
+    EXPECT_EQ(got, expected);
+    EXPECT_STREQ(orvErrorStr(INT_MIN), unknown);
+    EXPECT_STREQ(orvErrorStr(INT_MAX), unknown);
+    EXPECT_EQ(orvErrorStr(-10), orvErrorStr(-110) + 6);
+}
+
+namespace {
+
+struct Seen {
+    int calls = 0;
+    int32_t stored = 0;
+    std::string arguments;
+} seen;
+
+int32_t ORV_CALL remember(int32_t status, const char* func, const char* context, const char* file, int32_t line)
+{
+    ++seen.calls;
+    seen.stored = orvGetErrStatus();
+    seen.arguments = std::to_string(status) + func + context + file + std::to_string(line);
+    return 77;
+}
+
+}  // namespace
+
+TEST(Error, StoresAndCallsTheHandler)
+{
+    OrvErrorCallBack before = orvRedirectError(remember);
+    int32_t mode = orvGetErrMode();
+    // The mode is the handlers' business alone.
+    for (int32_t any :
+         std::initializer_list<int32_t>{ORV_ErrModeLeaf, ORV_ErrorModeParent, ORV_ErrModeSilent, -5, 1000}) {
+        orvSetErrMode(any);
+        EXPECT_EQ(orvGetErrMode(), any);
+        seen = {};
+        orvSetErrStatus(-26);
+        EXPECT_EQ(orvError(-5, "f", "c", "s", 12), 77);
+        EXPECT_EQ(seen.arguments, "-5fcs12");
+        EXPECT_EQ(seen.stored, -5);
+        for (int32_t trace : std::initializer_list<int32_t>{ORV_STATUS_BACKTRACE, ORV_STATUS_AUTOTRACE}) {
+            EXPECT_EQ(orvError(trace, "g", "c", "s", -1), 77);
+            EXPECT_EQ(seen.stored, -5);
+        }
+        EXPECT_EQ(orvError(1234, "g", "", "", 0), 77);
+        EXPECT_EQ(orvGetErrStatus(), 1234);
+        EXPECT_EQ(orvError(0, "h", "c", "s", 1), 0);
+        EXPECT_EQ(orvGetErrStatus(), 0);
+        EXPECT_EQ(seen.calls, 4);
+    }
+    orvSetErrMode(mode);
+    EXPECT_EQ(orvRedirectError(nullptr), remember);
+    EXPECT_EQ(orvRedirectError(before), orvGuiBoxReport);
+}
+
+TEST(Error, VersionAndCounter)
+{
+    const OrvLibVersion& version = *orvGetLibVersion();
+    EXPECT_EQ(std::to_string(version.major) + version.name + version.version + version.internalVersion +
+                  version.buildDate + version.linkage + std::to_string(version.minor) + std::to_string(version.build),
+              "2orvz3.dll2.5 Release SP1[2.5.9.89, 03/05/2002]Mar  5 2002DLL59");
+    uint64_t first = orvGetCadenceCounter();
+    uint64_t second = first;
+    for (int i = 0; i < 1000000 && second == first; ++i)
+        second = orvGetCadenceCounter();
+    EXPECT_GT(second, first);
+}
+
+// ---- The stream handler ----
+
+CHILD(streamReports)
+{
+    for (int32_t mode : std::initializer_list<int32_t>{ORV_ErrorModeParent, 3, ORV_ErrModeSilent}) {
+        orvSetErrMode(mode);
+        fprintf(stderr, "<%d>", int(mode));
+        bool sameStatus = orvStdErrReport(-5, "orvAdd", "(a != b)", "orvarith", 17) == -5 &&
+                          orvStdErrReport(-1, "orvSub", "nested", "orvarith", 18) == -1 &&
+                          orvStdErrReport(-8, "main", "mine", "app", 19) == -8;
+        orvStdErrReport(-110, nullptr, nullptr, nullptr, 0);
+        orvStdErrReport(7, "f", "", nullptr, 3);
+        orvStdErrReport(0, "f", "%s%n", "", -4);
+        orvStdErrReport(-1, nullptr, nullptr, "file", 0);
+        fputs(sameStatus ? "" : "wrong result", stderr);
+    }
+}
+
+TEST(Error, StreamReports)
+{
+    const std::string reports =
+        "\nORV Library Error: Bad argument \n\tin function [orvarith:17]:orvAdd(): (a != b)\n"
+        "\tcalled from [orvarith:18]:orvSub(): nested\n"
+        "\tcalled from [app:19]:main(mine)\n"
+        "\nORV Library Error: Mask. Incorrect image size \n\tin function:<unknown>\n"
+        "\nORV Library Error: Unknown error or status code \n\tin function [(null):3]:f(): \n"
+        "\nORV Library Error: No Error \n\tin function [:-4]:f(): %s%n\n"
+        "\tcalled from [file:0]:<unknown>\n";
+    ChildEnd end = runChild("streamReports");
+    EXPECT_EQ(end.output, "<1>" + reports + "<3>" + reports + "<2>");
+    EXPECT_EQ(end.exitCode, 0);
+}
+
+// ---- The end of the process ----
+
+namespace {
+
+void sayThatHandlersRun()
+{
+    atexit([] { fputs("<exit handler>", stderr); });
+}
+
+}  // namespace
+
+CHILD(streamLeaf)
+{
+    sayThatHandlersRun();
+    orvRedirectError(orvStdErrReport);
+    orvCheckImageHeader(nullptr);
+    orvError(-9, "orvAdd", "Incorrect Image", "orvarith", 5);
+    fputs("still here", stderr);
+}
+
+CHILD(silentLeaf)
+{
+    sayThatHandlersRun();
+    orvRedirectError(orvNulDevReport);
+    orvError(-9, nullptr, nullptr, nullptr, 0);
+    fputs("still here", stderr);
+}
+
+TEST(Error, LeafModeEndsTheProcess)
+{
+    ChildEnd end = runChild("streamLeaf");
+    EXPECT_EQ(
+        end.output,
+        "\nORV Library Error: Null pointer to an image header \n\tin function [orvarith:5]:orvAdd(): Incorrect Image\n"
+        "ORV Library Error\nErrMode=ORV_ErrModeLeaf\nterminating the application<exit handler>");
+    EXPECT_EQ(end.exitCode, 1);
+    end = runChild("silentLeaf");
+    EXPECT_EQ(end.output, "<exit handler>");
+    EXPECT_EQ(end.exitCode, 1);
+}
+
+TEST(Error, NulDevReportReturnsTheStatusInOtherModes)
+{
+    int32_t mode = orvGetErrMode();
+    for (int32_t other : std::initializer_list<int32_t>{ORV_ErrorModeParent, ORV_ErrModeSilent, 3, -1}) {
+        orvSetErrMode(other);
+        EXPECT_EQ(orvNulDevReport(-31, nullptr, nullptr, nullptr, -1), -31);
+    }
+    orvSetErrMode(mode);
+}
+
+// ---- The box ----
+
+namespace {
+
+const std::string title = "ORV 2.5 Release SP1";
+const std::string leafText =
+    "In function orvAdd(): [file orvarith, line 0]\n(a != b)\n\nBad argument\n(status: -5)"
+    "\n\nErrMode=ORV_ErrorModeLeaf\n\nTerminate the application?";
+const std::string parentText =
+    "Called from <unknown>(): [file , line 9]\nnested\n\nBacktrace\n(status: -1)"
+    "\n\nErrMode=ORV_ErrorModeParent\n\nContinue?";
+
+void leafBox()
+{
+    sayThatHandlersRun();
+    int32_t result = orvGuiBoxReport(-5, "orvAdd", "(a != b)", "orvarith", -3);
+    fprintf(stderr, "<result %d>", int(result));
+}
+
+void parentBox()
+{
+    sayThatHandlersRun();
+    orvSetErrMode(ORV_ErrorModeParent);
+    int32_t result = orvGuiBoxReport(-1, nullptr, "nested", nullptr, 9);
+    fprintf(stderr, "<result %d>", int(result));
+}
+
+}  // namespace
+
+TEST(Error, NoBoxInOtherModes)
+{
+    int32_t mode = orvGetErrMode();
+    for (int32_t other : std::initializer_list<int32_t>{ORV_ErrModeSilent, 3, -1}) {
+        orvSetErrMode(other);
+        EXPECT_EQ(orvGuiBoxReport(-31, "f", "c", "s", 1), -31);
+    }
+    // Nor where its text finds no room.
+    orvSetErrMode(ORV_ErrModeLeaf);
+    testheap::refuse(1);
+    EXPECT_EQ(orvGuiBoxReport(-31, "f", "c", "s", 1), -31);
+    EXPECT_TRUE(testheap::refused());
+    testheap::refuse(0);
+    orvSetErrMode(mode);
+}
+
+#if !defined(_WIN32)
+
+CHILD(leafBox)
+{
+    leafBox();
+}
+
+CHILD(parentBox)
+{
+    parentBox();
+}
+
+CHILD(longBox)
+{
+    std::string longName(5000, 'f');
+    std::string context(3000, 'c');
+    orvGuiBoxReport(-5, longName.c_str(), context.c_str(), "s", 1);
+}
+
+TEST(Error, BoxOnTheTerminal)
+{
+    const std::string leaf = "\n" + title + "\n\n" + leafText + "\n";
+    const std::string parent = "\n" + title + "\n\n" + parentText + "\n";
+    const std::string ending =
+        "\nWin32: Application exit\n\nORV Library: terminating the application\n[OK] <exit handler>";
+    struct {
+        const char* child;
+        const char* typed;
+        std::string shown;
+        int exitCode;
+    } cases[] = {
+        {"leafBox", "Yes\n\n", leaf + "[Yes] [No] " + ending, 1},
+        {"leafBox", "y\nok\n", leaf + "[Yes] [No] " + ending, 1},
+        {"leafBox", "NO\n", leaf + "[Yes] [No] <result -5><exit handler>", 0},
+        {"leafBox", "maybe\n\nyess\nn\n",
+         leaf + "[Yes] [No] [Yes] [No] [Yes] [No] [Yes] [No] <result -5><exit handler>", 0},
+        {"leafBox", "\4", leaf + "[Yes] [No] <result -5><exit handler>", 0},
+        {"leafBox", "Yes\n\4", leaf + "[Yes] [No] " + ending, 1},
+        {"parentBox", "ok\n", parent + "[OK] [Cancel] <result -1><exit handler>", 0},
+        {"parentBox", "Cancel\nO\n", parent + "[OK] [Cancel] " + ending, 1},
+        {"parentBox", "yes\nC\n\n", parent + "[OK] [Cancel] [OK] [Cancel] " + ending, 1},
+    };
+    for (const auto& [child, typed, shown, exitCode] : cases) {
+        ChildEnd end = runChildOnTerminal(child, typed);
+        EXPECT_EQ(end.output, shown) << child << ' ' << typed;
+        EXPECT_EQ(end.exitCode, exitCode) << child << ' ' << typed;
+    }
+}
+
+TEST(Error, BoxWithoutTerminalGoesToTheErrorStream)
+{
+    ChildEnd end = runChildWithoutTerminal("leafBox");
+    EXPECT_EQ(end.output, title + "\n" + leafText + "\n<result -5><exit handler>");
+    EXPECT_EQ(end.exitCode, 0);
+    // The text's room is reckoned from the context; what else is long is cut.
+    end = runChildWithoutTerminal("longBox");
+    EXPECT_EQ(end.output,
+              title + "\nIn function " + std::string(3000 + strlen("Bad argument") + 200 - 1 - 12, 'f') + "\n");
+}
+
+#else
+
+namespace {
+
+// What a box showed, read from outside while it stood.
+std::string boxText;
+
+// Waits for the box of the given title and presses one of its buttons.
+void answer(const std::string& boxTitle, int button)
+{
+    HWND box = nullptr;
+    for (int tries = 0; !box && tries < 3000; ++tries) {
+        Sleep(20);
+        box = FindWindowA("#32770", boxTitle.c_str());
+    }
+    if (!box)
+        ExitProcess(99);
+    boxText += '[' + boxTitle + ']';
+    for (int id : {0xFFFF, IDOK, IDCANCEL, IDYES, IDNO}) {
+        char text[2048];
+        if (HWND item = GetDlgItem(box, id))
+            boxText += std::string(text, size_t(GetWindowTextA(item, text, sizeof text))) + '|';
+    }
+    PostMessageA(box, WM_COMMAND, WPARAM(button), 0);
+}
+
+void showBox(void (*report)(), int button, bool ends)
+{
+    std::thread user([=] {
+        answer(title, button);
+        if (ends)
+            answer("Win32: Application exit", IDOK);
+        fprintf(stderr, "%s", boxText.c_str());
+    });
+    atexit([] { Sleep(300); });  // for the user's last words
+    report();
+    user.join();
+}
+
+}  // namespace
+
+CHILD(leafYes)
+{
+    showBox(leafBox, IDYES, true);
+}
+
+CHILD(leafNo)
+{
+    showBox(leafBox, IDNO, false);
+}
+
+CHILD(parentOk)
+{
+    showBox(parentBox, IDOK, false);
+}
+
+CHILD(parentCancel)
+{
+    showBox(parentBox, IDCANCEL, true);
+}
+
+CHILD(longBox)
+{
+    showBox(
+        [] {
+            std::string longName(5000, 'f');
+            std::string context(3000, 'c');
+            orvGuiBoxReport(-5, longName.c_str(), context.c_str(), "s", 1);
+        },
+        IDNO, false);
+}
+
+TEST(Error, BoxOnTheScreen)
+{
+    const std::string leaf = '[' + title + ']' + leafText + "|&Yes|&No|";
+    const std::string parent = '[' + title + ']' + parentText + "|OK|Cancel|";
+    const std::string ending = "[Win32: Application exit]ORV Library: terminating the application|OK|";
+    struct {
+        const char* child;
+        std::string shown;
+        std::string said;
+        int exitCode;
+    } cases[] = {
+        {"leafYes", leaf + ending, "<exit handler>", 1},
+        {"leafNo", leaf, "<result -5><exit handler>", 0},
+        {"parentOk", parent, "<result -1><exit handler>", 0},
+        {"parentCancel", parent + ending, "<exit handler>", 1},
+    };
+    for (const auto& [child, shown, said, exitCode] : cases) {
+        ChildEnd end = runChild(child);
+        // The user and the process speak at once, but each line of theirs is one piece.
+        size_t place = end.output.find(shown);
+        ASSERT_NE(place, std::string::npos) << child << end.output;
+        EXPECT_EQ(end.output.erase(place, shown.size()), said) << child;
+        EXPECT_EQ(end.exitCode, exitCode) << child;
+    }
+    // The system formats no more than 1023 characters.
+    ChildEnd end = runChild("longBox");
+    EXPECT_EQ(end.output, '[' + title + "]In function " + std::string(1023 - 12, 'f') + "|&Yes|&No|");
+}
+
+#endif

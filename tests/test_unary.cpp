@@ -1,0 +1,185 @@
+// Operations of one image.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "checks.h"
+#include "model.h"
+#include "reports.h"
+#include "testheap.h"
+
+namespace {
+
+Rule notRule(uint32_t depth)
+{
+    return [=](uint32_t s, uint32_t) { return ~s & (UINT32_MAX >> (32 - (depth & ORV_DEPTH_MASK))); };
+}
+
+Rule squareRule(uint32_t depth)
+{
+    return onNumbers(depth, [](double s, double) { return s * s; });
+}
+
+// Negative zero and NaN keep all their bits.
+Rule absRule(uint32_t depth)
+{
+    return [=](uint32_t s, uint32_t) {
+        double number = numberOf(depth, s);
+        return number < 0 ? bitsOf(depth, -number) : s;
+    };
+}
+
+struct Member {
+    const char* name;
+    void(ORV_CALL* call)(OrvImage* src, OrvImage* dst);
+    Rule (*rule)(uint32_t depth);
+    const char* reporter;
+};
+
+const Member members[] = {{"orvNot", orvNot, notRule, "orvXorS"},
+                          {"orvSquare", orvSquare, squareRule, "orvSquare"},
+                          {"orvAbs", orvAbs, absRule, "orvAbs"}};
+
+// True if orvAbs is a copy.
+bool isCopy(const Member& member, uint32_t depth)
+{
+    return member.call == orvAbs && !(depth & ORV_DEPTH_SIGN) && depth != ORV_DEPTH_32F;
+}
+
+// orvAbs counts no channel of interest in an image of one channel.
+bool absFits(const Layout& layout)
+{
+    auto chosen = [](const PictureSpec& spec) { return spec.roi && spec.roi->coi > 0 && spec.channels > 1; };
+    auto colours = [](const PictureSpec& spec) { return spec.channels - (spec.alpha ? 1 : 0); };
+    const PictureSpec& src = layout.images[0].spec;
+    const PictureSpec& dst = layout.images[1].spec;
+    return ordersAgree(layout) && chosen(src) == chosen(dst) && (chosen(src) || colours(src) == colours(dst));
+}
+
+bool copyFits(const Layout& layout)
+{
+    bool masked = layout.images[0].mask || layout.images[1].mask;
+    return ordersAgree(layout) && originsAgree(layout) && !(layout.images[0].spec.depth == ORV_DEPTH_1U && masked);
+}
+
+// orvCopy is stopped at an image copied to itself before it asks for tiles. A cell that cannot be fetched is reported as a
+// trace, which stores no status, so that orvAbs does not know of it.
+Walk copyWalk(const Scene& scene)
+{
+    if (scene.images[0] == scene.images[1])
+        return {};
+    Walk walk = gridWalk(scene, "orvCopy");
+    for (WalkStep& step : walk)
+        if (step.refusal.starts_with("-2"))
+            step.refusal += "-1 orvAbs orvCopy is failed\n";
+    return walk;
+}
+
+}  // namespace
+
+TEST(Unary, IsAsTheModelInEveryLayout)
+{
+    for (const Member& member : members)
+        for (uint32_t depth : allDepths) {
+            if (depth == ORV_DEPTH_32F && member.call == orvNot)
+                continue;
+            bool copy = isCopy(member, depth);
+            Operation operation = {.name = member.name, .sourceDepth = depth, .resultDepth = depth};
+            operation.rule = member.rule(depth);
+            operation.call = [&](OrvImage* const* images) { member.call(images[0], images[1]); };
+            if (member.call == orvAbs)
+                operation.fits = copy ? copyFits : absFits;
+            operation.walk = [&](const Scene& scene) {
+                return copy ? copyWalk(scene) : bandWalk(scene, member.reporter, {"srcImage", "dstImage"});
+            };
+            operation.seed = depth;
+            runMatrix(operation);
+            if (HasFailure())
+                return;
+        }
+}
+
+TEST(Unary, ComputesExactly)
+{
+    for (const Member& member : members)
+        for (uint32_t depth : allDepths) {
+            if (depth == ORV_DEPTH_32F && member.call == orvNot)
+                continue;
+            std::vector<uint32_t> values = telling(depth);
+            if (depth == ORV_DEPTH_32S)
+                values.insert(values.begin(), {46341, 46340, uint32_t(-46341)});
+            if (depth == ORV_DEPTH_32F)
+                values.insert(values.begin(), {0x80000000, 0x7FC12345, 0xFFC12345, 0x80000001, 0xFF800000});
+            Picture src({.depth = depth, .width = int(values.size())}),
+                dst({.depth = depth, .width = int(values.size())});
+            src.fillRaw([&](int x, int, int) { return values[size_t(x)]; });
+            member.call(src, dst);
+            for (size_t x = 0; x < values.size(); ++x) {
+                uint32_t expected = member.rule(depth)(values[x], 0);
+                EXPECT_TRUE(dst.raw(int(x), 0) == expected ||
+                            (member.call == orvSquare && sameValue(depth, dst.raw(int(x), 0), expected)))
+                    << member.name << ' ' << depthName(depth) << ' ' << src.get(int(x), 0) << ": "
+                    << dst.get(int(x), 0);
+            }
+        }
+}
+
+TEST(Unary, ChecksInOrder)
+{
+    OrvROI choice = {2, 0, 0, 8, 8};
+    PictureSpec maskSpec = {.depth = ORV_DEPTH_1U, .width = 9, .height = 9};
+    Picture mask(maskSpec), empty(maskSpec);
+    empty.roi = {0, 9, 9, 4, 4};
+    empty->roi = &empty.roi;
+    for (const Member& member : members) {
+        SCOPED_TRACE(member.name);
+        bool abs = member.call == orvAbs;
+        auto report = [&](const char* status, const char* context) {
+            return std::string(status) + ' ' + member.reporter + ' ' + context + '\n';
+        };
+        std::vector<Fault> faults = {
+            {report("-10", "Incorrect Image"), [](OrvImage* const* images) { images[0]->height = 0; }},
+            {report("-12", "Incorrect Image"), [](OrvImage* const* images) { images[1]->imageData = nullptr; }},
+            {report("-5", "(srcImage->depth != dstImage->depth)"),
+             [](OrvImage* const* images) { images[0]->depth = ORV_DEPTH_16S; }},
+            {report("-5", "(srcImage->dataOrder != dstImage->dataOrder)"),
+             [](OrvImage* const* images) { images[0]->dataOrder = ORV_DATA_ORDER_PLANE; }},
+            {report("-5", abs ? "(nChSrcCoi != nChDstCoi)" : "(nChSrc != nChDst)"),
+             [&](OrvImage* const* images) { images[0]->roi = &choice; }},
+            {report("-5", abs ? "(srcImage->nChannels != dstImage->nChannels)" : "(nChSrc != nChDst)"),
+             [](OrvImage* const* images) { images[1]->alphaChannel = 3; }},
+            {"",
+             [&](OrvImage* const* images) {
+                 images[0]->maskROI = empty;
+                 images[1]->maskROI = mask;
+             }},
+            {report("-4", "Out of memory"),
+             [&](OrvImage* const* images) {
+                 images[0]->maskROI = images[1]->maskROI = mask;
+                 testheap::refuse(1);
+             }},
+        };
+        PictureSpec spec = {.depth = ORV_DEPTH_8S, .channels = 3, .width = 8, .height = 8};
+        expectFaultsInOrder(
+            {spec, spec}, [&](OrvImage* const* images) { member.call(images[0], images[1]); }, faults);
+    }
+    Picture one({.width = 4});
+    EXPECT_EQ(reportsOf([&] { orvSquare(nullptr, one); }), "-9 orvSquare Incorrect Image\n");
+    EXPECT_EQ(reportsOf([&] { orvNot(nullptr, one); }), "-9 orvXorS Incorrect Image\n");
+    EXPECT_EQ(reportsOf([&] { orvAbs(nullptr, one); }), "-5 orvAbs srcImage==0\n");
+    EXPECT_EQ(reportsOf([&] { orvAbs(nullptr, nullptr); }), "-5 orvAbs srcImage==0\n-5 orvAbs dstImage==0\n");
+}
+
+// Where the destination is unsigned, all that can go wrong is orvCopy's, and orvAbs adds a line.
+TEST(Unary, AbsoluteValuesOfUnsignedImagesAreCopies)
+{
+    const std::string trace = "-1 orvAbs orvCopy is failed\n";
+    Picture bytes({.width = 8, .height = 2}), chars({.depth = ORV_DEPTH_8S, .width = 8, .height = 2}),
+        bottom({.origin = ORV_ORIGIN_BL, .width = 8, .height = 2});
+    EXPECT_EQ(reportsOf([&] { orvAbs(chars, bytes); }), "-5 orvCopy srcImage->depth != dstImage->depth\n" + trace);
+    EXPECT_EQ(reportsOf([&] { orvAbs(bytes, bottom); }), "-5 orvCopy srcImage->origin != dstImage->origin\n" + trace);
+    // The destination's depth decides.
+    EXPECT_EQ(reportsOf([&] { orvAbs(bytes, chars); }), "-5 orvAbs (srcImage->depth != dstImage->depth)\n");
+    bytes->width = 0;
+    EXPECT_EQ(reportsOf([&] { orvAbs(chars, bytes); }), "-10 orvCopy Incorrect Image\n" + trace);
+}
