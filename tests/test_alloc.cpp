@@ -56,7 +56,7 @@ TEST_F(Alloc, BlocksAreAlignedAndLeadBack)
             auto* start = static_cast<uint8_t*>(static_cast<void**>(block)[-1]);
             EXPECT_LE(start + sizeof(void*), block);
             EXPECT_LE(block, start + 31 + sizeof(void*));
-            memset(block, 0xEE, size_t(count * sizes[form]));
+            memset(block, 0xEE, size_t(count) * size_t(sizes[form]));
             orvFree(block);
         }
         testheap::refuse(1);
@@ -588,6 +588,7 @@ TEST_F(Alloc, ClonesOfEveryLayout)
                     expected.imageSize = expected.widthStep * spec.height * (order ? channels : 1);
                     expected.imageData = clone->imageData;
                     expected.imageDataBlock = clone->imageDataBlock;
+                    // Both are copies, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
                     EXPECT_EQ(memcmp(clone, &expected, sizeof expected), 0);
                     EXPECT_NE(clone->imageDataBlock, nullptr);
                     EXPECT_EQ(clone->roi != nullptr, withRoi);

@@ -11,7 +11,7 @@ uint32_t valueAt(const std::vector<uint8_t>& pixel, uint32_t depth, int c)
     int bytes = depth == ORV_DEPTH_1U ? 1 : int(depth & ORV_DEPTH_MASK) / 8;
     uint32_t value = 0;
     for (int i = 0; i < bytes; ++i)
-        value |= uint32_t{pixel[size_t(c * bytes + i)]} << (8 * i);
+        value |= uint32_t{pixel[size_t(c) * size_t(bytes) + size_t(i)]} << (8 * i);
     return value;
 }
 

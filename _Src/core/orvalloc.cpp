@@ -14,6 +14,7 @@
 #include "ownheap.h"
 #include "ownlayout.h"
 #include "ownreport.h"
+#include "ownscratch.h"
 
 namespace {
 
@@ -341,9 +342,11 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
     constexpr OwnReport report{"orvCloneImage", source};
     if (!report.goodImage(image))
         return nullptr;
-    OrvImage* clone = orvCreateImageHeader(image->nChannels, image->alphaChannel, image->depth, image->colorModel,
-                                           image->channelSeq, image->dataOrder, image->origin, image->align,
-                                           image->width, image->height, nullptr, nullptr, nullptr, nullptr);
+    OwnTempImage owner(orvCreateImageHeader(image->nChannels, image->alphaChannel, image->depth, image->colorModel,
+                                            image->channelSeq, image->dataOrder, image->origin, image->align,
+                                            image->width, image->height, nullptr, nullptr, nullptr, nullptr));
+    owner.flags |= ORV_IMAGE_ROI;
+    OrvImage* clone = owner.image;
     if (!clone) {
         report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate header for clone image");
         return nullptr;
@@ -360,7 +363,6 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
         clone->roi = orvCreateROI(roi->coi, roi->xOffset, roi->yOffset, roi->width, roi->height);
         if (!clone->roi) {
             report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate roi for clone image");
-            orvDeallocate(clone, ORV_IMAGE_HEADER);
             return nullptr;
         }
     }
@@ -370,14 +372,13 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
         orvAllocateImage(clone, 0, 0);
     if (!clone->imageData) {
         report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate imageData for clone image");
-        orvDeallocate(clone, ORV_IMAGE_HEADER | ORV_IMAGE_ROI);
         return nullptr;
     }
     if (image->imageData) {
         int32_t size = image->imageSize < clone->imageSize ? image->imageSize : clone->imageSize;
         memcpy(clone->imageData, image->imageData, size_t(size));
     }
-    return clone;
+    return owner.release();
 }
 
 OrvROI* ORV_CALL orvCreateROI(int32_t coi, int32_t xOffset, int32_t yOffset, int32_t width, int32_t height)

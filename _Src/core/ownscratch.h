@@ -36,4 +36,12 @@ struct OwnTempImage {
     OwnTempImage(const OwnTempImage&) = delete;
     OwnTempImage& operator=(const OwnTempImage&) = delete;
     ~OwnTempImage() { orvDeallocate(image, flags); }
+
+    // Gives the image away: it is not temporary any more.
+    OrvImage* release()
+    {
+        OrvImage* given = image;
+        image = nullptr;
+        return given;
+    }
 };
