@@ -50,10 +50,13 @@ void writeOverlay(std::ostream& out, const Figure& figure)
     if (figure.boxes.empty())
         return;
     out << "<svg viewBox=\"0 0 " << figure.width << ' ' << figure.height << "\" aria-hidden=\"true\">";
-    for (const Box& box : figure.boxes)
+    for (const Box& box : figure.boxes) {
+        if (box.width == figure.width && box.height == figure.height)
+            continue;  // a channel of the whole image
         for (const char* kind : {"under", "over"})
             out << "<rect class=\"" << kind << "\" x=\"" << box.x << "\" y=\"" << box.y << "\" width=\"" << box.width
                 << "\" height=\"" << box.height << "\"/>";
+    }
     out << "</svg>";
 }
 
