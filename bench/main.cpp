@@ -35,11 +35,14 @@ public:
             if (!added)
                 place->second = std::min(place->second, time);
         }
-        if (plain)
+        // What has no row in the table is printed as it comes.
+        bool hasRow = std::any_of(rows().begin(), rows().end(), [&](const table::Row& row) {
+            return !runs.empty() && row.name == runs[0].run_name.function_name;
+        });
+        if (!hasRow)
             ConsoleReporter::ReportRuns(runs);
     }
     std::map<std::string, double> times;
-    bool plain = false;
 };
 
 void printTable(const std::map<std::string, double>& times)

@@ -241,7 +241,8 @@ void processValues(const OwnPixelOp& op, const OwnGeometry* images, int count, O
 
 // ---- Rows of bits -------------------------------------------------------------------------------------------------
 
-// Runs a kernel of bytes over rows of n bits, whose bytes it gets in the destination's phase.
+// Runs a kernel of bytes over rows of n bits, whose bytes it gets in the destination's phase. Of a kernel only `run` is
+// called: a blend takes or leaves whole values, and here a mask cuts through the bytes.
 void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int count, const Row* mask, int64_t n)
 {
     const OwnRowKernels& move = ownRowKernels();
@@ -271,8 +272,15 @@ void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int
         const auto* b = static_cast<const uint8_t*>(from[1]);
         ptrdiff_t aStep = count > 1;
         ptrdiff_t bStep = count > 2;  // a scalar stays where it is
+        auto edge = [&](ptrdiff_t at, uint8_t mask) {
+            uint8_t byte;
+            kernel.run(a + at * aStep, b + at * bStep, &byte, 1);
+            move.mergeBits(&byte, &mask, out + at, 1);
+        };
         if (mask) {
-            kernel.select(a, b, out, bring(*mask, aligned[2].bytes, true), bytes);
+            Scratch result;
+            kernel.run(a, b, result.bytes, bytes);
+            move.mergeBits(result.bytes, bring(*mask, aligned[2].bytes, true), out, bytes);
         } else {
             uint8_t firstMask = uint8_t(0xFF >> bit);
             uint8_t lastMask = uint8_t(0xFF << (bytes * 8 - bit - now));
@@ -281,11 +289,11 @@ void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int
             ptrdiff_t begin = firstMask != 0xFF;
             ptrdiff_t end = bytes - (bytes > begin && lastMask != 0xFF);
             if (begin)
-                kernel.select(a, b, out, &firstMask, 1);
+                edge(0, firstMask);
             if (end > begin)
                 kernel.run(a + begin * aStep, b + begin * bStep, out + begin, end - begin);
             if (end < bytes)
-                kernel.select(a + end * aStep, b + end * bStep, out + end, &lastMask, 1);
+                edge(end, lastMask);
         }
         out += (bit + now) >> 3;
         done += now;

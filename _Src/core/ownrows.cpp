@@ -269,9 +269,19 @@ inline __attribute__((always_inline)) void storePixelBits(uint8_t* d, int bit, p
     });
 }
 
+void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
+{
+    expandLanes<uint8_t>(bits, bit, 1, 1, out, n);
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        out[i] &= 1;
+}
+
 void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n)
 {
-    if (step == 3 && values == 1) {
+    if (step == 1) {
+        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i]; });
+    } else if (step == 3 && values == 1) {
         storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i * 3]; });
     } else if (step == 3 && values == 3) {
         storePixelBits(d, bit, n,
@@ -334,6 +344,13 @@ void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, i
     maskRow(static_cast<T*>(d), n, bits, bit, [=](ptrdiff_t) { return value; });
 }
 
+void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        d[i] = uint8_t((from[i] & mask[i]) | (d[i] & ~mask[i]));
+}
+
 struct And {
     using Source = uint8_t;
     using Result = uint8_t;
@@ -357,7 +374,9 @@ const OwnRowKernels ownRowKernels = {
     {fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>, fillOf<uint32_t>,
      fillOf<uint32_t>},
     TwoSourceRows<And>::kernel,
+    mergeBits,
     alignBits,
+    unpackBits,
     allBits,
 };
 

@@ -20,9 +20,15 @@ struct OwnRowKernels {
 
     OwnRowKernel bitAnd;  // two sources of bytes
 
+    // d[i] takes the bits of from[i] where mask[i] is set, for n bytes.
+    void (*mergeBits)(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n);
+
     // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
     // copied are cleared.
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
+    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits. There must
+    // be room for n rounded up to 32.
+    void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
     // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are, from bit 7 - bit of
     // *d on. Bits around them stay.
     void (*allBits)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n);

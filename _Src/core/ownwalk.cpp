@@ -162,7 +162,7 @@ void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell)
     work.setRegion(rect.x + cell.x, rect.y + cell.y, cell.width, cell.height);
 }
 
-bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell)
+bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell, bool mayStayOpen)
 {
     OwnRect rect = ownRoiRect(*image);
     int32_t x = rect.x + cell.x;
@@ -171,7 +171,8 @@ bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell)
     column = x / tiles.width;
     row = y / tiles.height;
     work.take(*image);
-    if ((x + cell.width - 1) / tiles.width != column || (y + cell.height - 1) / tiles.height != row) {
+    bool oneTile = (x + cell.width - 1) / tiles.width == column && (y + cell.height - 1) / tiles.height == row;
+    if (!oneTile || !mayStayOpen) {
         int32_t step;
         block.data = ownBorderedRect(image, x, y, cell.width, cell.height, &step);
         if (block)

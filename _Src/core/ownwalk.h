@@ -66,8 +66,9 @@ void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell);
 struct OwnFetchedCell {
     OwnWork work;  // plain memory, its region the cell
 
-    // False if there is no memory or a tile does not come, without a report.
-    bool fetch(OrvImage* image, const OwnCell& cell);
+    // False if there is no memory or a tile does not come, without a report. `mayStayOpen` is false where more is fetched
+    // before release(), because every other tile has to be closed by then.
+    bool fetch(OrvImage* image, const OwnCell& cell, bool mayStayOpen = true);
 
     // The pixels are not needed any more; nothing without a fetch.
     void release();

@@ -198,10 +198,10 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
     OwnWork works[3], maskWork;
     OwnFetchedCell fetched[2];
     const OrvImage* images[3];
-    auto release = [&] {
-        for (OwnFetchedCell& cellOfSource : fetched)
-            cellOfSource.release();
-    };
+    int lastFetched = -1;
+    for (int i = 0; i < call.count; ++i)
+        if (i != leading && call.images[i]->tileInfo)
+            lastFetched = i;
     for (int i = 0; i < call.count; ++i) {
         OrvImage* image = call.images[i];
         images[i] = &works[i].image;
@@ -210,17 +210,16 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
         } else if (!image->tileInfo) {
             ownShowCell(works[i], *image, cell);
         } else {
-            if (!fetched[i].fetch(image, cell)) {
-                release();
+            if (!fetched[i].fetch(image, cell, i == lastFetched))
                 return false;
-            }
             images[i] = &fetched[i].work.image;
         }
     }
     if (mask)
         ownShowCell(maskWork, *mask, cell);
     compare(call, images, mask ? &maskWork.image : nullptr);
-    release();
+    if (lastFetched >= 0)
+        fetched[lastFetched].release();
     return true;
 }
 

@@ -163,6 +163,20 @@ int Scene::openTiles() const
     return count;
 }
 
+std::vector<uint8_t> Scene::headers() const
+{
+    std::vector<uint8_t> bytes;
+    auto add = [&](const void* record, size_t size) {
+        auto* first = static_cast<const uint8_t*>(record);
+        bytes.insert(bytes.end(), first, first + size);
+    };
+    for (const auto& picture : pictures) {
+        add(&picture->image, sizeof picture->image);
+        add(&picture->roi, sizeof picture->roi);
+    }
+    return bytes;
+}
+
 // ---- The model ----------------------------------------------------------------------------------------------------
 
 Area areaOf(const Picture& picture)
@@ -641,21 +655,6 @@ void compareScenes(const Operation& operation, const Scene& got, const Scene& ex
     EXPECT_EQ(got.faults(), "");
 }
 
-// The application's records, which no call may leave changed.
-std::vector<uint8_t> headersOf(const Scene& scene)
-{
-    std::vector<uint8_t> bytes;
-    auto add = [&](const void* record, size_t size) {
-        auto* first = static_cast<const uint8_t*>(record);
-        bytes.insert(bytes.end(), first, first + size);
-    };
-    for (const auto& picture : scene.all()) {
-        add(&picture->image, sizeof picture->image);
-        add(&picture->roi, sizeof picture->roi);
-    }
-    return bytes;
-}
-
 // The log of a walk until its n-th open, which is refused; all of it if n is 0.
 std::string walkText(const Walk& walk, int n)
 {
@@ -675,13 +674,13 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
 {
     Scene scene(layout), expected(layout);
     Reports reports;
-    std::vector<uint8_t> headers = headersOf(scene);
+    std::vector<uint8_t> headers = scene.headers();
     std::vector<OrvImage*> images = scene.pointers();
     int blocks = testheap::blocks();
     scene.log.refuse = refuse;
     operation.call(images.data());
     EXPECT_EQ(testheap::blocks(), blocks);
-    EXPECT_TRUE(headersOf(scene) == headers) << "a header was changed";
+    EXPECT_TRUE(scene.headers() == headers) << "a header was changed";
 
     std::string report;
     int opens = 0;

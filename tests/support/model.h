@@ -67,6 +67,8 @@ struct Scene {
     std::vector<OrvImage*> pointers() const;
     std::string faults() const;
     int openTiles() const;
+    // The bytes of the application's records, which a call leaves as they are.
+    std::vector<uint8_t> headers() const;
 
 private:
     std::vector<std::unique_ptr<Picture>> pictures;

@@ -1,0 +1,107 @@
+#include "ownlines.h"
+
+#include "ownpixels.h"
+#include "ownrows.h"
+
+namespace {
+
+OwnGeometry geometryOf(const OrvImage& image)
+{
+    OwnGeometry geometry;
+    ownPlaneGeometry(image, geometry);
+    return geometry;
+}
+
+// Up to some channels are processed together, also with one among them that is not: that costs less than to bring
+// the others together.
+bool fitTogether(const OwnGeometry& src, const OwnGeometry& dst)
+{
+    constexpr int32_t most = 8;
+    return !src.planeStep && !dst.planeStep && src.pixelStep <= most && src.channels + 1 >= src.pixelStep;
+}
+
+// Slots begin where vectors like to.
+int64_t slotBytes(int64_t values, int bytes)
+{
+    return (values * ownMax(bytes, 1) + 31) & ~int64_t{31};
+}
+
+// Where a channel begins.
+uint8_t* channelStart(const OwnGeometry& image, int32_t channel, int bytes)
+{
+    return image.start + channel * (image.planeStep ? image.planeStep : ptrdiff_t{bytes});
+}
+
+}  // namespace
+
+OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
+                   int sourceSlots, int targetSlots)
+    : src(geometryOf(source)),
+      dst(geometryOf(target)),
+      mask(under ? ownMaskStart(*under) : OwnGeometry{}),
+      masked(under),
+      reach(around),
+      dstDepth(target.depth),
+      srcBytes(ownValueBytes(source.depth)),
+      dstBytes(ownValueBytes(target.depth)),
+      together(fitTogether(src, dst)),
+      rowStep(together ? src.pixelStep : 1),
+      processed(together ? src.channels : 1),
+      gathers(!srcBytes || src.pixelStep != rowStep),
+      scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
+      sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
+      targetBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
+      sourceRows(gathers ? sourceBytes * sourceSlots : 0),
+      targetRows(scatters ? targetBytes * targetSlots : 0)
+{
+}
+
+void OwnLines::begin(int32_t pass)
+{
+    sourceStart = channelStart(src, pass, srcBytes);
+    targetStart = channelStart(dst, pass, dstBytes);
+}
+
+const void* OwnLines::source(int32_t y, int slot)
+{
+    const uint8_t* row = sourceStart + y * src.rowStep;
+    uint8_t* gathered = sourceRows.data + slot * sourceBytes;
+    int64_t pixels = int64_t{src.width} + reach.left + reach.right;
+    if (!srcBytes) {
+        int64_t position = int64_t{src.bit} - reach.left;
+        ownRowKernels().unpackBits(row + (position >> 3), int(position & 7), gathered, ptrdiff_t(pixels));
+        return gathered;
+    }
+    row -= ptrdiff_t(reach.left) * src.pixelStep * srcBytes;
+    if (!gathers)
+        return row;
+    ownRowKernels().gather[ownSizeIndex(srcBytes)](row, src.pixelStep, 1, gathered, ptrdiff_t(pixels));
+    return gathered;
+}
+
+void* OwnLines::target(int32_t y, int slot)
+{
+    if (scatters)
+        return targetRows.data + slot * targetBytes;
+    return targetStart + y * dst.rowStep;
+}
+
+void OwnLines::store(int32_t y, int32_t rows)
+{
+    if (!scatters)
+        return;
+    const OwnRowKernels& move = ownRowKernels();
+    if (!dstBytes)  // packed bits take the place of the bytes that they are made of
+        for (int32_t i = 0; i < rows; ++i)
+            move.allBits(targetRows.data + i * targetBytes, 1, 1, targetRows.data + i * targetBytes, 0, src.width);
+    OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, src.width, rows};
+    OwnGeometry to = dst;
+    to.start = targetStart + y * dst.rowStep;
+    to.channels = processed;
+    to.height = rows;
+    OwnGeometry under = mask;
+    under.start += y * mask.rowStep;
+    const OwnGeometry images[2] = {from, to};
+    ownProcessPixels(ownPixelOp(move.copy[ownDepthIndex(dstDepth)], dstDepth, nullptr), images, 2,
+                     masked ? &under : nullptr);
+}

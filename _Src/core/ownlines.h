@@ -1,0 +1,62 @@
+// Rows of a rectangle of plain memory in the form in which filters compute on them: the values side by side, whatever the
+// layouts. Rows of bits are bytes, 0 or 1 on the way in and 0 or 255 on the way out.
+//
+//   OwnLines lines(src, dst, mask, reach, 2, 1);
+//   for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+//       lines.begin(pass);
+//       for (int32_t y = 0; y < lines.height(); ++y) {
+//           filter(lines.source(y, 0), lines.source(y + 1, 1), lines.target(y, 0), lines.values(lines.width()));
+//           lines.store(y, 1);
+//       }
+//   }
+#pragma once
+
+#include "ownborder.h"
+#include "ownregion.h"
+
+class OwnLines {
+public:
+    // The regions of the images and of the mask, which may be NULL, have one size; around that of the source, `reach` may be
+    // read. `sourceSlots` and `targetSlots` are how many rows are in use at a time.
+    OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int sourceSlots,
+             int targetSlots);
+
+    // False if there is no memory.
+    explicit operator bool() const { return (!gathers || sourceRows) && (!scatters || targetRows); }
+
+    int32_t width() const { return src.width; }  // in pixels
+    int32_t height() const { return src.height; }
+
+    // A pass processes all channels where they stand side by side, otherwise one channel.
+    int32_t passes() const { return together ? 1 : dst.channels; }
+    void begin(int32_t pass);
+
+    // Values from pixel to pixel in the rows; the last of them may be one that is not processed.
+    int32_t step() const { return rowStep; }
+
+    // Values of a row of `pixels` pixels, as far as the last processed one.
+    ptrdiff_t values(int64_t pixels) const { return ptrdiff_t((pixels - 1) * rowStep + processed); }
+
+    // Row y of the source from `reach.left` pixels before the region on. Valid until the slot is used again.
+    const void* source(int32_t y, int slot);
+
+    // Where to write row y of the result.
+    void* target(int32_t y, int slot);
+
+    // Brings the results in slots 0 to rows - 1 to row y and those that follow, under the mask.
+    void store(int32_t y, int32_t rows);
+
+private:
+    OwnGeometry src, dst, mask;
+    bool masked;
+    OwnReach reach;
+    uint32_t dstDepth;
+    int srcBytes, dstBytes;            // of a value; 0 for bits
+    bool together;                     // all channels in one pass
+    int32_t rowStep, processed;        // values of a pixel in the rows
+    bool gathers, scatters;            // rows pass through memory of their own
+    int64_t sourceBytes, targetBytes;  // of a slot
+    OwnScratch<uint8_t> sourceRows, targetRows;
+    const uint8_t* sourceStart = nullptr;  // of the pass
+    uint8_t* targetStart = nullptr;
+};

@@ -1,0 +1,207 @@
+#include "ownneighbour.h"
+
+#include "ownwalk.h"
+
+namespace {
+
+using Result = OwnNeighbourResult;
+
+// A part of the region, from its start.
+struct Part {
+    int32_t x, y;
+    int32_t width, height;
+};
+
+bool inside(const OrvImage& image, const OwnRect& rect, const OwnReach& reach)
+{
+    return rect.x >= reach.left && rect.y >= reach.top && image.width - rect.xEnd >= reach.right &&
+           image.height - rect.yEnd >= reach.bottom;
+}
+
+class Division {
+public:
+    Division(const OwnNeighbours& call, OwnSize size) : call(call), size(size), start(ownRoiRect(*call.src)) {}
+
+    Result run() const
+    {
+        const Part whole = {0, 0, size.width, size.height};
+        bool inPlace = call.src == call.dst;
+        if (call.dst->tileInfo)
+            return inPlace ? runTilesInPlace() : runTiles(whole, nullptr);
+        return inPlace || call.src->tileInfo ? runBordered(whole) : runBands(whole);
+    }
+
+private:
+    const OwnNeighbours& call;
+    OwnSize size;
+    OwnRect start;  // the source's region
+
+    OwnRect sourceRect(const Part& part) const
+    {
+        int32_t x = start.x + part.x;
+        int32_t y = start.y + part.y;
+        return {x, x + part.width, y, y + part.height, part.width, part.height};
+    }
+
+    static void show(OwnWork& work, const OrvImage& image, const Part& part)
+    {
+        OwnRect rect = ownRoiRect(image);
+        work.take(image);
+        work.setRegion(rect.x + part.x, rect.y + part.y, part.width, part.height);
+    }
+
+    Result runPiece(const OrvImage& src, const OrvImage& dst, const Part& part) const
+    {
+        OwnWork mask;
+        if (call.mask)
+            show(mask, *call.mask, part);
+        return call.piece(call.task, src, dst, call.mask ? &mask.image : nullptr) ? Result::done : Result::noMemory;
+    }
+
+    // Filters a part of the destination that lies in plain memory, from the image itself or from a copy.
+    Result runDirect(const Part& part, const OrvImage& dst) const
+    {
+        OwnWork src;
+        show(src, *call.src, part);
+        return runPiece(src.image, dst, part);
+    }
+    Result runCopied(const Part& part, const OrvImage& dst) const
+    {
+        OwnBorderedImage copy;
+        if (!copy.fetch(call.src, sourceRect(part), call.reach))
+            return Result::noMemory;
+        return runPiece(copy.work.image, dst, part);
+    }
+    Result runBordered(const Part& part) const
+    {
+        OwnWork dst;
+        show(dst, *call.dst, part);
+        return runCopied(part, dst.image);
+    }
+
+    // Filters the bands at the edges and cuts them off; the centre remains.
+    Result runBands(Part rest) const
+    {
+        const OwnReach& reach = call.reach;
+        auto edge = [](int64_t length, int32_t most) {
+            return int32_t(length < 0 ? 0 : length < most ? length : most);
+        };
+        auto run = [&](const Part& band) {
+            return band.width > 0 && band.height > 0 ? runBordered(band) : Result::done;
+        };
+        int32_t above = edge(int64_t{reach.top} - start.y, rest.height);
+        Result result = run({0, 0, rest.width, above});
+        rest.y += above;
+        rest.height -= above;
+        // How far the reach passes the far edge of the image.
+        int64_t pastBottom = int64_t{start.y} + size.height + reach.bottom - call.src->height;
+        int32_t below = edge(pastBottom, rest.height);
+        rest.height -= below;
+        if (result == Result::done)
+            result = run({0, rest.y + rest.height, rest.width, below});
+        int32_t before = edge(int64_t{reach.left} - start.x, rest.width);
+        if (result == Result::done)
+            result = run({0, rest.y, before, rest.height});
+        rest.x += before;
+        rest.width -= before;
+        int64_t pastRight = int64_t{start.x} + size.width + reach.right - call.src->width;
+        int32_t after = edge(pastRight, rest.width);
+        rest.width -= after;
+        if (result == Result::done)
+            result = run({rest.x + rest.width, rest.y, after, rest.height});
+        if (result != Result::done || rest.width <= 0 || rest.height <= 0)
+            return result;
+        OwnWork dst;
+        show(dst, *call.dst, rest);
+        return runDirect(rest, dst.image);
+    }
+
+    // Writes a part of the region tile by tile: from `copy`, which holds that part, or from the source.
+    Result runTiles(const Part& whole, const OwnBorderedImage* copy) const
+    {
+        OwnWork leading;
+        show(leading, *call.dst, whole);
+        Result result = Result::done;
+        ownGridWalk(leading.image, {whole.width, whole.height}, [&](const OwnCell& cell) {
+            uint8_t* tile = ownOpenTile(call.dst, cell.column, cell.row, ORV_TILE_WRITE);
+            if (!tile) {
+                result = Result::noTile;
+                return false;
+            }
+            OwnWork dst(*call.dst);
+            dst.showTile(*call.dst, tile);
+            dst.setRegion(cell.xInTile, cell.yInTile, cell.width, cell.height);
+            Part part = {whole.x + cell.x, whole.y + cell.y, cell.width, cell.height};
+            if (copy) {
+                OwnWork src(copy->work.image);
+                src.setRegion(copy->work.roi.xOffset + cell.x, copy->work.roi.yOffset + cell.y, cell.width,
+                              cell.height);
+                result = runPiece(src.image, dst.image, part);
+            } else if (!call.src->tileInfo && inside(*call.src, sourceRect(part), call.reach)) {
+                result = runDirect(part, dst.image);
+            } else {
+                result = runCopied(part, dst.image);
+            }
+            if (result != Result::done)
+                return false;
+            ownReleaseTile(call.dst, cell.column, cell.row);
+            return true;
+        });
+        return result;
+    }
+
+    // True if the copy of the last band, whose predecessor begins at row `previous` of the image, would read rows of
+    // bands before that, which have been written by then: the border mode may lead anywhere.
+    bool readsWhatIsWritten(int32_t previous) const
+    {
+        const OrvImage& image = *call.src;
+        int64_t past = int64_t{start.y} + size.height + call.reach.bottom - image.height;
+        if (past <= 0 || previous <= start.y)
+            return false;
+        switch (image.borderMode[1] & 3) {
+        case ORV_BORDER_REFLECT: return image.height - past < previous;
+        case ORV_BORDER_WRAP: return past > start.y;
+        default: return false;
+        }
+    }
+
+    Result runTilesInPlace() const
+    {
+        // A band is as high as the reach upwards, so that this ends in the band before.
+        int32_t tileHeight = call.src->tileInfo->height;
+        int64_t tileRows = call.reach.top > tileHeight ? (call.reach.top + int64_t{tileHeight} - 1) / tileHeight : 1;
+        int32_t bandHeight = int32_t(tileRows * tileHeight < size.height ? tileRows * tileHeight : size.height);
+        int32_t firstHeight = ownMin(size.height, tileHeight - start.y % tileHeight);
+        int32_t others = int32_t((int64_t{size.height} - firstHeight + bandHeight - 1) / bandHeight);
+        int32_t previous = others < 2 ? 0 : firstHeight + (others - 2) * bandHeight;
+        if (readsWhatIsWritten(start.y + previous))
+            firstHeight = size.height;
+        OwnBorderedImage copies[2];
+        Part band = {0, 0, size.width, firstHeight};
+        int current = 0;
+        if (!copies[current].fetch(call.src, sourceRect(band), call.reach))
+            return Result::noMemory;
+        while (band.height > 0) {
+            int32_t done = band.y + band.height;
+            Part next = {0, done, size.width, ownMin(bandHeight, size.height - done)};
+            if (next.height > 0 && !copies[1 - current].fetch(call.src, sourceRect(next), call.reach))
+                return Result::noMemory;
+            Result result = runTiles(band, &copies[current]);
+            if (result != Result::done)
+                return result;
+            band = next;
+            current = 1 - current;
+        }
+        return Result::done;
+    }
+};
+
+}  // namespace
+
+OwnNeighbourResult ownRunNeighbours(const OwnNeighbours& call)
+{
+    OwnSize size;
+    if (!ownCommonSize(*call.src, *call.dst, call.mask, false, size))
+        return Result::done;
+    return Division(call, size).run();
+}

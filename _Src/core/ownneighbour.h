@@ -1,0 +1,40 @@
+// Operations whose result at a pixel depends on the pixels around it: the division of their work into rectangles of plain
+// memory.
+//
+// A filter says how far it reads around a pixel and what to do with a rectangle of plain memory around which it may read that
+// far. Pixels outside the region are the image's; pixels outside the image come from its border modes. As little as possible
+// is copied:
+//
+//   images without tiles          bands along those edges of the image that the reach passes are filtered from copies,
+//                                 the centre from the image itself
+//   in place, or source tiled     from one copy of the whole rectangle
+//   destination tiled             tile by tile; from the source itself where it is not tiled and the reach stays inside
+//   in place and tiled            in bands of whole rows of tiles, the copy of the next band being taken before a band is
+//                                 written, since its surroundings lie there
+#pragma once
+
+#include "ownborder.h"
+#include "ownregion.h"
+
+enum class OwnNeighbourResult {
+    done,
+    noMemory,  // or a tile of the source does not come
+    noTile     // a tile of the destination does not come
+};
+
+// Filters one rectangle: the regions of working headers of plain memory, all of one size. The mask may be NULL. False if
+// there is no memory.
+using OwnNeighbourPiece = bool (*)(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask);
+
+struct OwnNeighbours {
+    OrvImage* src;
+    OrvImage* dst;   // may be the source
+    OrvImage* mask;  // may be NULL; aligned with the start of the regions
+    OwnReach reach;
+    OwnNeighbourPiece piece;
+    void* task;
+};
+
+// Runs a filter over the smallest common region of the images and the mask. When a tile does not come or memory is
+// refused, what was opened stays open and what was done stays done.
+OwnNeighbourResult ownRunNeighbours(const OwnNeighbours& call);

@@ -1,0 +1,159 @@
+// What lies beyond the edges of an image, and the box filter.
+//
+//   orvSetBorderMode   sets the border modes and constants of an image's sides
+//   orvBlur            the mean of a window
+#include <cstring>
+
+#include "../core/ownlines.h"
+#include "../core/ownmask.h"
+#include "../core/ownneighbour.h"
+#include "../core/ownpixels.h"
+#include "../core/ownreport.h"
+#include "orv/core.h"
+#include "orv/filter.h"
+#include "ownblur.h"
+
+namespace {
+
+constexpr const char* source = "orvblur";
+
+// The window of a pixel at (0, 0) begins at (-anchorX, -anchorY).
+struct Window {
+    int32_t nCols, nRows;
+    int32_t anchorX, anchorY;
+
+    OwnReach reach() const { return {anchorX, anchorY, nCols - 1 - anchorX, nRows - 1 - anchorY}; }
+};
+
+int64_t largestMagnitude(uint32_t depth)
+{
+    switch (depth) {
+    case ORV_DEPTH_1U: return 1;
+    case ORV_DEPTH_8U: return 255;
+    case ORV_DEPTH_8S: return 128;
+    case ORV_DEPTH_16U: return 65535;
+    default: return 32768;
+    }
+}
+
+const OwnBlurKernel& kernelFor(uint32_t depth, const Window& window)
+{
+    const OwnBlurKernels& kernels = ownBlurKernels();
+    OwnDepthIndex index = ownDepthIndex(depth);
+    int64_t samples = int64_t{window.nCols} * window.nRows;
+    bool wide = kernels.wide[index].band && samples > INT32_MAX / largestMagnitude(depth);
+    return wide ? kernels.wide[index] : kernels.narrow[index];
+}
+
+// One pass over a rectangle of plain memory, from the top down.
+void blurPass(OwnLines& lines, const Window& window, const OwnBlurKernel& kernel, OwnBlurBand& band)
+{
+    ptrdiff_t columns = lines.values(int64_t{lines.width()} + window.nCols - 1);
+    memset(band.sums, 0, size_t(columns) * size_t(kernel.sumBytes));
+    for (int32_t row = 0; row < window.nRows - 1; ++row)
+        kernel.add(lines.source(row - window.anchorY, 0), band.sums, columns);
+    for (int32_t y = 0; y < lines.height(); y += ownBlurRows) {
+        band.rows = ownMin(ownBlurRows, lines.height() - y);
+        for (int i = 0; i < band.rows; ++i) {
+            int32_t first = y + i - window.anchorY;
+            band.enter[i] = lines.source(first + window.nRows - 1, i);
+            band.leave[i] = y + i > 0 ? lines.source(first - 1, ownBlurRows + i) : nullptr;
+            band.result[i] = lines.target(y + i, i);
+        }
+        kernel.band(band);
+        lines.store(y, band.rows);
+    }
+}
+
+bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    const Window& window = *static_cast<const Window*>(task);
+    const OwnBlurKernel& kernel = kernelFor(dst.depth, window);
+    OwnLines lines(src, dst, mask, window.reach(), 2 * ownBlurRows, ownBlurRows);
+    OwnScratch<uint8_t> sums(lines.values(int64_t{lines.width()} + window.nCols - 1) * int64_t{kernel.sumBytes});
+    OwnScratch<uint8_t> scratch(ownBlurKernels().scratchBytes(lines.step(), window.nCols));
+    if (!lines || !sums || !scratch)
+        return false;
+    OwnBlurBand band;
+    band.values = lines.values(lines.width());
+    band.step = lines.step();
+    band.nCols = window.nCols;
+    band.scale = 1.0f / float(int64_t{window.nCols} * window.nRows);
+    band.sums = sums.data;
+    band.scratch = scratch.data;
+    for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+        lines.begin(pass);
+        blurPass(lines, window, kernel, band);
+    }
+    return true;
+}
+
+bool alphaIsLast(const OrvImage& image)
+{
+    return ownChannels(image).coi || image.alphaChannel == 0 || image.alphaChannel == image.nChannels;
+}
+
+// True for an image with something to process besides its alpha channel.
+bool hasChannels(const OrvImage& image)
+{
+    return alphaIsLast(image) && ownChannels(image).count > 0;
+}
+
+bool masksAreGood(const OrvImage& src, const OrvImage& dst)
+{
+    return (!src.maskROI || alphaIsLast(*src.maskROI)) && (!dst.maskROI || alphaIsLast(*dst.maskROI));
+}
+
+void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
+{
+    OwnMask mask;
+    OwnMaskResult combined =
+        ownCombineMasks(src->maskROI, src->maskROI == dst->maskROI ? nullptr : dst->maskROI, nullptr, mask);
+    if (combined == OwnMaskResult::empty)
+        return;
+    if (combined == OwnMaskResult::noMemory ||
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) != OwnNeighbourResult::done)
+        report(ORV_STATUS_NO_MEMORY, "Allocation failure");
+}
+
+}  // namespace
+
+void ORV_CALL orvSetBorderMode(OrvImage* image, int32_t mode, int32_t border, int32_t constVal)
+{
+    if (!image)
+        return;
+    int32_t value = ownClampToDepth(image->depth, constVal);
+    for (int side = 0; side < 4; ++side)
+        if (border & 1 << side) {
+            image->borderMode[side] = mode;
+            image->borderConst[side] = value;
+        }
+}
+
+void ORV_CALL orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX,
+                      int32_t anchorY)
+{
+    constexpr OwnReport report{"orvBlur", source};
+    if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
+        return;
+    if (srcImage->depth != dstImage->depth)
+        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->depth!=dstImage->depth)");
+    if (nRows < 0 || nCols < 0)
+        return (void)report(ORV_STATUS_BAD_ARG, "(nRows<0||nCols<0)");
+    if (anchorX < 0 || anchorY < 0)
+        return (void)report(ORV_STATUS_BAD_ARG, "(anchorX<0||anchorY<0)");
+    if (anchorX >= nCols || anchorY >= nRows)
+        return (void)report(ORV_STATUS_BAD_ARG, "(anchorX>=nCols||anchorY>=nRows)");
+    if (!hasChannels(*dstImage))
+        return (void)report(ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number");
+    if (!hasChannels(*srcImage))
+        return (void)report(ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number");
+    if (ownChannels(*srcImage).count != ownChannels(*dstImage).count)
+        return (void)report(ORV_STATUS_BAD_CHANNELS, "bad channel's number");
+    if (!masksAreGood(*srcImage, *dstImage))
+        return (void)report(ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number");
+    if (nCols == 1 && nRows == 1)
+        orvCopy(srcImage, dstImage);
+    else
+        blur(report, srcImage, dstImage, {nCols, nRows, anchorX, anchorY});
+}

@@ -1,0 +1,404 @@
+// Kernels of the box filter.
+//
+// Running sums make the cost independent of the window: column sums move down with the rows, and a window sum moves along
+// each row. Column sums are independent of each other and vectorise as they stand. The window sum is a chain, each link of
+// which needs the one before, and for float sums the order of the additions is fixed. So the fast form follows the chains of
+// eight rows at once: it brings the column sums of eight rows into the form of vectors that each hold one column, moves
+// eight window sums on by one addition and one subtraction, and brings the means back into rows.
+#include "ownblur.h"
+
+#include <string.h>
+
+#if defined(__AVX2__)
+#include <immintrin.h>
+#endif
+
+namespace OWN_ISA {
+namespace {
+
+// ---- Depths -------------------------------------------------------------------------------------------------------
+
+// Integer sums are modular: what does not fit on the way cancels out.
+inline float realOf(uint32_t sum)
+{
+    return float(int32_t(sum));
+}
+inline float realOf(uint64_t sum)
+{
+    return float(int64_t(sum));
+}
+inline float realOf(float sum)
+{
+    return sum;
+}
+
+// A depth's samples as they are read and results as they are written.
+template <class T, int lowest, int highest>
+struct Integers {
+    using Sample = T;
+    using Result = T;
+    static Result resultOf(float mean)
+    {
+        long value = __builtin_lrintf(mean);
+        return Result(value < lowest ? lowest : value > highest ? highest : value);
+    }
+};
+using Depth8U = Integers<uint8_t, 0, 255>;
+using Depth8S = Integers<int8_t, -128, 127>;
+using Depth16U = Integers<uint16_t, 0, 65535>;
+using Depth16S = Integers<int16_t, -32768, 32767>;
+
+struct Depth1U {
+    using Sample = uint8_t;  // 0 or 1
+    using Result = uint8_t;  // 0 or 255
+    static Result resultOf(float mean) { return mean >= 0.5f ? 255 : 0; }
+};
+
+struct Depth32S {
+    using Sample = int32_t;
+    using Result = int32_t;
+    static Result resultOf(float mean)
+    {
+        if (mean >= 2147483648.0f)
+            return INT32_MAX;
+        return mean < -2147483648.0f ? INT32_MIN : Result(__builtin_lrintf(mean));
+    }
+};
+
+struct Depth32F {
+    using Sample = float;
+    using Result = float;
+    static Result resultOf(float mean) { return mean; }
+};
+
+// ---- Column sums --------------------------------------------------------------------------------------------------
+
+template <class Depth, class Sum>
+void addRow(const void* from, void* to, ptrdiff_t n)
+{
+    auto* row = static_cast<const typename Depth::Sample*>(from);
+    auto* sums = static_cast<Sum*>(to);
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        sums[i] += Sum(row[i]);
+}
+
+// next[i] = the column sums of the row after that of sums[i].
+template <class Depth, class Sum>
+inline __attribute__((always_inline)) void moveColumns(const OwnBlurBand& band, int row, ptrdiff_t first,
+                                                       const Sum* sums, Sum* next, ptrdiff_t n)
+{
+    auto* enter = static_cast<const typename Depth::Sample*>(band.enter[row]) + first;
+    if (!band.leave[row]) {
+#pragma GCC ivdep
+        for (ptrdiff_t i = 0; i < n; ++i)
+            next[i] = sums[i] + Sum(enter[i]);
+        return;
+    }
+    auto* leave = static_cast<const typename Depth::Sample*>(band.leave[row]) + first;
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        next[i] = sums[i] + Sum(enter[i]) - Sum(leave[i]);
+}
+
+// ---- Window sums, a row at a time ---------------------------------------------------------------------------------
+
+template <class Depth, class Sum>
+void plainBand(const OwnBlurBand& band)
+{
+    auto* sums = static_cast<Sum*>(band.sums);
+    ptrdiff_t window = band.nCols * band.step;
+    ptrdiff_t columns = band.values + window - band.step;
+    ptrdiff_t channels = band.step < band.values ? band.step : band.values;
+    for (int row = 0; row < band.rows; ++row) {
+        moveColumns<Depth, Sum>(band, row, 0, sums, sums, columns);
+        auto* result = static_cast<typename Depth::Result*>(band.result[row]);
+        for (ptrdiff_t channel = 0; channel < channels; ++channel) {
+            Sum sum = 0;
+            for (ptrdiff_t i = channel; i < channel + window; i += band.step)
+                sum += sums[i];
+            result[channel] = Depth::resultOf(realOf(sum) * band.scale);
+            for (ptrdiff_t i = channel + band.step; i < band.values; i += band.step) {
+                sum = sum + sums[i + window - band.step] - sums[i - band.step];
+                result[i] = Depth::resultOf(realOf(sum) * band.scale);
+            }
+        }
+    }
+}
+
+#if defined(__AVX2__)
+
+// ---- Window sums, eight rows at a time ----------------------------------------------------------------------------
+
+constexpr int blockColumns = 64;
+
+// Eight sums.
+struct IntLanes {
+    using Sum = uint32_t;
+    __m256i v;
+    IntLanes operator+(IntLanes o) const { return {_mm256_add_epi32(v, o.v)}; }
+    IntLanes operator-(IntLanes o) const { return {_mm256_sub_epi32(v, o.v)}; }
+    static IntLanes of(__m256 bits) { return {_mm256_castps_si256(bits)}; }
+    __m256 real() const { return _mm256_cvtepi32_ps(v); }
+};
+struct FloatLanes {
+    using Sum = float;
+    __m256 v;
+    FloatLanes operator+(FloatLanes o) const { return {_mm256_add_ps(v, o.v)}; }
+    FloatLanes operator-(FloatLanes o) const { return {_mm256_sub_ps(v, o.v)}; }
+    static FloatLanes of(__m256 bits) { return {bits}; }
+    __m256 real() const { return v; }
+};
+
+template <class Sum>
+struct LanesFor {
+    using type = IntLanes;
+};
+template <>
+struct LanesFor<float> {
+    using type = FloatLanes;
+};
+template <class Sum>
+using LanesOf = typename LanesFor<Sum>::type;
+
+// Four columns of rows r and r + 4 in one vector become four vectors of a column each; and back.
+inline void transpose(__m256& a, __m256& b, __m256& c, __m256& d)
+{
+    __m256 ab = _mm256_unpacklo_ps(a, b), ba = _mm256_unpackhi_ps(a, b);
+    __m256 cd = _mm256_unpacklo_ps(c, d), dc = _mm256_unpackhi_ps(c, d);
+    a = _mm256_shuffle_ps(ab, cd, 0x44);
+    b = _mm256_shuffle_ps(ab, cd, 0xEE);
+    c = _mm256_shuffle_ps(ba, dc, 0x44);
+    d = _mm256_shuffle_ps(ba, dc, 0xEE);
+}
+
+// Eight columns of the eight rows of `stage`.
+template <class Lanes>
+inline void loadColumns(const typename Lanes::Sum (*stage)[blockColumns], int column, Lanes* lanes)
+{
+    for (int half = 0; half < 8; half += 4) {
+        __m256 rows[4];
+        for (int i = 0; i < 4; ++i) {
+            auto* low = reinterpret_cast<const float*>(stage[i] + column + half);
+            auto* high = reinterpret_cast<const float*>(stage[i + 4] + column + half);
+            rows[i] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_load_ps(low)), _mm_load_ps(high), 1);
+        }
+        transpose(rows[0], rows[1], rows[2], rows[3]);
+        for (int i = 0; i < 4; ++i)
+            lanes[half + i] = Lanes::of(rows[i]);
+    }
+}
+
+// ---- Results, eight columns of eight rows at a time ----------------------------------------------------------------
+
+inline void storeWords(const __m256i* columns, int32_t (*out)[blockColumns], int column)
+{
+    for (int half = 0; half < 8; half += 4) {
+        __m256 rows[4];
+        for (int i = 0; i < 4; ++i)
+            rows[i] = _mm256_castsi256_ps(columns[half + i]);
+        transpose(rows[0], rows[1], rows[2], rows[3]);
+        for (int i = 0; i < 4; ++i) {
+            __m256i row = _mm256_castps_si256(rows[i]);
+            _mm_store_si128(reinterpret_cast<__m128i*>(out[i] + column + half), _mm256_castsi256_si128(row));
+            _mm_store_si128(reinterpret_cast<__m128i*>(out[i + 4] + column + half), _mm256_extracti128_si256(row, 1));
+        }
+    }
+}
+
+// pairs[i] holds columns 2 i and 2 i + 1: rows 0 to 3 of one and of the other in the low half, rows 4 to 7 in the high.
+inline void storeHalves(const __m256i* pairs, uint16_t (*out)[blockColumns], int column)
+{
+    const __m256i byRow =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    __m256i p[4];
+    for (int i = 0; i < 4; ++i)
+        p[i] = _mm256_shuffle_epi8(pairs[i], byRow);
+    __m256i a = _mm256_unpacklo_epi32(p[0], p[1]), b = _mm256_unpacklo_epi32(p[2], p[3]);
+    __m256i c = _mm256_unpackhi_epi32(p[0], p[1]), d = _mm256_unpackhi_epi32(p[2], p[3]);
+    const __m256i rows[4] = {_mm256_unpacklo_epi64(a, b), _mm256_unpackhi_epi64(a, b), _mm256_unpacklo_epi64(c, d),
+                             _mm256_unpackhi_epi64(c, d)};
+    for (int i = 0; i < 4; ++i) {
+        _mm_store_si128(reinterpret_cast<__m128i*>(out[i] + column), _mm256_castsi256_si128(rows[i]));
+        _mm_store_si128(reinterpret_cast<__m128i*>(out[i + 4] + column), _mm256_extracti128_si256(rows[i], 1));
+    }
+}
+
+// fours[i] holds columns 4 i to 4 i + 3, each with its rows as above.
+inline void storeBytes(const __m256i* fours, uint8_t (*out)[blockColumns], int column)
+{
+    const __m256i byRow =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+    __m256i left = _mm256_shuffle_epi8(fours[0], byRow);
+    __m256i right = _mm256_shuffle_epi8(fours[1], byRow);
+    const __m256i rows[2] = {_mm256_unpacklo_epi32(left, right), _mm256_unpackhi_epi32(left, right)};
+    for (int i = 0; i < 2; ++i) {
+        __m128i low = _mm256_castsi256_si128(rows[i]);
+        __m128i high = _mm256_extracti128_si256(rows[i], 1);
+        const __m128i pairs[2] = {low, high};
+        for (int k = 0; k < 2; ++k) {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out[2 * i + 4 * k] + column), pairs[k]);
+            _mm_storeh_pd(reinterpret_cast<double*>(out[2 * i + 4 * k + 1] + column), _mm_castsi128_pd(pairs[k]));
+        }
+    }
+}
+
+// Rounding is to nearest, ties to even; packing saturates.
+template <class Depth>
+inline void storeMeans(const __m256* means, typename Depth::Result (*out)[blockColumns], int column)
+{
+    constexpr bool bits = __is_same(Depth, Depth1U);
+    __m256i m[8];
+    for (int i = 0; i < 8; ++i) {
+        if constexpr (bits)
+            m[i] = _mm256_castps_si256(_mm256_cmp_ps(means[i], _mm256_set1_ps(0.5f), _CMP_GE_OQ));
+        else if constexpr (__is_same(Depth, Depth32F))
+            m[i] = _mm256_castps_si256(means[i]);
+        else
+            m[i] = _mm256_cvtps_epi32(means[i]);
+        // What is too large for a conversion becomes the lowest value.
+        if constexpr (__is_same(Depth, Depth32S))
+            m[i] = _mm256_xor_si256(
+                m[i], _mm256_castps_si256(_mm256_cmp_ps(means[i], _mm256_set1_ps(2147483648.0f), _CMP_GE_OQ)));
+    }
+    if constexpr (sizeof(typename Depth::Result) == 4) {
+        storeWords(m, reinterpret_cast<int32_t(*)[blockColumns]>(out), column);
+        return;
+    }
+    __m256i pairs[4];
+    for (int i = 0; i < 4; ++i)
+        pairs[i] = __is_same(Depth, Depth16U) ? _mm256_packus_epi32(m[2 * i], m[2 * i + 1])
+                                              : _mm256_packs_epi32(m[2 * i], m[2 * i + 1]);
+    if constexpr (sizeof(typename Depth::Result) == 2) {
+        storeHalves(pairs, reinterpret_cast<uint16_t(*)[blockColumns]>(out), column);
+        return;
+    }
+    __m256i fours[2];
+    for (int i = 0; i < 2; ++i)
+        fours[i] = __is_same(Depth, Depth8U) ? _mm256_packus_epi16(pairs[2 * i], pairs[2 * i + 1])
+                                             : _mm256_packs_epi16(pairs[2 * i], pairs[2 * i + 1]);
+    storeBytes(fours, reinterpret_cast<uint8_t(*)[blockColumns]>(out), column);
+}
+
+// ---- The band -----------------------------------------------------------------------------------------------------
+
+// The columns that have entered the windows wait here until they leave them.
+struct History {
+    static constexpr int64_t least = 1024;
+    static int64_t capacity(int64_t window)
+    {
+        return window + ((window > least ? window : least) + blockColumns - 1) / blockColumns * blockColumns;
+    }
+};
+
+template <class Depth, class Lanes, int fixedStep>
+void vectorBand(const OwnBlurBand& band)
+{
+    using Sum = typename Lanes::Sum;
+    using Result = typename Depth::Result;
+    alignas(64) Sum stage[ownBlurRows][blockColumns];
+    alignas(64) Result out[ownBlurRows][blockColumns];
+    const ptrdiff_t step = fixedStep ? fixedStep : band.step;
+    const ptrdiff_t window = band.nCols * step;
+    const ptrdiff_t columns = band.values + window - step;
+    const ptrdiff_t capacity = History::capacity(window);
+    const __m256 scale = _mm256_set1_ps(band.scale);
+    auto* sums = static_cast<Sum*>(band.sums);
+    auto* history = static_cast<Lanes*>(band.scratch);
+    memset(stage, 0, sizeof stage);
+    memset(history, 0, size_t(window) * sizeof(Lanes));
+    ptrdiff_t position = window;
+    // The window sums of the last eight values are all that the next ones need.
+    Lanes running[8 + 8];
+    memset(running, 0, sizeof running);
+    for (ptrdiff_t first = 0; first < columns; first += blockColumns) {
+        ptrdiff_t count = columns - first < blockColumns ? columns - first : blockColumns;
+        const Sum* above = sums + first;
+        for (int row = 0; row < band.rows; ++row) {
+            if (count == blockColumns)
+                moveColumns<Depth, Sum>(band, row, first, above, stage[row], blockColumns);
+            else
+                moveColumns<Depth, Sum>(band, row, first, above, stage[row], count);
+            above = stage[row];
+        }
+        memcpy(sums + first, above, size_t(count) * sizeof(Sum));
+        if (position + blockColumns > capacity) {
+            memcpy(history, history + position - window, size_t(window) * sizeof(Lanes));
+            position = window;
+        }
+        // Window sums to the left of the first whole window are no results.
+        ptrdiff_t result = first - (window - step);
+        for (int column = 0; column < count; column += 8) {
+            Lanes entering[8];
+            loadColumns<Lanes>(stage, column, entering);
+            Lanes* now = history + position + column;
+            for (int i = 0; i < 8; ++i)
+                now[i] = entering[i];
+            for (int i = 0; i < 8; ++i)
+                running[8 + i] = running[8 + i - step] + entering[i] - now[i - window];
+            __m256 means[8];
+            for (int i = 0; i < 8; ++i)
+                means[i] = _mm256_mul_ps(running[8 + i].real(), scale);
+            for (int i = 0; i < 8; ++i)
+                running[i] = running[8 + i];
+            storeMeans<Depth>(means, out, column);
+        }
+        position += blockColumns;
+        ptrdiff_t skip = result < 0 ? -result : 0;
+        if (skip >= count)
+            continue;
+        for (int row = 0; row < band.rows; ++row) {
+            auto* to = static_cast<Result*>(band.result[row]) + result;
+            if (skip == 0 && count == blockColumns)
+                memcpy(to, out[row], sizeof out[row]);
+            else
+                memcpy(to + skip, out[row] + skip, size_t(count - skip) * sizeof(Result));
+        }
+    }
+}
+
+#endif
+
+int64_t scratchBytes([[maybe_unused]] int64_t step, [[maybe_unused]] int64_t nCols)
+{
+#if defined(__AVX2__)
+    return History::capacity(step * nCols) * int64_t{sizeof(__m256)};
+#else
+    return 1;
+#endif
+}
+
+// The band of sums that fit 32 bits.
+template <class Depth, class Sum>
+void narrowBand(const OwnBlurBand& band)
+{
+#if defined(__AVX2__)
+    using Lanes = LanesOf<Sum>;
+    switch (band.step) {
+    case 1: return vectorBand<Depth, Lanes, 1>(band);
+    case 3: return vectorBand<Depth, Lanes, 3>(band);
+    case 4: return vectorBand<Depth, Lanes, 4>(band);
+    default: return vectorBand<Depth, Lanes, 0>(band);
+    }
+#else
+    plainBand<Depth, Sum>(band);
+#endif
+}
+
+template <class Depth, class Sum>
+constexpr OwnBlurKernel narrowOf = {sizeof(Sum), addRow<Depth, Sum>, narrowBand<Depth, Sum>};
+template <class Depth>
+constexpr OwnBlurKernel wideOf = {sizeof(uint64_t), addRow<Depth, uint64_t>, plainBand<Depth, uint64_t>};
+constexpr OwnBlurKernel none = {0, nullptr, nullptr};
+
+}  // namespace
+
+extern const OwnBlurKernels ownBlurKernels;
+const OwnBlurKernels ownBlurKernels = {
+    {narrowOf<Depth1U, uint32_t>, narrowOf<Depth8U, uint32_t>, narrowOf<Depth8S, uint32_t>,
+     narrowOf<Depth16U, uint32_t>, narrowOf<Depth16S, uint32_t>, narrowOf<Depth32S, float>, narrowOf<Depth32F, float>},
+    {wideOf<Depth1U>, wideOf<Depth8U>, wideOf<Depth8S>, wideOf<Depth16U>, wideOf<Depth16S>, none, none},
+    scratchBytes,
+};
+
+}  // namespace OWN_ISA
