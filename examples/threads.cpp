@@ -16,6 +16,8 @@
 
 #include "support/pngio.h"
 
+constexpr int32_t allSides = ORV_SIDE_TOP | ORV_SIDE_BOTTOM | ORV_SIDE_LEFT | ORV_SIDE_RIGHT;
+
 struct FreeImage {
     void operator()(OrvImage* image) const { orvDeallocate(image, ORV_IMAGE_HEADER | ORV_IMAGE_DATA); }
 };
@@ -102,7 +104,7 @@ int main(int argc, char** argv)
     ImagePtr photo(pngLoad(argv[1]));
     if (!photo || count < 1 || count > photo->height)
         return EXIT_FAILURE;
-    orvSetBorderMode(photo.get(), ORV_BORDER_REPLICATE, 15, 0);
+    orvSetBorderMode(photo.get(), ORV_BORDER_REPLICATE, allSides, 0);
     ImagePtr result = makeLike(*photo, photo->height);
     if (!result)
         return EXIT_FAILURE;

@@ -19,6 +19,7 @@
 #include "support/pngio.h"
 
 enum { tileSize = 256, cellTiles = 4, window = 15 };
+enum { allSides = ORV_SIDE_TOP | ORV_SIDE_BOTTOM | ORV_SIDE_LEFT | ORV_SIDE_RIGHT };
 
 /* ---- A TIFF file as an image --------------------------------------------------------------------------------------- */
 
@@ -255,7 +256,7 @@ static int sharpenPicture(const char* sourcePath, const char* resultPath)
     if (good) {
         int32_t width = source.image->width, height = source.image->height;
         OrvImage* cells[3] = {makeCell(source.image), makeCell(source.image), makeCell(source.image)};
-        orvSetBorderMode(source.image, ORV_BORDER_REPLICATE, 15, 0); /* all four sides */
+        orvSetBorderMode(source.image, ORV_BORDER_REPLICATE, allSides, 0);
         for (int32_t y = 0; good && y < height; y += tileSize) {
             for (int32_t x = 0; x < width; x += cellTiles * tileSize) {
                 orvSetROI(source.image->roi, 0, x, y, cellTiles * tileSize, tileSize);

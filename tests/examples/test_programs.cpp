@@ -59,9 +59,8 @@ TEST(Examples, ErrorsAreToldAndOvercome)
               "trace: darkenAnyway (one channel)\n");
     Loaded photo = load(PHOTOS "astronaut.png"), shade = load(PHOTOS "camera.png"), made = load(result);
     ASSERT_TRUE(photo && shade && made);
-    expectPixels(*made, 512, 512, 3, [&](int x, int y, int c) {
-        return std::max(0, valueAt(*photo, x, y, c) - valueAt(*shade, x, y, 0));
-    });
+    expectPixels(*made, 512, 512, 3,
+                 [&](int x, int y, int c) { return std::max(0, valueAt(*photo, x, y, c) - valueAt(*shade, x, y, 0)); });
 }
 
 namespace {
@@ -72,7 +71,8 @@ int meanAt(const OrvImage& image, int x, int y, int channel, int size)
     int sum = 0;
     for (int j = -size / 2; j <= size / 2; ++j)
         for (int i = -size / 2; i <= size / 2; ++i)
-            sum += valueAt(image, std::clamp(x + i, 0, image.width - 1), std::clamp(y + j, 0, image.height - 1), channel);
+            sum +=
+                valueAt(image, std::clamp(x + i, 0, image.width - 1), std::clamp(y + j, 0, image.height - 1), channel);
     return int(std::lround(double(sum) / (size * size)));
 }
 
@@ -96,6 +96,7 @@ TEST(Examples, ThreadsFindTheSameEdges)
         ASSERT_EQ(end.exitCode, 0) << end.output;
         Loaded made = load(result);
         ASSERT_TRUE(made);
-        expectPixels(*made, 600, 400, 3, [&](int x, int y, int c) { return int(edges[size_t((y * 600 + x) * 3 + c)]); });
+        expectPixels(*made, 600, 400, 3,
+                     [&](int x, int y, int c) { return int(edges[size_t((y * 600 + x) * 3 + c)]); });
     }
 }
