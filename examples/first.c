@@ -14,6 +14,9 @@ int main(int argc, char** argv)
         fprintf(stderr, "usage: first picture.png other.png result.png\n");
         return 2;
     }
+    /* Errors are this program's business, and are told on the error stream. */
+    orvSetErrMode(ORV_ErrorModeParent);
+    orvRedirectError(orvStdErrReport);
     OrvImage* picture = pngLoad(argv[1]);
     OrvImage* other = pngLoad(argv[2]);
     if (!picture || !other)
@@ -28,7 +31,7 @@ int main(int argc, char** argv)
     /* Operations return nothing: whether one has failed is told by the thread's status. */
     int32_t status = orvGetErrStatus();
     if (status < 0)
-        fprintf(stderr, "not added: %s\n", orvErrorStr(status));
+        fprintf(stderr, "not added, status %d: %s\n", (int)status, orvErrorStr(status));
     int good = status >= 0 && pngSave(argv[3], picture);
 
     orvDeallocate(picture, ORV_IMAGE_ALL);
