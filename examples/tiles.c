@@ -160,7 +160,6 @@ static int createResult(TiledFile* file, const char* path, int32_t width, int32_
     TIFFSetField(file->tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(file->tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
     TIFFSetField(file->tiff, TIFFTAG_ZIPQUALITY, 1);
-    TIFFSetField(file->tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
     return attach(file, width, height, channels, slots);
 }
 
