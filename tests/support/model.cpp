@@ -416,6 +416,36 @@ Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode)
     return walk;
 }
 
+Walk leadingWalk(const Scene& scene, const std::string& refusal)
+{
+    size_t last = scene.images.size() - 1, leading = 0;
+    while (leading < last && !isTiled(*scene.images[leading]))
+        ++leading;
+    if (isTiled(scene.destination()))
+        leading = last;
+    const Picture& leader = *scene.images[leading];
+    int mode = leading == last ? ORV_TILE_WRITE : ORV_TILE_READ;
+    Walk walk;
+    for (const std::vector<Area>& cells : cutByTiles(commonArea(scene), {&leader}))
+        for (const Area& cell : cells) {
+            if (!isTiled(leader)) {
+                walk.push_back(pieceStep(cell));
+                continue;
+            }
+            Tile tile = tileAt(leader, cell.x, cell.y);
+            walk.push_back(openStep(leader, tile, mode, refusal));
+            size_t fetches = walk.size();
+            for (size_t i = 0; i < last; ++i)
+                if (i != leading && isTiled(*scene.images[i]))
+                    addFetch(walk, *scene.images[i], cell, refusal);
+            for (; fetches < walk.size(); ++fetches)
+                walk[fetches].undo = {releaseStep(leader, tile)};
+            walk.push_back(pieceStep(cell));
+            walk.push_back(releaseStep(leader, tile));
+        }
+    return walk;
+}
+
 Walk swapWalk(const Scene& scene, const std::string& function)
 {
     const Picture& destination = scene.destination();
@@ -659,11 +689,16 @@ void compareScenes(const Operation& operation, const Scene& got, const Scene& ex
 std::string walkText(const Walk& walk, int n)
 {
     TileLog log;
+    auto note = [&](const WalkStep& step) {
+        log.calls.push_back({nullptr, step.column, step.row, step.mode, step.picture->specification().name});
+    };
     for (const WalkStep& step : walk) {
         if (step.kind != WalkStep::piece)
-            log.calls.push_back({nullptr, step.column, step.row, step.mode, step.picture->specification().name});
-        if (step.kind == WalkStep::open && --n == 0)
+            note(step);
+        if (step.kind == WalkStep::open && --n == 0) {
+            std::ranges::for_each(step.undo, note);
             break;
+        }
     }
     return log.text();
 }
@@ -692,6 +727,7 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
                 applyModel(operation, expected, step.area);
             if (step.kind == WalkStep::open && ++opens == refuse) {
                 report = step.refusal;
+                open -= int(step.undo.size());
                 break;
             }
             open += step.kind == WalkStep::open ? 1 : step.kind == WalkStep::release ? -1 : 0;
