@@ -29,6 +29,25 @@ std::string slug(const std::string& name)
     return id;
 }
 
+// The text of a call, which has lost its line breaks, with a line for each statement.
+std::string laidOut(const std::string& code)
+{
+    std::string result;
+    int parentheses = 0, braces = 0;
+    for (size_t i = 0; i < code.size(); ++i) {
+        char c = code[i];
+        parentheses += c == '(' ? 1 : c == ')' ? -1 : 0;
+        braces += c == '{' ? 1 : c == '}' ? -1 : 0;
+        result += c;
+        if (parentheses == 0 && (c == '{' || c == ';') && i + 1 < code.size()) {
+            bool closes = code[i + 2] == '}';
+            result += '\n' + std::string(size_t(closes ? braces - 1 : braces) * 4, ' ');
+            ++i;
+        }
+    }
+    return result;
+}
+
 std::string timeText(double milliseconds)
 {
     char text[32];
@@ -145,7 +164,7 @@ void Page::add(const Family& family, const Entry& entry, const Stage& stage)
     writeFigures(out, "after", stage.after, id);
     out << "</div>\n<pre>";
     for (const CodeLine& line : stage.lines) {
-        out << "<code>" << escaped(line.text) << "</code>";
+        out << "<code>" << escaped(laidOut(line.text)) << "</code>";
         out << "<i>" << (line.timed ? timeText(line.milliseconds) : "") << "</i>\n";
     }
     out << "</pre>\n";
