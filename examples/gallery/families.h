@@ -8,12 +8,12 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds;
 extern const Family blurs;
-extern const Family cosines, wavelets;
+extern const Family fourier, cosines, wavelets;
 
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,   &corePixels, &twoImages, &scalars, &unary,
-            &comparisons, &thresholds, &blurs,     &cosines, &wavelets};
+    return {&coreMoves,  &corePixels, &twoImages, &scalars, &unary,   &comparisons,
+            &thresholds, &blurs,      &fourier,   &cosines, &wavelets};
 }
 
 }  // namespace gallery

@@ -155,7 +155,7 @@ std::string View::label() const
         return "log(1 + |F|), frequency 0 in the middle";
     if (gain == 1 && offset == 0)
         return "";
-    std::string text = gain == 1 ? "value" : number(gain) + " × value";
+    std::string text = gain == 1 ? "value" : gain < 0.1 ? "value / " + number(1 / gain) : number(gain) + " × value";
     return offset == 0 ? text : number(offset) + " + " + text;
 }
 

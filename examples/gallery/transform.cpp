@@ -25,7 +25,7 @@ void cosineInverse(Stage& stage)
     Image& some = stage.target("some", Image(1, ORV_DEPTH_32F, 512, 512), logarithm());
     Image& dst = stage.target("dst", Image(1, ORV_DEPTH_8U, 512, 512));
     CODE(all->roi = orvCreateROI(0, 0, 0, 96, 96));
-    CODE(orvCopy(all, some));
+    CALL(orvCopy(all, some));
     CALL(orvDCT2D(some, dst, ORV_DCT_INVERSE));
     stage.note("96 × 96 of 512 × 512 coefficients: 3.5 %.");
 }
