@@ -7,12 +7,13 @@ namespace gallery {
 
 namespace {
 
+constexpr int32_t allSides = ORV_SIDE_TOP | ORV_SIDE_BOTTOM | ORV_SIDE_LEFT | ORV_SIDE_RIGHT;
+
 void blur(Stage& stage)
 {
     Image& srcImage = stage.source("srcImage", photo("chelsea"));
     Image& dstImage = stage.target("dstImage", Image(3, ORV_DEPTH_8U, 451, 300));
-    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REPLICATE,
-                          ORV_SIDE_TOP | ORV_SIDE_BOTTOM | ORV_SIDE_LEFT | ORV_SIDE_RIGHT, 0));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REPLICATE, allSides, 0));
     CALL(orvBlur(srcImage, dstImage, 15, 15, 7, 7));
 }
 
@@ -44,6 +45,7 @@ void blurMask(Stage& stage)
     orvThreshold(noisy, bits, 100);
     Image& srcImage = stage.source("srcImage", std::move(bits));
     Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_1U, 512, 512));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REPLICATE, allSides, 0));
     CALL(orvBlur(srcImage, dstImage, 5, 5, 2, 2));
 }
 
@@ -55,14 +57,13 @@ void borders(Stage& stage)
     for (int i = 0; i < 4; ++i)
         dst[i] = &stage.target(names[i], Image(3, ORV_DEPTH_8U, 600, 400));
     Image &constant = *dst[0], &replicate = *dst[1], &reflect = *dst[2], &wrap = *dst[3];
-    enum { sides = ORV_SIDE_TOP | ORV_SIDE_BOTTOM | ORV_SIDE_LEFT | ORV_SIDE_RIGHT };
-    CODE(orvSetBorderMode(srcImage, ORV_BORDER_CONSTANT, sides, 255));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_CONSTANT, allSides, 255));
     CALL(orvBlur(srcImage, constant, 151, 151, 75, 75));
-    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REPLICATE, sides, 0));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REPLICATE, allSides, 0));
     CALL(orvBlur(srcImage, replicate, 151, 151, 75, 75));
-    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REFLECT, sides, 0));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REFLECT, allSides, 0));
     CALL(orvBlur(srcImage, reflect, 151, 151, 75, 75));
-    CODE(orvSetBorderMode(srcImage, ORV_BORDER_WRAP, sides, 0));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_WRAP, allSides, 0));
     CALL(orvBlur(srcImage, wrap, 151, 151, 75, 75));
 }
 

@@ -11,8 +11,9 @@ namespace {
 void realFft(Stage& stage)
 {
     Image& srcImage = stage.source("srcImage", photo("camera"));
-    Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_32F, 512, 512), spectrum());
+    Image& dstImage = stage.watched("dstImage", Image(1, ORV_DEPTH_32F, 512, 512));
     CALL(orvRealFft2D(srcImage, dstImage, ORV_FFT_FORWARD));
+    stage.showAfter("dstImage", dstImage, spectrum());
     stage.showAfter("dstImage as it is stored", dstImage, logarithm());
 }
 
@@ -56,11 +57,23 @@ Image lens(int size, double radius)
     return image;
 }
 
+// What lies around the origin of such an image.
+Image middle(const Image& image, int size)
+{
+    Image result(1, ORV_DEPTH_32F, size, size);
+    for (int y = 0; y < size; ++y)
+        for (int x = 0; x < size; ++x)
+            result.row<float>(y)[x] = image.row<float>((y - size / 2 + image->height) %
+                                                       image->height)[(x - size / 2 + image->width) % image->width];
+    return result;
+}
+
 void multiplySpectra(Stage& stage)
 {
     Image& picture = stage.source("picture", converted(photo("camera"), ORV_DEPTH_32F));
-    Image& disc = stage.source("disc", lens(512, 9), scaled(60000));
+    Image& disc = stage.hidden(lens(512, 9));
     Image& result = stage.target("result", Image(1, ORV_DEPTH_8U, 512, 512));
+    stage.showBefore("disc", middle(disc, 64), scaled(60000));
     CALL(orvRealFft2D(picture, picture, ORV_FFT_FORWARD));
     CALL(orvRealFft2D(disc, disc, ORV_FFT_FORWARD));
     stage.showAfter("disc, transformed", disc, spectrum());

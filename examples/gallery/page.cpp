@@ -64,17 +64,24 @@ int enlargement(const Figure& figure)
     return figure.width < 100 ? 256 / figure.width : 1;
 }
 
+void writeRectangle(std::ostream& out, const Box& box, const char* kind)
+{
+    out << "<rect class=\"" << kind << "\" x=\"" << box.x << "\" y=\"" << box.y << "\" width=\"" << box.width
+        << "\" height=\"" << box.height << "\"/>";
+}
+
 void writeOverlay(std::ostream& out, const Figure& figure)
 {
     if (figure.boxes.empty())
         return;
     out << "<svg viewBox=\"0 0 " << figure.width << ' ' << figure.height << "\" aria-hidden=\"true\">";
     for (const Box& box : figure.boxes) {
-        if (box.width == figure.width && box.height == figure.height)
-            continue;  // a channel of the whole image
-        for (const char* kind : {"under", "over"})
-            out << "<rect class=\"" << kind << "\" x=\"" << box.x << "\" y=\"" << box.y << "\" width=\"" << box.width
-                << "\" height=\"" << box.height << "\"/>";
+        if (box.label.empty()) {
+            writeRectangle(out, box, "tile");
+        } else if (box.width != figure.width || box.height != figure.height) {
+            writeRectangle(out, box, "under");
+            writeRectangle(out, box, "over");
+        }
     }
     out << "</svg>";
 }
@@ -135,8 +142,13 @@ void Page::writeFigures(std::ostream& out, const char* title, const std::vector<
 {
     if (figures.empty())
         return;
-    out << "<div class=\"side\" style=\"--count:" << std::min<size_t>(figures.size(), 3) << "\"><h5>" << title
-        << "</h5><div class=\"shots" << (figures.size() > 3 ? " many" : "") << "\">\n";
+    // Figures shrink alike where they do not fit side by side; four make a square.
+    size_t columns = figures.size() == 4 ? 2 : figures.size();
+    std::string total = "0px";
+    for (size_t i = 0; i < columns; ++i)
+        total += " + min(" + std::to_string(figures[i].width * enlargement(figures[i])) + "px, 24rem)";
+    out << "<div class=\"side\" style=\"--count:" << columns << ";--total:calc(" << total << ")\"><h5>" << title
+        << "</h5><div class=\"shots" << (figures.size() == 4 ? " four" : "") << "\">\n";
     for (const Figure& figure : figures) {
         std::string file = savePicture(figure, id);
         int factor = enlargement(figure);

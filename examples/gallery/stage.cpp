@@ -14,7 +14,7 @@ Stage* current = nullptr;
 std::string number(double value)
 {
     char text[32];
-    std::snprintf(text, sizeof text, "%.4g", value);
+    std::snprintf(text, sizeof text, "%.6g", value);
     return text;
 }
 

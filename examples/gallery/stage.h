@@ -34,7 +34,7 @@ inline View spectrum()
     return {View::Kind::spectrum};
 }
 
-// A rectangle drawn over a figure, with a text in its corner.
+// A rectangle drawn over a figure and told in its caption: a region; without a label, a tile.
 struct Box {
     int x, y, width, height;
     std::string label;

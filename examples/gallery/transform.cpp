@@ -184,6 +184,7 @@ void userTaps(Stage& stage)
     CALL(orvWtDecompose(&kernel, src, approx, xDetail, yDetail, dDetail));
     CODE(orvWtFree(&kernel));
     showTiles(stage, bands);
+    stage.note("Taps: -1/8, 1/4, 3/4, 1/4, -1/8 and 1/4, -1/2, 1/4 for the two filters of the decomposition.");
 }
 
 // A catalogue kernel whose reconstruction exaggerates what the high-pass filters have found.
