@@ -115,14 +115,20 @@ void exchange(Stage& stage)
 
 void pixels(Stage& stage)
 {
-    Image& image = stage.inPlace("image", photo("camera"));
-    uint8_t value, white = 255;
-    CALL(for (int32_t x = 0; x < 512; ++x) {
-        orvGetPixel(image, x, 180, &value);
-        orvPutPixel(image, x, 180, &white);
-        orvPutPixel(image, x, 500 - value / 2, &white);
+    Image& image = stage.inPlace("image", photo("chelsea"));
+    const uint8_t red[] = {255, 60, 60}, green[] = {60, 255, 60}, blue[] = {90, 120, 255}, white[] = {255, 255, 255};
+    uint8_t pixel[3];
+    CODE(image->roi = orvCreateROI(0, 0, 210, 451, 90));
+    CODE(orvRShiftS(image, image, 2));
+    CODE(orvDeallocate(image, ORV_IMAGE_ROI));
+    CALL(for (int32_t x = 0; x < 451; ++x) {
+        orvGetPixel(image, x, 120, pixel);
+        orvPutPixel(image, x, 120, white);
+        orvPutPixel(image, x, 298 - pixel[0] / 3, red);
+        orvPutPixel(image, x, 298 - pixel[1] / 3, green);
+        orvPutPixel(image, x, 298 - pixel[2] / 3, blue);
     });
-    stage.note("The brightness along row 180, as a curve at the bottom.");
+    stage.note("The three channels along the white row, as curves at the bottom.");
 }
 
 }  // namespace
@@ -145,9 +151,10 @@ const Family coreMoves = {
         {"orvExchange", "Two regions change places.", exchange},
     }};
 
-const Family corePixels = {"Core",
-                           "Single pixels",
-                           "Values read and written one at a time, with coordinates from the top of the picture.",
-                           {{"orvGetPixel and orvPutPixel", "Reads a row of the picture and draws it.", pixels}}};
+const Family corePixels = {
+    "Core",
+    "Single pixels",
+    "Values read and written one at a time, with coordinates from the top of the picture.",
+    {{"orvGetPixel and orvPutPixel", "Reads a row of pixels, marks it, and draws what it has read.", pixels}}};
 
 }  // namespace gallery

@@ -125,7 +125,7 @@ int makeGallery(const Options& options)
             if (!options.calls)
                 std::printf("  %-44s %s\n", entry.name, stage.failures.empty() ? "done" : "FAILED");
             for (const std::string& failure : stage.failures)
-                std::printf("    %s\n", failure.c_str());
+                std::fprintf(stderr, "    %s: %s\n", entry.name, failure.c_str());
             std::fflush(stdout);
         }
     }

@@ -29,6 +29,25 @@ std::string slug(const std::string& name)
     return id;
 }
 
+// The text of a call, which has lost its line breaks, with a line for each statement.
+std::string laidOut(const std::string& code)
+{
+    std::string result;
+    int parentheses = 0, braces = 0;
+    for (size_t i = 0; i < code.size(); ++i) {
+        char c = code[i];
+        parentheses += c == '(' ? 1 : c == ')' ? -1 : 0;
+        braces += c == '{' ? 1 : c == '}' ? -1 : 0;
+        result += c;
+        if (parentheses == 0 && (c == '{' || c == ';') && i + 1 < code.size()) {
+            bool closes = code[i + 2] == '}';
+            result += '\n' + std::string(size_t(closes ? braces - 1 : braces) * 4, ' ');
+            ++i;
+        }
+    }
+    return result;
+}
+
 std::string timeText(double milliseconds)
 {
     char text[32];
@@ -45,17 +64,24 @@ int enlargement(const Figure& figure)
     return figure.width < 100 ? 256 / figure.width : 1;
 }
 
+void writeRectangle(std::ostream& out, const Box& box, const char* kind)
+{
+    out << "<rect class=\"" << kind << "\" x=\"" << box.x << "\" y=\"" << box.y << "\" width=\"" << box.width
+        << "\" height=\"" << box.height << "\"/>";
+}
+
 void writeOverlay(std::ostream& out, const Figure& figure)
 {
     if (figure.boxes.empty())
         return;
     out << "<svg viewBox=\"0 0 " << figure.width << ' ' << figure.height << "\" aria-hidden=\"true\">";
     for (const Box& box : figure.boxes) {
-        if (box.width == figure.width && box.height == figure.height)
-            continue;  // a channel of the whole image
-        for (const char* kind : {"under", "over"})
-            out << "<rect class=\"" << kind << "\" x=\"" << box.x << "\" y=\"" << box.y << "\" width=\"" << box.width
-                << "\" height=\"" << box.height << "\"/>";
+        if (box.label.empty()) {
+            writeRectangle(out, box, "tile");
+        } else if (box.width != figure.width || box.height != figure.height) {
+            writeRectangle(out, box, "under");
+            writeRectangle(out, box, "over");
+        }
     }
     out << "</svg>";
 }
@@ -116,8 +142,13 @@ void Page::writeFigures(std::ostream& out, const char* title, const std::vector<
 {
     if (figures.empty())
         return;
-    out << "<div class=\"side\" style=\"--count:" << std::min<size_t>(figures.size(), 3) << "\"><h5>" << title
-        << "</h5><div class=\"shots" << (figures.size() > 3 ? " many" : "") << "\">\n";
+    // Figures shrink alike where they do not fit side by side; four make a square.
+    size_t columns = figures.size() == 4 ? 2 : figures.size();
+    std::string total = "0px";
+    for (size_t i = 0; i < columns; ++i)
+        total += " + min(" + std::to_string(figures[i].width * enlargement(figures[i])) + "px, 24rem)";
+    out << "<div class=\"side\" style=\"--count:" << columns << ";--total:calc(" << total << ")\"><h5>" << title
+        << "</h5><div class=\"shots" << (figures.size() == 4 ? " four" : "") << "\">\n";
     for (const Figure& figure : figures) {
         std::string file = savePicture(figure, id);
         int factor = enlargement(figure);
@@ -145,7 +176,7 @@ void Page::add(const Family& family, const Entry& entry, const Stage& stage)
     writeFigures(out, "after", stage.after, id);
     out << "</div>\n<pre>";
     for (const CodeLine& line : stage.lines) {
-        out << "<code>" << escaped(line.text) << "</code>";
+        out << "<code>" << escaped(laidOut(line.text)) << "</code>";
         out << "<i>" << (line.timed ? timeText(line.milliseconds) : "") << "</i>\n";
     }
     out << "</pre>\n";

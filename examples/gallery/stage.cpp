@@ -14,7 +14,7 @@ Stage* current = nullptr;
 std::string number(double value)
 {
     char text[32];
-    std::snprintf(text, sizeof text, "%.4g", value);
+    std::snprintf(text, sizeof text, "%.6g", value);
     return text;
 }
 
@@ -155,7 +155,7 @@ std::string View::label() const
         return "log(1 + |F|), frequency 0 in the middle";
     if (gain == 1 && offset == 0)
         return "";
-    std::string text = gain == 1 ? "value" : number(gain) + " × value";
+    std::string text = gain == 1 ? "value" : gain < 0.1 ? "value / " + number(1 / gain) : number(gain) + " × value";
     return offset == 0 ? text : number(offset) + " + " + text;
 }
 
@@ -192,9 +192,9 @@ void Stage::noteStatus()
         fail(std::string("status without a report: ") + orvErrorStr(orvGetErrStatus()));
 }
 
-Image& Stage::add(const char* name, Image image, View view, bool isSource, bool isTarget)
+Image& Stage::add(const char* name, Image image, View view, bool isSource, bool isTarget, bool isShown)
 {
-    actors.push_back({name, std::move(image), view, isSource, isTarget, {}});
+    actors.push_back({name, std::move(image), view, isSource, isTarget, isShown, {}});
     return actors.back().image;
 }
 
@@ -211,6 +211,11 @@ Image& Stage::target(const char* name, Image image, View view)
 Image& Stage::inPlace(const char* name, Image image, View view)
 {
     return add(name, std::move(image), view, true, true);
+}
+
+Image& Stage::watched(const char* name, Image image)
+{
+    return add(name, std::move(image), {}, false, true, false);
 }
 
 Image& Stage::hidden(Image image)
@@ -260,7 +265,8 @@ void Stage::end()
     for (Actor& actor : actors) {
         if (!actor.isTarget)
             continue;
-        show(after, actor.name, actor.image, actor.view, boxesOf(*actor.image));
+        if (actor.isShown)
+            show(after, actor.name, actor.image, actor.view, boxesOf(*actor.image));
         if (actor.values == valuesOf(*actor.image))
             fail(std::string(actor.name) + " has not changed");
     }

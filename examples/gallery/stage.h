@@ -34,7 +34,7 @@ inline View spectrum()
     return {View::Kind::spectrum};
 }
 
-// A rectangle drawn over a figure, with a text in its corner.
+// A rectangle drawn over a figure and told in its caption: a region; without a label, a tile.
 struct Box {
     int x, y, width, height;
     std::string label;
@@ -68,6 +68,8 @@ public:
     Image& source(const char* name, Image image, View view = {});
     Image& target(const char* name, Image image, View view = {});
     Image& inPlace(const char* name, Image image, View view = {});
+    // A target that the entry shows in its own way.
+    Image& watched(const char* name, Image image);
     // An image that is not shown.
     Image& hidden(Image image);
     // A picture of the entry's own making.
@@ -101,10 +103,10 @@ private:
         const char* name;
         Image image;
         View view;
-        bool isSource, isTarget;
+        bool isSource, isTarget, isShown;
         std::vector<double> values;
     };
-    Image& add(const char* name, Image image, View view, bool isSource, bool isTarget);
+    Image& add(const char* name, Image image, View view, bool isSource, bool isTarget, bool isShown = true);
     void lightsOn();
     void addLine(std::string code, bool timed, double milliseconds);
     void noteStatus();

@@ -36,27 +36,27 @@ h4 { margin: 0; font-size: 1.05rem; }
 article > p { margin: .1rem 0 .8rem; max-width: 52rem; }
 .sides, .shots { display: flex; gap: .9rem; align-items: flex-start; }
 .sides { gap: 2.4rem; }
-.side { position: relative; flex: var(--count) 1 0; min-width: 0; max-width: calc(var(--count) * 26rem); }
+.side { position: relative; flex: 0 1 calc(var(--total) + (var(--count) - 1) * .9rem); min-width: 0; }
 .side + .side::before { content: "\2192"; position: absolute; left: -1.85rem; top: 5rem; font-size: 1.3rem; color: var(--soft); }
-.many { flex-wrap: wrap; }
 h5 { margin: 0 0 .3rem; font-size: .72rem; font-weight: 600; letter-spacing: .08em; text-transform: uppercase;
   color: var(--soft); }
-figure { margin: 0; flex: 1 1 0; min-width: 0; max-width: min(var(--width), 26rem); }
-.many figure { flex: 0 1 15rem; }
+figure { margin: 0; flex: 0 1 min(var(--width), 24rem); min-width: 0; }
+.four { display: grid; grid-template-columns: 1fr 1fr; }
 figure a { position: relative; display: block; line-height: 0; }
-figure img { width: 100%; height: auto; border-radius: 4px; background: var(--line); }
+figure img { width: 100%; height: auto; border-radius: 4px; background: var(--line); outline: 1px solid var(--line); }
 figure img.pixels { image-rendering: pixelated; }
 figure svg { position: absolute; inset: 0; width: 100%; height: 100%; overflow: visible; pointer-events: none; }
 rect { fill: none; vector-effect: non-scaling-stroke; }
 rect.under { stroke: #000a; stroke-width: 4; }
 rect.over { stroke: #ffd84a; stroke-width: 2; }
+rect.tile { stroke: #4ad0ff; stroke-width: 1; }
 figcaption { margin-top: .35rem; font-size: .8rem; line-height: 1.45; color: var(--soft); }
 figcaption b { color: var(--ink); font: 600 .84rem ui-monospace, monospace; margin-right: .3rem; }
-.chip { display: inline-block; margin: .1rem .3rem 0 0; padding: 0 .45rem; border: 1px solid var(--line); border-radius: 99px;
-  white-space: nowrap; }
+figcaption span { margin-right: .4rem; }
+.chip { display: inline-block; margin-top: .1rem; padding: 0 .45rem; border: 1px solid var(--line); border-radius: .7rem; }
 pre { margin: .9rem 0 0; padding: .6rem .8rem; background: var(--code); border-radius: 6px; overflow-x: auto; display: grid;
   grid-template-columns: minmax(0, max-content) max-content; column-gap: 2rem; font: .84rem/1.6 ui-monospace, monospace; }
-pre code { font: inherit; white-space: pre-wrap; overflow-wrap: anywhere; padding-left: 2rem; text-indent: -2rem; }
+pre code { font: inherit; white-space: pre-wrap; overflow-wrap: anywhere; }
 pre i { font-style: normal; color: var(--accent); text-align: right; }
 .note { margin: .6rem 0 0; font-size: .88rem; color: var(--soft); }
 .failure { margin: .6rem 0 0; padding: .3rem .7rem; background: #c22; color: #fff; border-radius: 4px; }
