@@ -6,8 +6,17 @@
 // d[i] = 255 where the test of a[i] and b[i], or of a[i] alone, holds, otherwise 0.
 using OwnTestLanes = void (*)(const void* a, const void* b, const void* scalar, uint8_t* d, ptrdiff_t n);
 
-// The same as bits, the first being bit 7 - bit of *d. Bits around them stay.
-using OwnTestBits = void (*)(const void* a, const void* b, const void* scalar, uint8_t* d, int bit, ptrdiff_t n);
+// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
+// 7 - maskBit of *mask. Bits around them stay.
+struct OwnBitPlace {
+    uint8_t* data;
+    int bit;
+    const uint8_t* mask = nullptr;
+    int maskBit = 0;
+};
+
+// The same as bits.
+using OwnTestBits = void (*)(const void* a, const void* b, const void* scalar, const OwnBitPlace& to, ptrdiff_t n);
 
 struct OwnTestKernel {
     OwnTestLanes lanes;
@@ -43,45 +52,79 @@ inline uint64_t packedLanes(const uint8_t* lanes)
 #endif
 }
 
-// Stores the first `count` bits, fewer than 64, of a word whose first bit is the top one; the rest of the last byte stays.
-inline void putBits(uint8_t* d, uint64_t bits, int count)
-{
-    for (; count >= 8; count -= 8, bits <<= 8)
-        *d++ = uint8_t(bits >> 56);
-    if (count > 0) {
-        int mask = 0xFF << (8 - count);
-        *d = uint8_t((*d & ~mask) | (int(bits >> 56) & mask));
-    }
-}
-
 constexpr ptrdiff_t bitBlock = 64;
 
-// Stores value(i), 255 or 0, of n values as bits from bit `bit` of *d on, and leaves the bits around them. edge(start, count)
-// answers the bits of up to 64 values, the first in the top bit: of a row that is no longer, and else of the blocks that
-// fill up the first byte and that end with the row, so that all others are whole.
-template <class Value, class Edge>
-inline __attribute__((always_inline)) void storeBits(uint8_t* d, int bit, ptrdiff_t n, Value value, Edge edge)
+// The mask bits of up to 64 pixels from `start` on, the first on top; clear behind the last.
+inline uint64_t maskOf(const OwnBitPlace& to, ptrdiff_t start, ptrdiff_t count)
+{
+    uint64_t all = ~uint64_t{0} << (bitBlock - count);
+    if (!to.mask)
+        return all;
+    if (count == bitBlock)
+        return maskWord(to.mask, to.maskBit + start);
+    ptrdiff_t position = to.maskBit + start;
+    const uint8_t* bytes = to.mask + (position >> 3);
+    int shift = int(position & 7);
+    uint64_t word = 0;
+    for (ptrdiff_t k = 0; k * 8 < shift + count; ++k)
+        word |= k < 8 ? uint64_t(bytes[k]) << (56 - 8 * k) << shift : bytes[k] >> (8 - shift);
+    return word & all;
+}
+
+inline void mergeByte(uint8_t* d, uint64_t bits, uint64_t mask)
+{
+    *d = uint8_t(*d ^ ((*d ^ bits) & mask));
+}
+
+// Stores those bits of a word that the mask has into the eight bytes at d.
+inline void mergeWord(uint8_t* d, uint64_t bits, uint64_t mask)
+{
+    uint64_t word;
+    __builtin_memcpy(&word, d, sizeof word);
+    word = __builtin_bswap64(word);
+    word = __builtin_bswap64(word ^ ((word ^ bits) & mask));
+    __builtin_memcpy(d, &word, sizeof word);
+}
+
+// The same for n bits, fewer than 64, from bit `bit` of *d on, in no more bytes than they have.
+inline void mergeFew(uint8_t* d, int bit, uint64_t bits, uint64_t mask, ptrdiff_t n)
+{
+    mergeByte(d, bits >> bit >> 56, mask >> bit >> 56);
+    for (ptrdiff_t done = 8 - bit; done < n; done += 8)
+        mergeByte(++d, bits << done >> 56, mask << done >> 56);
+}
+
+// Stores the bits of n pixels. word(start) answers those of 64 pixels, as eight bytes in the order of memory; edge(start,
+// count) those of up to 64, the first on top: of a row that is no longer, and else of the blocks at both ends, which
+// overlap others so that all are whole.
+template <class Word, class Edge>
+inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrdiff_t n, Word word, Edge edge)
 {
     if (n <= 0)
         return;
-    bool isShort = n < bitBlock;
-    uint64_t first = isShort || bit ? edge(0, isShort ? n : bitBlock) : 0;
+    if (n < bitBlock)
+        return mergeFew(to.data, to.bit, edge(0, n), maskOf(to, 0, n), n);
+    uint8_t* d = to.data;
     ptrdiff_t i = 0;
-    if (bit) {
-        i = n < 8 - bit ? n : 8 - bit;
-        int mask = (0xFF >> bit) & (0xFF << (8 - bit - i));
-        *d = uint8_t((*d & ~mask) | (int(first >> 56 >> bit) & mask));
-        ++d;
+    if (to.bit) {
+        mergeWord(d, edge(0, bitBlock) >> to.bit, maskOf(to, 0, bitBlock) >> to.bit);
+        i = bitBlock - to.bit;
+        d += 8;
     }
-    for (; n - i >= bitBlock; i += bitBlock, d += bitBlock / 8) {
-        uint8_t lanes[bitBlock];
-        for (ptrdiff_t k = 0; k < bitBlock; ++k)
-            lanes[k] = value(i + k);
-        uint64_t bits = packedLanes(lanes);
-        __builtin_memcpy(d, &bits, sizeof bits);
+    if (to.mask) {
+        for (; n - i >= bitBlock; i += bitBlock, d += 8)
+            mergeWord(d, __builtin_bswap64(word(i)), maskWord(to.mask, to.maskBit + i));
+    } else {
+        for (; n - i >= bitBlock; i += bitBlock, d += 8) {
+            uint64_t bits = word(i);
+            __builtin_memcpy(d, &bits, sizeof bits);
+        }
     }
-    if (int rest = int(n - i))
-        putBits(d, isShort ? first << i : edge(n - bitBlock, bitBlock) << (bitBlock - rest), rest);
+    if (i < n) {
+        ptrdiff_t bytes = (n - i + 7) >> 3;
+        ptrdiff_t behind = bytes * 8 - (n - i);  // bits of the last byte that are not the row's
+        mergeWord(d + bytes - 8, edge(n - bitBlock, bitBlock) << behind, maskOf(to, n - bitBlock, bitBlock) << behind);
+    }
 }
 
 // Kernels of a test. Op is made from the scalar's address and has the type Source and operator()(a, b) or operator()(a).
@@ -104,10 +147,18 @@ struct TestRows {
     {
         storeRow(d, n, false, test(a, b, scalar));
     }
-    static void bits(const void* a, const void* b, const void* scalar, uint8_t* d, int bit, ptrdiff_t n)
+    static void bits(const void* a, const void* b, const void* scalar, const OwnBitPlace& to, ptrdiff_t n)
     {
-        storeBits(d, bit, n, test(a, b, scalar),
-                  [=](ptrdiff_t start, ptrdiff_t count) { return edge(a, b, scalar, start, count); });
+        auto value = test(a, b, scalar);
+        storeBits(
+            to, n,
+            [=](ptrdiff_t start) {
+                uint8_t block[bitBlock];
+                for (ptrdiff_t k = 0; k < bitBlock; ++k)
+                    block[k] = value(start + k);
+                return packedLanes(block);
+            },
+            [=](ptrdiff_t start, ptrdiff_t count) { return edge(a, b, scalar, start, count); });
     }
     static constexpr OwnTestKernel kernel = {lanes, bits};
 

@@ -93,7 +93,7 @@ void OwnLines::store(int32_t y, int32_t rows)
     const OwnRowKernels& move = ownRowKernels();
     if (!dstBytes)  // packed bits take the place of the bytes that they are made of
         for (int32_t i = 0; i < rows; ++i)
-            move.allBits(targetRows.data + i * targetBytes, 1, 1, targetRows.data + i * targetBytes, 0, src.width);
+            move.allBits(targetRows.data + i * targetBytes, 1, 1, {targetRows.data + i * targetBytes, 0}, src.width);
     OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, src.width, rows};
     OwnGeometry to = dst;
     to.start = targetStart + y * dst.rowStep;
