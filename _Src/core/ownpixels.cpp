@@ -335,7 +335,7 @@ struct TestPass {
     int32_t passes;  // over a row: for all processed channels together, or channel by channel
     int32_t values;  // of a pixel in a pass
     bool asTheyLie;  // the sources have one step, so that rows can be tested with what lies between
-    bool plain;      // one value a pixel, side by side: whole rows can be tested as they lie
+    bool plain;      // one value a pixel, side by side
     int32_t step;    // lanes of a pixel
     int32_t chunk;   // pixels that fit scratch, a multiple of 8
 };
@@ -353,7 +353,7 @@ TestPass testPass(const OwnTestOp& op, const OwnGeometry* images, int sources)
     int32_t values = together ? channels : 1;
     int32_t step = equal ? images[0].pixelStep : values;
     int32_t chunk = (scratchBytes / (step * op.sourceBytes)) & ~7;
-    return {op, sources, together ? 1 : channels, values, equal, equal && step == 1, step, chunk};
+    return {op, sources, together ? 1 : channels, values, equal, together && equal && step == 1, step, chunk};
 }
 
 // Tests a channel, or all, of the pixels from x on and stores their bits.
@@ -365,8 +365,6 @@ void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel
     for (int i = 0; i < pass.sources; ++i)
         from[i] = channelStart(images[i], channel, bytes) + y * images[i].rowStep +
                   ptrdiff_t(x) * images[i].pixelStep * bytes;
-    if (pass.plain)
-        return pass.op.kernel.bits(from[0], from[1], pass.op.scalar, to, pixels);
     const OwnRowKernels& move = ownRowKernels();
     Scratch lanes, gathered[2];
     for (int i = 0; i < pass.sources; ++i)
@@ -379,6 +377,29 @@ void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel
     pass.op.kernel.lanes(from[0], from[1], pass.op.scalar, lanes.bytes,
                          ptrdiff_t(pixels - 1) * pass.step + pass.values);
     move.allBits(lanes.bytes, pass.step, pass.values, to, pixels);
+}
+
+// The plain case, whole rows.
+void testRows(const TestPass& pass, const OwnGeometry* images, const OwnGeometry* mask, OwnSize size)
+{
+    const OwnGeometry& a = images[0];
+    const OwnGeometry& b = images[pass.sources - 1];
+    const OwnGeometry& d = images[pass.sources];
+    OwnBitPlace to = {d.start, d.bit};
+    if (mask) {
+        to.mask = mask->start;
+        to.maskBit = mask->bit;
+    }
+    const uint8_t* x = a.start;
+    const uint8_t* y = b.start;
+    for (int32_t row = 0; row < size.height; ++row) {
+        pass.op.kernel.bits(x, y, pass.op.scalar, to, size.width);
+        x += a.rowStep;
+        y += b.rowStep;
+        to.data += d.rowStep;
+        if (mask)
+            to.mask += mask->rowStep;
+    }
 }
 
 // The same for bits that come of several passes.
@@ -435,10 +456,11 @@ void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count,
     TestPass pass = testPass(op, images, count - 1);
     const OwnGeometry& result = images[count - 1];
     joinTestedRows(pass, images, mask, size);
-    int32_t chunk = pass.plain && pass.passes == 1 ? size.width : pass.chunk;
+    if (pass.plain)
+        return testRows(pass, images, mask, size);
     for (int32_t y = 0; y < size.height; ++y)
-        for (int32_t x = 0; x < size.width; x += ownMin(chunk, size.width - x)) {
-            int32_t pixels = ownMin(chunk, size.width - x);
+        for (int32_t x = 0; x < size.width; x += ownMin(pass.chunk, size.width - x)) {
+            int32_t pixels = ownMin(pass.chunk, size.width - x);
             OwnBitPlace to = {result.start + y * result.rowStep + (x >> 3), result.bit};
             if (mask) {
                 to.mask = mask->start + y * mask->rowStep + (x >> 3);

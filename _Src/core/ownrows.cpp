@@ -257,29 +257,16 @@ void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values,
     }
 }
 
-// Stores the bits of n pixels. block(start) answers those of 64, as eight bytes in the order of memory; value(i) is the lane
-// of one.
-template <class Block, class Value>
-inline __attribute__((always_inline)) void storePixelBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Value value)
+// Stores the bits of n pixels. block(start) answers those of 64, as eight bytes in the order of memory; test(i) tells of one.
+template <class Block, class Test>
+inline __attribute__((always_inline)) void storePixelBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Test test)
 {
-    storeBits(to, n, block, [=](ptrdiff_t start, ptrdiff_t count) {
-        uint8_t lanes[bitBlock] = {};
-        for (ptrdiff_t k = 0; k < count; ++k)
-            lanes[k] = value(start + k);
-        return __builtin_bswap64(packedLanes(lanes));
+    storeBits(to, n, block, [=](ptrdiff_t count) {
+        uint64_t bits = 0;
+        for (ptrdiff_t i = 0; i < count; ++i)
+            bits |= uint64_t{test(i)} << (bitBlock - 1 - i);
+        return bits;
     });
-}
-
-template <class Value>
-inline __attribute__((always_inline)) void storePixelBits(const OwnBitPlace& to, ptrdiff_t n, Value value)
-{
-    auto block = [=](ptrdiff_t start) {
-        uint8_t lanes[bitBlock];
-        for (ptrdiff_t k = 0; k < bitBlock; ++k)
-            lanes[k] = value(start + k);
-        return packedLanes(lanes);
-    };
-    storePixelBits(to, n, block, value);
 }
 
 // Pixels of as many lanes as T has bytes. Lanes that do not count are taken as set.
@@ -288,11 +275,13 @@ void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, pt
 {
     const T all = T(-1);
     const T others = values < ptrdiff_t(sizeof(T)) ? T(all << (8 * values)) : T(0);
-    storePixelBits(to, n, [=](ptrdiff_t i) {
+    auto test = [=](ptrdiff_t i) {
         T pixel;
         __builtin_memcpy(&pixel, lanes + i * ptrdiff_t(sizeof(T)), sizeof(T));
-        return uint8_t(T(pixel | others) == all ? 0xFF : 0);
-    });
+        return T(pixel | others) == all;
+    };
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return bitsOfBlock<T>(start, test); }, test);
 }
 
 #if defined(__AVX2__)
@@ -314,25 +303,22 @@ constexpr ThirdSource makeThirdSource()
 
 constexpr ThirdSource thirdSource = makeThirdSource();
 
-// The bits of 64 pixels of three lanes, of which the first or all count.
-template <bool all>
+// The bits of 64 pixels of three lanes, of which the first `values` count.
+template <int values>
 inline uint64_t thirdBits(const uint8_t* lanes)
 {
     uint64_t bits = 0;
     for (int half = 0; half < 2; ++half) {
         __m256i pixels = _mm256_setzero_si256();
         for (int block = 0; block < 3; ++block) {
-            auto load = [&](int lane) {
-                const uint8_t* from = lanes + half * 96 + block * 16 + lane;
-                return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(from + 48),
-                                           reinterpret_cast<const __m128i*>(from));
-            };
-            __m256i lane = load(0);
-            if (all)
-                lane = _mm256_and_si256(lane, _mm256_and_si256(load(1), load(2)));
+            __m256i all = _mm256_set1_epi8(-1);
+            for (int lane = 0; lane < values; ++lane) {
+                auto* from = reinterpret_cast<const __m128i*>(lanes + half * 96 + block * 16 + lane);
+                all = _mm256_and_si256(all, _mm256_loadu2_m128i(from + 3, from));
+            }
             __m256i take =
                 _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(thirdSource.from[block])));
-            pixels = _mm256_or_si256(pixels, _mm256_shuffle_epi8(lane, take));
+            pixels = _mm256_or_si256(pixels, _mm256_shuffle_epi8(all, take));
         }
         bits |= uint64_t(uint32_t(_mm256_movemask_epi8(pixels))) << (32 * half);
     }
@@ -340,20 +326,35 @@ inline uint64_t thirdBits(const uint8_t* lanes)
 }
 #endif
 
-// Pixels of three lanes, of which the first or all count.
-template <bool all>
+// Pixels of three lanes, of which the first `values` count.
+template <int values>
 void allBitsOfThree(const uint8_t* lanes, const OwnBitPlace& to, ptrdiff_t n)
 {
-    auto value = [=](ptrdiff_t i) {
-        const uint8_t* pixel = lanes + i * 3;
-        return uint8_t(all ? pixel[0] & pixel[1] & pixel[2] : pixel[0]);
+    auto test = [=](ptrdiff_t i) {
+        uint8_t all = lanes[i * 3];
+        for (int k = 1; k < values; ++k)
+            all &= lanes[i * 3 + k];
+        return all != 0;
     };
 #if defined(__AVX2__)
     storePixelBits(
-        to, n, [=](ptrdiff_t start) { return thirdBits<all>(lanes + start * 3); }, value);
+        to, n, [=](ptrdiff_t start) { return thirdBits<values>(lanes + start * 3); }, test);
 #else
-    storePixelBits(to, n, value);
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return bitsOfBlock<uint8_t>(start, test); }, test);
 #endif
+}
+
+void allBitsOfMany(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
+{
+    auto test = [=](ptrdiff_t i) {
+        uint8_t all = 0xFF;
+        for (ptrdiff_t k = 0; k < values; ++k)
+            all &= lanes[i * step + k];
+        return all != 0;
+    };
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return bitsOfBlock<uint8_t>(start, test); }, test);
 }
 
 void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
@@ -367,22 +368,19 @@ void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
 void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
 {
     if (step == 1)
-        storePixelBits(to, n, [=](ptrdiff_t i) { return lanes[i]; });
+        allBitsAs<uint8_t>(lanes, values, to, n);
     else if (step == 2)
         allBitsAs<uint16_t>(lanes, values, to, n);
     else if (step == 4)
         allBitsAs<uint32_t>(lanes, values, to, n);
     else if (step == 3 && values == 1)
-        allBitsOfThree<false>(lanes, to, n);
-    else if (step == 3 && values == 3)
-        allBitsOfThree<true>(lanes, to, n);
+        allBitsOfThree<1>(lanes, to, n);
+    else if (step == 3 && values == 2)
+        allBitsOfThree<2>(lanes, to, n);
+    else if (step == 3)
+        allBitsOfThree<3>(lanes, to, n);
     else
-        storePixelBits(to, n, [=](ptrdiff_t i) {
-            uint8_t all = 0xFF;
-            for (ptrdiff_t k = 0; k < values; ++k)
-                all &= lanes[i * step + k];
-            return all;
-        });
+        allBitsOfMany(lanes, step, values, to, n);
 }
 
 // ---- Values -------------------------------------------------------------------------------------------------------

@@ -145,9 +145,12 @@ bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
 {
     OrvImage* masks[3];
     int count = 0;
+    bool masked = false;
     for (int i = 0; i < call.count; ++i)
-        if (call.images[i]->maskROI)
-            masks[count++] = call.images[i]->maskROI;
+        if (OrvImage* mask = call.images[i]->maskROI) {
+            masks[count++] = mask;
+            masked = masked || mask->maskROI;
+        }
     if (count == 0)
         return true;
     made.flags = ORV_IMAGE_ALL;
@@ -155,8 +158,8 @@ bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
                                       masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
     if (!made.image)
         return false;
-    // Cleared, because a mask under a mask of its own is not written everywhere.
-    orvAllocateImage(made.image, 1, 0);
+    // Under a mask of its own a mask is not written everywhere.
+    orvAllocateImage(made.image, masked, 0);
     if (!made.image->imageData)
         return false;
     // An old failure must neither stop the copy nor be taken for one of these calls'.
