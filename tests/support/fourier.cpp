@@ -1,6 +1,5 @@
 #include "fourier.h"
 
-#include <bit>
 #include <cmath>
 #include <numbers>
 
@@ -8,39 +7,34 @@ namespace fourier {
 
 namespace {
 
-// By the definition.
-std::vector<Complex> slowLine(const std::vector<Complex>& x, int sign)
+// The transform of every step-th value from `first` on. The roots are those of count * step.
+void lineInto(const Complex* first, size_t step, size_t count, const std::vector<Complex>& roots, Complex* sums)
 {
-    size_t n = x.size();
-    std::vector<Complex> turns(n), sums(n);
-    for (size_t j = 0; j < n; ++j)
-        turns[j] = std::polar(1.0, sign * 2 * std::numbers::pi * double(j) / double(n));
-    for (size_t k = 0; k < n; ++k)
-        for (size_t j = 0; j < n; ++j)
-            sums[k] += x[j] * turns[j * k % n];
-    return sums;
+    if (count % 2 != 0) {
+        // By the definition.
+        for (size_t k = 0; k < count; ++k) {
+            sums[k] = 0;
+            for (size_t j = 0; j < count; ++j)
+                sums[k] += first[j * step] * roots[j * k % count * step];
+        }
+        return;
+    }
+    size_t half = count / 2;
+    lineInto(first, 2 * step, half, roots, sums);
+    lineInto(first + step, 2 * step, half, roots, sums + half);
+    for (size_t k = 0; k < half; ++k) {
+        Complex even = sums[k], odd = sums[half + k] * roots[k * step];
+        sums[k] = even + odd;
+        sums[half + k] = even - odd;
+    }
 }
 
-// Even lengths by halves.
-std::vector<Complex> line(const std::vector<Complex>& x, int sign)
+std::vector<Complex> rootsOf(int n, int sign)
 {
-    size_t n = x.size();
-    if (n % 2 != 0 || n < 8)
-        return slowLine(x, sign);
-    std::vector<Complex> even(n / 2), odd(n / 2);
-    for (size_t j = 0; j < n / 2; ++j) {
-        even[j] = x[2 * j];
-        odd[j] = x[2 * j + 1];
-    }
-    even = line(even, sign);
-    odd = line(odd, sign);
-    std::vector<Complex> sums(n);
-    for (size_t k = 0; k < n / 2; ++k) {
-        Complex turned = odd[k] * std::polar(1.0, sign * 2 * std::numbers::pi * double(k) / double(n));
-        sums[k] = even[k] + turned;
-        sums[k + n / 2] = even[k] - turned;
-    }
-    return sums;
+    std::vector<Complex> roots;
+    for (int j = 0; j < n; ++j)
+        roots.push_back(std::polar(1.0, sign * 2 * std::numbers::pi * j / n));
+    return roots;
 }
 
 // Element i of a packed line of n: part of X(k).
@@ -54,18 +48,17 @@ void packedElement(int i, int n, int& k, int& part)
 
 void transform(Spectrum& x, int width, int height, int sign)
 {
-    for (int y = 0; y < height; ++y) {
-        auto first = x.begin() + ptrdiff_t(y) * width;
-        std::vector<Complex> row = line({first, first + width}, sign);
-        std::copy(row.begin(), row.end(), first);
-    }
-    std::vector<Complex> column(static_cast<size_t>(height));
-    for (int u = 0; u < width; ++u) {
-        for (int y = 0; y < height; ++y)
-            column[size_t(y)] = x[size_t(y) * size_t(width) + size_t(u)];
-        std::vector<Complex> sums = line(column, sign);
-        for (int y = 0; y < height; ++y)
-            x[size_t(y) * size_t(width) + size_t(u)] = sums[size_t(y)];
+    auto w = size_t(width), h = size_t(height);
+    std::vector<Complex> rowRoots = rootsOf(width, sign), columnRoots = rootsOf(height, sign);
+    Spectrum rows(x.size()), column(h), sums(h);
+    for (size_t y = 0; y < h; ++y)
+        lineInto(&x[y * w], 1, w, rowRoots, &rows[y * w]);
+    for (size_t u = 0; u < w; ++u) {
+        for (size_t y = 0; y < h; ++y)
+            column[y] = rows[y * w + u];
+        lineInto(column.data(), 1, h, columnRoots, sums.data());
+        for (size_t y = 0; y < h; ++y)
+            x[y * w + u] = sums[y];
     }
 }
 
