@@ -99,7 +99,8 @@ struct TestRows {
         else
             return [=](ptrdiff_t i) { return uint8_t(op(x[i]) ? 0xFF : 0); };
     }
-    static void lanes(const void* a, const void* b, const void* scalar, uint8_t* d, ptrdiff_t n)
+    static __attribute__((noinline)) void lanes(const void* a, const void* b, const void* scalar, uint8_t* d,
+                                                ptrdiff_t n)
     {
         storeRow(d, n, false, test(a, b, scalar));
     }
@@ -114,14 +115,15 @@ private:
     static __attribute__((noinline)) uint64_t edge(const void* a, const void* b, const void* scalar, ptrdiff_t start,
                                                    ptrdiff_t count)
     {
-        auto value = test(a, b, scalar);
-        uint8_t lanes[bitBlock] = {};
-        if (count == bitBlock)
+        uint8_t block[bitBlock] = {};
+        if (count < bitBlock) {
+            lanes(a, b, scalar, block, count);  // a short row has no other block, so that start is 0
+        } else {
+            auto value = test(a, b, scalar);
             for (ptrdiff_t k = 0; k < bitBlock; ++k)
-                lanes[k] = value(start + k);
-        else
-            storeRow<16>(lanes, count, false, [=](ptrdiff_t k) { return value(start + k); });
-        return __builtin_bswap64(packedLanes(lanes));
+                block[k] = value(start + k);
+        }
+        return __builtin_bswap64(packedLanes(block));
     }
 };
 

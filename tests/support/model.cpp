@@ -181,7 +181,7 @@ std::vector<uint8_t> Scene::headers() const
 
 Area areaOf(const Picture& picture)
 {
-    const PictureSpec& spec = picture.specification();
+    const PictureSpec& spec = picture.layout();
     if (!spec.roi)
         return {0, 0, spec.width, spec.height};
     const OrvROI& roi = *spec.roi;
@@ -226,7 +226,7 @@ struct Side {
     Area area;
     std::vector<int> channels;
 
-    explicit Side(Picture* of) : picture(of), area(areaOf(*of)), channels(channelsOf(of->specification())) {}
+    explicit Side(Picture* of) : picture(of), area(areaOf(*of)), channels(channelsOf(of->layout())) {}
     // Values at a place of the common area, in the i-th processed channel.
     uint32_t get(int x, int y, size_t i) const { return picture->raw(area.x + x, area.y + y, channels[i]); }
     void set(int x, int y, size_t i, uint32_t bits) const
@@ -282,13 +282,13 @@ struct Tile {
 
 Tile tileAt(const Picture& picture, int x, int y)
 {
-    const PictureSpec& spec = picture.specification();
+    const PictureSpec& spec = picture.layout();
     return {(areaOf(picture).x + x) / spec.tileWidth, (areaOf(picture).y + y) / spec.tileHeight};
 }
 
 bool isTiled(const Picture& picture)
 {
-    return picture.specification().tileWidth > 0;
+    return picture.layout().tileWidth > 0;
 }
 
 // The parts into which the tiles of some pictures cut the common area: row by row.
@@ -412,6 +412,36 @@ Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode)
                 addFetch(walk, source, cell, "-1 " + function + " \n");
             walk.push_back(pieceStep(cell));
             walk.push_back(releaseStep(leading, tile));
+        }
+    return walk;
+}
+
+Walk leadingWalk(const Scene& scene, const std::string& refusal)
+{
+    size_t last = scene.images.size() - 1, leading = 0;
+    while (leading < last && !isTiled(*scene.images[leading]))
+        ++leading;
+    if (isTiled(scene.destination()))
+        leading = last;
+    const Picture& leader = *scene.images[leading];
+    int mode = leading == last ? ORV_TILE_WRITE : ORV_TILE_READ;
+    Walk walk;
+    for (const std::vector<Area>& cells : cutByTiles(commonArea(scene), {&leader}))
+        for (const Area& cell : cells) {
+            if (!isTiled(leader)) {
+                walk.push_back(pieceStep(cell));
+                continue;
+            }
+            Tile tile = tileAt(leader, cell.x, cell.y);
+            walk.push_back(openStep(leader, tile, mode, refusal));
+            size_t fetches = walk.size();
+            for (size_t i = 0; i < last; ++i)
+                if (i != leading && isTiled(*scene.images[i]))
+                    addFetch(walk, *scene.images[i], cell, refusal);
+            for (; fetches < walk.size(); ++fetches)
+                walk[fetches].undo = {releaseStep(leader, tile)};
+            walk.push_back(pieceStep(cell));
+            walk.push_back(releaseStep(leader, tile));
         }
     return walk;
 }
@@ -618,7 +648,7 @@ Layout fittingLayout(Random& random, const Operation& operation)
 // The first pixel in which two pictures differ, empty for none.
 std::string differingPixel(const Picture& got, const Picture& expected)
 {
-    const PictureSpec& spec = got.specification();
+    const PictureSpec& spec = got.layout();
     std::vector<uint32_t> values = got.values(), others = expected.values();
     auto at = size_t(std::ranges::mismatch(values, others).in1 - values.begin());
     if (at == values.size())
@@ -634,7 +664,7 @@ std::string differingPixel(const Picture& got, const Picture& expected)
 bool mayTouchPadding(const Operation& operation, const Scene& scene)
 {
     auto plain = [](const Picture* picture) {
-        const PictureSpec& spec = picture->specification();
+        const PictureSpec& spec = picture->layout();
         return !spec.tileWidth && (!spec.roi || (spec.channels == 1 && spec.roi->coi > 0));
     };
     return operation.padding && std::ranges::all_of(scene.images, plain) &&
@@ -646,7 +676,7 @@ void compareScenes(const Operation& operation, const Scene& got, const Scene& ex
     for (size_t i = 0; i < got.all().size(); ++i) {
         const Picture& picture = *got.all()[i];
         const Picture& other = *expected.all()[i];
-        SCOPED_TRACE(std::string("picture ") + picture.specification().name);
+        SCOPED_TRACE(std::string("picture ") + picture.layout().name);
         if (picture.bytes() == other.bytes())
             continue;
         EXPECT_EQ(differingPixel(picture, other), "");
@@ -659,11 +689,16 @@ void compareScenes(const Operation& operation, const Scene& got, const Scene& ex
 std::string walkText(const Walk& walk, int n)
 {
     TileLog log;
+    auto note = [&](const WalkStep& step) {
+        log.calls.push_back({nullptr, step.column, step.row, step.mode, step.picture->layout().name});
+    };
     for (const WalkStep& step : walk) {
         if (step.kind != WalkStep::piece)
-            log.calls.push_back({nullptr, step.column, step.row, step.mode, step.picture->specification().name});
-        if (step.kind == WalkStep::open && --n == 0)
+            note(step);
+        if (step.kind == WalkStep::open && --n == 0) {
+            std::ranges::for_each(step.undo, note);
             break;
+        }
     }
     return log.text();
 }
@@ -692,6 +727,7 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
                 applyModel(operation, expected, step.area);
             if (step.kind == WalkStep::open && ++opens == refuse) {
                 report = step.refusal;
+                open -= int(step.undo.size());
                 break;
             }
             open += step.kind == WalkStep::open ? 1 : step.kind == WalkStep::release ? -1 : 0;

@@ -95,6 +95,8 @@ struct WalkStep {
     std::string refusal = {};  // the report if the tile does not come
     // Of a piece: the part of the common area that is done now.
     Area area = {};
+    // Of an open: the releases that still follow if the tile does not come.
+    std::vector<WalkStep> undo = {};
 };
 using Walk = std::vector<WalkStep>;
 
@@ -143,6 +145,8 @@ Walk bandWalk(const Scene& scene, const std::string& function, const std::vector
 // The grid walk over the destination's tiles, or the source's where those have the only ones; the other image's tiles are
 // fetched.
 Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode = ORV_TILE_READ);
+// The walk over the destination's tiles, or those of the first tiled source; every other tiled source is fetched.
+Walk leadingWalk(const Scene& scene, const std::string& refusal);
 // The walk in which two tiled images swap their pixels: as the grid walk, and then each cell is written to the source.
 Walk swapWalk(const Scene& scene, const std::string& function);
 
