@@ -237,7 +237,7 @@ TEST(Kernels, TestsAreAsTheirValues)
             }
             kernel.lanes(a.data(), second, scalar, got.data(), n);
             EXPECT_TRUE(got == expected) << name << " lanes " << n;
-            kernel.bits(a.data(), second, scalar, bits.data(), bit, n);
+            kernel.bits(a.data(), second, scalar, {bits.data(), bit}, n);
             EXPECT_TRUE(bits == expectedBits) << name << " bits " << n << " from bit " << bit;
         }
     };
@@ -368,7 +368,7 @@ TEST(Kernels, MergeAndReduceBits)
                         all = all && lanes.data()[i * step + k];
                     setBitAt(expectedBits.data(), bit + i, all);
                 }
-                level.rows.allBits(lanes.data(), step, values, bits.data(), bit, n);
+                level.rows.allBits(lanes.data(), step, values, {bits.data(), bit}, n);
                 EXPECT_TRUE(bits == expectedBits) << level.level << ' ' << step << ' ' << values << ' ' << n;
             }
         }
