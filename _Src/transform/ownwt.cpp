@@ -228,7 +228,19 @@ inline uint8_t pixelOf(float value)
 
 void join(const float* __restrict even, const float* __restrict odd, uint8_t* __restrict pixels, ptrdiff_t n)
 {
-    for (ptrdiff_t i = 0; i < n / 2; ++i) {
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    auto load8 = [](const float* from) {
+        __m256 value = _mm256_min_ps(_mm256_loadu_ps(from), _mm256_set1_ps(255.0f));
+        return _mm256_cvtps_epi32(_mm256_max_ps(value, _mm256_setzero_ps()));
+    };
+    auto join8 = [&](ptrdiff_t at) { return _mm256_or_si256(load8(even + at), _mm256_slli_epi32(load8(odd + at), 8)); };
+    for (; i + 16 <= n / 2; i += 16) {
+        __m256i pairs = _mm256_permute4x64_epi64(_mm256_packus_epi32(join8(i), join8(i + 8)), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + 2 * i), pairs);
+    }
+#endif
+    for (; i < n / 2; ++i) {
         pixels[2 * i] = pixelOf(even[i]);
         pixels[2 * i + 1] = pixelOf(odd[i]);
     }
