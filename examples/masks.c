@@ -74,7 +74,7 @@ int main(int argc, char** argv)
 
     OrvImage* mask = makeImage(ORV_DEPTH_1U, photo->width, photo->height);
     findOrange(photo, mask);
-    keepRegion(mask, 0, photo->height / 2, photo->width, photo->height / 2);
+    keepRegion(mask, photo->width / 20, photo->height * 2 / 5, photo->width, photo->height);
     orvNot(mask, mask); /* now set where the colour goes */
     makeGrey(photo, mask);
 

@@ -26,7 +26,7 @@ const OwnFftCoreKernels<int32_t>& kernelsOf<int32_t>()
 enum Lanes { singleLines, vectorLanes };
 
 // Blocks of vector lanes hold lines that are not there if there are too few; up to this many values nobody minds.
-constexpr int64_t smallBlock = 1 << 22;
+constexpr int64_t smallBlock = 1 << 19;
 
 template <class T>
 Lanes lanesFor(int32_t lines, int32_t length)

@@ -80,6 +80,7 @@ void multiplySpectra(Stage& stage)
     CALL(orvMpyRCPack2D(picture, disc, picture));
     stage.showAfter("picture, the product", picture, spectrum());
     CALL(orvCcsFft2D(picture, result, ORV_FFT_INVERSE));
+    stage.note("The disc has the size of the picture and its centre at the origin; shown is what lies around that.");
     stage.note(
         "A product of spectra is a convolution of pictures: each point becomes a disc, as with a lens out of focus.");
 }

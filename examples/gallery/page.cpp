@@ -58,7 +58,7 @@ std::string timeText(double milliseconds)
     return text;
 }
 
-// Small images are enlarged, by a factor that the caption names, so that their pixels can be seen.
+// Small images are enlarged, so that their pixels can be seen; the caption says so.
 int enlargement(const Figure& figure)
 {
     return figure.width < 100 ? 256 / figure.width : 1;
@@ -157,7 +157,7 @@ void Page::writeFigures(std::ostream& out, const char* title, const std::vector<
             << escaped(figure.name) << "\" loading=\"lazy\"" << (factor > 1 ? " class=\"pixels\"" : "") << ">";
         writeOverlay(out, figure);
         out << "</a><figcaption><b>" << escaped(figure.name) << "</b> <span>" << escaped(figure.detail)
-            << (factor > 1 ? ", shown " + std::to_string(factor) + " times as large" : "") << "</span>";
+            << (factor > 1 ? ", enlarged" : "") << "</span>";
         if (!figure.view.empty())
             out << "<span class=\"chip\">shown: " << escaped(figure.view) << "</span>";
         writeBoxTexts(out, figure);

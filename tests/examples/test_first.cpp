@@ -26,7 +26,8 @@ TEST(Examples, TellWhatTheyLack)
     // A photograph without colours, where the channels do not agree.
     ExampleEnd end = runExample("first", PHOTOS "camera.png " PHOTOS "coffee.png " RESULTS "none.png");
     EXPECT_EQ(end.exitCode, 1);
-    EXPECT_NE(end.output.find(":orvAdd(): (nChSrcB != nChDst)\nnot added, status -5: Bad argument\n"), std::string::npos)
+    EXPECT_NE(end.output.find(":orvAdd(): (nChSrcB != nChDst)\nnot added, status -5: Bad argument\n"),
+              std::string::npos)
         << end.output;
 }
 
