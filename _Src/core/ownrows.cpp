@@ -285,23 +285,28 @@ void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, pt
 }
 
 #if defined(__AVX2__)
-// For every third byte of 48: byte i of a block of 16 is byte from[block][i] of the three, in the order of a byte's bits.
+// Of 16 pixels of three lanes the bits in the order of a byte: each is lane from[block][i] of one block of 16 lanes, that
+// begins with the pixel's first lane or, in the last block, ends with the last one that counts.
 struct ThirdSource {
     alignas(16) int8_t from[3][16];
 };
 
-constexpr ThirdSource makeThirdSource()
+constexpr ThirdSource makeThirdSource(int values)
 {
     ThirdSource source = {};
-    for (int i = 0; i < 16; ++i)
+    for (int i = 0; i < 16; ++i) {
+        int first = ((i & 8) | (7 - (i & 7))) * 3;
+        int last = first + values - 1;
         for (int block = 0; block < 3; ++block) {
-            int byte = ((i & 8) | (7 - (i & 7))) * 3 - block * 16;
-            source.from[block][i] = byte >= 0 && byte < 16 ? int8_t(byte) : int8_t(-1);
+            int lane = last < 32 ? first - block * 16 : block == 2 ? last - 32 : -1;
+            source.from[block][i] = lane >= 0 && lane < 16 ? int8_t(lane) : int8_t(-1);
         }
+    }
     return source;
 }
 
-constexpr ThirdSource thirdSource = makeThirdSource();
+template <int values>
+constexpr ThirdSource thirdSource = makeThirdSource(values);
 
 // The bits of 64 pixels of three lanes, of which the first `values` count.
 template <int values>
@@ -313,12 +318,13 @@ inline uint64_t thirdBits(const uint8_t* lanes)
         for (int block = 0; block < 3; ++block) {
             __m256i all = _mm256_set1_epi8(-1);
             for (int lane = 0; lane < values; ++lane) {
-                auto* from = reinterpret_cast<const __m128i*>(lanes + half * 96 + block * 16 + lane);
+                int shift = block < 2 ? lane : -lane;
+                auto* from = reinterpret_cast<const __m128i*>(lanes + half * 96 + block * 16 + shift);
                 all = _mm256_and_si256(all, _mm256_loadu2_m128i(from + 3, from));
             }
-            __m256i take =
-                _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(thirdSource.from[block])));
-            pixels = _mm256_or_si256(pixels, _mm256_shuffle_epi8(all, take));
+            auto* take = reinterpret_cast<const __m128i*>(thirdSource<values>.from[block]);
+            __m256i taken = _mm256_shuffle_epi8(all, _mm256_broadcastsi128_si256(_mm_load_si128(take)));
+            pixels = _mm256_or_si256(pixels, taken);
         }
         bits |= uint64_t(uint32_t(_mm256_movemask_epi8(pixels))) << (32 * half);
     }
