@@ -210,8 +210,8 @@ void expectLanesAlike(const OwnFftCoreKernels<T>& kernels, int32_t length)
     int32_t log2 = length > 1 && (length & (length - 1)) == 0 ? __builtin_ctz(unsigned(length)) : 0;
     int lanes = kernels.blocks[1].lanes;
     OwnFftLength<T> tables{};
-    ASSERT_TRUE(ownFftRealTables<T>(context, length, log2, tables));
-    ASSERT_TRUE(ownFftComplexTables<T>(context, length, log2, tables));
+    ASSERT_TRUE(ownFftRealTables(context, length, log2, tables));
+    ASSERT_TRUE(ownFftComplexTables(context, length, log2, tables));
     T* space = ownFftWork<T>(context, ownFftDirectScratch<T>(length, lanes));
     T* block = ownFftWork<T>(context, int64_t{2} * length * lanes + 2 * lanes);
     T* line = ownFftWork<T>(context, int64_t{2} * length + 2);
