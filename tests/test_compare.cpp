@@ -145,7 +145,8 @@ TEST(Compare, IsAsTheModelInEveryLayout)
                 operation.resultDepth = ORV_DEPTH_1U;
                 operation.rule = ruleOf(member, depth, value, eps);
                 operation.call = [&](OrvImage* const* images) {
-                    EXPECT_EQ(member.call(images, value, eps), orvGetErrStatus());
+                    int32_t returned = member.call(images, value, eps);
+                    EXPECT_EQ(returned, orvGetErrStatus());
                 };
                 operation.test = true;
                 operation.fits = [&](const Layout& layout) {

@@ -50,7 +50,8 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       gathers(!srcBytes || src.pixelStep != rowStep),
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
-      targetBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
+      lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
+      targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
       sourceRows(gathers ? sourceBytes * sourceSlots : 0),
       targetRows(scatters ? targetBytes * targetSlots : 0)
 {
@@ -91,9 +92,6 @@ void OwnLines::store(int32_t y, int32_t rows)
     if (!scatters)
         return;
     const OwnRowKernels& move = ownRowKernels();
-    if (!dstBytes)  // packed bits take the place of the bytes that they are made of
-        for (int32_t i = 0; i < rows; ++i)
-            move.allBits(targetRows.data + i * targetBytes, 1, 1, targetRows.data + i * targetBytes, 0, src.width);
     OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, src.width, rows};
     OwnGeometry to = dst;
     to.start = targetStart + y * dst.rowStep;
@@ -101,6 +99,16 @@ void OwnLines::store(int32_t y, int32_t rows)
     to.height = rows;
     OwnGeometry under = mask;
     under.start += y * mask.rowStep;
+    if (!dstBytes) {
+        if (masked)
+            from.start += lanesBytes;
+        for (int32_t i = 0; i < rows; ++i) {
+            uint8_t* bits = masked ? from.start + i * from.rowStep : to.start + i * to.rowStep;
+            move.allBits(targetRows.data + i * targetBytes, 1, 1, bits, masked ? 0 : to.bit, src.width);
+        }
+        if (!masked)
+            return;
+    }
     const OwnGeometry images[2] = {from, to};
     ownProcessPixels(ownPixelOp(move.copy[ownDepthIndex(dstDepth)], dstDepth, nullptr), images, 2,
                      masked ? &under : nullptr);

@@ -51,11 +51,12 @@ private:
     bool masked;
     OwnReach reach;
     uint32_t dstDepth;
-    int srcBytes, dstBytes;            // of a value; 0 for bits
-    bool together;                     // all channels in one pass
-    int32_t rowStep, processed;        // values of a pixel in the rows
-    bool gathers, scatters;            // rows pass through memory of their own
-    int64_t sourceBytes, targetBytes;  // of a slot
+    int srcBytes, dstBytes;           // of a value; 0 for bits
+    bool together;                    // all channels in one pass
+    int32_t rowStep, processed;       // values of a pixel in the rows
+    bool gathers, scatters;           // rows pass through memory of their own
+    int64_t sourceBytes;              // of a slot
+    int64_t lanesBytes, targetBytes;  // of a slot's results, and of all, which ends with a row of bits for 1U
     OwnScratch<uint8_t> sourceRows, targetRows;
     const uint8_t* sourceStart = nullptr;  // of the pass
     uint8_t* targetStart = nullptr;

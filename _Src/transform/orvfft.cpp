@@ -1,31 +1,221 @@
 // Fourier transforms.
+//
+//   orvRealFft2D   a real image to its packed spectrum
+//   orvCcsFft2D    a packed spectrum to the real image
 #include "../core/owncontext.h"
+#include "../core/ownlayout.h"
+#include "../core/ownreport.h"
+#include "orv/transform.h"
 #include "owncaches.h"
+#include "ownfftdrive.h"
 
 namespace {
 
-template <class T>
-void freeAll(T* (&blocks)[OwnFftCaches::count])
+constexpr const char* source = "orvfft";
+
+// ---- Checks ----
+
+bool goodFlags(const OwnReport& report, int32_t flags)
 {
-    for (T*& block : blocks) {
-        orvFree(block);
-        block = nullptr;
+    bool forward = (flags & ORV_FFT_FORWARD) != 0, inverse = (flags & ORV_FFT_INVERSE) != 0;
+    if (!forward && !inverse)
+        return report(ORV_STATUS_BAD_ARG, "(flags & 1) == 0 && (flags & 2 ) == 0"), false;
+    if (forward && inverse)
+        return report(ORV_STATUS_BAD_ARG, "(flags & 1) != 0 && (flags & 2 ) != 0"), false;
+    if ((flags & ORV_FFT_USE_FLOAT) && (flags & ORV_FFT_USE_INT))
+        return report(ORV_STATUS_BAD_ARG, "(flags & 32) != 0 && (flags & 16 ) != 0"), false;
+    return true;
+}
+
+bool goodSource(const OwnReport& report, OrvImage* image)
+{
+    if (!image)
+        return report(ORV_STATUS_BAD_ARG, "srcImage==0"), false;
+    if (!report.goodImage(image))
+        return false;
+    if (image->alphaChannel > 0 && image->alphaChannel != image->nChannels)
+        return report(ORV_STATUS_BAD_ARG,
+                      "srcImage->alphaChannel > 0 && srcImage->alphaChannel != srcImage->nChannels"),
+               false;
+    bool onlyAlpha = image->nChannels == 1 && image->alphaChannel == 1;
+    if (onlyAlpha && !image->roi)
+        return report(ORV_STATUS_BAD_ARG, "srcImage->alphaChannel == 1 && srcImage->roi == 0"), false;
+    if (onlyAlpha && image->roi->coi != 1)
+        return report(ORV_STATUS_BAD_ARG, "srcImage->alphaChannel == 1 && srcImage->roi->coi != 1"), false;
+    if (image->depth == ORV_DEPTH_1U)
+        return report(ORV_STATUS_BAD_ARG, "srcImage->depth == 1"), false;
+    if (!image->imageData)
+        return report(ORV_STATUS_BAD_ARG, "srcImage->imageData == 0"), false;
+    return true;
+}
+
+bool goodDestination(const OwnReport& report, OrvImage* image)
+{
+    if (!image)
+        return report(ORV_STATUS_BAD_ARG, "dstImage==0"), false;
+    if (!report.goodImage(image))
+        return false;
+    if (image->alphaChannel > 0 && image->alphaChannel != image->nChannels)
+        return report(ORV_STATUS_BAD_ARG,
+                      "dstImage->alphaChannel > 0 && dstImage->alphaChannel != dstImage->nChannels"),
+               false;
+    bool onlyAlpha = image->nChannels == 1 && image->alphaChannel == 1;
+    if (onlyAlpha && !image->roi)
+        return report(ORV_STATUS_BAD_ARG, "dstImage->alphaChannel == 1 && dstImage->roi == 0"), false;
+    if (onlyAlpha && image->roi->coi != 1)
+        return report(ORV_STATUS_BAD_ARG, "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1"), false;
+    if (image->depth == ORV_DEPTH_1U)
+        return report(ORV_STATUS_BAD_ARG, "dstImage->depth == 1"), false;
+    if (!image->imageData)
+        return report(ORV_STATUS_BAD_ARG, "dstImage->imageData == 0"), false;
+    return true;
+}
+
+bool goodChannels(const OwnReport& report, const OrvImage& src, const OrvImage& dst)
+{
+    bool srcCoi = src.roi && src.roi->coi > 0, dstCoi = dst.roi && dst.roi->coi > 0;
+    int32_t srcChannels = src.nChannels - (src.alphaChannel != 0),
+            dstChannels = dst.nChannels - (dst.alphaChannel != 0);
+    if (!srcCoi && !dstCoi && srcChannels != dstChannels)
+        return report(ORV_STATUS_BAD_ARG,
+                      "(srcImage->nChannels - (srcImage->alphaChannel != 0)) != "
+                      "(dstImage->nChannels - (dstImage->alphaChannel != 0))"),
+               false;
+    if (srcCoi && !dstCoi && dstChannels != 1)
+        return report(ORV_STATUS_BAD_ARG,
+                      "(dstImage->nChannels - (dstImage->alphaChannel != 0)) != "
+                      "(srcImage->roi->coi > 0)"),
+               false;
+    if (!srcCoi && dstCoi && srcChannels != 1)
+        return report(ORV_STATUS_BAD_ARG,
+                      "(srcImage->nChannels - (srcImage->alphaChannel != 0)) != "
+                      "(dstImage->roi->coi > 0)"),
+               false;
+    return true;
+}
+
+// ---- The plan ----
+
+int32_t smaller(int32_t a, int32_t b)
+{
+    return a < b ? a : b;
+}
+
+// The logarithm of a power of two above 1, otherwise 0.
+int32_t exactLog2(int32_t length)
+{
+    return length > 1 && (length & (length - 1)) == 0 ? __builtin_ctz(uint32_t(length)) : 0;
+}
+
+// False if the images do not go together.
+bool fillPlan(OwnFftPlan& plan, const OrvImage& src, const OrvImage& dst, int32_t flags)
+{
+    OwnFftRegion srcRegion = ownFftRegion(src), dstRegion = ownFftRegion(dst);
+    if (srcRegion.channelCount != dstRegion.channelCount)
+        return false;
+    plan = {};
+    plan.srcWidth = src.width;
+    plan.srcHeight = src.height;
+    plan.srcStep = src.widthStep;
+    plan.srcChannels = src.nChannels;
+    plan.dstWidth = dst.width;
+    plan.dstHeight = dst.height;
+    plan.dstStep = dst.widthStep;
+    plan.dstChannels = dst.nChannels;
+    plan.srcData = src.imageData;
+    plan.dstData = dst.imageData;
+    plan.srcX = srcRegion.x;
+    plan.srcY = srcRegion.y;
+    plan.dstX = dstRegion.x;
+    plan.dstY = dstRegion.y;
+    plan.srcFirstChannel = srcRegion.firstChannel;
+    plan.dstFirstChannel = dstRegion.firstChannel;
+    plan.channelCount = srcRegion.channelCount;
+    plan.width = smaller(srcRegion.width, dstRegion.width);
+    plan.widthEven = plan.width % 2 == 0;
+    plan.widthLog2 = exactLog2(plan.width);
+    plan.height = smaller(srcRegion.height, dstRegion.height);
+    plan.heightEven = plan.height % 2 == 0;
+    plan.heightLog2 = exactLog2(plan.height);
+    plan.direction = flags & ORV_FFT_INVERSE ? -1 : 1;
+    plan.scale = (flags & ORV_FFT_INVERSE) && !(flags & ORV_FFT_NO_SCALE);
+    plan.srcLayout = ownFftLayout(src);
+    plan.dstLayout = ownFftLayout(dst);
+    int32_t srcDepth = ownFftDepthIndex(src.depth), dstDepth = ownFftDepthIndex(dst.depth);
+    bool useInt = (flags & ORV_FFT_USE_INT) && src.depth != ORV_DEPTH_32F && dst.depth != ORV_DEPTH_32F;
+    return useInt ? ownFftChoose<int32_t>(plan, srcDepth, dstDepth) : ownFftChoose<float>(plan, srcDepth, dstDepth);
+}
+
+// ---- The transform ----
+
+// A driver that gets no memory, or finds no place for its tables, has another try with empty caches.
+bool runDriver(OrvContext& context, OwnFftPlan::Driver driver)
+{
+    if (driver(context))
+        return true;
+    ownReleaseFftCaches(context);
+    context.fftPlan.intSlot = 0;
+    context.fftPlan.floatSlot = 0;
+    return driver(context);
+}
+
+void transform(const OwnReport& report, OrvImage* srcImage, OrvImage* dstImage, int32_t flags,
+               OwnFftPlan::Driver OwnFftPlan::*driver)
+{
+    OrvContext& context = ownContext();
+    if (flags & ORV_FFT_RELEASE) {
+        ownReleaseFftCaches(context);
+        return;
     }
+    if (!goodFlags(report, flags) || !goodSource(report, srcImage) || !goodDestination(report, dstImage) ||
+        !goodChannels(report, *srcImage, *dstImage))
+        return;
+    OwnFftPlan& plan = context.fftPlan;
+    if (!fillPlan(plan, *srcImage, *dstImage, flags)) {
+        report(ORV_STATUS_BAD_ARG, "Error in input data");
+        return;
+    }
+    if (plan.width < 1 || plan.height < 1)
+        return;
+    if (!runDriver(context, plan.*driver))
+        report(ORV_STATUS_NO_MEMORY, "No working memory");
 }
 
 }  // namespace
 
-void ownReleaseFftCaches(OrvContext& context)
+// The region is cut at the image's edges.
+OwnFftRegion ownFftRegion(const OrvImage& image)
 {
-    OwnFftCaches& caches = context.fft;
-    freeAll(caches.intWork);
-    freeAll(caches.floatWork);
-    freeAll(caches.floatDirect);
-    freeAll(caches.intDirect);
-    freeAll(caches.twiddle);
-    freeAll(caches.upperTwiddle);
-    freeAll(caches.realSplit);
-    freeAll(caches.intTwiddle);
-    freeAll(caches.bitReversal);
-    caches = {};
+    OwnFftRegion region = {0, 0, image.width, image.height, 0, image.nChannels - (image.alphaChannel != 0)};
+    const OrvROI* roi = image.roi;
+    if (!roi)
+        return region;
+    region.x = smaller(roi->xOffset, image.width);
+    region.y = smaller(roi->yOffset, image.height);
+    region.width = smaller(roi->width, image.width - region.x);
+    region.height = smaller(roi->height, image.height - region.y);
+    if (roi->coi > 0) {
+        region.firstChannel = roi->coi - 1;
+        region.channelCount = 1;
+    }
+    return region;
+}
+
+OwnFftLayout ownFftLayout(const OrvImage& image)
+{
+    ptrdiff_t bytes = ownValueBytes(image.depth);
+    bool planes = image.dataOrder == ORV_DATA_ORDER_PLANE;
+    ptrdiff_t pixelStep = planes ? bytes : bytes * image.nChannels;
+    ptrdiff_t channelStep = planes ? ptrdiff_t{image.height} * image.widthStep : bytes;
+    return {pixelStep, channelStep, pixelStep == bytes, image.depth == ORV_DEPTH_32F};
+}
+
+void ORV_CALL orvRealFft2D(OrvImage* srcImage, OrvImage* dstImage, int32_t flags)
+{
+    transform({"orvRealFft2D", source}, srcImage, dstImage, flags, &OwnFftPlan::realDriver);
+}
+
+void ORV_CALL orvCcsFft2D(OrvImage* srcImage, OrvImage* dstImage, int32_t flags)
+{
+    transform({"orvCcsFft2D", source}, srcImage, dstImage, flags, &OwnFftPlan::ccsDriver);
 }

@@ -2,6 +2,8 @@
 // for what the programs make.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -33,4 +35,20 @@ using Loaded = std::unique_ptr<OrvImage, FreeImage>;
 inline Loaded load(const std::string& path)
 {
     return Loaded(pngLoad(path.c_str()));
+}
+
+inline int valueAt(const OrvImage& image, int x, int y, int channel)
+{
+    return image.imageData[ptrdiff_t(y) * image.widthStep + ptrdiff_t(x) * image.nChannels + channel];
+}
+
+// Compares a picture with what `expected(x, y, channel)` says.
+template <class Expected>
+void expectPixels(const OrvImage& image, int width, int height, int channels, Expected expected)
+{
+    ASSERT_TRUE(image.width == width && image.height == height && image.nChannels == channels);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < channels; ++c)
+                ASSERT_EQ(valueAt(image, x, y, c), expected(x, y, c)) << x << ' ' << y << ' ' << c;
 }

@@ -181,7 +181,7 @@ std::vector<uint8_t> Scene::headers() const
 
 Area areaOf(const Picture& picture)
 {
-    const PictureSpec& spec = picture.specification();
+    const PictureSpec& spec = picture.layout();
     if (!spec.roi)
         return {0, 0, spec.width, spec.height};
     const OrvROI& roi = *spec.roi;
@@ -226,7 +226,7 @@ struct Side {
     Area area;
     std::vector<int> channels;
 
-    explicit Side(Picture* of) : picture(of), area(areaOf(*of)), channels(channelsOf(of->specification())) {}
+    explicit Side(Picture* of) : picture(of), area(areaOf(*of)), channels(channelsOf(of->layout())) {}
     // Values at a place of the common area, in the i-th processed channel.
     uint32_t get(int x, int y, size_t i) const { return picture->raw(area.x + x, area.y + y, channels[i]); }
     void set(int x, int y, size_t i, uint32_t bits) const
@@ -282,13 +282,13 @@ struct Tile {
 
 Tile tileAt(const Picture& picture, int x, int y)
 {
-    const PictureSpec& spec = picture.specification();
+    const PictureSpec& spec = picture.layout();
     return {(areaOf(picture).x + x) / spec.tileWidth, (areaOf(picture).y + y) / spec.tileHeight};
 }
 
 bool isTiled(const Picture& picture)
 {
-    return picture.specification().tileWidth > 0;
+    return picture.layout().tileWidth > 0;
 }
 
 // The parts into which the tiles of some pictures cut the common area: row by row.
@@ -648,7 +648,7 @@ Layout fittingLayout(Random& random, const Operation& operation)
 // The first pixel in which two pictures differ, empty for none.
 std::string differingPixel(const Picture& got, const Picture& expected)
 {
-    const PictureSpec& spec = got.specification();
+    const PictureSpec& spec = got.layout();
     std::vector<uint32_t> values = got.values(), others = expected.values();
     auto at = size_t(std::ranges::mismatch(values, others).in1 - values.begin());
     if (at == values.size())
@@ -664,7 +664,7 @@ std::string differingPixel(const Picture& got, const Picture& expected)
 bool mayTouchPadding(const Operation& operation, const Scene& scene)
 {
     auto plain = [](const Picture* picture) {
-        const PictureSpec& spec = picture->specification();
+        const PictureSpec& spec = picture->layout();
         return !spec.tileWidth && (!spec.roi || (spec.channels == 1 && spec.roi->coi > 0));
     };
     return operation.padding && std::ranges::all_of(scene.images, plain) &&
@@ -676,7 +676,7 @@ void compareScenes(const Operation& operation, const Scene& got, const Scene& ex
     for (size_t i = 0; i < got.all().size(); ++i) {
         const Picture& picture = *got.all()[i];
         const Picture& other = *expected.all()[i];
-        SCOPED_TRACE(std::string("picture ") + picture.specification().name);
+        SCOPED_TRACE(std::string("picture ") + picture.layout().name);
         if (picture.bytes() == other.bytes())
             continue;
         EXPECT_EQ(differingPixel(picture, other), "");
@@ -690,7 +690,7 @@ std::string walkText(const Walk& walk, int n)
 {
     TileLog log;
     auto note = [&](const WalkStep& step) {
-        log.calls.push_back({nullptr, step.column, step.row, step.mode, step.picture->specification().name});
+        log.calls.push_back({nullptr, step.column, step.row, step.mode, step.picture->layout().name});
     };
     for (const WalkStep& step : walk) {
         if (step.kind != WalkStep::piece)

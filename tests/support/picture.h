@@ -75,11 +75,11 @@ public:
     ~Picture();
 
     OrvImage image = {};
-    OrvROI roi = {};  // the image points at it if the specification has one
+    OrvROI roi = {};  // the image points at it if the layout has one
 
     operator OrvImage*() { return &image; }
     OrvImage* operator->() { return &image; }
-    const PictureSpec& specification() const { return spec; }
+    const PictureSpec& layout() const { return spec; }
     TileLog& log() { return spec.log ? *spec.log : ownLog; }
 
     // A channel value. Integer depths and floats pass through a double unharmed; set takes values of the depth's range.

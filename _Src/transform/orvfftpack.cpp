@@ -1,0 +1,128 @@
+// Packed spectra.
+//
+//   orvMpyRCPack2D   the product of two packed spectra, element by element
+#include "../core/owncontext.h"
+#include "../core/ownreport.h"
+#include "orv/transform.h"
+#include "ownfftdrive.h"
+
+namespace {
+
+constexpr const char* source = "orvfftpack";
+
+bool goodDepths(const OwnReport& report, const OrvImage& srcA, const OrvImage& srcB, const OrvImage& dst)
+{
+    if (srcA.depth == ORV_DEPTH_8U || srcA.depth == ORV_DEPTH_1U || srcB.depth == ORV_DEPTH_8U ||
+        srcB.depth == ORV_DEPTH_16U || srcB.depth == ORV_DEPTH_1U)
+        return report(ORV_STATUS_BAD_DEPTH, "srcA->depth || srcB->depth == 8U||16U||1U"), false;
+    if (srcA.depth != srcB.depth)
+        return report(ORV_STATUS_BAD_ARG, "(srcA->depth != srcB->depth)"), false;
+    if (srcA.depth != dst.depth)
+        return report(ORV_STATUS_BAD_ARG, "(srcA->depth != dst->depth)"), false;
+    return true;
+}
+
+bool goodSizes(const OwnReport& report, const OwnFftRegion& srcA, const OwnFftRegion& srcB, const OwnFftRegion& dst)
+{
+    if (srcA.width != srcB.width)
+        return report(ORV_STATUS_BAD_ARG, "(width_srcA != width_srcB)"), false;
+    if (srcA.height != srcB.height)
+        return report(ORV_STATUS_BAD_ARG, "(height_srcA != height_srcB)"), false;
+    if (srcA.width != dst.width)
+        return report(ORV_STATUS_BAD_ARG, "(width_srcA != width_dst)"), false;
+    if (srcA.height != dst.height)
+        return report(ORV_STATUS_BAD_ARG, "(height_srcA != height_dst)"), false;
+    return true;
+}
+
+bool goodChannels(const OwnReport& report, const OrvImage& image, const char* coiText, const char* alphaText)
+{
+    if (image.roi && image.roi->coi > image.nChannels)
+        return report(ORV_STATUS_BAD_COI, coiText), false;
+    if (image.alphaChannel != 0 && image.alphaChannel != image.nChannels)
+        return report(ORV_STATUS_BAD_ALPHA_CHANNEL, alphaText), false;
+    return true;
+}
+
+// One channel's region of an image.
+struct Channel {
+    uint8_t* first;
+    ptrdiff_t rowStep;
+    ptrdiff_t pixelStep;
+};
+
+Channel channelOf(const OrvImage& image, const OwnFftRegion& region, int32_t channel)
+{
+    OwnFftLayout layout = ownFftLayout(image);
+    return {image.imageData + ptrdiff_t{region.y} * image.widthStep + region.x * layout.pixelStep +
+                (ptrdiff_t{region.firstChannel} + channel) * layout.channelStep,
+            image.widthStep, layout.pixelStep};
+}
+
+// A spectrum's values from row r and column x on: pairs along the row.
+OwnFftOperand alongRow(const Channel& channel, ptrdiff_t r, ptrdiff_t x)
+{
+    return {channel.first + r * channel.rowStep + x * channel.pixelStep, channel.pixelStep, 2 * channel.pixelStep};
+}
+
+// The same with pairs along the column.
+OwnFftOperand alongColumn(const Channel& channel, ptrdiff_t r, ptrdiff_t x)
+{
+    return {channel.first + r * channel.rowStep + x * channel.pixelStep, channel.rowStep, 2 * channel.rowStep};
+}
+
+// A packed column: a real value, pairs, and for even heights another real value.
+void multiplyColumn(const OwnFftProducts& products, const Channel (&channels)[3], ptrdiff_t x, int32_t height)
+{
+    auto run = [&](OwnFftProducts::Product product, ptrdiff_t r, ptrdiff_t count) {
+        product(alongColumn(channels[0], r, x), alongColumn(channels[1], r, x), alongColumn(channels[2], r, x), count);
+    };
+    run(products.real, 0, 1);
+    run(products.complex, 1, (height - 1) / 2);
+    if (height % 2 == 0)
+        run(products.real, ptrdiff_t{height} - 1, 1);
+}
+
+void multiplyChannel(const OwnFftProducts& products, const Channel (&channels)[3], int32_t width, int32_t height)
+{
+    multiplyColumn(products, channels, 0, height);
+    for (ptrdiff_t r = 0; r < height; ++r)
+        products.complex(alongRow(channels[0], r, 1), alongRow(channels[1], r, 1), alongRow(channels[2], r, 1),
+                         (width - 1) / 2);
+    if (width % 2 == 0)
+        multiplyColumn(products, channels, ptrdiff_t{width} - 1, height);
+}
+
+}  // namespace
+
+void ORV_CALL orvMpyRCPack2D(OrvImage* srcA, OrvImage* srcB, OrvImage* dst)
+{
+    constexpr OwnReport report{"orvMpyRCPack2D", source};
+    if (!report.goodImage(srcA) || !report.goodImage(srcB) || !report.goodImage(dst))
+        return;
+    if (!srcA->imageData)
+        return (void)report(ORV_STATUS_BAD_ARG, "srcA->imageData == 0");
+    if (!srcB->imageData)
+        return (void)report(ORV_STATUS_BAD_ARG, "srcB->imageData == 0");
+    if (!dst->imageData)
+        return (void)report(ORV_STATUS_BAD_ARG, "dst->imageData == 0");
+    if (!goodDepths(report, *srcA, *srcB, *dst))
+        return;
+    OwnFftRegion regionA = ownFftRegion(*srcA), regionB = ownFftRegion(*srcB), regionDst = ownFftRegion(*dst);
+    if (!goodSizes(report, regionA, regionB, regionDst))
+        return;
+    if (!goodChannels(report, *srcA, "srcA-roi->coi", "srcA->alphaChannel") ||
+        !goodChannels(report, *srcB, "srcB-roi->coi", "srcB->alphaChannel") ||
+        !goodChannels(report, *dst, "dst-roi->coi", "dst->alphaChannel"))
+        return;
+    if (regionA.channelCount != regionB.channelCount || regionA.channelCount != regionDst.channelCount)
+        return (void)report(ORV_STATUS_BAD_CHANNELS, "");
+    if (regionA.width < 1 || regionA.height < 1)
+        return;
+    const OwnFftProducts& products = ownFftKernels().products[ownFftDepthIndex(srcA->depth)];
+    for (int32_t channel = 0; channel < regionA.channelCount; ++channel)
+        multiplyChannel(products,
+                        {channelOf(*srcA, regionA, channel), channelOf(*srcB, regionB, channel),
+                         channelOf(*dst, regionDst, channel)},
+                        regionA.width, regionA.height);
+}

@@ -1,0 +1,102 @@
+#include <algorithm>
+#include <cmath>
+
+#include "example.h"
+
+TEST(Examples, MasksKeepOneColour)
+{
+    std::string result = RESULTS "masks.png";
+    remove(result.c_str());
+    ExampleEnd end = runExample("masks", PHOTOS "astronaut.png " + result);
+    ASSERT_EQ(end.exitCode, 0) << end.output;
+    Loaded photo = load(PHOTOS "astronaut.png"), made = load(result);
+    ASSERT_TRUE(photo && made);
+    long kept = 0;
+    expectPixels(*made, 512, 512, 3, [&](int x, int y, int c) {
+        bool orange = y >= 256 && valueAt(*photo, x, y, 0) - valueAt(*photo, x, y, 2) >= 70;
+        kept += orange;
+        return valueAt(*photo, x, y, orange ? c : 1);
+    });
+    EXPECT_TRUE(kept > 50000 && kept < 500000) << kept;
+}
+
+TEST(Examples, ChannelsOnASheet)
+{
+    for (std::string name : {"chelsea", "coffee"}) {
+        std::string result = RESULTS "channels-" + name + ".png";
+        remove(result.c_str());
+        ExampleEnd end = runExample("channels", PHOTOS + name + ".png " + result);
+        ASSERT_EQ(end.exitCode, 0) << end.output;
+        Loaded photo = load(PHOTOS + name + ".png"), made = load(result);
+        ASSERT_TRUE(photo && made);
+        int w = photo->width, h = photo->height;
+        expectPixels(*made, 2 * w, 2 * h, 3, [&](int x, int y, int c) {
+            int column = x % w, row = y % h, value = valueAt(*photo, column, row, c);
+            if (y < h)
+                return x < w ? value : valueAt(*photo, column, row, 2 - c);
+            if (x < w)
+                return std::clamp(value + (c == 0 ? 35 : c == 2 ? -35 : 0), 0, 255);
+            return valueAt(*photo, column, row, column >= 2 * w / 3 ? 2 : column >= w / 3 ? 1 : 0);
+        });
+    }
+}
+
+TEST(Examples, ErrorsAreToldAndOvercome)
+{
+    std::string result = RESULTS "errors.png";
+    remove(result.c_str());
+    ExampleEnd end = runExample("errors", PHOTOS "astronaut.png " PHOTOS "camera.png " + result);
+    ASSERT_EQ(end.exitCode, 0) << end.output;
+    EXPECT_EQ(end.output,
+              "broken copy: Incorrect data alignment value in the image header\n"
+              "fits as it is: no\n"
+              "orvSubtract: Bad argument (nChSrcB != nChDst)\n"
+              "    called from darken (the shade does not fit the picture)\n"
+              "    called from darkenAnyway \n"
+              "status -5: Bad argument\n"
+              "trace: darkenAnyway (one channel)\n"
+              "trace: darkenAnyway (one channel)\n"
+              "trace: darkenAnyway (one channel)\n");
+    Loaded photo = load(PHOTOS "astronaut.png"), shade = load(PHOTOS "camera.png"), made = load(result);
+    ASSERT_TRUE(photo && shade && made);
+    expectPixels(*made, 512, 512, 3,
+                 [&](int x, int y, int c) { return std::max(0, valueAt(*photo, x, y, c) - valueAt(*shade, x, y, 0)); });
+}
+
+namespace {
+
+// The mean of a window with the nearest edge pixel beyond the edges, rounded. Windows have odd numbers of pixels: no ties.
+int meanAt(const OrvImage& image, int x, int y, int channel, int size)
+{
+    int sum = 0;
+    for (int j = -size / 2; j <= size / 2; ++j)
+        for (int i = -size / 2; i <= size / 2; ++i)
+            sum +=
+                valueAt(image, std::clamp(x + i, 0, image.width - 1), std::clamp(y + j, 0, image.height - 1), channel);
+    return int(std::lround(double(sum) / (size * size)));
+}
+
+}  // namespace
+
+// Whatever the number of threads, the strips fit together.
+TEST(Examples, ThreadsFindTheSameEdges)
+{
+    Loaded photo = load(PHOTOS "coffee.png");
+    ASSERT_TRUE(photo);
+    std::vector<uint8_t> edges;
+    for (int y = 0; y < 400; ++y)
+        for (int x = 0; x < 600; ++x)
+            for (int c = 0; c < 3; ++c)
+                edges.push_back(
+                    uint8_t(std::min(255, 4 * std::abs(valueAt(*photo, x, y, c) - meanAt(*photo, x, y, c, 9)))));
+    for (std::string threads : {"1", "2", "7", "400"}) {
+        std::string result = RESULTS "threads-" + threads + ".png";
+        remove(result.c_str());
+        ExampleEnd end = runExample("threads", PHOTOS "coffee.png " + result + ' ' + threads);
+        ASSERT_EQ(end.exitCode, 0) << end.output;
+        Loaded made = load(result);
+        ASSERT_TRUE(made);
+        expectPixels(*made, 600, 400, 3,
+                     [&](int x, int y, int c) { return int(edges[size_t((y * 600 + x) * 3 + c)]); });
+    }
+}
