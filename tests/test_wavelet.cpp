@@ -272,12 +272,12 @@ void expectNaive(Set& set, const OrvWtKernel& kernel)
         ASSERT_TRUE(valuesOf(*set.band(i)) == bands[size_t(i)]) << "band " << i;
 
     // What is reconstructed need not come from a decomposition.
-    Random random(set.whole.specification().seed);
+    Random random(set.whole.layout().seed);
     for (int i = 0; i < 4; ++i) {
         set.band(i)->fill([&](int, int, int) { return float(random.between(-3000, 3000)) / 13; });
         bands[size_t(i)] = valuesOf(*set.band(i));
     }
-    Picture expected(set.whole.specification());
+    Picture expected(set.whole.layout());
     Band merged = naiveReconstruct(bands, kernel);
     for (int y = 0; y < set.area.height; ++y)
         for (int x = 0; x < set.area.width; ++x)
