@@ -17,7 +17,7 @@ using Ints = std::vector<int32_t>;
 // Whole numbers up to the limit on either side.
 void fillSmall(Picture& picture, int limit)
 {
-    Random random(picture.specification().seed + 100);
+    Random random(picture.layout().seed + 100);
     picture.fill([&](int, int, int) { return random.between(-limit, limit); });
 }
 
@@ -139,7 +139,7 @@ TEST_F(FftFixed, PowersOfTwoStayNearTheTruth)
                 SCOPED_TRACE(testing::Message() << width << " x " << height << ' ' << sign);
                 Picture src({.width = width, .height = height, .seed = uint64_t(width + height)});
                 Picture packed({.depth = ORV_DEPTH_32S, .width = width, .height = height}),
-                    real(packed.specification());
+                    real(packed.layout());
                 int32_t flags = ORV_FFT_USE_INT | (sign < 0 ? ORV_FFT_FORWARD : ORV_FFT_INVERSE | ORV_FFT_NO_SCALE);
                 orvRealFft2D(src, packed, flags);
                 orvCcsFft2D(src, real, flags);
@@ -210,8 +210,8 @@ void expectLanesAlike(const OwnFftCoreKernels<T>& kernels, int32_t length)
     int32_t log2 = length > 1 && (length & (length - 1)) == 0 ? __builtin_ctz(unsigned(length)) : 0;
     int lanes = kernels.blocks[1].lanes;
     OwnFftLength<T> tables{};
-    ASSERT_TRUE(ownFftRealTables<T>(context, length, log2, tables));
-    ASSERT_TRUE(ownFftComplexTables<T>(context, length, log2, tables));
+    ASSERT_TRUE(ownFftRealTables(context, length, log2, tables));
+    ASSERT_TRUE(ownFftComplexTables(context, length, log2, tables));
     T* space = ownFftWork<T>(context, ownFftDirectScratch<T>(length, lanes));
     T* block = ownFftWork<T>(context, int64_t{2} * length * lanes + 2 * lanes);
     T* line = ownFftWork<T>(context, int64_t{2} * length + 2);

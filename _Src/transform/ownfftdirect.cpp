@@ -105,7 +105,7 @@ struct Output {
     Wide sine[Folded<V, parts>::vectors];
 };
 
-// Takes a line apart. `value(n, to)` widens value n of the line; `space` holds what ownFftDirectScratch tells.
+// Takes a line apart, into the work space. `value(n, to)` widens value n of the line.
 template <class V, int parts, class ValueAt>
 Folded<V, parts> fold(const OwnFftLength<Value<V>>& length, ValueAt value)
 {
