@@ -139,8 +139,8 @@ OwnSize commonSize(const Comparison& call)
     return size;
 }
 
-// Makes `made` the common part of the images' masks, if there are any; false if that fails. The result may be a mask itself,
-// so that one mask is copied too.
+// Makes `made` the common part of the images' masks, if there are any; false if that fails. A mask may be the result itself,
+// so that one alone is copied too.
 bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
 {
     OrvImage* masks[3];

@@ -12,14 +12,18 @@ struct AtLeast {
     bool operator()(S a) const { return a >= threshold; }
 };
 
+// Both results are chosen from, since a compiler makes more of all ones and zeros than they are worth.
 template <class S, class D>
 struct Threshold : AtLeast<S> {
     using Result = D;
-    D lowest;
-    explicit Threshold(const void* scalar) : AtLeast<S>(scalar), lowest(D(static_cast<const OwnCut*>(scalar)->lowest))
+    D lowest, highest;
+    explicit Threshold(const void* scalar)
+        : AtLeast<S>(scalar),
+          lowest(D(static_cast<const OwnCut*>(scalar)->lowest)),
+          highest(D(~static_cast<const OwnCut*>(scalar)->lowest))
     {
     }
-    D operator()(S a) const { return D((AtLeast<S>::operator()(a) ? D(-1) : D(0)) ^ lowest); }
+    D operator()(S a) const { return AtLeast<S>::operator()(a) ? highest : lowest; }
 };
 
 constexpr OwnRowKernel none = {nullptr, nullptr};

@@ -103,57 +103,61 @@ ORV_API(void) orvSquare(OrvImage* srcImage, OrvImage* dstImage);
 /* ---- Comparisons ---------------------------------------------------------------------------------------------------- */
 
 /* A comparison writes one bit a pixel into `res`, an image of depth 1U that is none of the sources: 1 where the test holds in
- * every processed channel. Bits outside the region and under clear mask bits stay. All return 0 or a negative status, which
- * for a failed check is told with it: [reported / returned].
+ * every processed channel. Bits outside the region and under clear mask bits stay. The masks of all images hold together, a
+ * mask's own mask included; any of them may be `res` itself. If images are tiled, the tiles of `res` are walked, or else those
+ * of the first tiled source, and the parts of other tiled sources are read for each; tiles done before a failure stay done.
  *
- * Reports, in order: an image's fault with " Incorrect Image"; `res` not 1U [-5 / -17]; depths that differ [-5 / -17], or,
+ * All return 0 or a negative status, which for a failed check is told with it: [reported / returned]. Reports, in order: an
+ * image's fault with " Incorrect Image", which is also returned; `res` not 1U [-5 / -17]; depths that differ [-5 / -17], or,
  * with a scalar, a depth of the other form [-5 / -17]; `res` is a source [-5 / -5]; data orders [-5 / -19] and origins
  * [-5 / -20] of two sources that differ; not 32F, for orvEqualFPEps [-5 / -17]; eps not above 0 [-5 / -5]; a source that has
- * nothing but alpha [-18 / -18]; numbers of processed channels that differ [-15 / -15]; the same of `res` [-18 / -5] and of
- * masks [-18 / -18]; no memory, or a tile that does not come [-4 / -4]. */
+ * nothing but alpha [-18 / -18]; numbers of processed channels that differ [-15 / -15]; a result [-18 / -5] or a mask
+ * [-18 / -18] that has nothing but alpha; no memory, or a tile that does not come [-4 / -4]. */
 
-/* a < b, all depths. */
+/* a < b, all depths. At 32F a NaN on either side fails. */
 ORV_API(int32_t) orvLess(OrvImage* img1, OrvImage* img2, OrvImage* res);
 
-/* a > b, all depths. */
+/* a > b, all depths. At 32F a NaN on either side fails. */
 ORV_API(int32_t) orvGreater(OrvImage* img1, OrvImage* img2, OrvImage* res);
 
-/* a == b, all depths. */
+/* a == b, all depths. At 32F a NaN on either side fails. */
 ORV_API(int32_t) orvEqual(OrvImage* img1, OrvImage* img2, OrvImage* res);
 
-/* |a - b| < eps, or either is NaN; 32F. */
+/* |a - b| < eps, 32F, the difference in double precision. A NaN on either side passes, and so do equal infinities. */
 ORV_API(int32_t) orvEqualFPEps(OrvImage* img1, OrvImage* img2, OrvImage* res, float eps);
 
-/* a < value, integer depths; any `value` is allowed. */
+/* a < value, integer depths; any `value` is compared exactly, also one outside the range of the depth. */
 ORV_API(int32_t) orvLessS(OrvImage* img, int32_t value, OrvImage* res);
 
-/* a > value, integer depths. */
+/* a > value; as orvLessS. */
 ORV_API(int32_t) orvGreaterS(OrvImage* img, int32_t value, OrvImage* res);
 
-/* a == value, integer depths. */
+/* a == value; as orvLessS. */
 ORV_API(int32_t) orvEqualS(OrvImage* img, int32_t value, OrvImage* res);
 
-/* a < value, or either is NaN; 32F. */
+/* a < value, 32F. A NaN on either side passes. */
 ORV_API(int32_t) orvLessSFP(OrvImage* img, float value, OrvImage* res);
 
-/* a > value, or either is NaN; 32F. */
+/* a > value, 32F. A NaN on either side passes. */
 ORV_API(int32_t) orvGreaterSFP(OrvImage* img, float value, OrvImage* res);
 
-/* a == value, or either is NaN; 32F. */
+/* a == value, 32F. A NaN on either side passes. */
 ORV_API(int32_t) orvEqualSFP(OrvImage* img, float value, OrvImage* res);
 
-/* |a - value| < eps, or either is NaN; 32F. */
+/* |a - value| < eps, 32F; as orvEqualFPEps. */
 ORV_API(int32_t) orvEqualSFPEps(OrvImage* img, float value, OrvImage* res, float eps);
 
 /* ---- Threshold ------------------------------------------------------------------------------------------------------ */
 
 /* Gives every processed value at or above `Threshold` the highest value of the destination's depth and every other its
  * lowest. Source depths 8U, 8S, 16U, 16S, 32S; destination depths also 1U. In place is allowed. Data orders may differ if
- * either image has one channel. An image whose only channel is alpha, without a channel of interest, ends it silently.
+ * either image has one channel. An image whose only channel is alpha, without a channel of interest, ends it silently, and so
+ * do two masks without a common region.
  *
  * Reports ORV_STATUS_BAD_ARG after the images' faults: a 32F image or a 1U source, data orders, origins (also of masks), a
- * `Threshold` outside the source's range, numbers of processed channels, masks that cannot be combined, a tile that does not
- * come; ORV_STATUS_BACKTRACE with "error_orvAnd". */
+ * `Threshold` outside the source's range, numbers of processed channels, two masks that cannot be combined for lack of
+ * memory, a tile that does not come. With two masks a negative stored status, also an old one, ends it with
+ * ORV_STATUS_BACKTRACE, "error_orvAnd". */
 ORV_API(void) orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Threshold);
 
 #ifdef __cplusplus
