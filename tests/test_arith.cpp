@@ -127,6 +127,21 @@ TEST(Arith, RunsOverWholeBuffers)
     EXPECT_EQ(reports.take(), "");
 }
 
+// Regions that are not the whole image, or do not say which channel, go by rows, which end at the region.
+TEST(Arith, KeepsPaddingOutsideRegions)
+{
+    for (OrvROI roi : {OrvROI{0, 0, 0, 5, 6}, {1, 0, 0, 4, 6}, {1, 0, 0, 5, 5}, {1, 1, 0, 5, 6}, {1, 0, 1, 5, 6}}) {
+        PictureSpec spec = {.align = 8, .width = 5, .height = 6, .roi = roi};
+        Picture a(spec), d(spec);
+        std::vector<uint8_t> expected = d.bytes();
+        for (int y = roi.yOffset; y < std::min(roi.yOffset + roi.height, 6); ++y)
+            for (int x = roi.xOffset; x < std::min(roi.xOffset + roi.width, 5); ++x)
+                expected[size_t(y * 8 + x)] = 0;
+        orvXor(a, a, d);
+        EXPECT_TRUE(d.bytes() == expected) << roi.coi << ' ' << roi.xOffset << ' ' << roi.yOffset << ' ' << roi.width;
+    }
+}
+
 // The sums of the heights and sizes agree, but a run over the first image's bytes would pass the end of the last.
 TEST(Arith, RunsOverNoMoreThanAllBuffersHave)
 {
