@@ -198,12 +198,12 @@ TEST(Kernels, RowsAreAsTheirValues)
             checkRows({name, level.scalar.slideUp[i], base.scalar.slideUp[i], i + 1, i + 1, 1, &slide, false});
             checkRows({name, level.scalar.slideDown[i], base.scalar.slideDown[i], i + 1, i + 1, 1, &slide, false});
         }
-        int32_t threshold = 99;
+        OwnCut cut = {99, 0x80};
         for (int from = OWN_8U; from <= OWN_32S; ++from)
-            for (int to = OWN_8U; to <= OWN_32S; ++to)
-                checkRows({std::string(level.level) + " threshold " + std::to_string(from) + std::to_string(to),
-                           level.threshold.values[from][to], base.threshold.values[from][to], valueBytes[from],
-                           valueBytes[to], 1, &threshold, false});
+            for (int size = 0; size < 3; ++size)
+                checkRows({std::string(level.level) + " threshold " + std::to_string(from) + std::to_string(size),
+                           level.threshold.values[from][size], base.threshold.values[from][size], valueBytes[from],
+                           1 << size, 1, &cut, false});
     }
 }
 
@@ -215,7 +215,7 @@ TEST(Kernels, TestsAreAsTheirValues)
         if (!kernel.bits)
             return;
         auto bytes = size_t(valueBytes[depth]);
-        int32_t integer = 3;
+        OwnCut integer = {3, 0};  // begins with the integer that other tests take
         OwnNearness real = {1.5f, 0.5f};
         const void* scalar = depth == OWN_32F ? static_cast<const void*>(&real) : &integer;
         Random random(uint64_t(depth + 1));
@@ -227,18 +227,23 @@ TEST(Kernels, TestsAreAsTheirValues)
                 if (i / bytes % 3 == 0)
                     b.data()[i] = a.data()[i];
             const void* second = sources > 1 ? b.data() : nullptr;
-            int bit = random.below(8);
+            int bit = random.below(8), maskBit = random.below(8);
             Bytes expected(size_t(n), 0, random), got = expected;
-            Bytes bits(size_t(bit + n + 7) / 8, 0, random), expectedBits = bits;
+            Bytes bits(size_t(bit + n + 7) / 8, 0, random), expectedBits = bits, masked = bits, expectedMasked = bits;
+            Bytes mask(size_t(maskBit + n + 7) / 8, 0, random);
             for (ptrdiff_t i = 0; i < n; ++i) {
                 const uint8_t* y = second ? b.data() + size_t(i) * bytes : nullptr;
                 reference.lanes(a.data() + size_t(i) * bytes, y, scalar, expected.data() + i, 1);
                 setBitAt(expectedBits.data(), bit + i, expected.data()[i] != 0);
+                if (bitAt(mask.data(), maskBit + i))
+                    setBitAt(expectedMasked.data(), bit + i, expected.data()[i] != 0);
             }
             kernel.lanes(a.data(), second, scalar, got.data(), n);
             EXPECT_TRUE(got == expected) << name << " lanes " << n;
-            kernel.bits(a.data(), second, scalar, bits.data(), bit, n);
+            kernel.bits(a.data(), second, scalar, {bits.data(), bit}, n);
             EXPECT_TRUE(bits == expectedBits) << name << " bits " << n << " from bit " << bit;
+            kernel.bits(a.data(), second, scalar, {masked.data(), bit, mask.data(), maskBit}, n);
+            EXPECT_TRUE(masked == expectedMasked) << name << " masked bits " << n << " from bit " << bit;
         }
     };
     const struct {
@@ -356,7 +361,7 @@ TEST(Kernels, MergeAndReduceBits)
             EXPECT_TRUE(merged == expected) << level.level << ' ' << n;
             if (n == 0)
                 continue;
-            for (auto [step, values] : {std::pair(1, 1), {2, 1}, {3, 3}, {4, 3}, {4, 4}, {6, 5}}) {
+            for (auto [step, values] : {std::pair(1, 1), {2, 1}, {3, 1}, {3, 2}, {3, 3}, {4, 3}, {4, 4}, {6, 5}}) {
                 Bytes lanes(size_t((n - 1) * step + values), 0, random);
                 for (size_t i = 0; i < lanes.size(); ++i)
                     lanes.data()[i] = random.below(4) ? 0xFF : 0;
@@ -368,7 +373,7 @@ TEST(Kernels, MergeAndReduceBits)
                         all = all && lanes.data()[i * step + k];
                     setBitAt(expectedBits.data(), bit + i, all);
                 }
-                level.rows.allBits(lanes.data(), step, values, bits.data(), bit, n);
+                level.rows.allBits(lanes.data(), step, values, {bits.data(), bit}, n);
                 EXPECT_TRUE(bits == expectedBits) << level.level << ' ' << step << ' ' << values << ' ' << n;
             }
         }

@@ -6,8 +6,17 @@
 // d[i] = 255 where the test of a[i] and b[i], or of a[i] alone, holds, otherwise 0.
 using OwnTestLanes = void (*)(const void* a, const void* b, const void* scalar, uint8_t* d, ptrdiff_t n);
 
-// The same as bits, the first being bit 7 - bit of *d. Bits around them stay.
-using OwnTestBits = void (*)(const void* a, const void* b, const void* scalar, uint8_t* d, int bit, ptrdiff_t n);
+// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
+// 7 - maskBit of *mask. Bits around them stay.
+struct OwnBitPlace {
+    uint8_t* data;
+    int bit;
+    const uint8_t* mask = nullptr;
+    int maskBit = 0;
+};
+
+// The same as bits.
+using OwnTestBits = void (*)(const void* a, const void* b, const void* scalar, const OwnBitPlace& to, ptrdiff_t n);
 
 struct OwnTestKernel {
     OwnTestLanes lanes;
@@ -16,23 +25,64 @@ struct OwnTestKernel {
 
 // For kernel sources only: the templates.
 #ifdef OWN_ISA
+#include <string.h>
+
 #if defined(__AVX2__)
 #include <immintrin.h>
+#elif defined(__SSE2__)
+#include <emmintrin.h>
 #endif
 
 namespace OWN_ISA {
 
-// The bits of 64 lanes, bytes of 0 or 255: eight bytes in the order of memory.
-inline uint64_t packedLanes(const uint8_t* lanes)
-{
+// The bits of 64 lanes, of which each is 0 or has all bits set: eight bytes in the order of memory.
 #if defined(__AVX2__)
+inline __m256i lanesAt(const void* lanes, int vector)
+{
+    return _mm256_loadu_si256(static_cast<const __m256i*>(lanes) + vector);
+}
+
+// Two vectors of words, or four of double words, become one of bytes.
+inline __m256i narrowed(const int8_t* lanes, int half)
+{
+    return lanesAt(lanes, half);
+}
+inline __m256i narrowed(const int16_t* lanes, int half)
+{
+    __m256i bytes = _mm256_packs_epi16(lanesAt(lanes, half * 2), lanesAt(lanes, half * 2 + 1));
+    return _mm256_permute4x64_epi64(bytes, 0xD8);
+}
+inline __m256i narrowed(const int32_t* lanes, int half)
+{
+    __m256i low = _mm256_packs_epi32(lanesAt(lanes, half * 4), lanesAt(lanes, half * 4 + 1));
+    __m256i high = _mm256_packs_epi32(lanesAt(lanes, half * 4 + 2), lanesAt(lanes, half * 4 + 3));
+    return _mm256_permutevar8x32_epi32(_mm256_packs_epi16(low, high), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+template <class L>
+inline uint64_t packedLanes(const L* lanes)
+{
     const __m256i reverse =
         _mm256_setr_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F, 0x0001020304050607, 0x08090A0B0C0D0E0F);
-    auto* vectors = reinterpret_cast<const __m256i*>(lanes);
-    auto low = uint32_t(_mm256_movemask_epi8(_mm256_shuffle_epi8(_mm256_loadu_si256(vectors), reverse)));
-    auto high = uint32_t(_mm256_movemask_epi8(_mm256_shuffle_epi8(_mm256_loadu_si256(vectors + 1), reverse)));
+    auto low = uint32_t(_mm256_movemask_epi8(_mm256_shuffle_epi8(narrowed(lanes, 0), reverse)));
+    auto high = uint32_t(_mm256_movemask_epi8(_mm256_shuffle_epi8(narrowed(lanes, 1), reverse)));
     return low | uint64_t{high} << 32;
+}
+#elif defined(__SSE2__)
+inline uint64_t packedLanes(const int8_t* lanes)
+{
+    uint64_t bits = 0;
+    for (int j = 0; j < 4; ++j) {
+        __m128i lane = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes) + j);
+        lane = _mm_or_si128(_mm_slli_epi16(lane, 8), _mm_srli_epi16(lane, 8));
+        lane = _mm_shufflehi_epi16(_mm_shufflelo_epi16(lane, 0x1B), 0x1B);
+        bits |= uint64_t(uint32_t(_mm_movemask_epi8(lane))) << (16 * j);
+    }
+    return bits;
+}
 #else
+inline uint64_t packedLanes(const int8_t* lanes)
+{
     uint64_t bits = 0;
     for (int j = 0; j < 8; ++j) {
         uint64_t eight;
@@ -40,48 +90,98 @@ inline uint64_t packedLanes(const uint8_t* lanes)
         bits |= ((eight & 0x0102040810204080u) * 0x0101010101010101u) >> 56 << (8 * j);
     }
     return bits;
+}
 #endif
-}
-
-// Stores the first `count` bits, fewer than 64, of a word whose first bit is the top one; the rest of the last byte stays.
-inline void putBits(uint8_t* d, uint64_t bits, int count)
-{
-    for (; count >= 8; count -= 8, bits <<= 8)
-        *d++ = uint8_t(bits >> 56);
-    if (count > 0) {
-        int mask = 0xFF << (8 - count);
-        *d = uint8_t((*d & ~mask) | (int(bits >> 56) & mask));
-    }
-}
 
 constexpr ptrdiff_t bitBlock = 64;
 
-// Stores value(i), 255 or 0, of n values as bits from bit `bit` of *d on, and leaves the bits around them. edge(start, count)
-// answers the bits of up to 64 values, the first in the top bit: of a row that is no longer, and else of the blocks that
-// fill up the first byte and that end with the row, so that all others are whole.
-template <class Value, class Edge>
-inline __attribute__((always_inline)) void storeBits(uint8_t* d, int bit, ptrdiff_t n, Value value, Edge edge)
+// The bits of 64 values from `start` on; test(i) tells of each. The values have as many bytes as T.
+template <class T, class Test>
+inline __attribute__((always_inline)) uint64_t bitsOfBlock(ptrdiff_t start, Test test)
 {
-    if (n <= 0)
+#if defined(__AVX2__)
+    using L = Lane<T>;  // a comparison yields lanes of the size of what it compares
+#else
+    using L = int8_t;
+#endif
+    L lanes[bitBlock];
+    for (ptrdiff_t k = 0; k < bitBlock; ++k)
+        lanes[k] = L(test(start + k) ? -1 : 0);
+    return packedLanes(lanes);
+}
+
+// Stores those bits of a word that the mask has into the eight bytes at d.
+inline void mergeWord(uint8_t* d, uint64_t bits, uint64_t mask)
+{
+    uint64_t word;
+    __builtin_memcpy(&word, d, sizeof word);
+    word = __builtin_bswap64(word);
+    word = __builtin_bswap64(word ^ ((word ^ bits) & mask));
+    __builtin_memcpy(d, &word, sizeof word);
+}
+
+// Stores the first n bits of a word, fewer than 64, and touches no more bytes than hold them.
+inline __attribute__((noinline)) void mergeFew(const OwnBitPlace& to, uint64_t bits, ptrdiff_t n)
+{
+    uint64_t mask = ~uint64_t{0};
+    if (to.mask) {
+        uint8_t bytes[16] = {};
+        memcpy(bytes, to.mask, size_t((to.maskBit + n + 7) >> 3));
+        mask = maskWord(bytes, to.maskBit);
+    }
+    mask &= ~(~uint64_t{0} >> n);
+    uint8_t window[16] = {};
+    size_t size = size_t((to.bit + n + 7) >> 3);
+    memcpy(window, to.data, size);
+    mergeWord(window, bits >> to.bit, mask >> to.bit);
+    if (size > 8)
+        mergeWord(window + 8, bits << (64 - to.bit), mask << (64 - to.bit));
+    memcpy(to.data, window, size);
+}
+
+// Stores the bits of n pixels. block(start) answers those of 64 as eight bytes in the order of memory, few(n) those of a row
+// that is shorter, the first on top. What whole blocks leave at the ends is stored by blocks that overlap them.
+template <class Block, class Few>
+inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Few few)
+{
+    if (n < bitBlock) {
+        if (n > 0)
+            mergeFew(to, few(n), n);
         return;
-    bool isShort = n < bitBlock;
-    uint64_t first = isShort || bit ? edge(0, isShort ? n : bitBlock) : 0;
+    }
+    // The ends: eight bytes, of whose bits some lie before or behind the row.
+    struct End {
+        uint8_t* d;
+        ptrdiff_t start;
+        int before, behind;
+    } ends[2];
+    int endCount = 0;
+    uint8_t* d = to.data;
     ptrdiff_t i = 0;
-    if (bit) {
-        i = n < 8 - bit ? n : 8 - bit;
-        int mask = (0xFF >> bit) & (0xFF << (8 - bit - i));
-        *d = uint8_t((*d & ~mask) | (int(first >> 56 >> bit) & mask));
-        ++d;
+    if (to.bit) {
+        ends[endCount++] = {d, 0, to.bit, 0};
+        i = bitBlock - to.bit;
+        d += 8;
     }
-    for (; n - i >= bitBlock; i += bitBlock, d += bitBlock / 8) {
-        uint8_t lanes[bitBlock];
-        for (ptrdiff_t k = 0; k < bitBlock; ++k)
-            lanes[k] = value(i + k);
-        uint64_t bits = packedLanes(lanes);
-        __builtin_memcpy(d, &bits, sizeof bits);
+    if (to.mask) {
+        for (; n - i >= bitBlock; i += bitBlock, d += 8)
+            mergeWord(d, __builtin_bswap64(block(i)), maskWord(to.mask, to.maskBit + i));
+    } else {
+        for (; n - i >= bitBlock; i += bitBlock, d += 8) {
+            uint64_t bits = block(i);
+            __builtin_memcpy(d, &bits, sizeof bits);
+        }
     }
-    if (int rest = int(n - i))
-        putBits(d, isShort ? first << i : edge(n - bitBlock, bitBlock) << (bitBlock - rest), rest);
+    if (i < n) {
+        ptrdiff_t bytes = (n - i + 7) >> 3;
+        ends[endCount++] = {d + bytes - 8, n - bitBlock, 0, int(bytes * 8 - (n - i))};
+    }
+    for (int k = 0; k < endCount; ++k) {
+        const End& end = ends[k];
+        uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit + end.start) : ~uint64_t{0};
+        mergeWord(end.d, __builtin_bswap64(block(end.start)) >> end.before << end.behind,
+                  mask >> end.before << end.behind);
+    }
 }
 
 // Kernels of a test. Op is made from the scalar's address and has the type Source and operator()(a, b) or operator()(a).
@@ -95,36 +195,28 @@ struct TestRows {
         auto* y = static_cast<const S*>(b);
         const Op op(scalar);
         if constexpr (requires(S value) { op(value, value); })
-            return [=](ptrdiff_t i) { return uint8_t(op(x[i], y[i]) ? 0xFF : 0); };
+            return [=](ptrdiff_t i) { return op(x[i], y[i]); };
         else
-            return [=](ptrdiff_t i) { return uint8_t(op(x[i]) ? 0xFF : 0); };
+            return [=](ptrdiff_t i) { return op(x[i]); };
     }
     static __attribute__((noinline)) void lanes(const void* a, const void* b, const void* scalar, uint8_t* d,
                                                 ptrdiff_t n)
     {
-        storeRow(d, n, false, test(a, b, scalar));
+        auto holds = test(a, b, scalar);
+        storeRow(d, n, false, [=](ptrdiff_t i) { return uint8_t(holds(i) ? 0xFF : 0); });
     }
-    static void bits(const void* a, const void* b, const void* scalar, uint8_t* d, int bit, ptrdiff_t n)
+    static void bits(const void* a, const void* b, const void* scalar, const OwnBitPlace& to, ptrdiff_t n)
     {
-        storeBits(d, bit, n, test(a, b, scalar),
-                  [=](ptrdiff_t start, ptrdiff_t count) { return edge(a, b, scalar, start, count); });
+        auto holds = test(a, b, scalar);
+        auto few = [=](ptrdiff_t count) {
+            int8_t row[bitBlock] = {};
+            lanes(a, b, scalar, reinterpret_cast<uint8_t*>(row), count);
+            return __builtin_bswap64(bitsOfBlock<int8_t>(0, [&](ptrdiff_t k) { return row[k] < 0; }));
+        };
+        storeBits(
+            to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); }, few);
     }
     static constexpr OwnTestKernel kernel = {lanes, bits};
-
-private:
-    static __attribute__((noinline)) uint64_t edge(const void* a, const void* b, const void* scalar, ptrdiff_t start,
-                                                   ptrdiff_t count)
-    {
-        uint8_t block[bitBlock] = {};
-        if (count < bitBlock) {
-            lanes(a, b, scalar, block, count);  // a short row has no other block, so that start is 0
-        } else {
-            auto value = test(a, b, scalar);
-            for (ptrdiff_t k = 0; k < bitBlock; ++k)
-                block[k] = value(start + k);
-        }
-        return __builtin_bswap64(packedLanes(block));
-    }
 };
 
 }  // namespace OWN_ISA

@@ -104,7 +104,7 @@ void OwnLines::store(int32_t y, int32_t rows)
             from.start += lanesBytes;
         for (int32_t i = 0; i < rows; ++i) {
             uint8_t* bits = masked ? from.start + i * from.rowStep : to.start + i * to.rowStep;
-            move.allBits(targetRows.data + i * targetBytes, 1, 1, bits, masked ? 0 : to.bit, src.width);
+            move.allBits(targetRows.data + i * targetBytes, 1, 1, {bits, masked ? 0 : to.bit}, src.width);
         }
         if (!masked)
             return;

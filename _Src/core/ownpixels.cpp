@@ -301,12 +301,23 @@ void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int
     }
 }
 
+// True if the rows of a 1U image follow one another without a gap.
+bool joinsBits(const OwnGeometry& image, OwnSize size)
+{
+    return image.bit == 0 && image.rowStep * 8 == size.width;
+}
+
 void processBits(const OwnPixelOp& op, const OwnGeometry* images, int count, OwnSize size, const OwnGeometry* mask)
 {
     Row rows[mostImages];
     for (int i = 0; i < count; ++i)
         rows[i] = {images[i].start, 1, images[i].bit};
     Row maskRow = mask ? Row{mask->start, 1, mask->bit} : Row{};
+    bool joined = !mask || joinsBits(*mask, size);
+    for (int i = 0; i < count; ++i)
+        joined = joined && joinsBits(images[i], size);
+    if (joined)
+        return bitRow(op.kernel, op.scalar, rows, count, mask ? &maskRow : nullptr, int64_t{size.width} * size.height);
     for (int32_t y = 0; y < size.height; ++y) {
         bitRow(op.kernel, op.scalar, rows, count, mask ? &maskRow : nullptr, size.width);
         for (int i = 0; i < count; ++i)
@@ -324,6 +335,7 @@ struct TestPass {
     int32_t passes;  // over a row: for all processed channels together, or channel by channel
     int32_t values;  // of a pixel in a pass
     bool asTheyLie;  // the sources have one step, so that rows can be tested with what lies between
+    bool plain;      // one value a pixel, side by side
     int32_t step;    // lanes of a pixel
     int32_t chunk;   // pixels that fit scratch, a multiple of 8
 };
@@ -340,58 +352,80 @@ TestPass testPass(const OwnTestOp& op, const OwnGeometry* images, int sources)
     together = together || channels == 1;
     int32_t values = together ? channels : 1;
     int32_t step = equal ? images[0].pixelStep : values;
-    return {op, sources, together ? 1 : channels, values, equal, step, (scratchBytes / (step * op.sourceBytes)) & ~7};
+    int32_t chunk = (scratchBytes / (step * op.sourceBytes)) & ~7;
+    return {op, sources, together ? 1 : channels, values, equal, together && equal && step == 1, step, chunk};
 }
 
 // Tests a channel, or all, of the pixels from x on and stores their bits.
 void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel, int32_t y, int32_t x, int32_t pixels,
-                uint8_t* d, int bit)
+                const OwnBitPlace& to)
 {
-    const OwnRowKernels& move = ownRowKernels();
-    Scratch lanes, gathered[2];
     int bytes = pass.op.sourceBytes;
     const void* from[2] = {nullptr, nullptr};
-    for (int i = 0; i < pass.sources; ++i) {
-        const OwnGeometry& image = images[i];
-        from[i] = channelStart(image, channel, bytes) + y * image.rowStep + ptrdiff_t(x) * image.pixelStep * bytes;
-        if (!pass.asTheyLie && image.pixelStep != pass.values) {
-            move.gather[ownSizeIndex(bytes)](from[i], image.pixelStep, pass.values, gathered[i].bytes, pixels);
+    for (int i = 0; i < pass.sources; ++i)
+        from[i] = channelStart(images[i], channel, bytes) + y * images[i].rowStep +
+                  ptrdiff_t(x) * images[i].pixelStep * bytes;
+    const OwnRowKernels& move = ownRowKernels();
+    Scratch lanes, gathered[2];
+    for (int i = 0; i < pass.sources; ++i)
+        if (!pass.asTheyLie && images[i].pixelStep != pass.values) {
+            move.gather[ownSizeIndex(bytes)](from[i], images[i].pixelStep, pass.values, gathered[i].bytes, pixels);
             from[i] = gathered[i].bytes;
         }
-    }
-    if (pass.step == 1) {
-        pass.op.kernel.bits(from[0], from[1], pass.op.scalar, d, bit, pixels);
-        return;
-    }
+    if (pass.step == 1)
+        return pass.op.kernel.bits(from[0], from[1], pass.op.scalar, to, pixels);
     pass.op.kernel.lanes(from[0], from[1], pass.op.scalar, lanes.bytes,
                          ptrdiff_t(pixels - 1) * pass.step + pass.values);
-    move.allBits(lanes.bytes, pass.step, pass.values, d, bit, pixels);
+    move.allBits(lanes.bytes, pass.step, pass.values, to, pixels);
 }
 
-// The same through a row of its own, where bits of several channels or a mask come in.
-void testPixelsAside(const TestPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels, uint8_t* d,
-                     int bit, const OwnGeometry* mask)
+// The plain case, whole rows.
+void testRows(const TestPass& pass, const OwnGeometry* images, const OwnGeometry* mask, OwnSize size)
+{
+    const OwnGeometry& a = images[0];
+    const OwnGeometry& b = images[pass.sources - 1];
+    const OwnGeometry& d = images[pass.sources];
+    OwnBitPlace to = {d.start, d.bit};
+    if (mask) {
+        to.mask = mask->start;
+        to.maskBit = mask->bit;
+    }
+    const uint8_t* x = a.start;
+    const uint8_t* y = b.start;
+    for (int32_t row = 0; row < size.height; ++row) {
+        pass.op.kernel.bits(x, y, pass.op.scalar, to, size.width);
+        x += a.rowStep;
+        y += b.rowStep;
+        to.data += d.rowStep;
+        if (mask)
+            to.mask += mask->rowStep;
+    }
+}
+
+// The same for bits that come of several passes.
+void testChannels(const TestPass& pass, const OwnGeometry* images, int32_t y, int32_t x, int32_t pixels,
+                  const OwnBitPlace& to)
 {
     const OwnRowKernels& move = ownRowKernels();
     Scratch bits, more;
-    testPixels(pass, images, 0, y, x, pixels, bits.bytes, bit);
+    testPixels(pass, images, 0, y, x, pixels, {bits.bytes, to.bit});
     for (int32_t channel = 1; channel < pass.passes; ++channel) {
-        testPixels(pass, images, channel, y, x, pixels, more.bytes, bit);
-        move.bitAnd.run(bits.bytes, more.bytes, bits.bytes, (bit + pixels + 7) >> 3);
+        testPixels(pass, images, channel, y, x, pixels, {more.bytes, to.bit});
+        move.bitAnd.run(bits.bytes, more.bytes, bits.bytes, (to.bit + pixels + 7) >> 3);
     }
-    Row rows[2] = {{bits.bytes, 1, bit}, {d, 1, bit}};
-    Row maskRow = mask ? Row{mask->start + y * mask->rowStep + (x >> 3), 1, mask->bit} : Row{};
-    bitRow(move.copy[OWN_1U], nullptr, rows, 2, mask ? &maskRow : nullptr, pixels);
+    Row rows[2] = {{bits.bytes, 1, to.bit}, {to.data, 1, to.bit}};
+    Row mask = {const_cast<uint8_t*>(to.mask), 1, to.maskBit};
+    bitRow(move.copy[OWN_1U], nullptr, rows, 2, to.mask ? &mask : nullptr, pixels);
 }
 
 // Rows that follow one another without a gap are one row.
-void joinTestedRows(const TestPass& pass, const OwnGeometry* images, OwnSize& size)
+void joinTestedRows(const TestPass& pass, const OwnGeometry* images, const OwnGeometry* mask, OwnSize& size)
 {
     for (int i = 0; i < pass.sources; ++i)
         if (images[i].rowStep != ptrdiff_t(size.width) * images[i].pixelStep * pass.op.sourceBytes)
             return;
-    const OwnGeometry& result = images[pass.sources];
-    if (result.rowStep * 8 == size.width && result.bit == 0 && int64_t{size.width} * size.height <= INT32_MAX)
+    if (joinsBits(images[pass.sources], size) && (!mask || joinsBits(*mask, size)) && pass.passes == 1 &&
+        int64_t{size.width} * size.height <= INT32_MAX)
         size = {size.width * size.height, 1};
 }
 
@@ -421,18 +455,21 @@ void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count,
         return;
     TestPass pass = testPass(op, images, count - 1);
     const OwnGeometry& result = images[count - 1];
-    bool direct = pass.passes == 1 && !mask;
-    if (direct)
-        joinTestedRows(pass, images, size);
-    int32_t chunk = direct && pass.step == 1 && pass.asTheyLie ? size.width : pass.chunk;
+    joinTestedRows(pass, images, mask, size);
+    if (pass.plain)
+        return testRows(pass, images, mask, size);
     for (int32_t y = 0; y < size.height; ++y)
-        for (int32_t x = 0; x < size.width; x += ownMin(chunk, size.width - x)) {
-            int32_t pixels = ownMin(chunk, size.width - x);
-            uint8_t* out = result.start + y * result.rowStep + (x >> 3);
-            if (direct)
-                testPixels(pass, images, 0, y, x, pixels, out, result.bit);
+        for (int32_t x = 0; x < size.width; x += ownMin(pass.chunk, size.width - x)) {
+            int32_t pixels = ownMin(pass.chunk, size.width - x);
+            OwnBitPlace to = {result.start + y * result.rowStep + (x >> 3), result.bit};
+            if (mask) {
+                to.mask = mask->start + y * mask->rowStep + (x >> 3);
+                to.maskBit = mask->bit;
+            }
+            if (pass.passes == 1)
+                testPixels(pass, images, 0, y, x, pixels, to);
             else
-                testPixelsAside(pass, images, y, x, pixels, out, result.bit, mask);
+                testChannels(pass, images, y, x, pixels, to);
         }
 }
 

@@ -257,16 +257,110 @@ void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values,
     }
 }
 
-// Stores the bits of n pixels; value(i) is the lane of pixel i.
-template <class Value>
-inline __attribute__((always_inline)) void storePixelBits(uint8_t* d, int bit, ptrdiff_t n, Value value)
+// Stores the bits of n pixels. block(start) answers those of 64, as eight bytes in the order of memory; test(i) tells of one.
+template <class Block, class Test>
+inline __attribute__((always_inline)) void storePixelBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Test test)
 {
-    storeBits(d, bit, n, value, [=](ptrdiff_t start, ptrdiff_t count) {
-        uint8_t lanes[bitBlock] = {};
-        for (ptrdiff_t k = 0; k < count; ++k)
-            lanes[k] = value(start + k);
-        return __builtin_bswap64(packedLanes(lanes));
+    storeBits(to, n, block, [=](ptrdiff_t count) {
+        uint64_t bits = 0;
+        for (ptrdiff_t i = 0; i < count; ++i)
+            bits |= uint64_t{test(i)} << (bitBlock - 1 - i);
+        return bits;
     });
+}
+
+// Pixels of as many lanes as T has bytes. Lanes that do not count are taken as set.
+template <class T>
+void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
+{
+    const T all = T(-1);
+    const T others = values < ptrdiff_t(sizeof(T)) ? T(all << (8 * values)) : T(0);
+    auto test = [=](ptrdiff_t i) {
+        T pixel;
+        __builtin_memcpy(&pixel, lanes + i * ptrdiff_t(sizeof(T)), sizeof(T));
+        return T(pixel | others) == all;
+    };
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return bitsOfBlock<T>(start, test); }, test);
+}
+
+#if defined(__AVX2__)
+// Of 16 pixels of three lanes the bits in the order of a byte: each is lane from[block][i] of one block of 16 lanes, that
+// begins with the pixel's first lane or, in the last block, ends with the last one that counts.
+struct ThirdSource {
+    alignas(16) int8_t from[3][16];
+};
+
+constexpr ThirdSource makeThirdSource(int values)
+{
+    ThirdSource source = {};
+    for (int i = 0; i < 16; ++i) {
+        int first = ((i & 8) | (7 - (i & 7))) * 3;
+        int last = first + values - 1;
+        for (int block = 0; block < 3; ++block) {
+            int lane = last < 32 ? first - block * 16 : block == 2 ? last - 32 : -1;
+            source.from[block][i] = lane >= 0 && lane < 16 ? int8_t(lane) : int8_t(-1);
+        }
+    }
+    return source;
+}
+
+template <int values>
+constexpr ThirdSource thirdSource = makeThirdSource(values);
+
+// The bits of 64 pixels of three lanes, of which the first `values` count.
+template <int values>
+inline uint64_t thirdBits(const uint8_t* lanes)
+{
+    uint64_t bits = 0;
+    for (int half = 0; half < 2; ++half) {
+        __m256i pixels = _mm256_setzero_si256();
+        for (int block = 0; block < 3; ++block) {
+            __m256i all = _mm256_set1_epi8(-1);
+            for (int lane = 0; lane < values; ++lane) {
+                int shift = block < 2 ? lane : -lane;
+                auto* from = reinterpret_cast<const __m128i*>(lanes + half * 96 + block * 16 + shift);
+                all = _mm256_and_si256(all, _mm256_loadu2_m128i(from + 3, from));
+            }
+            auto* take = reinterpret_cast<const __m128i*>(thirdSource<values>.from[block]);
+            __m256i taken = _mm256_shuffle_epi8(all, _mm256_broadcastsi128_si256(_mm_load_si128(take)));
+            pixels = _mm256_or_si256(pixels, taken);
+        }
+        bits |= uint64_t(uint32_t(_mm256_movemask_epi8(pixels))) << (32 * half);
+    }
+    return bits;
+}
+#endif
+
+// Pixels of three lanes, of which the first `values` count.
+template <int values>
+void allBitsOfThree(const uint8_t* lanes, const OwnBitPlace& to, ptrdiff_t n)
+{
+    auto test = [=](ptrdiff_t i) {
+        uint8_t all = lanes[i * 3];
+        for (int k = 1; k < values; ++k)
+            all &= lanes[i * 3 + k];
+        return all != 0;
+    };
+#if defined(__AVX2__)
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return thirdBits<values>(lanes + start * 3); }, test);
+#else
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return bitsOfBlock<uint8_t>(start, test); }, test);
+#endif
+}
+
+void allBitsOfMany(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
+{
+    auto test = [=](ptrdiff_t i) {
+        uint8_t all = 0xFF;
+        for (ptrdiff_t k = 0; k < values; ++k)
+            all &= lanes[i * step + k];
+        return all != 0;
+    };
+    storePixelBits(
+        to, n, [=](ptrdiff_t start) { return bitsOfBlock<uint8_t>(start, test); }, test);
 }
 
 void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
@@ -277,31 +371,22 @@ void unpackBits(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n)
         out[i] &= 1;
 }
 
-void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n)
+void allBits(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
 {
-    if (step == 1) {
-        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i]; });
-    } else if (step == 3 && values == 1) {
-        storePixelBits(d, bit, n, [=](ptrdiff_t i) { return lanes[i * 3]; });
-    } else if (step == 3 && values == 3) {
-        storePixelBits(d, bit, n,
-                       [=](ptrdiff_t i) { return uint8_t(lanes[i * 3] & lanes[i * 3 + 1] & lanes[i * 3 + 2]); });
-    } else if (step == 4) {
-        // Lanes that do not count are taken as set.
-        const uint32_t others = values < 4 ? 0xFFFFFFFFu << (8 * values) : 0;
-        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
-            uint32_t pixel;
-            __builtin_memcpy(&pixel, lanes + i * 4, 4);
-            return uint8_t((pixel | others) == 0xFFFFFFFFu ? 0xFF : 0);
-        });
-    } else {
-        storePixelBits(d, bit, n, [=](ptrdiff_t i) {
-            uint8_t all = 0xFF;
-            for (ptrdiff_t k = 0; k < values; ++k)
-                all &= lanes[i * step + k];
-            return all;
-        });
-    }
+    if (step == 1)
+        allBitsAs<uint8_t>(lanes, values, to, n);
+    else if (step == 2)
+        allBitsAs<uint16_t>(lanes, values, to, n);
+    else if (step == 4)
+        allBitsAs<uint32_t>(lanes, values, to, n);
+    else if (step == 3 && values == 1)
+        allBitsOfThree<1>(lanes, to, n);
+    else if (step == 3 && values == 2)
+        allBitsOfThree<2>(lanes, to, n);
+    else if (step == 3)
+        allBitsOfThree<3>(lanes, to, n);
+    else
+        allBitsOfMany(lanes, step, values, to, n);
 }
 
 // ---- Values -------------------------------------------------------------------------------------------------------

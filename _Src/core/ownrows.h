@@ -1,8 +1,8 @@
 // The frame's own row kernels: moving values between layouts, masks and packed bits.
 #pragma once
 
+#include "ownbits.h"
 #include "ownisa.h"
-#include "ownrow.h"
 
 struct OwnRowKernels {
     // By a value's bytes, 1, 2 or 4, as index 0, 1, 2.
@@ -26,12 +26,11 @@ struct OwnRowKernels {
     // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
     // copied are cleared.
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
-    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits. There must
-    // be room for n rounded up to 32.
+    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits. There must be room for n rounded up to 32.
     void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
-    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are, from bit 7 - bit of
-    // *d on. Bits around them stay.
-    void (*allBits)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, uint8_t* d, int bit, ptrdiff_t n);
+    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are. From bit 0 on and
+    // without a mask the bits may take the place of the lanes.
+    void (*allBits)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n);
 };
 
 OWN_KERNEL_TABLE(OwnRowKernels, ownRowKernels)

@@ -1,5 +1,7 @@
 #include "ownwalk.h"
 
+#include <cstring>
+
 #include "ownborder.h"
 
 namespace {
@@ -164,27 +166,60 @@ void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell)
 
 bool OwnFetchedCell::fetch(OrvImage* image, const OwnCell& cell, bool mayStayOpen)
 {
+    const OrvTileInfo& tiles = *image->tileInfo;
     OwnRect rect = ownRoiRect(*image);
     int32_t x = rect.x + cell.x;
     int32_t y = rect.y + cell.y;
-    const OrvTileInfo& tiles = *image->tileInfo;
+    work.take(*image);
     column = x / tiles.width;
     row = y / tiles.height;
-    work.take(*image);
-    bool oneTile = (x + cell.width - 1) / tiles.width == column && (y + cell.height - 1) / tiles.height == row;
-    if (!oneTile || !mayStayOpen) {
+    if ((x + cell.width - 1) / tiles.width != column || (y + cell.height - 1) / tiles.height != row) {
         int32_t step;
         block.data = ownBorderedRect(image, x, y, cell.width, cell.height, &step);
         if (block)
             work.showBlock(block.data, step, cell.width, cell.height);
         return bool(block);
     }
+    work.setRegion(x - column * tiles.width, y - row * tiles.height, cell.width, cell.height);
+    return mayStayOpen ? open(image) : copyFromTile(image);
+}
+
+bool OwnFetchedCell::open(OrvImage* image)
+{
     tile = ownOpenTile(image, column, row, ORV_TILE_READ);
     if (!tile)
         return false;
     tiled = image;
     work.showTile(*image, tile);
-    work.setRegion(x - column * tiles.width, y - row * tiles.height, cell.width, cell.height);
+    return true;
+}
+
+bool OwnFetchedCell::copyFromTile(OrvImage* image)
+{
+    // Of rows of bits whole bytes, so that the region keeps its place in the first one.
+    const OrvROI cell = work.roi;
+    bool arePlanes = image->dataOrder == ORV_DATA_ORDER_PLANE;
+    int32_t planes = arePlanes ? image->nChannels : 1;
+    int64_t pixelBits = int64_t{ownDepthBits(image->depth)} * (arePlanes ? 1 : image->nChannels);
+    int64_t firstByte = cell.xOffset * pixelBits >> 3;
+    int64_t rowBytes = (((cell.xOffset + cell.width) * pixelBits + 7) >> 3) - firstByte;
+    int32_t lead = image->depth == ORV_DEPTH_1U ? cell.xOffset & 7 : 0;
+    int64_t rows = int64_t{cell.height} * planes;
+    if (rows > INT32_MAX / rowBytes)
+        return false;
+    block.data = static_cast<uint8_t*>(orvMalloc(int32_t(rows * rowBytes)));
+    if (!block || !open(image))
+        return false;
+    uint8_t* to = block.data;
+    for (int32_t plane = 0; plane < planes; ++plane) {
+        const uint8_t* from =
+            tile + (int64_t{plane} * work.image.height + cell.yOffset) * work.image.widthStep + firstByte;
+        for (int32_t y = 0; y < cell.height; ++y, to += rowBytes, from += work.image.widthStep)
+            memcpy(to, from, size_t(rowBytes));
+    }
+    release();
+    work.showBlock(block.data, int32_t(rowBytes), lead + cell.width, cell.height);
+    work.setRegion(lead, 0, cell.width, cell.height);
     return true;
 }
 

@@ -74,6 +74,9 @@ struct OwnFetchedCell {
     void release();
 
 private:
+    bool open(OrvImage* image);
+    bool copyFromTile(OrvImage* image);
+
     OwnScratch<uint8_t> block{static_cast<uint8_t*>(nullptr)};
     OrvImage* tiled = nullptr;  // the image whose tile is open
     uint8_t* tile = nullptr;

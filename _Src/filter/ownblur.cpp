@@ -139,6 +139,7 @@ struct IntLanes {
     IntLanes operator+(IntLanes o) const { return {_mm256_add_epi32(v, o.v)}; }
     IntLanes operator-(IntLanes o) const { return {_mm256_sub_epi32(v, o.v)}; }
     static IntLanes of(__m256 bits) { return {_mm256_castps_si256(bits)}; }
+    __m256 bits() const { return _mm256_castsi256_ps(v); }
     __m256 real() const { return _mm256_cvtepi32_ps(v); }
 };
 struct FloatLanes {
@@ -147,8 +148,35 @@ struct FloatLanes {
     FloatLanes operator+(FloatLanes o) const { return {_mm256_add_ps(v, o.v)}; }
     FloatLanes operator-(FloatLanes o) const { return {_mm256_sub_ps(v, o.v)}; }
     static FloatLanes of(__m256 bits) { return {bits}; }
+    __m256 bits() const { return v; }
     __m256 real() const { return v; }
 };
+
+// What eight samples add to sums.
+inline IntLanes sumsOf(const uint8_t* s)
+{
+    return {_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s)))};
+}
+inline IntLanes sumsOf(const int8_t* s)
+{
+    return {_mm256_cvtepi8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s)))};
+}
+inline IntLanes sumsOf(const uint16_t* s)
+{
+    return {_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)))};
+}
+inline IntLanes sumsOf(const int16_t* s)
+{
+    return {_mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)))};
+}
+inline FloatLanes sumsOf(const int32_t* s)
+{
+    return {_mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)))};
+}
+inline FloatLanes sumsOf(const float* s)
+{
+    return {_mm256_loadu_ps(s)};
+}
 
 template <class Sum>
 struct LanesFor {
@@ -282,78 +310,135 @@ inline void storeMeans(const __m256* means, typename Depth::Result (*out)[blockC
 
 // ---- The band -----------------------------------------------------------------------------------------------------
 
-// The columns that have entered the windows wait here until they leave them.
-struct History {
-    static constexpr int64_t least = 1024;
-    static int64_t capacity(int64_t window)
-    {
-        return window + ((window > least ? window : least) + blockColumns - 1) / blockColumns * blockColumns;
+// The columns that have entered the windows wait in memory of this size until they leave.
+inline ptrdiff_t historyColumns(ptrdiff_t window)
+{
+    constexpr ptrdiff_t least = 1024;
+    ptrdiff_t room = window > least ? window : least;
+    return window + (room + blockColumns - 1) / blockColumns * blockColumns;
+}
+
+// Copies up to a block in pieces of known sizes. Of a memcpy or a loop that it knows to be short the compiler makes a
+// string instruction, which is slow.
+template <int bytes>
+inline void copyPiece(char* d, const char* s)
+{
+    constexpr int most = 32;
+    __builtin_memcpy(d, s, bytes < most ? bytes : most);
+    if constexpr (bytes > most)
+        copyPiece<bytes - most>(d + most, s + most);
+}
+template <int piece>
+inline void copyPieces(char* d, const char* s, ptrdiff_t bytes)
+{
+    bool taken = bytes & piece;
+    if (taken)
+        copyPiece<piece>(d, s);
+    if constexpr (piece > 1)
+        copyPieces<piece / 2>(d + taken * piece, s + taken * piece, bytes);
+}
+template <class T>
+inline void copyValues(T* to, const T* from, ptrdiff_t n)
+{
+    constexpr int size = int(sizeof(T));
+    copyPieces<blockColumns * size>(reinterpret_cast<char*>(to), reinterpret_cast<const char*>(from), n * size);
+}
+
+// The column sums of a block in the row after that of `above`. Eights overlap at the end.
+template <class Depth, class Lanes>
+inline void stageRow(const OwnBlurBand& band, int row, ptrdiff_t first, ptrdiff_t count,
+                     const typename Lanes::Sum* above, typename Lanes::Sum* stage)
+{
+    if (count < 8)
+        return moveColumns<Depth>(band, row, first, above, stage, count);
+    auto* enter = static_cast<const typename Depth::Sample*>(band.enter[row]) + first;
+    auto* leave = static_cast<const typename Depth::Sample*>(band.leave[row]);
+    auto eights = [=](auto sums) {
+        for (ptrdiff_t at = 0; at < count - 8; at += 8)
+            _mm256_storeu_ps(reinterpret_cast<float*>(stage + at), sums(at).bits());
+        _mm256_storeu_ps(reinterpret_cast<float*>(stage + count - 8), sums(count - 8).bits());
+    };
+    auto entered = [=](ptrdiff_t at) {
+        return Lanes::of(_mm256_loadu_ps(reinterpret_cast<const float*>(above + at))) + sumsOf(enter + at);
+    };
+    if (leave)
+        eights([=](ptrdiff_t at) { return entered(at) - sumsOf(leave + first + at); });
+    else
+        eights(entered);
+}
+
+template <class Depth, class Lanes>
+inline void stageColumns(const OwnBlurBand& band, ptrdiff_t first, ptrdiff_t count,
+                         typename Lanes::Sum (*stage)[blockColumns])
+{
+    auto* sums = static_cast<typename Lanes::Sum*>(band.sums) + first;
+    const auto* above = sums;
+    for (int row = 0; row < band.rows; ++row) {
+        stageRow<Depth, Lanes>(band, row, first, count, above, stage[row]);
+        above = stage[row];
     }
-};
+    copyValues(sums, above, count);
+}
+
+// Moves eight windows on by eight columns, from the window sums of the eight columns before. `entering` receives the
+// columns; those that leave lie `window` before them.
+template <class Lanes>
+inline __attribute__((always_inline)) void moveWindows(const typename Lanes::Sum (*stage)[blockColumns], int column,
+                                                       ptrdiff_t step, ptrdiff_t window, Lanes* entering,
+                                                       Lanes (&sums)[16])
+{
+    Lanes columns[8];
+    loadColumns<Lanes>(stage, column, columns);
+    for (int i = 0; i < 8; ++i)
+        entering[i] = columns[i];
+    for (int i = 0; i < 8; ++i)
+        sums[8 + i] = sums[8 + i - step] + columns[i] - entering[i - window];
+}
+
+// Stores a block's results, the first of them at value `at` of the rows; those before value 0 are none.
+template <class Result>
+inline void storeBlock(const OwnBlurBand& band, const Result (*results)[blockColumns], ptrdiff_t at, ptrdiff_t count)
+{
+    ptrdiff_t skip = at < 0 ? -at : 0;
+    for (int row = 0; row < band.rows && skip < count; ++row) {
+        auto* to = static_cast<Result*>(band.result[row]) + (at + skip);
+        copyValues(to, results[row] + skip, count - skip);
+    }
+}
 
 template <class Depth, class Lanes, int fixedStep>
 void vectorBand(const OwnBlurBand& band)
 {
     using Sum = typename Lanes::Sum;
-    using Result = typename Depth::Result;
-    alignas(64) Sum stage[ownBlurRows][blockColumns];
-    alignas(64) Result out[ownBlurRows][blockColumns];
+    alignas(64) Sum stage[ownBlurRows][blockColumns] = {};
+    alignas(64) typename Depth::Result results[ownBlurRows][blockColumns];
+    Lanes sums[16] = {};  // the window sums of eight columns, and before them those of the last eight
     const ptrdiff_t step = fixedStep ? fixedStep : band.step;
     const ptrdiff_t window = band.nCols * step;
     const ptrdiff_t columns = band.values + window - step;
-    const ptrdiff_t capacity = History::capacity(window);
+    const ptrdiff_t room = historyColumns(window);
     const __m256 scale = _mm256_set1_ps(band.scale);
-    auto* sums = static_cast<Sum*>(band.sums);
+    // Before the first whole window nothing but zeros leaves, and what it makes is not stored.
     auto* history = static_cast<Lanes*>(band.scratch);
-    memset(stage, 0, sizeof stage);
     memset(history, 0, size_t(window) * sizeof(Lanes));
     ptrdiff_t position = window;
-    // The window sums of the last eight values are all that the next ones need.
-    Lanes running[8 + 8];
-    memset(running, 0, sizeof running);
-    for (ptrdiff_t first = 0; first < columns; first += blockColumns) {
+    for (ptrdiff_t first = 0; first < columns; first += blockColumns, position += blockColumns) {
         ptrdiff_t count = columns - first < blockColumns ? columns - first : blockColumns;
-        const Sum* above = sums + first;
-        for (int row = 0; row < band.rows; ++row) {
-            if (count == blockColumns)
-                moveColumns<Depth, Sum>(band, row, first, above, stage[row], blockColumns);
-            else
-                moveColumns<Depth, Sum>(band, row, first, above, stage[row], count);
-            above = stage[row];
-        }
-        memcpy(sums + first, above, size_t(count) * sizeof(Sum));
-        if (position + blockColumns > capacity) {
+        stageColumns<Depth, Lanes>(band, first, count, stage);
+        if (position + blockColumns > room) {
             memcpy(history, history + position - window, size_t(window) * sizeof(Lanes));
             position = window;
         }
-        // Window sums to the left of the first whole window are no results.
-        ptrdiff_t result = first - (window - step);
         for (int column = 0; column < count; column += 8) {
-            Lanes entering[8];
-            loadColumns<Lanes>(stage, column, entering);
-            Lanes* now = history + position + column;
-            for (int i = 0; i < 8; ++i)
-                now[i] = entering[i];
-            for (int i = 0; i < 8; ++i)
-                running[8 + i] = running[8 + i - step] + entering[i] - now[i - window];
+            moveWindows(stage, column, step, window, history + position + column, sums);
             __m256 means[8];
-            for (int i = 0; i < 8; ++i)
-                means[i] = _mm256_mul_ps(running[8 + i].real(), scale);
-            for (int i = 0; i < 8; ++i)
-                running[i] = running[8 + i];
-            storeMeans<Depth>(means, out, column);
+            for (int i = 0; i < 8; ++i) {
+                means[i] = _mm256_mul_ps(sums[8 + i].real(), scale);
+                sums[i] = sums[8 + i];
+            }
+            storeMeans<Depth>(means, results, column);
         }
-        position += blockColumns;
-        ptrdiff_t skip = result < 0 ? -result : 0;
-        if (skip >= count)
-            continue;
-        for (int row = 0; row < band.rows; ++row) {
-            auto* to = static_cast<Result*>(band.result[row]) + result;
-            if (skip == 0 && count == blockColumns)
-                memcpy(to, out[row], sizeof out[row]);
-            else
-                memcpy(to + skip, out[row] + skip, size_t(count - skip) * sizeof(Result));
-        }
+        storeBlock(band, results, first - (window - step), count);
     }
 }
 
@@ -362,7 +447,7 @@ void vectorBand(const OwnBlurBand& band)
 int64_t scratchBytes([[maybe_unused]] int64_t step, [[maybe_unused]] int64_t nCols)
 {
 #if defined(__AVX2__)
-    return History::capacity(step * nCols) * int64_t{sizeof(__m256)};
+    return historyColumns(ptrdiff_t(step * nCols)) * int64_t{sizeof(__m256)};
 #else
     return 1;
 #endif

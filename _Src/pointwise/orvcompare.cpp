@@ -145,9 +145,12 @@ bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
 {
     OrvImage* masks[3];
     int count = 0;
+    bool masked = false;
     for (int i = 0; i < call.count; ++i)
-        if (call.images[i]->maskROI)
-            masks[count++] = call.images[i]->maskROI;
+        if (OrvImage* mask = call.images[i]->maskROI) {
+            masks[count++] = mask;
+            masked = masked || mask->maskROI;
+        }
     if (count == 0)
         return true;
     made.flags = ORV_IMAGE_ALL;
@@ -155,8 +158,8 @@ bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
                                       masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
     if (!made.image)
         return false;
-    // Cleared, because a mask under a mask of its own is not written everywhere.
-    orvAllocateImage(made.image, 1, 0);
+    // Under a mask of its own a mask is not written everywhere.
+    orvAllocateImage(made.image, masked, 0);
     if (!made.image->imageData)
         return false;
     // An old failure must neither stop the copy nor be taken for one of these calls'.
@@ -174,8 +177,8 @@ bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
     return true;
 }
 
-// The kernel's work on plain memory.
-void compare(const Comparison& call, const OrvImage* const* images, const OrvImage* mask)
+// The kernel's work on `size` pixels of plain memory.
+void compare(const Comparison& call, const OrvImage* const* images, const OrvImage* mask, OwnSize size)
 {
     OwnGeometry geometry[3], maskGeometry;
     for (int i = 0; i < call.count; ++i)
@@ -183,9 +186,11 @@ void compare(const Comparison& call, const OrvImage* const* images, const OrvIma
     if (mask)
         maskGeometry = ownMaskStart(*mask);
     const OwnGeometry* under = mask ? &maskGeometry : nullptr;
+    OwnGeometry& result = geometry[call.count - 1];
+    result.width = size.width;
+    result.height = size.height;
     if (call.constant)
-        ownProcessPixels(ownPixelOp(ownRowKernels().fill[OWN_1U], ORV_DEPTH_1U, call.constant),
-                         &geometry[call.count - 1], 1, under);
+        ownProcessPixels(ownPixelOp(ownRowKernels().fill[OWN_1U], ORV_DEPTH_1U, call.constant), &result, 1, under);
     else if (call.test.sourceBytes == 0)
         ownProcessPixels(call.bits, geometry, call.count, under);
     else
@@ -217,7 +222,7 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
     }
     if (mask)
         ownShowCell(maskWork, *mask, cell);
-    compare(call, images, mask ? &maskWork.image : nullptr);
+    compare(call, images, mask ? &maskWork.image : nullptr, {cell.width, cell.height});
     if (lastFetched >= 0)
         fetched[lastFetched].release();
     return true;
@@ -235,12 +240,9 @@ int leadingImage(const Comparison& call)
     return -1;
 }
 
-// False if a tile does not come or another image's part cannot be fetched. No tile stays open.
-bool walk(const Comparison& call, OwnSize size, const OrvImage* mask)
+// Walks the tiles of the leading image. False if one does not come or another image's part cannot be fetched.
+bool walkTiles(const Comparison& call, int leading, const OrvImage* mask, OwnSize size)
 {
-    int leading = leadingImage(call);
-    if (leading < 0)
-        return compareCell(call, leading, nullptr, mask, {0, 0, 0, 0, 0, 0, size.width, size.height});
     OrvImage* image = call.images[leading];
     int32_t mode = leading == call.count - 1 ? ORV_TILE_WRITE : ORV_TILE_READ;
     return ownGridWalk(*image, size, [&](const OwnCell& cell) {
@@ -259,7 +261,13 @@ int32_t run(const OwnReport& report, const Comparison& call)
     if (size.width <= 0 || size.height <= 0)
         return ORV_STATUS_OK;
     OwnTempImage mask;
-    if (!makeMask(call, size, mask) || !walk(call, size, mask.image))
+    int leading = leadingImage(call);
+    bool done = makeMask(call, size, mask);
+    if (done && leading >= 0)
+        done = walkTiles(call, leading, mask.image, size);
+    else if (done)
+        compare(call, call.images, mask.image, size);
+    if (!done)
         return refuse(report, ORV_STATUS_NO_MEMORY, "Allocation failure", ORV_STATUS_NO_MEMORY);
     return ORV_STATUS_OK;
 }

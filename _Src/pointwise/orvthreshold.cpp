@@ -114,17 +114,23 @@ void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Thres
 
     const OwnThresholdKernels& kernels = ownThresholdKernels();
     OwnDepthIndex from = ownDepthIndex(srcImage->depth);
-    OwnDepthIndex to = ownDepthIndex(dstImage->depth);
     int sourceBytes = ownValueBytes(srcImage->depth);
-    OwnTestOp test = {kernels.bits[from], sourceBytes, &Threshold};
+    int resultBytes = ownValueBytes(dstImage->depth);
+    bool isSigned = (dstImage->depth & ORV_DEPTH_SIGN) != 0;
+    OwnCut cut = {Threshold, isSigned ? 1u << (8 * resultBytes - 1) : 0};
+    OwnTestOp test = {kernels.bits[from], sourceBytes, &cut};
     OwnPointwise call = {
         .report = report,
         .images = {{srcImage, "(srcImage->tileInfo->tileData == NULL)"},
                    {dstImage, "(dstImage->tileInfo->tileData == NULL)"}},
         .count = 2,
-        .op = {kernels.values[from][to], sourceBytes, ownValueBytes(dstImage->depth), &Threshold},
+        .op = {},
         .wholeBuffer = false,  // rows are written without their padding
-        .test = to == OWN_1U ? &test : nullptr,
+        .test = &test,
     };
+    if (resultBytes) {
+        call.op = {kernels.values[from][ownSizeIndex(resultBytes)], sourceBytes, resultBytes, &cut};
+        call.test = nullptr;
+    }
     ownRunPointwise(call, mask);
 }

@@ -8,21 +8,18 @@ template <class S>
 struct AtLeast {
     using Source = S;
     S threshold;
-    explicit AtLeast(const void* scalar) : threshold(S(*static_cast<const int32_t*>(scalar))) {}
+    explicit AtLeast(const void* scalar) : threshold(S(static_cast<const OwnCut*>(scalar)->threshold)) {}
     bool operator()(S a) const { return a >= threshold; }
 };
 
-// The highest value of the destination's depth, or the lowest. For signed depths that is all ones or zeros as well, with
-// the top bit turned over.
 template <class S, class D>
 struct Threshold : AtLeast<S> {
     using Result = D;
-    using AtLeast<S>::AtLeast;
-    D operator()(S a) const
+    D lowest;
+    explicit Threshold(const void* scalar) : AtLeast<S>(scalar), lowest(D(static_cast<const OwnCut*>(scalar)->lowest))
     {
-        constexpr Lane<D> lowest = D(-1) < D(0) ? Lane<D>(Lane<D>(1) << (8 * sizeof(D) - 1)) : Lane<D>(0);
-        return D(Lane<D>(AtLeast<S>::operator()(a) ? Lane<D>(-1) : Lane<D>(0)) ^ lowest);
     }
+    D operator()(S a) const { return D((AtLeast<S>::operator()(a) ? D(-1) : D(0)) ^ lowest); }
 };
 
 constexpr OwnRowKernel none = {nullptr, nullptr};
@@ -30,15 +27,14 @@ constexpr OwnTestKernel noTest = {nullptr, nullptr};
 
 }  // namespace
 
-#define OWN_FROM(S)                                                                                      \
-    {                                                                                                    \
-        none, OneSourceRows<Threshold<S, uint8_t>>::kernel, OneSourceRows<Threshold<S, int8_t>>::kernel, \
-            OneSourceRows<Threshold<S, uint16_t>>::kernel, OneSourceRows<Threshold<S, int16_t>>::kernel, \
-            OneSourceRows<Threshold<S, int32_t>>::kernel, none                                           \
+#define OWN_FROM(S)                                                                                  \
+    {                                                                                                \
+        OneSourceRows<Threshold<S, uint8_t>>::kernel, OneSourceRows<Threshold<S, uint16_t>>::kernel, \
+            OneSourceRows<Threshold<S, uint32_t>>::kernel                                            \
     }
-#define OWN_NO_SOURCE                            \
-    {                                            \
-        none, none, none, none, none, none, none \
+#define OWN_NO_SOURCE    \
+    {                    \
+        none, none, none \
     }
 
 extern const OwnThresholdKernels ownThresholdKernels;

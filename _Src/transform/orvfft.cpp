@@ -3,7 +3,7 @@
 //   orvRealFft2D   a real image to its packed spectrum
 //   orvCcsFft2D    a packed spectrum to the real image
 #include "../core/owncontext.h"
-#include "../core/ownlayout.h"
+#include "../core/ownregion.h"
 #include "../core/ownreport.h"
 #include "orv/transform.h"
 #include "owncaches.h"
@@ -96,11 +96,6 @@ bool goodChannels(const OwnReport& report, const OrvImage& src, const OrvImage& 
 
 // ---- The plan ----
 
-int32_t smaller(int32_t a, int32_t b)
-{
-    return a < b ? a : b;
-}
-
 // The logarithm of a power of two above 1, otherwise 0.
 int32_t exactLog2(int32_t length)
 {
@@ -110,8 +105,9 @@ int32_t exactLog2(int32_t length)
 // False if the images do not go together.
 bool fillPlan(OwnFftPlan& plan, const OrvImage& src, const OrvImage& dst, int32_t flags)
 {
-    OwnFftRegion srcRegion = ownFftRegion(src), dstRegion = ownFftRegion(dst);
-    if (srcRegion.channelCount != dstRegion.channelCount)
+    OwnRect srcRect = ownRoiRect(src), dstRect = ownRoiRect(dst);
+    OwnChannels srcChannels = ownChannels(src), dstChannels = ownChannels(dst);
+    if (srcChannels.count != dstChannels.count)
         return false;
     plan = {};
     plan.srcWidth = src.width;
@@ -124,26 +120,25 @@ bool fillPlan(OwnFftPlan& plan, const OrvImage& src, const OrvImage& dst, int32_
     plan.dstChannels = dst.nChannels;
     plan.srcData = src.imageData;
     plan.dstData = dst.imageData;
-    plan.srcX = srcRegion.x;
-    plan.srcY = srcRegion.y;
-    plan.dstX = dstRegion.x;
-    plan.dstY = dstRegion.y;
-    plan.srcFirstChannel = srcRegion.firstChannel;
-    plan.dstFirstChannel = dstRegion.firstChannel;
-    plan.channelCount = srcRegion.channelCount;
-    plan.width = smaller(srcRegion.width, dstRegion.width);
+    plan.srcX = srcRect.x;
+    plan.srcY = srcRect.y;
+    plan.dstX = dstRect.x;
+    plan.dstY = dstRect.y;
+    plan.srcFirstChannel = srcChannels.first;
+    plan.dstFirstChannel = dstChannels.first;
+    plan.channelCount = srcChannels.count;
+    plan.width = ownMin(srcRect.width, dstRect.width);
     plan.widthEven = plan.width % 2 == 0;
     plan.widthLog2 = exactLog2(plan.width);
-    plan.height = smaller(srcRegion.height, dstRegion.height);
+    plan.height = ownMin(srcRect.height, dstRect.height);
     plan.heightEven = plan.height % 2 == 0;
     plan.heightLog2 = exactLog2(plan.height);
     plan.direction = flags & ORV_FFT_INVERSE ? -1 : 1;
     plan.scale = (flags & ORV_FFT_INVERSE) && !(flags & ORV_FFT_NO_SCALE);
     plan.srcLayout = ownFftLayout(src);
     plan.dstLayout = ownFftLayout(dst);
-    int32_t srcDepth = ownFftDepthIndex(src.depth), dstDepth = ownFftDepthIndex(dst.depth);
     bool useInt = (flags & ORV_FFT_USE_INT) && src.depth != ORV_DEPTH_32F && dst.depth != ORV_DEPTH_32F;
-    return useInt ? ownFftChoose<int32_t>(plan, srcDepth, dstDepth) : ownFftChoose<float>(plan, srcDepth, dstDepth);
+    return useInt ? ownFftChoose<int32_t>(plan, src.depth, dst.depth) : ownFftChoose<float>(plan, src.depth, dst.depth);
 }
 
 // ---- The transform ----
@@ -182,24 +177,6 @@ void transform(const OwnReport& report, OrvImage* srcImage, OrvImage* dstImage, 
 }
 
 }  // namespace
-
-// The region is cut at the image's edges.
-OwnFftRegion ownFftRegion(const OrvImage& image)
-{
-    OwnFftRegion region = {0, 0, image.width, image.height, 0, image.nChannels - (image.alphaChannel != 0)};
-    const OrvROI* roi = image.roi;
-    if (!roi)
-        return region;
-    region.x = smaller(roi->xOffset, image.width);
-    region.y = smaller(roi->yOffset, image.height);
-    region.width = smaller(roi->width, image.width - region.x);
-    region.height = smaller(roi->height, image.height - region.y);
-    if (roi->coi > 0) {
-        region.firstChannel = roi->coi - 1;
-        region.channelCount = 1;
-    }
-    return region;
-}
 
 OwnFftLayout ownFftLayout(const OrvImage& image)
 {

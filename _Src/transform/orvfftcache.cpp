@@ -225,8 +225,7 @@ int32_t* ownFftWork<int32_t>(OrvContext& context, int64_t count)
     return nextWork(context.fftPlan.intSlot, context.fft.intWorkSize, context.fft.intWork, count);
 }
 
-template <>
-bool ownFftRealTables<float>(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables)
+bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables)
 {
     OwnFftCaches& caches = context.fft;
     tables.length = length;
@@ -238,8 +237,7 @@ bool ownFftRealTables<float>(OrvContext& context, int32_t length, int32_t log2, 
     return tables.split && fillCore(caches, log2 - 1, tables.half);
 }
 
-template <>
-bool ownFftComplexTables<float>(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables)
+bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables)
 {
     OwnFftCaches& caches = context.fft;
     tables.length = length;
@@ -249,8 +247,7 @@ bool ownFftComplexTables<float>(OrvContext& context, int32_t length, int32_t log
     return tables.direct != nullptr;
 }
 
-template <>
-bool ownFftRealTables<int32_t>(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables)
+bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables)
 {
     OwnFftCaches& caches = context.fft;
     tables.length = length;
@@ -262,8 +259,7 @@ bool ownFftRealTables<int32_t>(OrvContext& context, int32_t length, int32_t log2
     return tables.split && fillCore(caches, log2 - 1, log2, tables.half);
 }
 
-template <>
-bool ownFftComplexTables<int32_t>(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables)
+bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables)
 {
     OwnFftCaches& caches = context.fft;
     tables.length = length;

@@ -3,6 +3,7 @@
 // A driver takes all the memory that it needs before it stores anything, and then goes through the channels. Rows and
 // columns pass in groups of as many as a vector has lanes. Real to packed, a group of columns is stored as soon as it is
 // transformed; by then all rows have been read, so that the images may be the same. Packed to real likewise.
+#include "../core/ownpixels.h"
 #include "ownfftcache.h"
 #include "ownfftdrive.h"
 
@@ -26,7 +27,7 @@ const OwnFftCoreKernels<int32_t>& kernelsOf<int32_t>()
 enum Lanes { singleLines, vectorLanes };
 
 // Blocks of vector lanes hold lines that are not there if there are too few; up to this many values nobody minds.
-constexpr int64_t smallBlock = 1 << 22;
+constexpr int64_t smallBlock = 1 << 19;
 
 template <class T>
 Lanes lanesFor(int32_t lines, int32_t length)
@@ -53,9 +54,9 @@ bool prepareKit(OrvContext& context, int32_t length, int32_t log2, Lanes lanes, 
     kit.real = realDirect ? &kernels.direct[lanes] : &kernels.core[lanes];
     kit.complex = complexDirect ? &kernels.direct[lanes] : &kernels.core[lanes];
     kit.length = {};
-    if (!ownFftRealTables<T>(context, length, log2, kit.length))
+    if (!ownFftRealTables(context, length, log2, kit.length))
         return false;
-    if (alsoComplex && !ownFftComplexTables<T>(context, length, log2, kit.length))
+    if (alsoComplex && !ownFftComplexTables(context, length, log2, kit.length))
         return false;
     if (!realDirect && !(alsoComplex && complexDirect))
         return true;
@@ -333,11 +334,11 @@ void chooseDrivers(OwnFftPlan& plan)
 }  // namespace
 
 template <class T>
-bool ownFftChoose(OwnFftPlan& plan, int32_t srcDepthIndex, int32_t dstDepthIndex)
+bool ownFftChoose(OwnFftPlan& plan, uint32_t srcDepth, uint32_t dstDepth)
 {
     const OwnFftCoreKernels<T>& kernels = kernelsOf<T>();
-    const OwnFftLines<T>& from = kernels.lines[srcDepthIndex];
-    const OwnFftLines<T>& to = kernels.lines[dstDepthIndex];
+    const OwnFftLines<T>& from = kernels.lines[ownDepthIndex(srcDepth)];
+    const OwnFftLines<T>& to = kernels.lines[ownDepthIndex(dstDepth)];
     if (!from.load || !to.store)
         return false;
     const OwnFftBlocks<T>& columns = kernels.blocks[lanesFor<T>((plan.width - 1) / 2, plan.height)];
@@ -355,5 +356,5 @@ bool ownFftChoose(OwnFftPlan& plan, int32_t srcDepthIndex, int32_t dstDepthIndex
     return true;
 }
 
-template bool ownFftChoose<float>(OwnFftPlan& plan, int32_t srcDepthIndex, int32_t dstDepthIndex);
-template bool ownFftChoose<int32_t>(OwnFftPlan& plan, int32_t srcDepthIndex, int32_t dstDepthIndex);
+template bool ownFftChoose<float>(OwnFftPlan& plan, uint32_t srcDepth, uint32_t dstDepth);
+template bool ownFftChoose<int32_t>(OwnFftPlan& plan, uint32_t srcDepth, uint32_t dstDepth);

@@ -1,10 +1,10 @@
 // Packed spectra.
 //
 //   orvMpyRCPack2D   the product of two packed spectra, element by element
-#include "../core/owncontext.h"
+#include "../core/ownpixels.h"
 #include "../core/ownreport.h"
 #include "orv/transform.h"
-#include "ownfftdrive.h"
+#include "ownfft.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ bool goodDepths(const OwnReport& report, const OrvImage& srcA, const OrvImage& s
     return true;
 }
 
-bool goodSizes(const OwnReport& report, const OwnFftRegion& srcA, const OwnFftRegion& srcB, const OwnFftRegion& dst)
+bool goodSizes(const OwnReport& report, const OwnGeometry& srcA, const OwnGeometry& srcB, const OwnGeometry& dst)
 {
     if (srcA.width != srcB.width)
         return report(ORV_STATUS_BAD_ARG, "(width_srcA != width_srcB)"), false;
@@ -51,12 +51,10 @@ struct Channel {
     ptrdiff_t pixelStep;
 };
 
-Channel channelOf(const OrvImage& image, const OwnFftRegion& region, int32_t channel)
+Channel channelOf(const OwnGeometry& geometry, ptrdiff_t bytes, int32_t channel)
 {
-    OwnFftLayout layout = ownFftLayout(image);
-    return {image.imageData + ptrdiff_t{region.y} * image.widthStep + region.x * layout.pixelStep +
-                (ptrdiff_t{region.firstChannel} + channel) * layout.channelStep,
-            image.widthStep, layout.pixelStep};
+    ptrdiff_t channelStep = geometry.planeStep ? geometry.planeStep : bytes;
+    return {geometry.start + channel * channelStep, geometry.rowStep, geometry.pixelStep * bytes};
 }
 
 // A spectrum's values from row r and column x on: pairs along the row.
@@ -108,21 +106,24 @@ void ORV_CALL orvMpyRCPack2D(OrvImage* srcA, OrvImage* srcB, OrvImage* dst)
         return (void)report(ORV_STATUS_BAD_ARG, "dst->imageData == 0");
     if (!goodDepths(report, *srcA, *srcB, *dst))
         return;
-    OwnFftRegion regionA = ownFftRegion(*srcA), regionB = ownFftRegion(*srcB), regionDst = ownFftRegion(*dst);
-    if (!goodSizes(report, regionA, regionB, regionDst))
+    OwnGeometry a, b, d;
+    ownPlaneGeometry(*srcA, a);
+    ownPlaneGeometry(*srcB, b);
+    ownPlaneGeometry(*dst, d);
+    if (!goodSizes(report, a, b, d))
         return;
     if (!goodChannels(report, *srcA, "srcA-roi->coi", "srcA->alphaChannel") ||
         !goodChannels(report, *srcB, "srcB-roi->coi", "srcB->alphaChannel") ||
         !goodChannels(report, *dst, "dst-roi->coi", "dst->alphaChannel"))
         return;
-    if (regionA.channelCount != regionB.channelCount || regionA.channelCount != regionDst.channelCount)
+    if (a.channels != b.channels || a.channels != d.channels)
         return (void)report(ORV_STATUS_BAD_CHANNELS, "");
-    if (regionA.width < 1 || regionA.height < 1)
+    if (a.width < 1 || a.height < 1)
         return;
-    const OwnFftProducts& products = ownFftKernels().products[ownFftDepthIndex(srcA->depth)];
-    for (int32_t channel = 0; channel < regionA.channelCount; ++channel)
+    const OwnFftProducts& products = ownFftKernels().products[ownDepthIndex(srcA->depth)];
+    ptrdiff_t bytes = ownValueBytes(srcA->depth);
+    for (int32_t channel = 0; channel < a.channels; ++channel)
         multiplyChannel(products,
-                        {channelOf(*srcA, regionA, channel), channelOf(*srcB, regionB, channel),
-                         channelOf(*dst, regionDst, channel)},
-                        regionA.width, regionA.height);
+                        {channelOf(a, bytes, channel), channelOf(b, bytes, channel), channelOf(d, bytes, channel)},
+                        a.width, a.height);
 }

@@ -74,7 +74,7 @@ struct OwnFftTypes<int32_t> {
     using Wide = int32_t;
 };
 
-// How lines of one length are transformed: through a core where `direct` is NULL.
+// The tables for lines of one length. Those of a way that lines of this length do not take are empty.
 template <class T>
 struct OwnFftLength {
     int32_t length;
@@ -136,7 +136,7 @@ struct OwnFftCoreKernels {
     const OwnFftTransforms<T>* core;    // lines of power-of-two length, real ones from 4, complex ones from 2
     const OwnFftTransforms<T>* direct;  // lines of any length
     const OwnFftBlocks<T>* blocks;
-    const OwnFftLines<T>* lines;  // of depths 8U, 8S, 16U, 16S, 32S, 32F
+    const OwnFftLines<T>* lines;  // by OwnDepthIndex
 };
 
 // A source or the destination of products.
@@ -153,10 +153,12 @@ struct OwnFftProducts {
     Product complex;
 };
 
+constexpr int32_t ownFftDepths = 7;  // as OwnDepthIndex counts them
+
 struct OwnFftKernels {
     OwnFftCoreKernels<float> floating;
     OwnFftCoreKernels<int32_t> fixed;
-    const OwnFftProducts* products;  // of the same depths; NULL entries where there are none
+    const OwnFftProducts* products;  // by OwnDepthIndex; NULL where there are none
 };
 
 OWN_KERNEL_TABLE(OwnFftKernels, ownFftKernels)

@@ -12,17 +12,20 @@ constexpr int64_t ownFftDirectScratch(int64_t length, int64_t lanes)
     return wide * int64_t(sizeof(typename OwnFftTypes<T>::Wide) / sizeof(T));
 }
 
-// The next work buffer of the running call, for at least `count` values of float or int32_t. NULL if there is no memory or no
-// slot left.
+// The next work buffer of the running call, for at least `count` values. NULL if there is no memory or no slot left.
 template <class T>
 T* ownFftWork(OrvContext& context, int64_t count);
+template <>
+float* ownFftWork<float>(OrvContext& context, int64_t count);
+template <>
+int32_t* ownFftWork<int32_t>(OrvContext& context, int64_t count);
 
 // Fills in what transforms real lines of the length, or complex ones; log2 is 0 unless it is a power of two above 1. Work
 // space of the direct transform is left out. False if there is no memory, or no place for one more direct table.
-template <class T>
-bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<T>& tables);
-template <class T>
-bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<T>& tables);
+bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables);
+bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables);
+bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables);
+bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables);
 
 // Real lines of power-of-two length go through a complex core of half their length, from this logarithm on.
 constexpr int32_t ownFftRealCoreLog2 = 2;

@@ -1,8 +1,14 @@
 // The direct transform of lines of any length, by symmetry: values that are equally far from the line's ends are folded into
 // sums and differences, which meet only cosines and only sines.
 //
-// The floating core counts in double precision between the values that it reads and those that it writes. The sums of
-// several outputs are formed at once, so that a folded value is loaded once for all of them.
+// The floating core adds up in double precision. Folded values are rounded to floats, as the values that they are made of
+// and those of the table are, so that their products are exact and a fused step gives the same bits as two. The sums of several
+// outputs are formed at once, so that a folded value is loaded once for all of them.
+#if defined(__AVX2__)
+#pragma GCC target("fma")
+#include <immintrin.h>
+#endif
+
 #include "ownfftlanes.h"
 #include "ownfftparts.h"
 
@@ -30,7 +36,15 @@ struct Counting<FloatVector> {
         for (int i = 0; i < wides; ++i)
             reinterpret_cast<HalfFloat*>(to)[i] = __builtin_convertvector(from[i], HalfFloat);
     }
-    static Wide times(Wide a, Factor factor) { return a * factor; }
+    static Wide rounded(Wide a) { return __builtin_convertvector(__builtin_convertvector(a, HalfFloat), Wide); }
+    static void addProduct(Wide& sum, Wide a, Factor factor)
+    {
+#if defined(__AVX2__)
+        sum = _mm256_fmadd_pd(a, _mm256_set1_pd(factor), sum);
+#else
+        sum += a * factor;
+#endif
+    }
 };
 
 template <>
@@ -41,7 +55,8 @@ struct Counting<float> {
 
     static void widen(const float* from, Wide* to) { *to = *from; }
     static void narrow(const Wide* from, float* to) { *to = float(*from); }
-    static Wide times(Wide a, Factor factor) { return a * factor; }
+    static Wide rounded(Wide a) { return float(a); }
+    static void addProduct(Wide& sum, Wide a, Factor factor) { sum += a * factor; }
 };
 
 template <class V>
@@ -52,7 +67,8 @@ struct FixedCounting {
 
     static void widen(const V* from, Wide* to) { *to = *from; }
     static void narrow(const Wide* from, V* to) { *to = *from; }
-    static Wide times(Wide a, Factor factor) { return fixedProduct(a, factor); }
+    static Wide rounded(Wide a) { return a; }
+    static void addProduct(Wide& sum, Wide a, Factor factor) { sum += fixedProduct(a, factor); }
 };
 
 template <>
@@ -89,7 +105,7 @@ struct Output {
     Wide sine[Folded<V, parts>::vectors];
 };
 
-// Takes a line apart. `value(n, to)` widens value n of the line; `space` holds what ownFftDirectScratch tells.
+// Takes a line apart, into the work space. `value(n, to)` widens value n of the line.
 template <class V, int parts, class ValueAt>
 Folded<V, parts> fold(const OwnFftLength<Value<V>>& length, ValueAt value)
 {
@@ -107,8 +123,8 @@ Folded<V, parts> fold(const OwnFftLength<Value<V>>& length, ValueAt value)
         value(n, a);
         value(length.length - n, b);
         for (int i = 0; i < vectors; ++i) {
-            values[i] = a[i] + b[i];
-            values[vectors + i] = a[i] - b[i];
+            values[i] = Fold::Count::rounded(a[i] + b[i]);
+            values[vectors + i] = Fold::Count::rounded(a[i] - b[i]);
         }
         values += 2 * vectors;
     }
@@ -162,8 +178,8 @@ void sumTurned(const Folded<V, parts>& line, ptrdiff_t k, Output<V, parts>* outp
         for (int j = 0; j < count; ++j) {
             auto c = line.table[at[j]], s = line.table[at[j] + 1];
             for (int i = 0; i < vectors; ++i) {
-                cosine[j][i] += Counting<V>::times(values[i], c);
-                sine[j][i] += Counting<V>::times(values[vectors + i], s);
+                Counting<V>::addProduct(cosine[j][i], values[i], c);
+                Counting<V>::addProduct(sine[j][i], values[vectors + i], s);
             }
             ptrdiff_t next = at[j] + step[j];
             at[j] = next >= 2 * line.length ? next - 2 * line.length : next;

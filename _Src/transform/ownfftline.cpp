@@ -136,9 +136,14 @@ constexpr OwnFftLines<int32_t> intLine = {loadInts<Pixel, sizeof(Pixel)>, loadIn
 
 }  // namespace
 
-const OwnFftLines<float> floatLines[6] = {floatLine<uint8_t>, floatLine<int8_t>,  floatLine<uint16_t>,
-                                          floatLine<int16_t>, floatLine<int32_t>, floatLine<float>};
-const OwnFftLines<int32_t> intLines[6] = {intLine<uint8_t>, intLine<int8_t>,  intLine<uint16_t>,
-                                          intLine<int16_t>, intLine<int32_t>, {}};
+const OwnFftLines<float> floatLines[ownFftDepths] = {{},
+                                                     floatLine<uint8_t>,
+                                                     floatLine<int8_t>,
+                                                     floatLine<uint16_t>,
+                                                     floatLine<int16_t>,
+                                                     floatLine<int32_t>,
+                                                     floatLine<float>};
+const OwnFftLines<int32_t> intLines[ownFftDepths] = {
+    {}, intLine<uint8_t>, intLine<int8_t>, intLine<uint16_t>, intLine<int16_t>, intLine<int32_t>, {}};
 
 }  // namespace OWN_ISA

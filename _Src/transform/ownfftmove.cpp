@@ -8,6 +8,13 @@ namespace {
 // Values of a row that are converted at a time, on their way between an image and a block.
 constexpr ptrdiff_t stageLength = 256;
 
+// Asks for what will be written some steps further on. Writes that go in large steps otherwise wait for each line of memory.
+inline void fetchAhead(const void* at, ptrdiff_t step)
+{
+    constexpr uintptr_t steps = 12;
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(at) + steps * uintptr_t(step)), 1);
+}
+
 // Of the fixed-point core nothing is scaled before the store.
 template <class V>
 inline V scaled(V v, float scale)
@@ -166,6 +173,7 @@ void pairsOut(const Value<V>* block, Value<V>* work, int32_t firstRow, int32_t r
     ptrdiff_t columnStep = 2 * ptrdiff_t{height};
     ptrdiff_t last = (width - 1) / 2;
     for (ptrdiff_t k = 1; k <= last; ++k, column += columnStep) {
+        fetchAhead(column, columnStep * ptrdiff_t{sizeof(*column)});
         Pair<V> pair = interleave(x[2 * k], x[2 * k + 1]);
         int32_t values = 2 * rows;
         putFirst(column, pair.first, values < lanesOf<V> ? values : lanesOf<V>);
@@ -232,6 +240,8 @@ void storeSpectrum(const Value<V>* block, Value<V>* carry, const OwnFftPixels& p
         Pair<V> pair = interleave(x[2 * r], x[2 * r + 1]);
         if constexpr (lanes > 1) {
             if (direct) {
+                fetchAhead(row, pixels.rowStep);
+                fetchAhead(row + sizeof(V), pixels.rowStep);
                 pair = shiftIn(pair, carry[r]);
                 put(row, scaled(pair.first, scale));
                 put(row + sizeof(V), scaled(pair.second, scale));

@@ -107,7 +107,7 @@ constexpr OwnFftProducts products = {multiplyReal<T>, multiplyPairs<T>};
 
 }  // namespace
 
-const OwnFftProducts packedProducts[6] = {
-    {}, products<int8_t>, {}, products<int16_t>, products<int32_t>, products<float>};
+const OwnFftProducts packedProducts[ownFftDepths] = {
+    {}, {}, products<int8_t>, {}, products<int16_t>, products<int32_t>, products<float>};
 
 }  // namespace OWN_ISA

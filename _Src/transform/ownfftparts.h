@@ -11,8 +11,8 @@ extern const OwnFftTransforms<float> floatDirect[2];  // ownfftdirect.cpp
 extern const OwnFftTransforms<int32_t> intDirect[2];
 extern const OwnFftBlocks<float> floatBlocks[2];  // ownfftmove.cpp
 extern const OwnFftBlocks<int32_t> intBlocks[2];
-extern const OwnFftLines<float> floatLines[6];  // ownfftline.cpp
-extern const OwnFftLines<int32_t> intLines[6];
-extern const OwnFftProducts packedProducts[6];  // ownfftpack.cpp
+extern const OwnFftLines<float> floatLines[ownFftDepths];  // ownfftline.cpp
+extern const OwnFftLines<int32_t> intLines[ownFftDepths];
+extern const OwnFftProducts packedProducts[ownFftDepths];  // ownfftpack.cpp
 
 }  // namespace OWN_ISA

@@ -2,6 +2,7 @@
 #include "ownwt.h"
 
 #if defined(__AVX2__)
+#pragma GCC target("fma")
 #include <immintrin.h>
 #endif
 

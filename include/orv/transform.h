@@ -191,8 +191,8 @@ ORV_API(int32_t) orvWtFree(OrvWtKernel* wtKernel);
  *
  * Memory for the work grows with the width and the filters' lengths, not with the height. Masks are not looked at.
  *
- * Clears the stored status first. Returns 0 or the reported status, the outputs then being untouched but for the last one:
- * ORV_STATUS_NULL_POINTER (wtKernel); ORV_STATUS_BAD_FILTER; an image header's fault, ORV_STATUS_BAD_ARG (tiled), image by
+ * Clears the stored status first. Returns 0, or the reported status with the outputs untouched: ORV_STATUS_NULL_POINTER
+ * (wtKernel); ORV_STATUS_BAD_FILTER; an image header's fault, ORV_STATUS_BAD_ARG (tiled), image by
  * image; ORV_STATUS_BAD_ROI_SIZE (an output with a region); ORV_STATUS_BAD_DEPTH; ORV_STATUS_BAD_CHANNELS;
  * ORV_STATUS_BAD_ROI_SIZE (the source's region begins outside); ORV_STATUS_BAD_IMAGE_SIZE; ORV_STATUS_BAD_WIDTH_STEP;
  * ORV_STATUS_NO_MEMORY.
