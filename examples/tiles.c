@@ -80,7 +80,8 @@ static int32_t ORV_CALL provideTile(OrvImage* image, int32_t x, int32_t y, int32
     int32_t tile = y * file->columns + x;
     Slot* slot = findSlot(file, tile);
     if (mode == ORV_TILE_RELEASE) {
-        --slot->users;
+        if (slot && slot->tile == tile)
+            --slot->users;
         return 0;
     }
     image->tileInfo->tileData = NULL; /* which tells the library that the tile does not come */
