@@ -131,7 +131,7 @@ void layOut(const OrvImage& photo, int y, int width, std::vector<uint8_t>& row)
     }
 }
 
-void expectPeakBelow(const std::string& output, double limit)
+void expectPeakBelow(const std::string& output, [[maybe_unused]] double limit)
 {
     double peak = 0;
     size_t place = output.find("peak memory ");
