@@ -362,7 +362,7 @@ TEST(Kernels, MergeAndReduceBits)
             if (n == 0)
                 continue;
             for (auto [step, values] : {std::pair(1, 1), {2, 1}, {3, 1}, {3, 2}, {3, 3}, {4, 3}, {4, 4}, {6, 5}}) {
-                Bytes lanes(size_t((n - 1) * step + values), 0, random);
+                Bytes lanes(size_t(n * step), 0, random);
                 for (size_t i = 0; i < lanes.size(); ++i)
                     lanes.data()[i] = random.below(4) ? 0xFF : 0;
                 int bit = random.below(8);

@@ -28,8 +28,9 @@ struct OwnRowKernels {
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
     // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits. There must be room for n rounded up to 32.
     void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
-    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are. From bit 0 on and
-    // without a mask the bits may take the place of the lanes.
+    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are; the other lanes are
+    // read too, and there must be room for those of the last pixel. From bit 0 on and without a mask the bits may take the
+    // place of the lanes.
     void (*allBits)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n);
 };
 
