@@ -338,11 +338,37 @@ TEST(Copy, MergesMaskedBits)
               "D write 0 0\nD release 0 0\n"
               "A read 0 0\nA release 0 0\nA read 1 0\nA release 1 0\n"
               "D write 0 0\nD release 0 0\n");
-    EXPECT_EQ(Witness::seen, (std::vector<std::string>{"plain plain", "masked plain"}));
+    EXPECT_EQ(Witness::seen, (std::vector<std::string>{"plain plain", "plain plain"}));
     EXPECT_EQ(src->maskROI, &mask.image);
     EXPECT_EQ(dst->maskROI, nullptr);
     EXPECT_EQ(mask->maskROI, &upper.image);
     EXPECT_EQ(src.values(), dst.values());
+}
+
+// A cell after a failure inside the tile provider is walked over like a copy of its own.
+TEST(Copy, StopsMovingAfterAFailureInTheProvider)
+{
+    for (const auto& move : moves) {
+        PictureSpec spec = {.width = 24, .height = 8};
+        Picture src(spec);
+        spec.tileWidth = spec.tileHeight = 8;
+        spec.seed = 2;
+        Picture dst(spec);
+        std::vector<uint32_t> wanted = dst.values();
+        for (int i = 0; i < 8 * 24; ++i)
+            if (i % 24 < 8)
+                wanted[size_t(i)] = src.values()[size_t(i)];
+        Witness witness(dst, [](OrvImage*) {
+            if (Witness::seen.size() == 1)
+                orvSetErrStatus(ORV_STATUS_ERROR);
+            return "";
+        });
+        EXPECT_EQ(reportsOf([&] { move.call(src, dst); }), "") << move.name;
+        EXPECT_EQ(Witness::seen.size(), 3u);
+        EXPECT_EQ(dst.values(), wanted) << move.name;
+        EXPECT_EQ(dst.openTiles(), 0);
+        orvSetErrStatus(ORV_STATUS_OK);
+    }
 }
 
 // The source's region is the cell while a cell is written back.

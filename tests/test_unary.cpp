@@ -87,6 +87,7 @@ TEST(Unary, IsAsTheModelInEveryLayout)
             Operation operation = {.name = member.name, .sourceDepth = depth, .resultDepth = depth};
             operation.rule = member.rule(depth);
             operation.call = [&](OrvImage* const* images) { member.call(images[0], images[1]); };
+            operation.padding = member.call != orvAbs;
             if (member.call == orvAbs)
                 operation.fits = copy ? copyFits : absFits;
             operation.walk = [&](const Scene& scene) {

@@ -139,9 +139,10 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
         if (mask)
             ownShowCell(maskWork, *mask, cell);
         const OrvImage& otherImage = other->tileInfo ? fetched.work.image : otherWork.image;
-        bool moved = leading == dst
-                         ? movePlain(report, move, otherImage, leadingWork.image, mask ? &maskWork.image : nullptr)
-                         : movePlain(report, move, leadingWork.image, otherImage, mask ? &maskWork.image : nullptr);
+        const OrvImage& from = leading == dst ? otherImage : leadingWork.image;
+        const OrvImage& to = leading == dst ? leadingWork.image : otherImage;
+        // A cell is an operation of its own, which a failure inside the tile provider stops.
+        bool moved = failedBefore() || movePlain(report, move, from, to, mask ? &maskWork.image : nullptr);
         fetched.release();
         ownReleaseTile(leading, cell.column, cell.row);
         return moved;
@@ -169,6 +170,9 @@ void copyMaskedBits(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIm
     src->maskROI = nullptr;
     orvSet(dst, 0);
     orvAnd(src, part.image, part.image);
+    // The part has no bit outside the mask. Without one the merge takes no memory, which could fail and leave the cleared
+    // bits.
+    dst->maskROI = nullptr;
     orvOr(dst, part.image, dst);
     src->maskROI = maskOfSrc;
     dst->maskROI = maskOfDst;
@@ -300,9 +304,13 @@ void fillMaskedBits(const OwnReport& report, OrvImage* image, bool ones)
     if (ones) {
         orvOr(image, mask, image);
     } else {
-        orvXorS(mask, mask, 1);
+        // A source without the mask's own mask, which would be combined with itself: what takes no memory cannot fail
+        // between the inversions.
+        OrvImage bare = *mask;
+        bare.maskROI = nullptr;
+        orvXorS(&bare, mask, 1);
         orvAnd(image, mask, image);
-        orvXorS(mask, mask, 1);
+        orvXorS(&bare, mask, 1);
     }
     image->maskROI = mask;
     if (failedBefore())

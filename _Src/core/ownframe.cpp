@@ -4,21 +4,25 @@
 
 namespace {
 
-// What the kernel of a pointwise operation does with plain memory.
-void processPiece(void* task, OrvImage* const* images, const OrvImage* mask)
+// One run over images alike in plain memory, padding included; false if they are not alike.
+bool processWholeBuffer(const OwnPointwise& call, OrvImage* const* images)
 {
-    const auto& call = *static_cast<const OwnPointwise*>(task);
     bool alpha = false;
     for (int i = 0; i < call.count; ++i)
         alpha = alpha || images[i]->alphaChannel != 0;
-    if (!mask && call.wholeBuffer && call.count > 1 && ownIsWholeBuffer(images, call.count, alpha)) {
-        int last = call.count - 1;
-        const void* a = images[0]->imageData;
-        const void* b = last > 1 ? images[1]->imageData : call.op.scalar;
-        int bytes = ownMax(call.op.resultBytes, 1);
-        call.op.kernel.run(a, b, images[last]->imageData, images[last]->imageSize / bytes);
-        return;
-    }
+    if (call.count < 2 || !ownIsWholeBuffer(images, call.count, alpha))
+        return false;
+    int last = call.count - 1;
+    const void* a = images[0]->imageData;
+    const void* b = last > 1 ? images[1]->imageData : call.op.scalar;
+    int bytes = ownMax(call.op.resultBytes, 1);
+    call.op.kernel.run(a, b, images[last]->imageData, images[last]->imageSize / bytes);
+    return true;
+}
+
+void processRegions(void* task, OrvImage* const* images, const OrvImage* mask)
+{
+    const auto& call = *static_cast<const OwnPointwise*>(task);
     OwnGeometry geometry[3];
     for (int i = 0; i < call.count; ++i)
         ownPlaneGeometry(*images[i], geometry[i]);
@@ -43,13 +47,13 @@ void ownRunPointwise(const OwnPointwise& call, OrvImage* mask)
     }
     void* task = const_cast<OwnPointwise*>(&call);
     if (tiled)
-        ownBandWalk(call.report, call.images, call.count, mask, processPiece, task);
-    else
-        processPiece(task, images, mask);
+        ownBandWalk(call.report, call.images, call.count, mask, processRegions, task);
+    else if (mask || call.padding == OwnPadding::stays || !processWholeBuffer(call, images))
+        processRegions(task, images, mask);
 }
 
 void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count, const OwnDepthKernels& kernels,
-                  const void* scalar, const char* refusal)
+                  const void* scalar, const char* refusal, OwnPadding padding)
 {
     OwnMask mask;
     OrvImage* third = count > 2 ? images[1].image->maskROI : nullptr;
@@ -64,7 +68,7 @@ void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count
         report(ORV_STATUS_BAD_ARG, refusal);
         return;
     }
-    OwnPointwise call = {report, {}, count, ownPixelOp(kernel, depth, scalar)};
+    OwnPointwise call = {report, {}, count, ownPixelOp(kernel, depth, scalar), padding};
     for (int i = 0; i < count; ++i)
         call.images[i] = images[i];
     ownRunPointwise(call, mask.image);

@@ -16,13 +16,16 @@ inline int32_t ownChannelCount(const OrvImage* image)
 // A family's kernels by depth. A kernel without a run is a depth that the family refuses.
 using OwnDepthKernels = OwnRowKernel[OWN_DEPTHS];
 
+// What lies behind the rows of untiled images: where it may change, images alike are processed in one run.
+enum class OwnPadding { mayChange, stays };
+
 // One pointwise call, after its checks.
 struct OwnPointwise {
     const OwnReport& report;
     OwnWalkImage images[3];  // none, one or two sources, then the destination
     int count;
     OwnPixelOp op;
-    bool wholeBuffer = true;          // images alike may be processed in one run, padding included
+    OwnPadding padding = OwnPadding::mayChange;
     const OwnTestOp* test = nullptr;  // what is done instead of `op` where the destination gets the bits of a test
 };
 
@@ -32,4 +35,4 @@ void ownRunPointwise(const OwnPointwise& call, OrvImage* mask);
 // Combines the masks of the call's images, reports "Out of memory", and runs it with the kernel of the destination's
 // depth. With a depth that the family refuses reports `refusal`.
 void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count, const OwnDepthKernels& kernels,
-                  const void* scalar, const char* refusal = nullptr);
+                  const void* scalar, const char* refusal = nullptr, OwnPadding padding = OwnPadding::mayChange);

@@ -126,7 +126,7 @@ void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Thres
                    {dstImage, "(dstImage->tileInfo->tileData == NULL)"}},
         .count = 2,
         .op = {},
-        .wholeBuffer = false,  // rows are written without their padding
+        .padding = OwnPadding::stays,
         .test = &test,
     };
     if (resultBytes) {

@@ -75,5 +75,5 @@ void ORV_CALL orvAbs(OrvImage* srcImage, OrvImage* dstImage)
     if (!chosen && colourChannels(srcImage) != colourChannels(dstImage))
         return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->nChannels != dstImage->nChannels)");
     const OwnWalkImage images[2] = {{srcImage, noTileSrc}, {dstImage, noTileDst}};
-    ownRunMasked(report, images, 2, ownScalarKernels().absolute, nullptr);
+    ownRunMasked(report, images, 2, ownScalarKernels().absolute, nullptr, nullptr, OwnPadding::stays);
 }
