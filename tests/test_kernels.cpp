@@ -116,16 +116,16 @@ void checkRow(const RowCase& one, ptrdiff_t n, Random& random)
     const void* second = one.sources > 1 ? b.data() : one.scalar;
     Bytes whole = before;
     for (ptrdiff_t i = 0; i < n; ++i)
-        one.reference.run(a.data() + i * one.sourceBytes, one.sources > 1 ? b.data() + i * one.sourceBytes : one.scalar,
-                          whole.data() + i * one.resultBytes, 1);
+        one.reference.run({a.data() + i * one.sourceBytes, one.sources > 1 ? b.data() + i * one.sourceBytes : one.scalar,
+                           whole.data() + i * one.resultBytes, 1});
 
     Bytes got = before;
-    one.kernel.run(a.data(), second, got.data(), n);
+    one.kernel.run({a.data(), second, got.data(), n});
     EXPECT_TRUE(got == whole) << one.name << " run " << n;
     if (one.sourceBytes == one.resultBytes && one.sources > 0) {
         Bytes inPlace = whole;
         memcpy(inPlace.data(), a.data(), a.size());
-        one.kernel.run(inPlace.data(), second, inPlace.data(), n);
+        one.kernel.run({inPlace.data(), second, inPlace.data(), n});
         EXPECT_TRUE(inPlace == whole) << one.name << " run in place " << n;
     }
 

@@ -193,8 +193,8 @@ void fillConstant(const Layout& layout, const OrvImage& image, int side, uint8_t
                          : layout.valueBytes == 2       ? static_cast<const void*>(&half)
                          : image.depth == ORV_DEPTH_32F ? static_cast<const void*>(&real)
                                                         : &value;
-    ownRowKernels().fill[layout.depth].run(nullptr, scalar, dst + to * layout.pixelBytes(),
-                                           ptrdiff_t(n) * layout.values);
+    ownRowKernels().fill[layout.depth].run(
+        {nullptr, scalar, dst + to * layout.pixelBytes(), ptrdiff_t(n) * layout.values});
 }
 
 // ---- Reading ------------------------------------------------------------------------------------------------------

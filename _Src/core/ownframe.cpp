@@ -16,7 +16,7 @@ bool processWholeBuffer(const OwnPointwise& call, OrvImage* const* images)
     const void* a = images[0]->imageData;
     const void* b = last > 1 ? images[1]->imageData : call.op.scalar;
     int bytes = ownMax(call.op.resultBytes, 1);
-    call.op.kernel.run(a, b, images[last]->imageData, images[last]->imageSize / bytes);
+    call.op.kernel.run({a, b, images[last]->imageData, images[last]->imageSize / bytes});
     return true;
 }
 

@@ -135,7 +135,7 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
             move.lanes[result](mask->data + (x >> 3), mask->bit, pass.values, pass.values, lanes.bytes, pixels);
             pass.op.kernel.select(from[0], from[1], d, lanes.bytes, n);
         } else {
-            pass.op.kernel.run(from[0], from[1], d, n);
+            pass.op.kernel.run({from[0], from[1], d, n});
         }
         if (!direct)
             move.scatter[result](d, at.d, rows[last].step, pass.values, pixels);
@@ -154,23 +154,19 @@ void valueRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t w
     }
 }
 
-// The plain case, without a thought for a row but its addresses.
+// The plain case, without a thought for a row.
 void compactRows(const ValuePass& pass, const OwnGeometry* images, const Row* rows, OwnSize size)
 {
     int sources = pass.count - 1;
-    const uint8_t* a = sources > 0 ? rows[0].data : nullptr;
-    const uint8_t* b = sources > 1 ? rows[1].data : static_cast<const uint8_t*>(pass.op.scalar);
-    uint8_t* d = rows[sources].data;
-    ptrdiff_t aStep = sources > 0 ? images[0].rowStep : 0;
-    ptrdiff_t bStep = sources > 1 ? images[1].rowStep : 0;
-    ptrdiff_t n = ptrdiff_t(size.width) * pass.values;
-    OwnRun run = pass.op.kernel.run;
-    for (int32_t y = 0; y < size.height; ++y) {
-        run(a, b, d, n);
-        a += aStep;
-        b += bStep;
-        d += images[sources].rowStep;
-    }
+    OwnRows all = {.a = sources > 0 ? rows[0].data : nullptr,
+                   .b = sources > 1 ? rows[1].data : pass.op.scalar,
+                   .d = rows[sources].data,
+                   .n = ptrdiff_t(size.width) * pass.values,
+                   .count = size.height,
+                   .aStep = sources > 0 ? images[0].rowStep : 0,
+                   .bStep = sources > 1 ? images[1].rowStep : 0,
+                   .dStep = images[sources].rowStep};
+    pass.op.kernel.run(all);
 }
 
 // Rows that follow one another without a gap, also those of the mask, are one row.
@@ -274,12 +270,12 @@ void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int
         ptrdiff_t bStep = count > 2;  // a scalar stays where it is
         auto edge = [&](ptrdiff_t at, uint8_t mask) {
             uint8_t byte;
-            kernel.run(a + at * aStep, b + at * bStep, &byte, 1);
+            kernel.run({a + at * aStep, b + at * bStep, &byte, 1});
             move.mergeBits(&byte, &mask, out + at, 1);
         };
         if (mask) {
             Scratch result;
-            kernel.run(a, b, result.bytes, bytes);
+            kernel.run({a, b, result.bytes, bytes});
             move.mergeBits(result.bytes, bring(*mask, aligned[2].bytes, true), out, bytes);
         } else {
             uint8_t firstMask = uint8_t(0xFF >> bit);
@@ -291,7 +287,7 @@ void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int
             if (begin)
                 edge(0, firstMask);
             if (end > begin)
-                kernel.run(a + begin * aStep, b + begin * bStep, out + begin, end - begin);
+                kernel.run({a + begin * aStep, b + begin * bStep, out + begin, end - begin});
             if (end < bytes)
                 edge(end, lastMask);
         }
@@ -411,7 +407,7 @@ void testChannels(const TestPass& pass, const OwnGeometry* images, int32_t y, in
     testPixels(pass, images, 0, y, x, pixels, {bits.bytes, to.bit});
     for (int32_t channel = 1; channel < pass.passes; ++channel) {
         testPixels(pass, images, channel, y, x, pixels, {more.bytes, to.bit});
-        move.bitAnd.run(bits.bytes, more.bytes, bits.bytes, (to.bit + pixels + 7) >> 3);
+        move.bitAnd.run({bits.bytes, more.bytes, bits.bytes, (to.bit + pixels + 7) >> 3});
     }
     Row rows[2] = {{bits.bytes, 1, to.bit}, {to.data, 1, to.bit}};
     Row mask = {const_cast<uint8_t*>(to.mask), 1, to.maskBit};

@@ -7,10 +7,22 @@
 #include <stddef.h>
 #include <stdint.h>
 
-// d[i] = f(a[i], b[i]) for n values. A kernel with one source reads its scalar from b, one without reads it too.
-using OwnRun = void (*)(const void* a, const void* b, void* d, ptrdiff_t n);
+// Rows of n values: where the first one begins and how many bytes lie from row to row.
+struct OwnRows {
+    const void* a;
+    const void* b;  // a kernel with one source reads its scalar here, one without reads it too
+    void* d;
+    ptrdiff_t n;
+    ptrdiff_t count = 1;
+    ptrdiff_t aStep = 0;
+    ptrdiff_t bStep = 0;
+    ptrdiff_t dStep = 0;
+};
 
-// The same, but only where lanes[i], a value of d's size, has all bits set; where it has none, d[i] is stored as it is.
+// d[i] = f(a[i], b[i]) for the values of all rows.
+using OwnRun = void (*)(const OwnRows& rows);
+
+// The same for n values, but only where lanes[i], a value of d's size, has all bits set; where it has none, d[i] is stored as it is.
 using OwnSelect = void (*)(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n);
 
 // The same for n values, at least OWN_MASKED_LEAST, under mask bits of which the first is bit 7 - bit of *bits.
@@ -52,6 +64,27 @@ struct LaneOf<4> {
 template <class T>
 using Lane = typename LaneOf<sizeof(T)>::type;
 
+// Vectors of values, for operations of which the compiler does not find the best form by itself.
+#if defined(__AVX2__)
+constexpr ptrdiff_t vectorBytes = 32;
+#else
+constexpr ptrdiff_t vectorBytes = 16;
+#endif
+template <class T>
+struct VectorOf {
+    typedef T type __attribute__((vector_size(vectorBytes)));
+};
+template <class T>
+using Vector = typename VectorOf<T>::type;
+
+template <class T>
+inline __attribute__((always_inline)) Vector<T> vectorAt(const T* values)
+{
+    Vector<T> vector;
+    __builtin_memcpy(&vector, values, sizeof vector);
+    return vector;
+}
+
 // A lane of a byte selects bit by bit, since bytes may be eight pixels of 1U.
 template <class T>
 inline T select(Lane<T> lane, T yes, T no)
@@ -62,20 +95,33 @@ inline T select(Lane<T> lane, T yes, T no)
         return lane < 0 ? yes : no;
 }
 
-// Of the lanes of values the sign tells.
+// Of the lanes of values the sign tells; without an instruction for it bytes are chosen bit by bit.
 template <class T>
 inline T blend(Lane<T> lane, T yes, T no)
 {
+#if defined(__AVX2__)
     return lane < 0 ? yes : no;
+#else
+    return select<T>(lane, yes, no);
+#endif
 }
 
-// d[i] = value(i) for n values from `start` on; a count that the compiler knows becomes a few vectors.
+// to[i] = value(start + i) for n values; a count that the compiler knows becomes a few vectors. A value may know how to
+// make a vector itself.
 template <int n, class D, class Value>
-inline __attribute__((always_inline)) void storeBlock(D* d, ptrdiff_t start, Value value)
+inline __attribute__((always_inline)) void computeBlock(D* to, ptrdiff_t start, Value value)
 {
+    constexpr ptrdiff_t lanes = vectorBytes / ptrdiff_t(sizeof(D));
+    if constexpr (n % lanes == 0 && requires { value.vector(start); }) {
+        for (ptrdiff_t i = 0; i < n; i += lanes) {
+            auto vector = value.vector(start + i);
+            __builtin_memcpy(to + i, &vector, sizeof vector);
+        }
+    } else {
 #pragma GCC ivdep
-    for (ptrdiff_t i = start; i < start + n; ++i)
-        d[i] = value(i);
+        for (ptrdiff_t i = 0; i < n; ++i)
+            to[i] = value(start + i);
+    }
 }
 
 // Stores value(i) for n values. Rows are short as often as long, so there are no loops over what is left at the ends:
@@ -95,19 +141,57 @@ inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPl
     }
     if (inPlace) {
         D last[block];
-        for (int i = 0; i < block; ++i)
-            last[i] = value(n - block + i);
+        computeBlock<block>(last, n - block, value);
         for (ptrdiff_t i = 0; i < n - block; i += block)
-            storeBlock<block>(d, i, value);
+            computeBlock<block>(d + i, i, value);
         __builtin_memcpy(d + n - block, last, sizeof last);
         return;
     }
-    storeBlock<block>(d, 0, value);
+    computeBlock<block>(d, 0, value);
     constexpr ptrdiff_t cacheLine = 64;
     ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & (cacheLine - 1));
     for (ptrdiff_t i = aligned / ptrdiff_t(sizeof(D)); i < n - block; i += block)
-        storeBlock<block>(d, i, value);
-    storeBlock<block>(d, n - block, value);
+        computeBlock<block>(d + i, i, value);
+    computeBlock<block>(d + n - block, n - block, value);
+}
+
+// Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in a
+// row but not where the next one begins, which of short rows is all there is.
+template <class S, class D, int sources, class Row>
+inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
+{
+    constexpr ptrdiff_t distance = 512;  // bytes ahead
+    constexpr ptrdiff_t longest = 1024;  // what is fetched of a row
+    constexpr ptrdiff_t cacheLine = 64;
+    constexpr ptrdiff_t widest = sizeof(S) > sizeof(D) ? sizeof(S) : sizeof(D);
+    auto* a = static_cast<const uint8_t*>(rows.a);
+    auto* b = static_cast<const uint8_t*>(rows.b);
+    auto* d = static_cast<uint8_t*>(rows.d);
+    const ptrdiff_t count = rows.count, aStep = rows.aStep, bStep = rows.bStep, dStep = rows.dStep;
+    ptrdiff_t bytes = rows.n * widest;
+    const ptrdiff_t ahead = bytes && bytes < distance ? distance / bytes : 1;
+    bytes = bytes < longest ? bytes : longest;
+    for (ptrdiff_t y = 0; y < count; ++y) {
+        if (y + 1 < count) {
+            // The addresses may lie behind the image, where nothing comes of it.
+            auto nextA = reinterpret_cast<uintptr_t>(a) + uintptr_t(ahead * aStep);
+            auto nextB = reinterpret_cast<uintptr_t>(b) + uintptr_t(ahead * bStep);
+            auto nextD = reinterpret_cast<uintptr_t>(d) + uintptr_t(ahead * dStep);
+            for (ptrdiff_t i = 0; i < bytes; i += cacheLine) {
+                const auto ofSource = uintptr_t(i * ptrdiff_t(sizeof(S)) / widest);
+                if constexpr (sources > 0)
+                    __builtin_prefetch(reinterpret_cast<const void*>(nextA + ofSource));
+                if constexpr (sources > 1)
+                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + ofSource));
+                __builtin_prefetch(
+                    reinterpret_cast<const void*>(nextD + uintptr_t(i * ptrdiff_t(sizeof(D)) / widest)));
+            }
+        }
+        row(a, b, d);
+        a += aStep;
+        b += bStep;
+        d += dStep;
+    }
 }
 
 // 64 mask bits from bit `position` of *bits on, the first one on top. Reads the bytes that hold them and no other.
@@ -164,62 +248,105 @@ inline __attribute__((always_inline)) void maskRow(D* d, ptrdiff_t n, const uint
     __builtin_memcpy(d + n - block, last, sizeof last);
 }
 
-// Rows of f(a[i], b[i]); Op has the types Source and Result and the function of(a, b).
+// Values of f(x[i], y[i]) and, with an Op for one source, of f(x[i]); as vectors where Op knows them.
+template <class Op>
+struct TwoSourceValue {
+    using S = typename Op::Source;
+    const S* x;
+    const S* y;
+
+    auto operator()(ptrdiff_t i) const { return Op::of(x[i], y[i]); }
+    auto vector(ptrdiff_t i) const
+        requires requires(Vector<S> v) { Op::of(v, v); }
+    {
+        return Op::of(vectorAt(x + i), vectorAt(y + i));
+    }
+};
+
+template <class Op>
+struct OneSourceValue {
+    using S = typename Op::Source;
+    Op op;
+    const S* x;
+
+    auto operator()(ptrdiff_t i) const { return op(x[i]); }
+    auto vector(ptrdiff_t i) const
+        requires requires(const Op& f, Vector<S> v) { f(v); }
+    {
+        return op(vectorAt(x + i));
+    }
+};
+
+// A value where its lane is set, and what is stored there otherwise.
+template <class D, class Value>
+struct SelectedValue {
+    Value value;
+    const Lane<D>* lanes;
+    const D* stored;
+
+    D operator()(ptrdiff_t i) const { return OWN_ISA::select<D>(lanes[i], value(i), stored[i]); }
+    auto vector(ptrdiff_t i) const
+        requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
+    {
+        Vector<D> no = vectorAt(stored + i);
+        return no ^ ((value.vector(i) ^ no) & Vector<D>(vectorAt(lanes + i)));
+    }
+};
+
+// Rows of f(a[i], b[i]); Op has the types Source and Result and the function of(a, b), perhaps also for vectors.
 template <class Op>
 struct TwoSourceRows {
     using S = typename Op::Source;
     using D = typename Op::Result;
+    using Value = TwoSourceValue<Op>;
 
-    static void run(const void* a, const void* b, void* d, ptrdiff_t n)
+    static Value value(const void* a, const void* b) { return {static_cast<const S*>(a), static_cast<const S*>(b)}; }
+    static void run(const OwnRows& rows)
     {
-        auto* x = static_cast<const S*>(a);
-        auto* y = static_cast<const S*>(b);
-        storeRow(static_cast<D*>(d), n, a == d || b == d, [=](ptrdiff_t i) { return Op::of(x[i], y[i]); });
+        const ptrdiff_t n = rows.n;
+        forRows<S, D, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) {
+            storeRow(reinterpret_cast<D*>(d), n, a == d || b == d, value(a, b));
+        });
     }
     static void select(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n)
     {
-        auto* x = static_cast<const S*>(a);
-        auto* y = static_cast<const S*>(b);
         auto* z = static_cast<D*>(d);
-        auto* lane = static_cast<const Lane<D>*>(lanes);
         storeRow(z, n, a == d || b == d,
-                 [=](ptrdiff_t i) { return OWN_ISA::select<D>(lane[i], Op::of(x[i], y[i]), z[i]); });
+                 SelectedValue<D, Value>{value(a, b), static_cast<const Lane<D>*>(lanes), z});
     }
     static void masked(const void* a, const void* b, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
     {
-        auto* x = static_cast<const S*>(a);
-        auto* y = static_cast<const S*>(b);
-        maskRow(static_cast<D*>(d), n, bits, bit, [=](ptrdiff_t i) { return Op::of(x[i], y[i]); });
+        maskRow(static_cast<D*>(d), n, bits, bit, value(a, b));
     }
     static constexpr OwnRowKernel kernel = {run, select, masked};
 };
 
 // Rows of f(a[i]) with a scalar; Op is made from the scalar's address and has the types Source and Result and
-// operator()(a).
+// operator()(a), perhaps also for vectors.
 template <class Op>
 struct OneSourceRows {
     using S = typename Op::Source;
     using D = typename Op::Result;
+    using Value = OneSourceValue<Op>;
 
-    static void run(const void* a, const void* scalar, void* d, ptrdiff_t n)
+    static void run(const OwnRows& rows)
     {
-        const Op op(scalar);
-        auto* x = static_cast<const S*>(a);
-        storeRow(static_cast<D*>(d), n, a == d, [=](ptrdiff_t i) { return op(x[i]); });
+        const Op op(rows.b);
+        const ptrdiff_t n = rows.n;
+        forRows<S, D, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) {
+            storeRow(reinterpret_cast<D*>(d), n, a == d, Value{op, reinterpret_cast<const S*>(a)});
+        });
     }
     static void select(const void* a, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
     {
-        const Op op(scalar);
-        auto* x = static_cast<const S*>(a);
         auto* z = static_cast<D*>(d);
-        auto* lane = static_cast<const Lane<D>*>(lanes);
-        storeRow(z, n, a == d, [=](ptrdiff_t i) { return OWN_ISA::select<D>(lane[i], op(x[i]), z[i]); });
+        storeRow(z, n, a == d,
+                 SelectedValue<D, Value>{
+                     {Op(scalar), static_cast<const S*>(a)}, static_cast<const Lane<D>*>(lanes), z});
     }
     static void masked(const void* a, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
     {
-        const Op op(scalar);
-        auto* x = static_cast<const S*>(a);
-        maskRow(static_cast<D*>(d), n, bits, bit, [=](ptrdiff_t i) { return op(x[i]); });
+        maskRow(static_cast<D*>(d), n, bits, bit, Value{Op(scalar), static_cast<const S*>(a)});
     }
     static constexpr OwnRowKernel kernel = {run, select, masked};
 };

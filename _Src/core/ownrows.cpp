@@ -401,16 +401,20 @@ struct Copy {
 
 // Rows of one image may lie in the same buffer as the other's, shifted.
 template <class T>
-void copyRun(const void* a, const void*, void* d, ptrdiff_t n)
+void copyRun(const OwnRows& rows)
 {
-    memmove(d, a, size_t(n) * sizeof(T));
+    const size_t bytes = size_t(rows.n) * sizeof(T);
+    forRows<T, T, 1>(rows, [bytes](const uint8_t* a, const uint8_t*, uint8_t* d) { memmove(d, a, bytes); });
 }
 
 template <class T>
-void fillRun(const void*, const void* scalar, void* d, ptrdiff_t n)
+void fillRun(const OwnRows& rows)
 {
-    const T value = *static_cast<const T*>(scalar);
-    storeRow(static_cast<T*>(d), n, false, [=](ptrdiff_t) { return value; });
+    const T value = *static_cast<const T*>(rows.b);
+    const ptrdiff_t n = rows.n;
+    forRows<T, T, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) {
+        storeRow(reinterpret_cast<T*>(d), n, false, [value](ptrdiff_t) { return value; });
+    });
 }
 
 template <class T>

@@ -10,14 +10,22 @@ template <class T>
 struct Add {
     using Source = T;
     using Result = T;
-    static T of(T a, T b) { return addSat(a, b); }
+    template <class V>
+    static auto of(V a, V b) -> decltype(addSat(a, b))
+    {
+        return addSat(a, b);
+    }
 };
 
 template <class T>
 struct Subtract {
     using Source = T;
     using Result = T;
-    static T of(T a, T b) { return subtractSat(a, b); }
+    template <class V>
+    static auto of(V a, V b) -> decltype(subtractSat(a, b))
+    {
+        return subtractSat(a, b);
+    }
 };
 
 template <class T>

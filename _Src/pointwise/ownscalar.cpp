@@ -19,12 +19,22 @@ struct SlideUp {
         after = T(slide.after);
     }
     T operator()(T a) const { return T(addSat(T(a ^ before), amount) ^ after); }
+    template <class V>
+    auto operator()(V a) const -> decltype(addSat(a, a))
+    {
+        return addSat(a ^ before, V{} + amount) ^ after;
+    }
 };
 
 template <class T>
 struct SlideDown : SlideUp<T> {
     using SlideUp<T>::SlideUp;
     T operator()(T a) const { return T(subtractSat(T(a ^ this->before), this->amount) ^ this->after); }
+    template <class V>
+    auto operator()(V a) const -> decltype(subtractSat(a, a))
+    {
+        return subtractSat(a ^ this->before, V{} + this->amount) ^ this->after;
+    }
 };
 
 // Operations whose scalar is a value of the depth.

@@ -4,6 +4,14 @@
 
 #include <stdint.h>
 
+#include "../core/ownrow.h"
+
+#if defined(__AVX2__)
+#include <immintrin.h>
+#elif defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace OWN_ISA {
 
 template <class T>
@@ -84,6 +92,32 @@ inline int32_t subtractSat(int32_t a, int32_t b)
     int32_t limit = (a >> 31) ^ INT32_MAX;
     return ((a ^ b) & (a ^ difference)) < 0 ? limit : difference;
 }
+
+// Vectors below 32 bits, for which there are instructions that the compiler does not make of the above.
+#if defined(__AVX2__)
+#define OWN_SATURATE(T, name, operation)                                        \
+    inline __attribute__((always_inline)) Vector<T> name(Vector<T> a, Vector<T> b) \
+    {                                                                           \
+        return Vector<T>(_mm256_##operation((__m256i)a, (__m256i)b));           \
+    }
+#elif defined(__SSE2__)
+#define OWN_SATURATE(T, name, operation)                                        \
+    inline __attribute__((always_inline)) Vector<T> name(Vector<T> a, Vector<T> b) \
+    {                                                                           \
+        return Vector<T>(_mm_##operation((__m128i)a, (__m128i)b));              \
+    }
+#endif
+#ifdef OWN_SATURATE
+OWN_SATURATE(uint8_t, addSat, adds_epu8)
+OWN_SATURATE(int8_t, addSat, adds_epi8)
+OWN_SATURATE(uint16_t, addSat, adds_epu16)
+OWN_SATURATE(int16_t, addSat, adds_epi16)
+OWN_SATURATE(uint8_t, subtractSat, subs_epu8)
+OWN_SATURATE(int8_t, subtractSat, subs_epi8)
+OWN_SATURATE(uint16_t, subtractSat, subs_epu16)
+OWN_SATURATE(int16_t, subtractSat, subs_epi16)
+#undef OWN_SATURATE
+#endif
 
 inline float addSat(float a, float b)
 {
