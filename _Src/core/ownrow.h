@@ -304,7 +304,7 @@ struct TwoSourceRows {
     static void run(const OwnRows& rows)
     {
         const ptrdiff_t n = rows.n;
-        forRows<S, D, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) {
+        forRows<S, D, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
             storeRow(reinterpret_cast<D*>(d), n, a == d || b == d, value(a, b));
         });
     }
@@ -333,7 +333,7 @@ struct OneSourceRows {
     {
         const Op op(rows.b);
         const ptrdiff_t n = rows.n;
-        forRows<S, D, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) {
+        forRows<S, D, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
             storeRow(reinterpret_cast<D*>(d), n, a == d, Value{op, reinterpret_cast<const S*>(a)});
         });
     }
