@@ -7,6 +7,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <type_traits>
+
 // Rows of n values: where the first one begins and how many bytes lie from row to row.
 struct OwnRows {
     const void* a;
@@ -95,17 +97,6 @@ inline T select(Lane<T> lane, T yes, T no)
         return lane < 0 ? yes : no;
 }
 
-// Of the lanes of values the sign tells; without an instruction for it bytes are chosen bit by bit.
-template <class T>
-inline T blend(Lane<T> lane, T yes, T no)
-{
-#if defined(__AVX2__)
-    return lane < 0 ? yes : no;
-#else
-    return select<T>(lane, yes, no);
-#endif
-}
-
 // to[i] = value(start + i) for n values; a count that the compiler knows becomes a few vectors. A value may know how to
 // make a vector itself.
 template <int n, class D, class Value>
@@ -156,7 +147,7 @@ inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPl
 }
 
 // Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in a
-// row but not where the next one begins, which of short rows is all there is.
+// row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for nothing.
 template <class S, class D, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
@@ -172,15 +163,14 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
     const ptrdiff_t ahead = bytes && bytes < distance ? distance / bytes : 1;
     bytes = bytes < longest ? bytes : longest;
     for (ptrdiff_t y = 0; y < count; ++y) {
-        if (y + 1 < count) {
+        if (sources > 0 && y + 1 < count) {
             // The addresses may lie behind the image, where nothing comes of it.
             auto nextA = reinterpret_cast<uintptr_t>(a) + uintptr_t(ahead * aStep);
             auto nextB = reinterpret_cast<uintptr_t>(b) + uintptr_t(ahead * bStep);
             auto nextD = reinterpret_cast<uintptr_t>(d) + uintptr_t(ahead * dStep);
             for (ptrdiff_t i = 0; i < bytes; i += cacheLine) {
                 const auto ofSource = uintptr_t(i * ptrdiff_t(sizeof(S)) / widest);
-                if constexpr (sources > 0)
-                    __builtin_prefetch(reinterpret_cast<const void*>(nextA + ofSource));
+                __builtin_prefetch(reinterpret_cast<const void*>(nextA + ofSource));
                 if constexpr (sources > 1)
                     __builtin_prefetch(reinterpret_cast<const void*>(nextB + ofSource));
                 __builtin_prefetch(
@@ -229,21 +219,47 @@ inline void lanesOf64(uint64_t word, int8_t* lanes)
 #endif
 }
 
+// A value where its lane is set, and what is stored there otherwise; the first lane is that of value `start`.
+template <class D, class Value>
+struct SelectedValue {
+    Value value;
+    const Lane<D>* lanes;
+    const D* stored;
+    ptrdiff_t start = 0;
+
+    D operator()(ptrdiff_t i) const { return select<D>(lanes[i - start], value(i), stored[i]); }
+    auto vector(ptrdiff_t i) const
+        requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
+    {
+        Vector<D> no = vectorAt(stored + i);
+        return no ^ ((value.vector(i) ^ no) & Vector<D>(vectorAt(lanes + (i - start))));
+    }
+};
+
+// A value where its lane, of a byte whatever the value's size, is set, and what is stored there otherwise.
+template <class D, class Value>
+struct MaskedValue {
+    Value value;
+    const int8_t* lanes;
+    const D* stored;
+    ptrdiff_t start;
+
+    D operator()(ptrdiff_t i) const { return lanes[i - start] < 0 ? value(i) : stored[i]; }
+};
+
 // Stores value(i) where the mask bit is set. As in storeRow the last block is computed first and overlaps.
 template <class D, class Value>
 inline __attribute__((always_inline)) void maskRow(D* d, ptrdiff_t n, const uint8_t* bits, int bit, Value value)
 {
+    using Chosen = std::conditional_t<sizeof(D) == 1, SelectedValue<D, Value>, MaskedValue<D, Value>>;
     constexpr int block = OWN_MASKED_LEAST;
     alignas(32) int8_t lanes[block];
     D last[block];
     lanesOf64(maskWord(bits, bit + n - block), lanes);
-    for (int i = 0; i < block; ++i)
-        last[i] = blend<D>(Lane<D>(lanes[i]), value(n - block + i), d[n - block + i]);
+    computeBlock<block>(last, n - block, Chosen{value, lanes, d, n - block});
     for (ptrdiff_t start = 0; start < n - block; start += block) {
         lanesOf64(maskWord(bits, bit + start), lanes);
-#pragma GCC ivdep
-        for (ptrdiff_t i = 0; i < block; ++i)
-            d[start + i] = blend<D>(Lane<D>(lanes[i]), value(start + i), d[start + i]);
+        computeBlock<block>(d + start, start, Chosen{value, lanes, d, start});
     }
     __builtin_memcpy(d + n - block, last, sizeof last);
 }
@@ -274,22 +290,6 @@ struct OneSourceValue {
         requires requires(const Op& f, Vector<S> v) { f(v); }
     {
         return op(vectorAt(x + i));
-    }
-};
-
-// A value where its lane is set, and what is stored there otherwise.
-template <class D, class Value>
-struct SelectedValue {
-    Value value;
-    const Lane<D>* lanes;
-    const D* stored;
-
-    D operator()(ptrdiff_t i) const { return OWN_ISA::select<D>(lanes[i], value(i), stored[i]); }
-    auto vector(ptrdiff_t i) const
-        requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
-    {
-        Vector<D> no = vectorAt(stored + i);
-        return no ^ ((value.vector(i) ^ no) & Vector<D>(vectorAt(lanes + i)));
     }
 };
 
