@@ -27,12 +27,6 @@ struct OwnTestKernel {
 #ifdef OWN_ISA
 #include <string.h>
 
-#if defined(__AVX2__)
-#include <immintrin.h>
-#elif defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace OWN_ISA {
 
 // The bits of 64 lanes, of which each is 0 or has all bits set: eight bytes in the order of memory.

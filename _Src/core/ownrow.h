@@ -45,6 +45,8 @@ enum OwnDepthIndex { OWN_1U, OWN_8U, OWN_8S, OWN_16U, OWN_16S, OWN_32S, OWN_32F,
 #ifdef OWN_ISA
 #if defined(__AVX2__)
 #include <immintrin.h>
+#elif defined(__SSE2__)
+#include <emmintrin.h>
 #endif
 
 namespace OWN_ISA {
@@ -195,29 +197,85 @@ inline uint64_t maskWord(const uint8_t* bits, ptrdiff_t position)
     return shift ? word << shift | uint64_t(first[8] >> (8 - shift)) : word;
 }
 
-// Byte lanes of 64 mask bits.
-inline void lanesOf64(uint64_t word, int8_t* lanes)
-{
-    word = __builtin_bswap64(word);
 #if defined(__AVX2__)
-    const __m256i all = _mm256_set1_epi64x(int64_t(word));
-    const __m256i wanted = _mm256_set1_epi64x(0x0102040810204080);
-    for (int half = 0; half < 2; ++half) {
-        const int64_t base = half * 0x0404040404040404;
-        const __m256i spread =
-            _mm256_setr_epi64x(base, base + 0x0101010101010101, base + 0x0202020202020202, base + 0x0303030303030303);
-        __m256i mine = _mm256_and_si256(_mm256_shuffle_epi8(all, spread), wanted);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + half * 32), _mm256_cmpeq_epi8(mine, wanted));
-    }
-#else
-    for (int j = 0; j < 8; ++j) {
-        uint64_t spread = ((word >> (8 * j) & 0xFF) * 0x0101010101010101u) & 0x0102040810204080u;
-        uint64_t tops = (spread + 0x7F7F7F7F7F7F7F7Fu) & 0x8080808080808080u;
-        uint64_t eight = tops | (tops - (tops >> 7));
-        __builtin_memcpy(lanes + j * 8, &eight, 8);
-    }
-#endif
+// For lanes of 64 bits that begin at bit `bit` of a byte: the byte and the bit that each lane takes. The bytes are counted
+// from the first one, and for the second half from the one after it if there are nine.
+struct LaneSource {
+    alignas(32) uint8_t byte[8][64];
+    alignas(32) uint8_t mask[8][64];
+};
+
+constexpr LaneSource makeLaneSource()
+{
+    LaneSource source = {};
+    for (int bit = 0; bit < 8; ++bit)
+        for (int i = 0; i < 64; ++i) {
+            source.byte[bit][i] = uint8_t(((bit + i) >> 3) - (i >= 32 && bit ? 1 : 0));
+            source.mask[bit][i] = uint8_t(128 >> ((bit + i) & 7));
+        }
+    return source;
 }
+
+constexpr LaneSource laneSource = makeLaneSource();
+#endif
+
+// Byte lanes of mask bits, of which the first is bit 7 - bit of *bits: 64 at a time, reading the bytes that hold them and no
+// other.
+class MaskLanes {
+public:
+#if defined(__AVX2__)
+    MaskLanes(const uint8_t* bits, ptrdiff_t bit) : first(bits + (bit >> 3)), second((bit & 7) != 0)
+    {
+        for (int half = 0; half < 2; ++half) {
+            spread[half] = vectorAt(laneSource.byte[bit & 7] + half * 32);
+            wanted[half] = vectorAt(laneSource.mask[bit & 7] + half * 32);
+        }
+    }
+    // From a bit on that is a multiple of eight.
+    void get(ptrdiff_t start, int8_t* lanes) const
+    {
+        for (int half = 0; half < 2; ++half) {
+            int64_t bytes;
+            __builtin_memcpy(&bytes, first + (start >> 3) + (half ? second : 0), sizeof bytes);
+            __m256i mine = _mm256_shuffle_epi8(_mm256_set1_epi64x(bytes), (__m256i)spread[half]);
+            mine = _mm256_and_si256(mine, (__m256i)wanted[half]);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + half * 32),
+                                _mm256_cmpeq_epi8(mine, (__m256i)wanted[half]));
+        }
+    }
+
+private:
+    const uint8_t* first;
+    ptrdiff_t second;  // where the second half begins
+    Vector<uint8_t> spread[2], wanted[2];
+#else
+    MaskLanes(const uint8_t* bits, ptrdiff_t bit) : bits(bits), bit(bit) {}
+    void get(ptrdiff_t start, int8_t* lanes) const
+    {
+        uint64_t word = __builtin_bswap64(maskWord(bits, bit + start));
+#if defined(__SSE2__)
+        // Each byte eight times.
+        const __m128i wanted = _mm_set1_epi64x(0x0102040810204080);
+        __m128i bytes = _mm_set_epi64x(0, int64_t(word));
+        __m128i twice = _mm_unpacklo_epi8(bytes, bytes);
+        __m128i often[2] = {_mm_unpacklo_epi16(twice, twice), _mm_unpackhi_epi16(twice, twice)};
+        for (int half = 0; half < 2; ++half) {
+            __m128i pair[2] = {_mm_unpacklo_epi32(often[half], often[half]), _mm_unpackhi_epi32(often[half], often[half])};
+            for (int k = 0; k < 2; ++k)
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes) + half * 2 + k,
+                                 _mm_cmpeq_epi8(_mm_and_si128(pair[k], wanted), wanted));
+        }
+#else
+        for (int i = 0; i < 64; ++i)
+            lanes[i] = word >> ((i & ~7) + (~i & 7)) & 1 ? -1 : 0;
+#endif
+    }
+
+private:
+    const uint8_t* bits;
+    ptrdiff_t bit;
+#endif
+};
 
 // A value where its lane is set, and what is stored there otherwise; the first lane is that of value `start`.
 template <class D, class Value>
@@ -255,10 +313,11 @@ inline __attribute__((always_inline)) void maskRow(D* d, ptrdiff_t n, const uint
     constexpr int block = OWN_MASKED_LEAST;
     alignas(32) int8_t lanes[block];
     D last[block];
-    lanesOf64(maskWord(bits, bit + n - block), lanes);
+    MaskLanes(bits, bit + n - block).get(0, lanes);
     computeBlock<block>(last, n - block, Chosen{value, lanes, d, n - block});
+    const MaskLanes mask(bits, bit);
     for (ptrdiff_t start = 0; start < n - block; start += block) {
-        lanesOf64(maskWord(bits, bit + start), lanes);
+        mask.get(start, lanes);
         computeBlock<block>(d + start, start, Chosen{value, lanes, d, start});
     }
     __builtin_memcpy(d + n - block, last, sizeof last);

@@ -135,66 +135,22 @@ void alignBits(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff
     dst[bytes - 1] = edgeByte(bytes - 1) & lastMask;
 }
 
-// The eight byte lanes of a byte of bits, the most significant bit first.
-inline uint64_t byteLanes(uint8_t bits)
-{
-    uint64_t spread = (bits * 0x0101010101010101u) & 0x0102040810204080u;
-    uint64_t tops = (spread + 0x7F7F7F7F7F7F7F7Fu) & 0x8080808080808080u;
-    return tops | (tops - (tops >> 7));
-}
-
-#if defined(__AVX2__)
-// For bits that begin at bit `bit` of eight bytes: lane i takes byte (bit + i) / 8 and the bit 128 >> (bit + i) % 8 of it.
-struct LaneSource {
-    alignas(32) uint8_t byte[8][32];
-    alignas(32) uint8_t mask[8][32];
-};
-
-constexpr LaneSource makeLaneSource()
-{
-    LaneSource source = {};
-    for (int bit = 0; bit < 8; ++bit)
-        for (int i = 0; i < 32; ++i) {
-            source.byte[bit][i] = uint8_t((bit + i) >> 3);
-            source.mask[bit][i] = uint8_t(128 >> ((bit + i) & 7));
-        }
-    return source;
-}
-
-constexpr LaneSource laneSource = makeLaneSource();
-#endif
-
-// Byte lanes of n bits, the first being bit 7 - bit of *bits; writes whole groups of 32.
+// Byte lanes of n bits, the first being bit 7 - bit of *bits.
 void byteLanesOf(const uint8_t* bits, int bit, uint8_t* lanes, ptrdiff_t n)
 {
-    ptrdiff_t bytes = (bit + n + 7) >> 3;
-    ptrdiff_t j = 0;
-#if defined(__AVX2__)
-    const __m256i spread = _mm256_load_si256(reinterpret_cast<const __m256i*>(laneSource.byte[bit]));
-    const __m256i wanted = _mm256_load_si256(reinterpret_cast<const __m256i*>(laneSource.mask[bit]));
-    auto group = [&](__m256i eight, ptrdiff_t i) {
-        __m256i mine = _mm256_and_si256(_mm256_shuffle_epi8(eight, spread), wanted);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + i * 8), _mm256_cmpeq_epi8(mine, wanted));
-    };
-    for (; j + 8 <= bytes; j += 4)
-        group(_mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bits + j))), j);
-    for (; j * 8 < n; j += 4) {
-        uint64_t rest = 0;
-        if (bytes >= 8) {
-            memcpy(&rest, bits + bytes - 8, 8);
-            rest >>= 8 * (8 - (bytes - j));
-        } else {
-            for (ptrdiff_t k = j; k < bytes; ++k)
-                rest |= uint64_t(bits[k]) << (8 * (k - j));
-        }
-        group(_mm256_set1_epi64x(int64_t(rest)), j);
-    }
-#else
-    for (; j * 8 < n; ++j) {
-        uint64_t eight = byteLanes(shiftedByte(bits, j, bit, j + 1 < bytes));
-        memcpy(lanes + j * 8, &eight, 8);
-    }
-#endif
+    constexpr ptrdiff_t block = 64;
+    auto* out = reinterpret_cast<int8_t*>(lanes);
+    const MaskLanes all(bits, bit);
+    ptrdiff_t i = 0;
+    for (; i + block <= n; i += block)
+        all.get(i, out + i);
+    if (i == n)
+        return;
+    uint8_t rest[block / 8 + 1] = {};
+    int8_t last[block];
+    memcpy(rest, bits + ((bit + i) >> 3), size_t((bit + n + 7) >> 3) - size_t((bit + i) >> 3));
+    MaskLanes(rest, bit).get(0, last);
+    memcpy(out + i, last, size_t(n - i));
 }
 
 template <class T, int step, int values>

@@ -11,7 +11,7 @@ struct OwnRowKernels {
     void (*gather[3])(const void* src, ptrdiff_t step, ptrdiff_t values, void* dst, ptrdiff_t n);
     void (*scatter[3])(const void* src, void* dst, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n);
     // Makes lanes of n mask bits, the first being bit 7 - bit of *bits: for each pixel `step` lanes, of which the first
-    // `values` have all bits set where the mask bit is set. There must be room for n rounded up to 32 pixels.
+    // `values` have all bits set where the mask bit is set.
     void (*lanes[3])(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n);
 
     // By depth; 1U takes its rows as bytes.
@@ -26,7 +26,7 @@ struct OwnRowKernels {
     // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
     // copied are cleared.
     void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
-    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits. There must be room for n rounded up to 32.
+    // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits.
     void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
     // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are; the other lanes are
     // read too, and there must be room for those of the last pixel. From bit 0 on and without a mask the bits may take the

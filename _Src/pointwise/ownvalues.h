@@ -6,12 +6,6 @@
 
 #include "../core/ownrow.h"
 
-#if defined(__AVX2__)
-#include <immintrin.h>
-#elif defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace OWN_ISA {
 
 template <class T>
