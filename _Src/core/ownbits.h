@@ -104,13 +104,18 @@ inline __attribute__((always_inline)) uint64_t bitsOfBlock(ptrdiff_t start, Test
     return packedLanes(lanes);
 }
 
-// Stores those bits of a word that the mask has into the eight bytes at d.
-inline void mergeWord(uint8_t* d, uint64_t bits, uint64_t mask)
+// The eight bytes at d, the first on top, with those bits of a word that the mask has.
+inline uint64_t mergedWord(const uint8_t* d, uint64_t bits, uint64_t mask)
 {
     uint64_t word;
     __builtin_memcpy(&word, d, sizeof word);
     word = __builtin_bswap64(word);
-    word = __builtin_bswap64(word ^ ((word ^ bits) & mask));
+    return word ^ ((word ^ bits) & mask);
+}
+
+inline void storeWord(uint8_t* d, uint64_t word)
+{
+    word = __builtin_bswap64(word);
     __builtin_memcpy(d, &word, sizeof word);
 }
 
@@ -127,14 +132,16 @@ inline __attribute__((noinline)) void mergeFew(const OwnBitPlace& to, uint64_t b
     uint8_t window[16] = {};
     size_t size = size_t((to.bit + n + 7) >> 3);
     memcpy(window, to.data, size);
-    mergeWord(window, bits >> to.bit, mask >> to.bit);
+    storeWord(window, mergedWord(window, bits >> to.bit, mask >> to.bit));
     if (size > 8)
-        mergeWord(window + 8, bits << (64 - to.bit), mask << (64 - to.bit));
+        storeWord(window + 8, mergedWord(window + 8, bits << (64 - to.bit), mask << (64 - to.bit)));
     memcpy(to.data, window, size);
 }
 
 // Stores the bits of n pixels. block(start) answers those of 64 as eight bytes in the order of memory, few(n) those of a row
-// that is shorter, the first on top. What whole blocks leave at the ends is stored by blocks that overlap them.
+// that is shorter, the first on top. What whole blocks leave at the ends is stored by blocks that overlap them. The last one
+// is read and computed first: a load of bytes that were stored in parts has to wait for them, and the bits may take the place
+// of what they are made of.
 template <class Block, class Few>
 inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Few few)
 {
@@ -143,39 +150,32 @@ inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrd
             mergeFew(to, few(n), n);
         return;
     }
-    // The ends: eight bytes, of whose bits some lie before or behind the row.
-    struct End {
-        uint8_t* d;
-        ptrdiff_t start;
-        int before, behind;
-    } ends[2];
-    int endCount = 0;
-    uint8_t* d = to.data;
-    ptrdiff_t i = 0;
-    if (to.bit) {
-        ends[endCount++] = {d, 0, to.bit, 0};
-        i = bitBlock - to.bit;
-        d += 8;
+    // The pixels of the first eight bytes where a part of them lies before the row, and the last ones that fill no eight.
+    const ptrdiff_t head = to.bit ? bitBlock - to.bit : 0;
+    const ptrdiff_t tail = (n - head) % bitBlock;
+    uint8_t* d = to.data + (head ? 8 : 0);
+    uint8_t* end = d + (n - head - tail) / 8 + (tail + 7) / 8 - 8;
+    const int behind = int(-tail & 7);
+    uint64_t last = 0;
+    if (tail) {
+        uint64_t mask = (to.mask ? maskWord(to.mask, to.maskBit + n - bitBlock) : ~uint64_t{0}) << behind;
+        last = mergedWord(end, __builtin_bswap64(block(n - bitBlock)) << behind, mask);
+    }
+    if (head) {
+        uint64_t mask = (to.mask ? maskWord(to.mask, to.maskBit) : ~uint64_t{0}) >> to.bit;
+        storeWord(to.data, mergedWord(to.data, __builtin_bswap64(block(0)) >> to.bit, mask));
     }
     if (to.mask) {
-        for (; n - i >= bitBlock; i += bitBlock, d += 8)
-            mergeWord(d, __builtin_bswap64(block(i)), maskWord(to.mask, to.maskBit + i));
+        for (ptrdiff_t i = head; n - i >= bitBlock; i += bitBlock, d += 8)
+            storeWord(d, mergedWord(d, __builtin_bswap64(block(i)), maskWord(to.mask, to.maskBit + i)));
     } else {
-        for (; n - i >= bitBlock; i += bitBlock, d += 8) {
+        for (ptrdiff_t i = head; n - i >= bitBlock; i += bitBlock, d += 8) {
             uint64_t bits = block(i);
             __builtin_memcpy(d, &bits, sizeof bits);
         }
     }
-    if (i < n) {
-        ptrdiff_t bytes = (n - i + 7) >> 3;
-        ends[endCount++] = {d + bytes - 8, n - bitBlock, 0, int(bytes * 8 - (n - i))};
-    }
-    for (int k = 0; k < endCount; ++k) {
-        const End& end = ends[k];
-        uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit + end.start) : ~uint64_t{0};
-        mergeWord(end.d, __builtin_bswap64(block(end.start)) >> end.before << end.behind,
-                  mask >> end.before << end.behind);
-    }
+    if (tail)
+        storeWord(end, last);
 }
 
 // Kernels of a test. Op is made from the scalar's address and has the type Source and operator()(a, b) or operator()(a).
