@@ -240,9 +240,9 @@ TEST(Kernels, TestsAreAsTheirValues)
             }
             kernel.lanes(a.data(), second, scalar, got.data(), n);
             EXPECT_TRUE(got == expected) << name << " lanes " << n;
-            kernel.bits(a.data(), second, scalar, {bits.data(), bit}, n);
+            kernel.bits({a.data(), second, scalar, {bits.data(), bit}, n});
             EXPECT_TRUE(bits == expectedBits) << name << " bits " << n << " from bit " << bit;
-            kernel.bits(a.data(), second, scalar, {masked.data(), bit, mask.data(), maskBit}, n);
+            kernel.bits({a.data(), second, scalar, {masked.data(), bit, mask.data(), maskBit}, n});
             EXPECT_TRUE(masked == expectedMasked) << name << " masked bits " << n << " from bit " << bit;
         }
     };

@@ -15,8 +15,22 @@ struct OwnBitPlace {
     int maskBit = 0;
 };
 
-// The same as bits.
-using OwnTestBits = void (*)(const void* a, const void* b, const void* scalar, const OwnBitPlace& to, ptrdiff_t n);
+// Rows of n values: where the first one begins, where its bits go, and how many bytes lie from row to row.
+struct OwnTestRows {
+    const void* a;
+    const void* b;
+    const void* scalar;
+    OwnBitPlace to;
+    ptrdiff_t n;
+    ptrdiff_t count = 1;
+    ptrdiff_t aStep = 0;
+    ptrdiff_t bStep = 0;
+    ptrdiff_t bitStep = 0;
+    ptrdiff_t maskStep = 0;
+};
+
+// The same as bits, for all rows.
+using OwnTestBits = void (*)(const OwnTestRows& rows);
 
 struct OwnTestKernel {
     OwnTestLanes lanes;
@@ -138,44 +152,64 @@ inline __attribute__((noinline)) void mergeFew(const OwnBitPlace& to, uint64_t b
     memcpy(to.data, window, size);
 }
 
-// Stores the bits of n pixels. block(start) answers those of 64 as eight bytes in the order of memory, few(n) those of a row
-// that is shorter, the first on top. What whole blocks leave at the ends is stored by blocks that overlap them. The last one
-// is read and computed first: a load of bytes that were stored in parts has to wait for them, and the bits may take the place
-// of what they are made of.
-template <class Block, class Few>
-inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Few few)
+// Where the blocks of a row of n bits, at least one block, lie: the first one where a part of its eight bytes lies before the
+// row, whole ones, and the last one where they leave bits over. It overlaps the others.
+struct BitBlocks {
+    ptrdiff_t head;   // pixels in the first one's bytes, 0 for none
+    ptrdiff_t whole;  // the pixel where the whole ones end
+    ptrdiff_t last;   // the last one's bytes, from the row's first byte on; -1 for none
+    int bit;
+    int behind;  // bits behind the row in the last one's bytes
+
+    BitBlocks(int bit, ptrdiff_t n) : head(bit ? bitBlock - bit : 0), bit(bit)
+    {
+        const ptrdiff_t tail = (n - head) & (bitBlock - 1);
+        whole = n - tail;
+        last = tail ? ((bit + n + 7) >> 3) - 8 : -1;
+        behind = int(-tail & 7);
+    }
+};
+
+// Stores the bits of n pixels, at least one block. block(start) answers those of 64 as eight bytes in the order of memory. The
+// last block is read and computed first: a load of bytes that were stored in parts has to wait for them, and the bits may
+// take the place of what they are made of.
+template <class Block>
+inline __attribute__((always_inline)) void storeBlocks(const BitBlocks& blocks, const OwnBitPlace& to, ptrdiff_t n,
+                                                       Block block)
 {
-    if (n < bitBlock) {
-        if (n > 0)
-            mergeFew(to, few(n), n);
-        return;
-    }
-    // The pixels of the first eight bytes where a part of them lies before the row, and the last ones that fill no eight.
-    const ptrdiff_t head = to.bit ? bitBlock - to.bit : 0;
-    const ptrdiff_t tail = (n - head) % bitBlock;
-    uint8_t* d = to.data + (head ? 8 : 0);
-    uint8_t* end = d + (n - head - tail) / 8 + (tail + 7) / 8 - 8;
-    const int behind = int(-tail & 7);
+    uint8_t* d = to.data;
     uint64_t last = 0;
-    if (tail) {
-        uint64_t mask = (to.mask ? maskWord(to.mask, to.maskBit + n - bitBlock) : ~uint64_t{0}) << behind;
-        last = mergedWord(end, __builtin_bswap64(block(n - bitBlock)) << behind, mask);
+    if (blocks.last >= 0) {
+        uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit + n - bitBlock) : ~uint64_t{0};
+        last = mergedWord(d + blocks.last, __builtin_bswap64(block(n - bitBlock)) << blocks.behind,
+                          mask << blocks.behind);
     }
-    if (head) {
-        uint64_t mask = (to.mask ? maskWord(to.mask, to.maskBit) : ~uint64_t{0}) >> to.bit;
-        storeWord(to.data, mergedWord(to.data, __builtin_bswap64(block(0)) >> to.bit, mask));
+    if (blocks.head) {
+        uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit) : ~uint64_t{0};
+        storeWord(d, mergedWord(d, __builtin_bswap64(block(0)) >> blocks.bit, mask >> blocks.bit));
+        d += 8;
     }
     if (to.mask) {
-        for (ptrdiff_t i = head; n - i >= bitBlock; i += bitBlock, d += 8)
+        for (ptrdiff_t i = blocks.head; i < blocks.whole; i += bitBlock, d += 8)
             storeWord(d, mergedWord(d, __builtin_bswap64(block(i)), maskWord(to.mask, to.maskBit + i)));
     } else {
-        for (ptrdiff_t i = head; n - i >= bitBlock; i += bitBlock, d += 8) {
+        for (ptrdiff_t i = blocks.head; i < blocks.whole; i += bitBlock, d += 8) {
             uint64_t bits = block(i);
             __builtin_memcpy(d, &bits, sizeof bits);
         }
     }
-    if (tail)
-        storeWord(end, last);
+    if (blocks.last >= 0)
+        storeWord(to.data + blocks.last, last);
+}
+
+// The same for any n; few(n) answers the bits of a row that is shorter than a block, the first on top.
+template <class Block, class Few>
+inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Few few)
+{
+    if (n >= bitBlock)
+        storeBlocks(BitBlocks(to.bit, n), to, n, block);
+    else if (n > 0)
+        mergeFew(to, few(n), n);
 }
 
 // Kernels of a test. Op is made from the scalar's address and has the type Source and operator()(a, b) or operator()(a).
@@ -183,12 +217,13 @@ template <class Op>
 struct TestRows {
     using S = typename Op::Source;
 
-    static auto test(const void* a, const void* b, const void* scalar)
+    static constexpr bool two = requires(const Op& op, S value) { op(value, value); };
+
+    static auto test(const void* a, const void* b, const Op& op)
     {
         auto* x = static_cast<const S*>(a);
         auto* y = static_cast<const S*>(b);
-        const Op op(scalar);
-        if constexpr (requires(S value) { op(value, value); })
+        if constexpr (two)
             return [=](ptrdiff_t i) { return op(x[i], y[i]); };
         else
             return [=](ptrdiff_t i) { return op(x[i]); };
@@ -196,19 +231,36 @@ struct TestRows {
     static __attribute__((noinline)) void lanes(const void* a, const void* b, const void* scalar, uint8_t* d,
                                                 ptrdiff_t n)
     {
-        auto holds = test(a, b, scalar);
+        auto holds = test(a, b, Op(scalar));
         storeRow(d, n, false, [=](ptrdiff_t i) { return uint8_t(holds(i) ? 0xFF : 0); });
     }
-    static void bits(const void* a, const void* b, const void* scalar, const OwnBitPlace& to, ptrdiff_t n)
+    // The bits of a row that is shorter than a block.
+    static uint64_t few(const void* a, const void* b, const void* scalar, ptrdiff_t n)
     {
-        auto holds = test(a, b, scalar);
-        auto few = [=](ptrdiff_t count) {
-            int8_t row[bitBlock] = {};
-            lanes(a, b, scalar, reinterpret_cast<uint8_t*>(row), count);
-            return __builtin_bswap64(bitsOfBlock<int8_t>(0, [&](ptrdiff_t k) { return row[k] < 0; }));
-        };
-        storeBits(
-            to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); }, few);
+        int8_t row[bitBlock] = {};
+        lanes(a, b, scalar, reinterpret_cast<uint8_t*>(row), n);
+        return __builtin_bswap64(bitsOfBlock<int8_t>(0, [&](ptrdiff_t k) { return row[k] < 0; }));
+    }
+    static void bits(const OwnTestRows& rows)
+    {
+        const Op op(rows.scalar);
+        const void* scalar = rows.scalar;
+        const ptrdiff_t n = rows.n, maskStep = rows.maskStep;
+        const OwnBitPlace place = rows.to;
+        const BitBlocks blocks(place.bit, n);
+        const uint8_t* mask = place.mask;
+        const OwnRows all = {rows.a, rows.b, place.data, n, rows.count, rows.aStep, rows.bStep, rows.bitStep};
+        forRows<sizeof(S) * 8, 1, two ? 2 : 1>(
+            all, [=, &mask](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
+                auto holds = test(a, b, op);
+                const OwnBitPlace to = {d, place.bit, mask, place.maskBit};
+                if (n >= bitBlock)
+                    storeBlocks(blocks, to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); });
+                else if (n > 0)
+                    mergeFew(to, few(a, b, scalar, n), n);
+                if (mask)
+                    mask += maskStep;
+            });
     }
     static constexpr OwnTestKernel kernel = {lanes, bits};
 };

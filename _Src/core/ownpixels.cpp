@@ -369,7 +369,7 @@ void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel
             from[i] = gathered[i].bytes;
         }
     if (pass.step == 1)
-        return pass.op.kernel.bits(from[0], from[1], pass.op.scalar, to, pixels);
+        return pass.op.kernel.bits({from[0], from[1], pass.op.scalar, to, pixels});
     pass.op.kernel.lanes(from[0], from[1], pass.op.scalar, lanes.bytes,
                          ptrdiff_t(pixels - 1) * pass.step + pass.values);
     move.allBits(lanes.bytes, pass.step, pass.values, to, pixels);
@@ -381,21 +381,21 @@ void testRows(const TestPass& pass, const OwnGeometry* images, const OwnGeometry
     const OwnGeometry& a = images[0];
     const OwnGeometry& b = images[pass.sources - 1];
     const OwnGeometry& d = images[pass.sources];
-    OwnBitPlace to = {d.start, d.bit};
+    OwnTestRows rows = {.a = a.start,
+                        .b = b.start,
+                        .scalar = pass.op.scalar,
+                        .to = {d.start, d.bit},
+                        .n = size.width,
+                        .count = size.height,
+                        .aStep = a.rowStep,
+                        .bStep = b.rowStep,
+                        .bitStep = d.rowStep};
     if (mask) {
-        to.mask = mask->start;
-        to.maskBit = mask->bit;
+        rows.to.mask = mask->start;
+        rows.to.maskBit = mask->bit;
+        rows.maskStep = mask->rowStep;
     }
-    const uint8_t* x = a.start;
-    const uint8_t* y = b.start;
-    for (int32_t row = 0; row < size.height; ++row) {
-        pass.op.kernel.bits(x, y, pass.op.scalar, to, size.width);
-        x += a.rowStep;
-        y += b.rowStep;
-        to.data += d.rowStep;
-        if (mask)
-            to.mask += mask->rowStep;
-    }
+    pass.op.kernel.bits(rows);
 }
 
 // The same for bits that come of several passes.

@@ -150,18 +150,19 @@ inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPl
 
 // Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in a
 // row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for nothing.
-template <class S, class D, int sources, class Row>
+// The bits are those of a value.
+template <ptrdiff_t sourceBits, ptrdiff_t resultBits, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
     constexpr ptrdiff_t distance = 512;  // bytes ahead
     constexpr ptrdiff_t longest = 1024;  // what is fetched of a row
     constexpr ptrdiff_t cacheLine = 64;
-    constexpr ptrdiff_t widest = sizeof(S) > sizeof(D) ? sizeof(S) : sizeof(D);
+    constexpr ptrdiff_t widest = sourceBits > resultBits ? sourceBits : resultBits;
     auto* a = static_cast<const uint8_t*>(rows.a);
     auto* b = static_cast<const uint8_t*>(rows.b);
     auto* d = static_cast<uint8_t*>(rows.d);
     const ptrdiff_t count = rows.count, aStep = rows.aStep, bStep = rows.bStep, dStep = rows.dStep;
-    ptrdiff_t bytes = rows.n * widest;
+    ptrdiff_t bytes = (rows.n * widest + 7) / 8;
     const ptrdiff_t ahead = bytes && bytes < distance ? distance / bytes : 1;
     bytes = bytes < longest ? bytes : longest;
     for (ptrdiff_t y = 0; y < count; ++y) {
@@ -171,12 +172,11 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
             auto nextB = reinterpret_cast<uintptr_t>(b) + uintptr_t(ahead * bStep);
             auto nextD = reinterpret_cast<uintptr_t>(d) + uintptr_t(ahead * dStep);
             for (ptrdiff_t i = 0; i < bytes; i += cacheLine) {
-                const auto ofSource = uintptr_t(i * ptrdiff_t(sizeof(S)) / widest);
+                const auto ofSource = uintptr_t(i * sourceBits / widest), ofResult = uintptr_t(i * resultBits / widest);
                 __builtin_prefetch(reinterpret_cast<const void*>(nextA + ofSource));
                 if constexpr (sources > 1)
                     __builtin_prefetch(reinterpret_cast<const void*>(nextB + ofSource));
-                __builtin_prefetch(
-                    reinterpret_cast<const void*>(nextD + uintptr_t(i * ptrdiff_t(sizeof(D)) / widest)));
+                __builtin_prefetch(reinterpret_cast<const void*>(nextD + ofResult));
             }
         }
         row(a, b, d);
@@ -363,7 +363,7 @@ struct TwoSourceRows {
     static void run(const OwnRows& rows)
     {
         const ptrdiff_t n = rows.n;
-        forRows<S, D, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
+        forRows<sizeof(S) * 8, sizeof(D) * 8, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
             storeRow(reinterpret_cast<D*>(d), n, a == d || b == d, value(a, b));
         });
     }
@@ -392,7 +392,7 @@ struct OneSourceRows {
     {
         const Op op(rows.b);
         const ptrdiff_t n = rows.n;
-        forRows<S, D, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
+        forRows<sizeof(S) * 8, sizeof(D) * 8, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
             storeRow(reinterpret_cast<D*>(d), n, a == d, Value{op, reinterpret_cast<const S*>(a)});
         });
     }

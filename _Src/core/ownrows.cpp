@@ -360,7 +360,7 @@ template <class T>
 void copyRun(const OwnRows& rows)
 {
     const size_t bytes = size_t(rows.n) * sizeof(T);
-    forRows<T, T, 1>(rows, [bytes](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) { memmove(d, a, bytes); });
+    forRows<sizeof(T) * 8, sizeof(T) * 8, 1>(rows, [bytes](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) { memmove(d, a, bytes); });
 }
 
 template <class T>
@@ -368,7 +368,7 @@ void fillRun(const OwnRows& rows)
 {
     const T value = *static_cast<const T*>(rows.b);
     const ptrdiff_t n = rows.n;
-    forRows<T, T, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
+    forRows<sizeof(T) * 8, sizeof(T) * 8, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
         storeRow(reinterpret_cast<T*>(d), n, false, [value](ptrdiff_t) { return value; });
     });
 }
