@@ -241,24 +241,26 @@ struct TestRows {
         lanes(a, b, scalar, reinterpret_cast<uint8_t*>(row), n);
         return __builtin_bswap64(bitsOfBlock<int8_t>(0, [&](ptrdiff_t k) { return row[k] < 0; }));
     }
-    static void bits(const OwnTestRows& rows)
+    static void bits(const OwnTestRows& rows) { rows.to.mask ? bitRows<true>(rows) : bitRows<false>(rows); }
+    template <bool masked>
+    static void bitRows(const OwnTestRows& rows)
     {
         const Op op(rows.scalar);
         const void* scalar = rows.scalar;
         const ptrdiff_t n = rows.n, maskStep = rows.maskStep;
         const OwnBitPlace place = rows.to;
         const BitBlocks blocks(place.bit, n);
-        const uint8_t* mask = place.mask;
+        const uint8_t* mask = masked ? place.mask : nullptr;
         const OwnRows all = {rows.a, rows.b, place.data, n, rows.count, rows.aStep, rows.bStep, rows.bitStep};
         forRows<sizeof(S) * 8, 1, two ? 2 : 1>(
             all, [=, &mask](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
                 auto holds = test(a, b, op);
-                const OwnBitPlace to = {d, place.bit, mask, place.maskBit};
+                const OwnBitPlace to = {d, place.bit, masked ? mask : nullptr, place.maskBit};
                 if (n >= bitBlock)
                     storeBlocks(blocks, to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); });
                 else if (n > 0)
                     mergeFew(to, few(a, b, scalar, n), n);
-                if (mask)
+                if (masked)
                     mask += maskStep;
             });
     }

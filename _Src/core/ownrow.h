@@ -150,20 +150,20 @@ inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPl
 
 // Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in a
 // row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for nothing.
-// The bits are those of a value.
-template <ptrdiff_t sourceBits, ptrdiff_t resultBits, int sources, class Row>
+// The bits are those of a value, powers of two.
+template <uintptr_t sourceBits, uintptr_t resultBits, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
-    constexpr ptrdiff_t distance = 512;  // bytes ahead
-    constexpr ptrdiff_t longest = 1024;  // what is fetched of a row
-    constexpr ptrdiff_t cacheLine = 64;
-    constexpr ptrdiff_t widest = sourceBits > resultBits ? sourceBits : resultBits;
+    constexpr uintptr_t distance = 512;  // bytes ahead
+    constexpr uintptr_t longest = 1024;  // what is fetched of a row
+    constexpr uintptr_t cacheLine = 64;
+    constexpr uintptr_t widest = sourceBits > resultBits ? sourceBits : resultBits;
     auto* a = static_cast<const uint8_t*>(rows.a);
     auto* b = static_cast<const uint8_t*>(rows.b);
     auto* d = static_cast<uint8_t*>(rows.d);
     const ptrdiff_t count = rows.count, aStep = rows.aStep, bStep = rows.bStep, dStep = rows.dStep;
-    ptrdiff_t bytes = (rows.n * widest + 7) / 8;
-    const ptrdiff_t ahead = bytes && bytes < distance ? distance / bytes : 1;
+    uintptr_t bytes = uintptr_t(rows.n) * widest / 8;
+    const ptrdiff_t ahead = bytes && bytes < distance ? ptrdiff_t(distance / bytes) : 1;
     bytes = bytes < longest ? bytes : longest;
     for (ptrdiff_t y = 0; y < count; ++y) {
         if (sources > 0 && y + 1 < count) {
@@ -171,12 +171,11 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
             auto nextA = reinterpret_cast<uintptr_t>(a) + uintptr_t(ahead * aStep);
             auto nextB = reinterpret_cast<uintptr_t>(b) + uintptr_t(ahead * bStep);
             auto nextD = reinterpret_cast<uintptr_t>(d) + uintptr_t(ahead * dStep);
-            for (ptrdiff_t i = 0; i < bytes; i += cacheLine) {
-                const auto ofSource = uintptr_t(i * sourceBits / widest), ofResult = uintptr_t(i * resultBits / widest);
-                __builtin_prefetch(reinterpret_cast<const void*>(nextA + ofSource));
+            for (uintptr_t i = 0; i < bytes; i += cacheLine) {
+                __builtin_prefetch(reinterpret_cast<const void*>(nextA + i / (widest / sourceBits)));
                 if constexpr (sources > 1)
-                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + ofSource));
-                __builtin_prefetch(reinterpret_cast<const void*>(nextD + ofResult));
+                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + i / (widest / sourceBits)));
+                __builtin_prefetch(reinterpret_cast<const void*>(nextD + i / (widest / resultBits)));
             }
         }
         row(a, b, d);
