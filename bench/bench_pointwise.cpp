@@ -114,14 +114,19 @@ T cut(int64_t value)
     return T(value < low ? low : value > high ? high : value);
 }
 
-// Unsigned sums with the saturation that a vector does best.
+// Sums with the saturation that a vector does best.
 template <class T>
 void bareAdd(const uint8_t* a, const uint8_t* b, uint8_t* d, size_t n)
 {
     if constexpr (std::is_unsigned_v<T>)
         loop<T>(a, b, d, n, [](T x, T y) { return T(std::min(x, T(~y)) + y); });
-    else if constexpr (std::is_floating_point_v<T> || sizeof(T) == 4)
-        loop<T>(a, b, d, n, [](T x, T y) { return T(x + y); });
+    else if constexpr (std::is_floating_point_v<T>)
+        loop<T>(a, b, d, n, [](T x, T y) { return x + y; });
+    else if constexpr (sizeof(T) == 4)
+        loop<T>(a, b, d, n, [](T x, T y) {
+            T sum = T(uint32_t(x) + uint32_t(y));
+            return ((x ^ sum) & (y ^ sum)) < 0 ? (y >> 31) ^ std::numeric_limits<T>::max() : sum;
+        });
     else
         loop<T>(a, b, d, n, [](T x, T y) { return cut<T>(int64_t(x) + y); });
 }
