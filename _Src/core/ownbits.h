@@ -181,8 +181,8 @@ inline __attribute__((always_inline)) void storeBlocks(const BitBlocks& blocks, 
     uint64_t last = 0;
     if (blocks.last >= 0) {
         uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit + n - bitBlock) : ~uint64_t{0};
-        last = mergedWord(d + blocks.last, __builtin_bswap64(block(n - bitBlock)) << blocks.behind,
-                          mask << blocks.behind);
+        last =
+            mergedWord(d + blocks.last, __builtin_bswap64(block(n - bitBlock)) << blocks.behind, mask << blocks.behind);
     }
     if (blocks.head) {
         uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit) : ~uint64_t{0};
@@ -243,7 +243,7 @@ struct TestRows {
     }
     static void bits(const OwnTestRows& rows) { rows.to.mask ? bitRows<true>(rows) : bitRows<false>(rows); }
     template <bool masked>
-    static void bitRows(const OwnTestRows& rows)
+    static __attribute__((flatten)) void bitRows(const OwnTestRows& rows)
     {
         const Op op(rows.scalar);
         const void* scalar = rows.scalar;
@@ -252,17 +252,16 @@ struct TestRows {
         const BitBlocks blocks(place.bit, n);
         const uint8_t* mask = masked ? place.mask : nullptr;
         const OwnRows all = {rows.a, rows.b, place.data, n, rows.count, rows.aStep, rows.bStep, rows.bitStep};
-        forRows<sizeof(S) * 8, 1, two ? 2 : 1>(
-            all, [=, &mask](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
-                auto holds = test(a, b, op);
-                const OwnBitPlace to = {d, place.bit, masked ? mask : nullptr, place.maskBit};
-                if (n >= bitBlock)
-                    storeBlocks(blocks, to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); });
-                else if (n > 0)
-                    mergeFew(to, few(a, b, scalar, n), n);
-                if (masked)
-                    mask += maskStep;
-            });
+        forRows<sizeof(S) * 8, 1, two ? 2 : 1>(all, [=, &mask](const uint8_t* a, const uint8_t* b, uint8_t* d) {
+            auto holds = test(a, b, op);
+            const OwnBitPlace to = {d, place.bit, masked ? mask : nullptr, place.maskBit};
+            if (n >= bitBlock)
+                storeBlocks(blocks, to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); });
+            else if (n > 0)
+                mergeFew(to, few(a, b, scalar, n), n);
+            if (masked)
+                mask += maskStep;
+        });
     }
     static constexpr OwnTestKernel kernel = {lanes, bits};
 };

@@ -259,7 +259,8 @@ private:
         __m128i twice = _mm_unpacklo_epi8(bytes, bytes);
         __m128i often[2] = {_mm_unpacklo_epi16(twice, twice), _mm_unpackhi_epi16(twice, twice)};
         for (int half = 0; half < 2; ++half) {
-            __m128i pair[2] = {_mm_unpacklo_epi32(often[half], often[half]), _mm_unpackhi_epi32(often[half], often[half])};
+            __m128i pair[2] = {_mm_unpacklo_epi32(often[half], often[half]),
+                               _mm_unpackhi_epi32(often[half], often[half])};
             for (int k = 0; k < 2; ++k)
                 _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes) + half * 2 + k,
                                  _mm_cmpeq_epi8(_mm_and_si128(pair[k], wanted), wanted));
@@ -285,8 +286,7 @@ struct SelectedValue {
     ptrdiff_t start = 0;
 
     D operator()(ptrdiff_t i) const { return select<D>(lanes[i - start], value(i), stored[i]); }
-    auto vector(ptrdiff_t i) const
-        requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
+    auto vector(ptrdiff_t i) const requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
     {
         Vector<D> no = vectorAt(stored + i);
         return no ^ ((value.vector(i) ^ no) & Vector<D>(vectorAt(lanes + (i - start))));
@@ -330,8 +330,7 @@ struct TwoSourceValue {
     const S* y;
 
     auto operator()(ptrdiff_t i) const { return Op::of(x[i], y[i]); }
-    auto vector(ptrdiff_t i) const
-        requires requires(Vector<S> v) { Op::of(v, v); }
+    auto vector(ptrdiff_t i) const requires requires(Vector<S> v) { Op::of(v, v); }
     {
         return Op::of(vectorAt(x + i), vectorAt(y + i));
     }
@@ -344,8 +343,7 @@ struct OneSourceValue {
     const S* x;
 
     auto operator()(ptrdiff_t i) const { return op(x[i]); }
-    auto vector(ptrdiff_t i) const
-        requires requires(const Op& f, Vector<S> v) { f(v); }
+    auto vector(ptrdiff_t i) const requires requires(const Op& f, Vector<S> v) { f(v); }
     {
         return op(vectorAt(x + i));
     }
@@ -359,18 +357,17 @@ struct TwoSourceRows {
     using Value = TwoSourceValue<Op>;
 
     static Value value(const void* a, const void* b) { return {static_cast<const S*>(a), static_cast<const S*>(b)}; }
-    static void run(const OwnRows& rows)
+    static __attribute__((flatten)) void run(const OwnRows& rows)
     {
         const ptrdiff_t n = rows.n;
-        forRows<sizeof(S) * 8, sizeof(D) * 8, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) __attribute__((always_inline)) {
+        forRows<sizeof(S) * 8, sizeof(D) * 8, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) {
             storeRow(reinterpret_cast<D*>(d), n, a == d || b == d, value(a, b));
         });
     }
     static void select(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n)
     {
         auto* z = static_cast<D*>(d);
-        storeRow(z, n, a == d || b == d,
-                 SelectedValue<D, Value>{value(a, b), static_cast<const Lane<D>*>(lanes), z});
+        storeRow(z, n, a == d || b == d, SelectedValue<D, Value>{value(a, b), static_cast<const Lane<D>*>(lanes), z});
     }
     static void masked(const void* a, const void* b, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
     {
@@ -387,20 +384,20 @@ struct OneSourceRows {
     using D = typename Op::Result;
     using Value = OneSourceValue<Op>;
 
-    static void run(const OwnRows& rows)
+    static __attribute__((flatten)) void run(const OwnRows& rows)
     {
         const Op op(rows.b);
         const ptrdiff_t n = rows.n;
-        forRows<sizeof(S) * 8, sizeof(D) * 8, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
+        forRows<sizeof(S) * 8, sizeof(D) * 8, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) {
             storeRow(reinterpret_cast<D*>(d), n, a == d, Value{op, reinterpret_cast<const S*>(a)});
         });
     }
     static void select(const void* a, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
     {
         auto* z = static_cast<D*>(d);
-        storeRow(z, n, a == d,
-                 SelectedValue<D, Value>{
-                     {Op(scalar), static_cast<const S*>(a)}, static_cast<const Lane<D>*>(lanes), z});
+        storeRow(
+            z, n, a == d,
+            SelectedValue<D, Value>{{Op(scalar), static_cast<const S*>(a)}, static_cast<const Lane<D>*>(lanes), z});
     }
     static void masked(const void* a, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
     {

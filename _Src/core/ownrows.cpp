@@ -357,18 +357,19 @@ struct Copy {
 
 // Rows of one image may lie in the same buffer as the other's, shifted.
 template <class T>
-void copyRun(const OwnRows& rows)
+__attribute__((flatten)) void copyRun(const OwnRows& rows)
 {
     const size_t bytes = size_t(rows.n) * sizeof(T);
-    forRows<sizeof(T) * 8, sizeof(T) * 8, 1>(rows, [bytes](const uint8_t* a, const uint8_t*, uint8_t* d) __attribute__((always_inline)) { memmove(d, a, bytes); });
+    forRows<sizeof(T) * 8, sizeof(T) * 8, 1>(
+        rows, [bytes](const uint8_t* a, const uint8_t*, uint8_t* d) { memmove(d, a, bytes); });
 }
 
 template <class T>
-void fillRun(const OwnRows& rows)
+__attribute__((flatten)) void fillRun(const OwnRows& rows)
 {
     const T value = *static_cast<const T*>(rows.b);
     const ptrdiff_t n = rows.n;
-    forRows<sizeof(T) * 8, sizeof(T) * 8, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) __attribute__((always_inline)) {
+    forRows<sizeof(T) * 8, sizeof(T) * 8, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) {
         storeRow(reinterpret_cast<T*>(d), n, false, [value](ptrdiff_t) { return value; });
     });
 }

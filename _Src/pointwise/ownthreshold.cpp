@@ -24,8 +24,7 @@ struct Threshold : AtLeast<S> {
     {
     }
     D operator()(S a) const { return AtLeast<S>::operator()(a) ? highest : lowest; }
-    Vector<D> operator()(Vector<S> a) const
-        requires(sizeof(S) == sizeof(D))
+    Vector<D> operator()(Vector<S> a) const requires(sizeof(S) == sizeof(D))
     {
         return Vector<D>(a >= Vector<S>{} + this->threshold) ^ lowest;
     }

@@ -89,16 +89,16 @@ inline int32_t subtractSat(int32_t a, int32_t b)
 
 // Vectors below 32 bits, for which there are instructions that the compiler does not make of the above.
 #if defined(__AVX2__)
-#define OWN_SATURATE(T, name, operation)                                        \
+#define OWN_SATURATE(T, name, operation)                                           \
     inline __attribute__((always_inline)) Vector<T> name(Vector<T> a, Vector<T> b) \
-    {                                                                           \
-        return Vector<T>(_mm256_##operation((__m256i)a, (__m256i)b));           \
+    {                                                                              \
+        return Vector<T>(_mm256_##operation((__m256i)a, (__m256i)b));              \
     }
 #elif defined(__SSE2__)
-#define OWN_SATURATE(T, name, operation)                                        \
+#define OWN_SATURATE(T, name, operation)                                           \
     inline __attribute__((always_inline)) Vector<T> name(Vector<T> a, Vector<T> b) \
-    {                                                                           \
-        return Vector<T>(_mm_##operation((__m128i)a, (__m128i)b));              \
+    {                                                                              \
+        return Vector<T>(_mm_##operation((__m128i)a, (__m128i)b));                 \
     }
 #endif
 #ifdef OWN_SATURATE
