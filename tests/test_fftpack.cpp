@@ -138,8 +138,7 @@ TEST_F(FftFixed, PowersOfTwoStayNearTheTruth)
             for (int sign : {-1, 1}) {
                 SCOPED_TRACE(testing::Message() << width << " x " << height << ' ' << sign);
                 Picture src({.width = width, .height = height, .seed = uint64_t(width + height)});
-                Picture packed({.depth = ORV_DEPTH_32S, .width = width, .height = height}),
-                    real(packed.layout());
+                Picture packed({.depth = ORV_DEPTH_32S, .width = width, .height = height}), real(packed.layout());
                 int32_t flags = ORV_FFT_USE_INT | (sign < 0 ? ORV_FFT_FORWARD : ORV_FFT_INVERSE | ORV_FFT_NO_SCALE);
                 orvRealFft2D(src, packed, flags);
                 orvCcsFft2D(src, real, flags);

@@ -116,7 +116,8 @@ void checkRow(const RowCase& one, ptrdiff_t n, Random& random)
     const void* second = one.sources > 1 ? b.data() : one.scalar;
     Bytes whole = before;
     for (ptrdiff_t i = 0; i < n; ++i)
-        one.reference.run({a.data() + i * one.sourceBytes, one.sources > 1 ? b.data() + i * one.sourceBytes : one.scalar,
+        one.reference.run({a.data() + i * one.sourceBytes,
+                           one.sources > 1 ? b.data() + i * one.sourceBytes : one.scalar,
                            whole.data() + i * one.resultBytes, 1});
 
     Bytes got = before;
