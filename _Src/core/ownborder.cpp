@@ -156,7 +156,7 @@ void copyRun(const Layout& layout, const uint8_t* src, const Run& run, uint8_t* 
             copyBits(src, run.from, dst, to, run.count);
         else
             for (int32_t i = 0; i < run.count; ++i)
-                if (bitAt(src, int64_t{run.from} + run.direction * i))
+                if (bitAt(src, run.from + int64_t{run.direction} * i))
                     setBits(dst, to + i, 1);
         return;
     }

@@ -73,7 +73,7 @@ void makePattern(uint8_t* lanes, int32_t pixels, int32_t step, int32_t values, i
     int pixel = step * bytes;
     int total = pixels * pixel;
     memset(lanes, 0, size_t(pixel));
-    memset(lanes, 0xFF, size_t(values * bytes));
+    memset(lanes, 0xFF, size_t(values) * size_t(bytes));
     for (int done = pixel; done < total; done *= 2)
         memcpy(lanes + done, lanes, size_t(done < total - done ? done : total - done));
 }
@@ -117,15 +117,17 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
     for (int32_t x = 0; x < width; x += pass.chunk) {
         int32_t pixels = ownMin(pass.chunk, width - x);
         RowPointers at = pointersAt(pass, rows, x);
-        const void* from[mostImages] = {at.a, at.b, at.d};
+        const void* from[2] = {at.a, at.b};
         auto bring = [&](int i, const void* src, int bytes) {
             if (rows[i].step == pass.values)
                 return src;
             move.gather[ownSizeIndex(bytes)](src, rows[i].step, pass.values, gathered[i].bytes, pixels);
             return static_cast<const void*>(gathered[i].bytes);
         };
-        for (int i = 0; i < last; ++i)
-            from[i] = bring(i, from[i], pass.op.sourceBytes);
+        if (last > 0)
+            from[0] = bring(0, at.a, pass.op.sourceBytes);
+        if (last > 1)
+            from[1] = bring(1, at.b, pass.op.sourceBytes);
         bool direct = rows[last].step == pass.values;
         void* d = direct ? at.d : gathered[last].bytes;
         ptrdiff_t n = ptrdiff_t(pixels) * pass.values;

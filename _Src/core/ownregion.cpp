@@ -31,7 +31,7 @@ OwnRoiStart ownRoiStart(const OrvImage& image, int32_t channel)
     int64_t step = image.widthStep;
     int64_t offset = rect.y * step;
     if (image.dataOrder == ORV_DATA_ORDER_PLANE)
-        offset += channel * image.height * step + rect.x * bits / 8;
+        offset += int64_t{channel} * image.height * step + rect.x * bits / 8;
     else
         offset += (channel + int64_t{rect.x} * image.nChannels) * bits / 8;
     return {image.imageData + offset, ownMax(rect.width, 0), ownMax(rect.height, 0), rect.x & 7};

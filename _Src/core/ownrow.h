@@ -157,7 +157,8 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
     constexpr uintptr_t distance = 512;  // bytes ahead
     constexpr uintptr_t longest = 1024;  // what is fetched of a row
     constexpr uintptr_t cacheLine = 64;
-    constexpr uintptr_t widest = sourceBits > resultBits ? sourceBits : resultBits;
+    constexpr uintptr_t bitsOfBoth[] = {sourceBits, resultBits};
+    constexpr uintptr_t widest = bitsOfBoth[sourceBits < resultBits];
     auto* a = static_cast<const uint8_t*>(rows.a);
     auto* b = static_cast<const uint8_t*>(rows.b);
     auto* d = static_cast<uint8_t*>(rows.d);
@@ -225,7 +226,7 @@ public:
 #if defined(__AVX2__)
     MaskLanes(const uint8_t* bits, ptrdiff_t bit) : first(bits + (bit >> 3)), second((bit & 7) != 0)
     {
-        for (int half = 0; half < 2; ++half) {
+        for (ptrdiff_t half = 0; half < 2; ++half) {
             spread[half] = vectorAt(laneSource.byte[bit & 7] + half * 32);
             wanted[half] = vectorAt(laneSource.mask[bit & 7] + half * 32);
         }
@@ -233,7 +234,7 @@ public:
     // From a bit on that is a multiple of eight.
     void get(ptrdiff_t start, int8_t* lanes) const
     {
-        for (int half = 0; half < 2; ++half) {
+        for (ptrdiff_t half = 0; half < 2; ++half) {
             int64_t bytes;
             __builtin_memcpy(&bytes, first + (start >> 3) + (half ? second : 0), sizeof bytes);
             __m256i mine = _mm256_shuffle_epi8(_mm256_set1_epi64x(bytes), (__m256i)spread[half]);
@@ -258,10 +259,10 @@ private:
         __m128i bytes = _mm_set_epi64x(0, int64_t(word));
         __m128i twice = _mm_unpacklo_epi8(bytes, bytes);
         __m128i often[2] = {_mm_unpacklo_epi16(twice, twice), _mm_unpackhi_epi16(twice, twice)};
-        for (int half = 0; half < 2; ++half) {
+        for (ptrdiff_t half = 0; half < 2; ++half) {
             __m128i pair[2] = {_mm_unpacklo_epi32(often[half], often[half]),
                                _mm_unpackhi_epi32(often[half], often[half])};
-            for (int k = 0; k < 2; ++k)
+            for (ptrdiff_t k = 0; k < 2; ++k)
                 _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes) + half * 2 + k,
                                  _mm_cmpeq_epi8(_mm_and_si128(pair[k], wanted), wanted));
         }

@@ -158,7 +158,7 @@ void widenLanesAs(const uint8_t* pixels, T* lanes, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i) {
-        T lane = T(int8_t(pixels[i]));
+        T lane = T(int8_t(pixels[i]));  // NOLINT(bugprone-signed-char-misuse): its sign becomes all bits
         for (int k = 0; k < step; ++k)
             lanes[i * step + k] = k < values ? lane : T(0);
     }
@@ -269,12 +269,12 @@ template <int values>
 inline uint64_t thirdBits(const uint8_t* lanes)
 {
     uint64_t bits = 0;
-    for (int half = 0; half < 2; ++half) {
+    for (ptrdiff_t half = 0; half < 2; ++half) {
         __m256i pixels = _mm256_setzero_si256();
-        for (int block = 0; block < 3; ++block) {
+        for (ptrdiff_t block = 0; block < 3; ++block) {
             __m256i all = _mm256_set1_epi8(-1);
-            for (int lane = 0; lane < values; ++lane) {
-                int shift = block < 2 ? lane : -lane;
+            for (ptrdiff_t lane = 0; lane < values; ++lane) {
+                ptrdiff_t shift = block < 2 ? lane : -lane;
                 auto* from = reinterpret_cast<const __m128i*>(lanes + half * 96 + block * 16 + shift);
                 all = _mm256_and_si256(all, _mm256_loadu2_m128i(from + 3, from));
             }

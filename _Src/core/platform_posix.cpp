@@ -159,7 +159,7 @@ void platformFormat(char* text, size_t size, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, size, format, arguments);
+    vsnprintf(text, size, format, arguments);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(arguments);
 }
 

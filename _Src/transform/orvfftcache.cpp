@@ -142,8 +142,8 @@ const float* upperTwiddle(OwnFftCaches& caches, int32_t log2)
     table = newTable<float>(length);
     if (!table)
         return nullptr;
-    for (int32_t j = 0; j < length / 2; ++j) {
-        double t = j * turn / length;
+    for (ptrdiff_t j = 0; j < length / 2; ++j) {
+        double t = double(j) * turn / length;
         table[2 * j] = float(cos(t));
         table[2 * j + 1] = float(-sin(t));
     }
@@ -159,8 +159,8 @@ const float* realSplit(OwnFftCaches& caches, int32_t halfLog2)
     table = newTable<float>(half);
     if (!table)
         return nullptr;
-    for (int32_t j = 0; j < half / 2; ++j) {
-        double t = (j + 1) * (turn / 2) / half;
+    for (ptrdiff_t j = 0; j < half / 2; ++j) {
+        double t = double(j + 1) * (turn / 2) / half;
         table[2 * j] = float(0.5 * cos(t));
         table[2 * j + 1] = float(0.5 - 0.5 * sin(t));
     }

@@ -326,7 +326,7 @@ struct Decomposition {
                        const OrvImage& high, int64_t out)
     {
         float* outputs[4];
-        for (int step = 0; step < steps; ++step) {
+        for (ptrdiff_t step = 0; step < steps; ++step) {
             outputs[2 * step] = rowOf<float>(low, i + step) + out;
             outputs[2 * step + 1] = rowOf<float>(high, modulo(i + step - analysis.shift, rows)) + out;
         }

@@ -9,7 +9,8 @@ template <class T>
 constexpr int64_t ownFftDirectScratch(int64_t length, int64_t lanes)
 {
     int64_t wide = (length - 1) / 2 * 4 * lanes + 4 * lanes + 2 * length;
-    return wide * int64_t(sizeof(typename OwnFftTypes<T>::Wide) / sizeof(T));
+    constexpr int64_t wideBytes = sizeof(typename OwnFftTypes<T>::Wide);
+    return wide * wideBytes / int64_t(sizeof(T));
 }
 
 // The next work buffer of the running call, for at least `count` values. NULL if there is no memory or no slot left.
