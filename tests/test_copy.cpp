@@ -138,7 +138,9 @@ TEST(Set, IsAsTheModelInEveryLayout)
 
 TEST(Copy, ReportsOneFaultAfterTheOther)
 {
-    for (const auto& [name, call] : moves) {
+    for (const auto& move : moves) {
+        const auto name = move.name;
+        const auto call = move.call;
         SCOPED_TRACE(name);
         std::string start = std::string("-5 ") + name + ' ';
         std::string depths = start + "srcImage->depth != dstImage->depth\n";
@@ -195,18 +197,18 @@ TEST(Copy, TracesFailuresOfMasks)
     PictureSpec maskSpec = {.depth = ORV_DEPTH_1U, .width = 8, .height = 8};
     Picture first(maskSpec), second(maskSpec);
     PictureSpec spec = {.width = 8, .height = 8, .mask = first}, other = {.width = 8, .height = 8, .mask = second};
-    for (const auto& [name, call] : moves)
+    for (const auto& move : moves)
         for (int n : {1, 2}) {
             Picture src(spec), dst(other);
             std::vector<uint8_t> before = dst.bytes();
             int blocks = testheap::blocks();
             std::string nested = n == 1 ? "-5 orvAllocateImage ( image == ((void *)0) )\n"
                                         : "-4 orvAllocateImage for allocate image data\n";
-            EXPECT_EQ(reportsOf([&] { testheap::refuse(n), call(src, dst); }), nested + "-1 " + name + " \n");
+            EXPECT_EQ(reportsOf([&] { testheap::refuse(n), move.call(src, dst); }), nested + "-1 " + move.name + " \n");
             Reports reports;
             orvRedirectError([](int32_t, const char*, const char*, const char*, int32_t) { return 0; });
             testheap::refuse(n);
-            call(src, dst);
+            move.call(src, dst);
             testheap::refuse(0);
             EXPECT_EQ(testheap::blocks(), blocks);
             EXPECT_TRUE(dst.bytes() == before);

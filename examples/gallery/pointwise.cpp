@@ -59,8 +59,8 @@ Image vignette(int width, int height)
     Image image(3, ORV_DEPTH_32F, width, height);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < 3 * width; ++x) {
-            double r =
-                std::hypot((x / 3 - width / 2) / (width / 2.0), (y - height / 2) / (height / 2.0)) / std::sqrt(2.0);
+            int column = x / 3 - width / 2, row = y - height / 2;
+            double r = std::hypot(column / (width / 2.0), row / (height / 2.0)) / std::sqrt(2.0);
             image.row<float>(y)[x] = float(1 - r * r);
         }
     return image;

@@ -159,7 +159,7 @@ void denoise(Stage& stage)
         orvEqualSFPEps(details[i], 0.0f, small, 20.0f);
         details[i]->maskROI = small;
         orvSetFP(details[i], 0.0f);
-        details[i]->maskROI = NULL;
+        details[i]->maskROI = nullptr;
     });
     CALL(orvWtReconstruct(&kernel, approx, xDetail, yDetail, dDetail, dst));
     CODE(orvWtFree(&kernel));

@@ -128,7 +128,7 @@ Scene::Scene(const Layout& layout)
         PictureSpec spec = image.spec;
         spec.log = &log;
         spec.mask = masks[i] ? &masks[i]->image : nullptr;
-        spec.name = i + 1 == images.size() ? "D" : names[i];
+        spec.name = i + 1 == images.size() ? "D" : names[i];  // NOLINT: two sources at most
         pictures.push_back(std::make_unique<Picture>(spec));
         images[i] = pictures.back().get();
     }
