@@ -163,6 +163,18 @@ uint32_t fillPattern(uint32_t depth, uint32_t value)
     }
 }
 
+// False after a report of what keeps an image of any depth from getting pixel data.
+bool takesData(const OwnReport& report, const OrvImage* image)
+{
+    if (!image)
+        return report(ORV_STATUS_BAD_ARG, "( image == ((void *)0) )"), false;
+    if (image->imageData)
+        return report(ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )"), false;
+    if (image->tileInfo)
+        return report(ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )"), false;
+    return true;
+}
+
 void allocateData(const OwnReport& report, OrvImage* image, bool doFill, uint32_t fillValue)
 {
     if (int32_t fault = valueFault(*image, true, 0)) {
@@ -269,31 +281,21 @@ OrvImage* ORV_CALL orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel,
 void ORV_CALL orvAllocateImage(OrvImage* image, int32_t doFill, int32_t fillValue)
 {
     constexpr OwnReport report{"orvAllocateImage", source};
-    if (!image)
-        report(ORV_STATUS_BAD_ARG, "( image == ((void *)0) )");
-    else if (image->imageData)
-        report(ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )");
-    else if (image->tileInfo)
-        report(ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )");
-    else if (image->depth == ORV_DEPTH_32F)
-        report(ORV_STATUS_BAD_ARG, "( image->depth == 32 )");
-    else
-        allocateData(report, image, doFill != 0, uint32_t(fillValue));
+    if (!takesData(report, image))
+        return;
+    if (image->depth == ORV_DEPTH_32F)
+        return (void)report(ORV_STATUS_BAD_ARG, "( image->depth == 32 )");
+    allocateData(report, image, doFill != 0, uint32_t(fillValue));
 }
 
 void ORV_CALL orvAllocateImageFP(OrvImage* image, int32_t doFill, float fillValue)
 {
     constexpr OwnReport report{"orvAllocateImageFP", source};
-    if (!image)
-        report(ORV_STATUS_BAD_ARG, "( image == ((void *)0) )");
-    else if (image->imageData)
-        report(ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )");
-    else if (image->tileInfo)
-        report(ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )");
-    else if (image->depth != ORV_DEPTH_32F)
-        report(ORV_STATUS_BAD_ARG, "( image->depth != 32 )");
-    else
-        allocateData(report, image, doFill != 0, std::bit_cast<uint32_t>(fillValue));
+    if (!takesData(report, image))
+        return;
+    if (image->depth != ORV_DEPTH_32F)
+        return (void)report(ORV_STATUS_BAD_ARG, "( image->depth != 32 )");
+    allocateData(report, image, doFill != 0, std::bit_cast<uint32_t>(fillValue));
 }
 
 void ORV_CALL orvDeallocateImage(OrvImage* image)
