@@ -299,9 +299,7 @@ TEST(Kernels, MakeLanesOfMaskBits)
                          {std::pair(1, 1), {2, 1}, {3, 1}, {3, 3}, {4, 1}, {4, 3}, {4, 4}, {7, 5}}) {
                         auto bytes = size_t(1) << index;
                         Bytes bits(size_t(bit + n + 7) / 8, 0, random);
-                        // Room for whole groups of pixels.
-                        auto room = size_t((n + 31) / 32 * 32 * step) * bytes;
-                        Bytes lanes(room, bytes * size_t(random.below(5)), random);
+                        Bytes lanes(size_t(n * step) * bytes, bytes * size_t(random.below(5)), random);
                         level.rows.lanes[index](bits.data(), bit, step, values, lanes.data(), n);
                         for (ptrdiff_t i = 0; i < n * step; ++i) {
                             bool set = i % step < values && bitAt(bits.data(), bit + i / step);
@@ -376,6 +374,13 @@ TEST(Kernels, MergeAndReduceBits)
                 }
                 level.rows.allBits(lanes.data(), step, values, {bits.data(), bit}, n);
                 EXPECT_TRUE(bits == expectedBits) << level.level << ' ' << step << ' ' << values << ' ' << n;
+                if (step > 1)
+                    continue;
+                Bytes inPlace = lanes;
+                for (ptrdiff_t i = 0; i < n; ++i)
+                    setBitAt(inPlace.data(), i, lanes.data()[i]);
+                level.rows.allBits(lanes.data(), step, values, {lanes.data(), 0}, n);
+                EXPECT_TRUE(lanes == inPlace) << level.level << " in place " << n;
             }
         }
 }
