@@ -200,23 +200,7 @@ void expectNaive(const PictureSpec& spec, OrvWtKernel kernel)
     orvWtFree(&kernel);
 }
 
-// ---- Reports --------------------------------------------------------------------------------------------------------
-
-float someTaps[2] = {1, 1};
-
-// A filter's faults in their order. A filter with one of the first two has all that follow.
-const OrvWtFilter badFilters[4] = {{nullptr, 1, 9, 0}, {someTaps, 1, 9, 0}, {someTaps, 2, 2, 0}, {someTaps, 2, -1, 0}};
-
-std::string filterText(int fault, const std::string& taps, const std::string& length, const std::string& offset)
-{
-    std::string texts[] = {taps + " == NULL.", length + " < 2.", offset + " >= " + length + ".", offset + " < 0."};
-    return "Error " + texts[fault];
-}
-
-std::string filterText(int fault, const std::string& filter)
-{
-    return filterText(fault, filter + ".taps", filter + ".length", filter + ".offset");
-}
+// ---- Checks ---------------------------------------------------------------------------------------------------------
 
 // What a call returns, which it stores too, whatever was stored before.
 int32_t statusOf(const std::function<int32_t()>& call)
@@ -226,6 +210,84 @@ int32_t statusOf(const std::function<int32_t()>& call)
     EXPECT_EQ(orvGetErrStatus(), status);
     return status;
 }
+
+// The faults of one function in their order.
+struct Faults {
+    std::string function;
+    std::vector<Fault> list;
+
+    void add(int status, const std::string& text, const std::function<void(OrvImage* const*)>& make)
+    {
+        list.push_back({std::to_string(status) + ' ' + function + ' ' + text + '\n', make});
+    }
+
+    // All that can be wrong with a filter: a record, or an element of three arrays whose NULL taps are reported otherwise.
+    void addFilter(OrvWtFilter* filter, const std::string& record, const std::string& index = "")
+    {
+        static float taps[2] = {1, 1};
+        bool arrays = record.empty();
+        std::string length = arrays ? "len_filt" + index : record + ".length";
+        std::string offset = arrays ? "ofs_filt" + index : record + ".offset";
+        if (!arrays)
+            add(-29, "Error " + record + ".taps == NULL.", [=](auto) { *filter = {nullptr, 1, 9, 0}; });
+        add(-29, "Error " + length + " < 2.", [=](auto) { *filter = {taps, 1, 9, 0}; });
+        add(-29, "Error " + offset + " >= " + length + ".", [=](auto) { *filter = {taps, 2, 2, 0}; });
+        add(-29, "Error " + offset + " < 0.", [=](auto) { *filter = {taps, 2, -1, 0}; });
+    }
+};
+
+float userTaps[4][3] = {{1, 2}, {3, 4, 5}, {6, 7}, {8, 9, 10}};
+
+// The arguments of a call that makes a kernel.
+struct UserFilters {
+    OrvWtFilter filters[4] = {
+        {userTaps[0], 2, 0, 0}, {userTaps[1], 3, 1, 0}, {userTaps[2], 2, 0, 0}, {userTaps[3], 3, 1, 0}};
+    size_t given = SIZE_MAX;  // so many pointers, in the order of their checks; the others are NULL
+
+    template <class T>
+    T* pass(size_t i, T* pointer) const
+    {
+        return i < given ? pointer : nullptr;
+    }
+};
+
+struct Maker {
+    std::string function;
+    std::vector<std::string> pointers;  // in the order of their checks
+    std::vector<std::string> records;   // the filters, if they are no arrays
+    std::function<int32_t(UserFilters& user, OrvWtKernel* kernel)> make;
+};
+
+const std::vector<Maker> makers = {
+    {"orvWtInitUserFilter4",
+     {"wtKernel", "filt"},
+     {"filt[0]", "filt[1]", "filt[2]", "filt[3]"},
+     [](UserFilters& user, OrvWtKernel* kernel) {
+         return orvWtInitUserFilter4(user.pass(1, user.filters), user.pass(0, kernel));
+     }},
+    {"orvWtInitUserFilter",
+     {"wtKernel", "decLow", "decHigh", "recLow", "recHigh"},
+     {"(*decLow)", "(*decHigh)", "(*recLow)", "(*recHigh)"},
+     [](UserFilters& user, OrvWtKernel* kernel) {
+         OrvWtFilter* f = user.filters;
+         return orvWtInitUserFilter(user.pass(1, f), user.pass(2, f + 1), user.pass(3, f + 2), user.pass(4, f + 3),
+                                    user.pass(0, kernel));
+     }},
+    {"orvWtInitUserTaps",
+     {"wtKernel", "tap_filt", "len_filt", "ofs_filt"},
+     {"", "", "", ""},
+     [](UserFilters& user, OrvWtKernel* kernel) {
+         float* taps[4];
+         int32_t lengths[4], offsets[4];
+         for (int i = 0; i < 4; ++i) {
+             taps[i] = user.filters[i].taps;
+             lengths[i] = user.filters[i].length;
+             offsets[i] = user.filters[i].offset;
+         }
+         return orvWtInitUserTaps(user.pass(1, taps), user.pass(2, lengths), user.pass(3, offsets),
+                                  user.pass(0, kernel));
+     }},
+};
 
 }  // namespace
 
@@ -301,6 +363,7 @@ TEST(WaveletCatalogue, TellingRows)
     };
     for (auto& row : rows) {
         std::ostringstream text;
+        text.precision(9);  // which tells all values of single precision apart
         for (const OrvWtFilter& filter : filtersOf(kernelOf(row.type))) {
             if (filter.length > 5)
                 text << '(' << filter.length << ") ";
@@ -339,98 +402,61 @@ TEST(WaveletCatalogue, Refusals)
               "-27 orvWtFree Null pointer by wtKernel was passed.\n");
 }
 
-// Of all filters the first bad one counts, and of its faults the first; NULL taps in an array come before all others.
-TEST(WaveletKernel, ChecksAndCopiesTheUsersFilters)
+TEST(WaveletKernel, CopiesTheUsersFilters)
 {
-    float taps[4][3] = {{1, 2}, {3, 4, 5}, {6, 7}, {8, 9, 10}};
-    const std::vector<OrvWtFilter> good = {
-        {taps[0], 2, 0, 0}, {taps[1], 3, 1, 0}, {taps[2], 2, 0, 0}, {taps[3], 3, 1, 0}};
-    std::vector<OrvWtFilter> filters = good;
-    OrvWtKernel kernel, before, zero = {};
-    memset(&before, 0x5A, sizeof before);
-    size_t given = SIZE_MAX;  // so many pointers, the others are NULL
-    auto pass = [&](size_t i, auto* pointer) { return i < given ? pointer : nullptr; };
-    struct {
-        std::string function;
-        std::vector<std::string> pointers;  // in the order of their checks
-        std::vector<std::string> filters;   // where they are records
-        std::function<int32_t()> make;
-    } ways[] = {
-        {"orvWtInitUserFilter4",
-         {"wtKernel", "filt"},
-         {"filt[0]", "filt[1]", "filt[2]", "filt[3]"},
-         [&] { return orvWtInitUserFilter4(pass(1, filters.data()), pass(0, &kernel)); }},
-        {"orvWtInitUserFilter",
-         {"wtKernel", "decLow", "decHigh", "recLow", "recHigh"},
-         {"(*decLow)", "(*decHigh)", "(*recLow)", "(*recHigh)"},
-         [&] {
-             return orvWtInitUserFilter(pass(1, &filters[0]), pass(2, &filters[1]), pass(3, &filters[2]),
-                                        pass(4, &filters[3]), pass(0, &kernel));
-         }},
-        {"orvWtInitUserTaps",
-         {"wtKernel", "tap_filt", "len_filt", "ofs_filt"},
-         {},
-         [&] {
-             float* pointers[4];
-             int32_t lengths[4], offsets[4];
-             for (size_t i = 0; i < 4; ++i) {
-                 pointers[i] = filters[i].taps;
-                 lengths[i] = filters[i].length;
-                 offsets[i] = filters[i].offset;
-             }
-             return orvWtInitUserTaps(pass(1, pointers), pass(2, lengths), pass(3, offsets), pass(0, &kernel));
-         }},
-    };
-    for (auto& way : ways) {
-        SCOPED_TRACE(way.function);
-        std::vector<Fault> faults;
-        auto add = [&](int status, const std::string& text, const std::function<void()>& make) {
-            faults.push_back(
-                {std::to_string(status) + ' ' + way.function + ' ' + text + '\n', [=](OrvImage* const*) { make(); }});
-        };
-        for (size_t i = 0; i < way.pointers.size(); ++i)
-            add(-27, "Null pointer by " + way.pointers[i] + " was passed.", [&, i] { given = i; });
-        bool arrays = way.filters.empty();
-        std::string indices[4] = {"_filt[0]", "_filt[1]", "_filt[2]", "_filt[3]"};
-        for (size_t i = 0; i < 4 && arrays; ++i)
-            add(-27, "Null pointer by tap" + indices[i] + " was passed.", [&, i] { filters[i] = badFilters[0]; });
-        for (size_t i = 0; i < 4; ++i)
-            for (int fault = arrays; fault < 4; ++fault) {
-                std::string text = arrays ? filterText(fault, "", "len" + indices[i], "ofs" + indices[i])
-                                          : filterText(fault, way.filters[i]);
-                add(-29, text, [&, i, fault] { filters[i] = badFilters[fault]; });
-            }
-        for (int n = 1; n <= 4; ++n)
-            add(-4, "No working memory.", [n] { testheap::refuse(n); });
-        kernel = before;
-        auto expectNoKernel = [&](OrvImage* const*) {
-            EXPECT_LT(statusOf(way.make), 0);
-            EXPECT_EQ(memcmp(&kernel, &before, sizeof kernel), 0);
-            filters = good;
-            given = SIZE_MAX;
-        };
-        expectFaultsInOrder({}, expectNoKernel, faults);
-
+    for (const Maker& maker : makers) {
+        SCOPED_TRACE(maker.function);
+        UserFilters user;
+        OrvWtKernel kernel, zero = {};
         int blocks = testheap::blocks();
-        EXPECT_EQ(reportsOf([&] { EXPECT_EQ(statusOf(way.make), 0); }), "");
+        EXPECT_EQ(reportsOf([&] { EXPECT_EQ(statusOf([&] { return maker.make(user, &kernel); }), 0); }), "");
         EXPECT_EQ(std::tuple(kernel.wtType, kernel.par1, kernel.par2, kernel.orthogonality),
                   std::tuple(ORV_WT_USER, 0, 0, ORV_WT_UNKNOWN));
         for (size_t i = 0; i < 4; ++i) {
             OrvWtFilter made = filtersOf(kernel)[i];
-            EXPECT_EQ(tapsOf(made), tapsOf(filters[i]));
-            EXPECT_NE(made.taps, filters[i].taps);
-            EXPECT_EQ(std::tuple(made.offset, made.symmetry), std::tuple(filters[i].offset, ORV_WT_UNKNOWN));
+            EXPECT_EQ(tapsOf(made), tapsOf(user.filters[i]));
+            EXPECT_NE(made.taps, user.filters[i].taps);
+            EXPECT_EQ(std::pair(made.offset, made.symmetry), std::pair(user.filters[i].offset, int(ORV_WT_UNKNOWN)));
         }
         // A cleared kernel may be released again. The status stays.
+        orvSetErrStatus(-3);
         for (int times = 0; times < 2; ++times) {
-            orvSetErrStatus(-3);
             EXPECT_EQ(orvWtFree(&kernel), 0);
-            EXPECT_EQ(orvGetErrStatus(), -3);
             EXPECT_EQ(testheap::blocks(), blocks);
             EXPECT_EQ(memcmp(&kernel, &zero, sizeof kernel), 0);
         }
+        EXPECT_EQ(orvGetErrStatus(), -3);
+        orvSetErrStatus(0);
     }
-    orvSetErrStatus(0);
+}
+
+// Of all filters the first bad one counts, and of its faults the first; NULL taps in an array come before all others.
+TEST(WaveletKernel, ChecksInOrder)
+{
+    OrvWtKernel kernel, before;
+    memset(&kernel, 0x5A, sizeof kernel);
+    memset(&before, 0x5A, sizeof before);
+    for (const Maker& maker : makers) {
+        SCOPED_TRACE(maker.function);
+        UserFilters user;
+        Faults faults{maker.function, {}};
+        const std::string indices[4] = {"[0]", "[1]", "[2]", "[3]"};
+        for (size_t i = 0; i < maker.pointers.size(); ++i)
+            faults.add(-27, "Null pointer by " + maker.pointers[i] + " was passed.", [&, i](auto) { user.given = i; });
+        for (int i = 0; i < 4 && maker.records[0].empty(); ++i)
+            faults.add(-27, "Null pointer by tap_filt" + indices[i] + " was passed.",
+                       [&, i](auto) { user.filters[i].taps = nullptr; });
+        for (size_t i = 0; i < 4; ++i)
+            faults.addFilter(&user.filters[i], maker.records[i], indices[i]);
+        for (int n = 1; n <= 4; ++n)
+            faults.add(-4, "No working memory.", [n](auto) { testheap::refuse(n); });
+        auto expectNoKernel = [&](auto) {
+            EXPECT_LT(statusOf([&] { return maker.make(user, &kernel); }), 0);
+            EXPECT_EQ(memcmp(&kernel, &before, sizeof kernel), 0);
+            user = {};
+        };
+        expectFaultsInOrder({}, expectNoKernel, faults.list);
+    }
 }
 
 // Filters of all shapes: longer than the image, of even and odd lengths, at any offsets.
@@ -482,20 +508,17 @@ TEST(Wavelet, ChecksInOrder)
             std::string names[5] = {side.whole, "approx" + side.suffix, "xDetail" + side.suffix,
                                     "yDetail" + side.suffix, "dDetail" + side.suffix};
 
-            std::vector<Fault> faults;
+            Faults faults{side.function, {}};
+            faults.add(-27, "Null pointer by wtKernel was passed.", [&](auto) { passed = nullptr; });
+            faults.addFilter(side.low, side.filters + "Low");
+            faults.addFilter(side.high, side.filters + "High");
             // A fault of images `first` to `last`, whose names come where the text has a star.
             auto add = [&](int first, int last, int status, const std::string& text,
                            const std::function<void(OrvImage*)>& make) {
                 for (int i = first; i <= last; ++i)
-                    faults.push_back({std::to_string(status) + " " + side.function + " " +
-                                          std::regex_replace(text, std::regex("\\*"), names[i]) + "\n",
-                                      [=](OrvImage* const* images) { make(images[i]); }});
+                    faults.add(status, std::regex_replace(text, std::regex("\\*"), names[i]),
+                               [=](OrvImage* const* images) { make(images[i]); });
             };
-            add(0, 0, -27, "Null pointer by wtKernel was passed.", [&](OrvImage*) { passed = nullptr; });
-            for (auto [filter, name] :
-                 {std::pair(side.low, side.filters + "Low"), std::pair(side.high, side.filters + "High")})
-                for (int fault = 0; fault < 4; ++fault)
-                    add(0, 0, -29, filterText(fault, name), [=](OrvImage*) { *filter = badFilters[fault]; });
             for (int i = 0; i < 5; ++i) {
                 add(i, i, -20, "Incorrect image: *.", [](OrvImage* image) { image->origin = 7; });
                 add(i, i, -5, "Tiled image not supported: *.", [&](OrvImage* image) {
@@ -520,15 +543,14 @@ TEST(Wavelet, ChecksInOrder)
             }
             add(2, 4, -13, "Not equal decomposed images widthStep values.",
                 [](OrvImage* image) { image->widthStep += 4; });
-            // As many allocations as a call makes that succeeds.
             Set set({.width = 8, .height = 6});
-            int refused = 0;
-            do {
-                testheap::refuse(++refused);
+            auto allocates = [&](int n) {
+                testheap::refuse(n);
                 side.transform(&kernel, set.images);
-                if (testheap::refused())
-                    add(0, 0, -4, "No working memory.", [=](OrvImage*) { testheap::refuse(refused); });
-            } while (testheap::refused());
+                return testheap::refused();
+            };
+            for (int n = 1; allocates(n); ++n)
+                faults.add(-4, "No working memory.", [n](auto) { testheap::refuse(n); });
             testheap::refuse(0);
 
             auto call = [&](OrvImage* const* images) {
@@ -536,7 +558,7 @@ TEST(Wavelet, ChecksInOrder)
                 kernel = good;
                 passed = &kernel;
             };
-            expectFaultsInOrder({whole, band, band, band, band}, call, faults);
+            expectFaultsInOrder({whole, band, band, band, band}, call, faults.list);
 
             Reports reports;
             OrvImage* none[5] = {};
