@@ -345,33 +345,36 @@ TEST(WaveletCatalogue, TellingRows)
 {
     struct {
         Type type;
-        std::string filters;  // up to five taps, or how many there are, and offsets
+        std::string kernel;  // parameters, up to five taps or how many there are, and offsets
     } rows[] = {
-        {{ORV_WT_HAAR, -7, 99}, "0.5 0.5 @1; 0.5 -0.5 @1; 1 1 @0; -1 1 @0; "},
-        {{ORV_WT_DAUBECHIES, 1, 0}, "0.5 0.5 @1; 0.5 -0.5 @1; 1 1 @0; -1 1 @0; "},
-        {{ORV_WT_DAUBECHIES, 4, -1}, "(8) @1; (8) @5; (8) @6; (8) @2; "},
-        {{ORV_WT_COIFLET, 1, 0}, "(6) @4; (6) @2; (6) @1; (6) @3; "},
-        {{ORV_WT_BSPLINE, 1, 1}, "0.5 0.5 @0; 0.5 -0.5 @0; 1 1 @1; -1 1 @1; "},
-        {{ORV_WT_BSPLINE, 2, 4}, "0.25 0.5 0.25 @1; (9) @3; (9) @4; -0.5 1 -0.5 @2; "},
-        {{ORV_WT_BSPLINE, 3, 9}, "0.125 0.375 0.375 0.125 @1; (20) @9; (20) @10; -0.25 0.75 -0.75 0.25 @2; "},
-        {{ORV_WT_BSPLINE_DUAL, 2, 4}, "(9) @3; 0.25 -0.5 0.25 @1; 0.5 1 0.5 @2; (9) @4; "},
+        {{ORV_WT_HAAR, -7, 99}, "0 0: 0.5 0.5 @1; 0.5 -0.5 @1; 1 1 @0; -1 1 @0; "},
+        {{ORV_WT_DAUBECHIES, 1, 0}, "1 0: 0.5 0.5 @1; 0.5 -0.5 @1; 1 1 @0; -1 1 @0; "},
+        {{ORV_WT_DAUBECHIES, 4, -1}, "4 0: (8) @1; (8) @5; (8) @6; (8) @2; "},
+        {{ORV_WT_COIFLET, 1, 0}, "1 0: (6) @4; (6) @2; (6) @1; (6) @3; "},
+        {{ORV_WT_BSPLINE, 1, 1}, "1 1: 0.5 0.5 @0; 0.5 -0.5 @0; 1 1 @1; -1 1 @1; "},
+        {{ORV_WT_BSPLINE, 2, 4}, "2 4: 0.25 0.5 0.25 @1; (9) @3; (9) @4; -0.5 1 -0.5 @2; "},
+        {{ORV_WT_BSPLINE, 3, 9}, "3 9: 0.125 0.375 0.375 0.125 @1; (20) @9; (20) @10; -0.25 0.75 -0.75 0.25 @2; "},
+        {{ORV_WT_BSPLINE_DUAL, 2, 4}, "2 4: (9) @3; 0.25 -0.5 0.25 @1; 0.5 1 0.5 @2; (9) @4; "},
         {{ORV_WT_BSPLINE_DUAL, 2, 2},
-         "-0.125 0.25 0.75 0.25 -0.125 @1; 0.25 -0.5 0.25 @1; 0.5 1 0.5 @2; 0.25 0.5 -1.5 0.5 0.25 @2; "},
-        {{ORV_WT_LINEAR_SPLINE, 0, 0},
-         "0.25 0.5 0.25 @1; -0.125 -0.25 0.75 -0.25 -0.125 @1; -0.25 0.5 1.5 0.5 -0.25 @2; -0.5 1 -0.5 @2; "},
-        {{ORV_WT_QUADRATIC_SPLINE, 0, 0}, "0.125 0.375 0.375 0.125 @1; (8) @3; (8) @4; -0.25 0.75 -0.75 0.25 @2; "},
+         "2 2: -0.125 0.25 0.75 0.25 -0.125 @1; 0.25 -0.5 0.25 @1; 0.5 1 0.5 @2; 0.25 0.5 -1.5 0.5 0.25 @2; "},
+        {{ORV_WT_LINEAR_SPLINE, 2, 2},
+         "0 0: 0.25 0.5 0.25 @1; -0.125 -0.25 0.75 -0.25 -0.125 @1; -0.25 0.5 1.5 0.5 -0.25 @2; -0.5 1 -0.5 @2; "},
+        {{ORV_WT_QUADRATIC_SPLINE, 3, 3},
+         "0 0: 0.125 0.375 0.375 0.125 @1; (8) @3; (8) @4; -0.25 0.75 -0.75 0.25 @2; "},
     };
     for (auto& row : rows) {
         std::ostringstream text;
         text.precision(9);  // which tells all values of single precision apart
-        for (const OrvWtFilter& filter : filtersOf(kernelOf(row.type))) {
+        OrvWtKernel kernel = kernelOf(row.type);
+        text << kernel.par1 << ' ' << kernel.par2 << ": ";
+        for (const OrvWtFilter& filter : filtersOf(kernel)) {
             if (filter.length > 5)
                 text << '(' << filter.length << ") ";
             for (int k = 0; k < filter.length && filter.length <= 5; ++k)
                 text << filter.taps[k] << ' ';
             text << '@' << filter.offset << "; ";
         }
-        EXPECT_EQ(text.str(), row.filters) << nameOf(row.type);
+        EXPECT_EQ(text.str(), row.kernel) << nameOf(row.type);
     }
 }
 
