@@ -145,10 +145,7 @@ TEST(Dct, EveryLayout)
 TEST(Dct, RoundsAndSaturates)
 {
     const double infinity = INFINITY;
-    struct {
-        uint32_t depth;
-        std::vector<std::pair<double, double>> cases;
-    } depths[] = {
+    const std::pair<uint32_t, std::vector<std::pair<double, double>>> depths[] = {
         {ORV_DEPTH_8U,
          {{0.5, 0}, {1.5, 2}, {2.5, 2}, {254.5, 254}, {255.5, 255}, {-0.75, 0}, {1e30, 255}, {-infinity, 0}}},
         {ORV_DEPTH_8S, {{-128.75, -128}, {-2.5, -2}, {127.5, 127}}},

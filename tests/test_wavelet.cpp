@@ -20,27 +20,23 @@ struct Type {
     int length = 0;   // of a low-pass decomposition filter whose offset is that of its largest tap
 };
 
-const std::vector<Type>& catalogue()
-{
-    static const std::vector<Type> types = [] {
-        std::vector<Type> all = {{ORV_WT_HAAR, 0, 0, 1}, {ORV_WT_VAIDYANATHAN, 0, 0, 0, 24}};
-        for (int order = 1; order <= 10; ++order)
-            all.push_back({ORV_WT_DAUBECHIES, order, 0, order, order > 1 ? 2 * order : 0});
-        for (int order = 4; order <= 10; ++order)
-            all.push_back({ORV_WT_SYMLET, order - 3, 0, order, 2 * order});
-        for (int order = 1; order <= 5; ++order)
-            all.push_back({ORV_WT_COIFLET, order, 0, 2 * order, order > 1 ? 6 * order : 0});
-        for (auto [p, longest] : {std::pair(1, 5), std::pair(2, 8), std::pair(3, 9)})
-            for (int q = 2 - p % 2; q <= longest; q += 2) {
-                all.push_back({ORV_WT_BSPLINE, p, q, q});
-                all.push_back({ORV_WT_BSPLINE_DUAL, p, q, p});
-            }
-        all.push_back({ORV_WT_LINEAR_SPLINE, 0, 0, 2});
-        all.push_back({ORV_WT_QUADRATIC_SPLINE, 0, 0, 3});
-        return all;
-    }();
-    return types;
-}
+const std::vector<Type> catalogue = [] {
+    std::vector<Type> all = {{ORV_WT_HAAR, 0, 0, 1}, {ORV_WT_VAIDYANATHAN, 0, 0, 0, 24}};
+    for (int order = 1; order <= 10; ++order)
+        all.push_back({ORV_WT_DAUBECHIES, order, 0, order, order > 1 ? 2 * order : 0});
+    for (int order = 4; order <= 10; ++order)
+        all.push_back({ORV_WT_SYMLET, order - 3, 0, order, 2 * order});
+    for (int order = 1; order <= 5; ++order)
+        all.push_back({ORV_WT_COIFLET, order, 0, 2 * order, order > 1 ? 6 * order : 0});
+    for (auto [p, longest] : {std::pair(1, 5), std::pair(2, 8), std::pair(3, 9)})
+        for (int q = 2 - p % 2; q <= longest; q += 2) {
+            all.push_back({ORV_WT_BSPLINE, p, q, q});
+            all.push_back({ORV_WT_BSPLINE_DUAL, p, q, p});
+        }
+    all.push_back({ORV_WT_LINEAR_SPLINE, 0, 0, 2});
+    all.push_back({ORV_WT_QUADRATIC_SPLINE, 0, 0, 3});
+    return all;
+}();
 
 std::string nameOf(const Type& type)
 {
@@ -293,7 +289,7 @@ const std::vector<Maker> makers = {
 
 TEST(WaveletCatalogue, BanksAreWhatDefinesThem)
 {
-    for (const Type& type : catalogue()) {
+    for (const Type& type : catalogue) {
         SCOPED_TRACE(nameOf(type));
         OrvWtKernel kernel = kernelOf(type);
         OrvWtFilter dec[] = {kernel.filtDecLow, kernel.filtDecHigh}, rec[] = {kernel.filtRecLow, kernel.filtRecHigh};
@@ -343,10 +339,8 @@ TEST(WaveletCatalogue, VaidyanathanStopsHighFrequencies)
 
 TEST(WaveletCatalogue, TellingRows)
 {
-    struct {
-        Type type;
-        std::string kernel;  // parameters, up to five taps or how many there are, and offsets
-    } rows[] = {
+    // Parameters; up to five taps, or how many there are, and the offset of each filter.
+    const std::pair<Type, std::string> rows[] = {
         {{ORV_WT_HAAR, -7, 99}, "0 0: 0.5 0.5 @1; 0.5 -0.5 @1; 1 1 @0; -1 1 @0; "},
         {{ORV_WT_DAUBECHIES, 1, 0}, "1 0: 0.5 0.5 @1; 0.5 -0.5 @1; 1 1 @0; -1 1 @0; "},
         {{ORV_WT_DAUBECHIES, 4, -1}, "4 0: (8) @1; (8) @5; (8) @6; (8) @2; "},
@@ -362,10 +356,10 @@ TEST(WaveletCatalogue, TellingRows)
         {{ORV_WT_QUADRATIC_SPLINE, 3, 3},
          "0 0: 0.125 0.375 0.375 0.125 @1; (8) @3; (8) @4; -0.25 0.75 -0.75 0.25 @2; "},
     };
-    for (auto& row : rows) {
+    for (auto& [type, expected] : rows) {
         std::ostringstream text;
         text.precision(9);  // which tells all values of single precision apart
-        OrvWtKernel kernel = kernelOf(row.type);
+        OrvWtKernel kernel = kernelOf(type);
         text << kernel.par1 << ' ' << kernel.par2 << ": ";
         for (const OrvWtFilter& filter : filtersOf(kernel)) {
             if (filter.length > 5)
@@ -374,7 +368,7 @@ TEST(WaveletCatalogue, TellingRows)
                 text << filter.taps[k] << ' ';
             text << '@' << filter.offset << "; ";
         }
-        EXPECT_EQ(text.str(), row.kernel) << nameOf(row.type);
+        EXPECT_EQ(text.str(), expected) << nameOf(type);
     }
 }
 
@@ -383,19 +377,16 @@ TEST(WaveletCatalogue, Refusals)
     OrvWtKernel kernel;
     memset(&kernel, 0x5A, sizeof kernel);
     OrvWtKernel before = kernel;
-    struct {
-        std::string bad;
-        std::vector<Type> types;
-    } cases[] = {
+    const std::pair<std::string, std::vector<Type>> cases[] = {
         {"wtType", {{9, 1, 1}, {-1, 1, 1}, {INT32_MAX, 0, 0}}},
         {"par1  ",
          {{1, 0, 0}, {1, 11, 0}, {2, 0, 0}, {2, 8, 0}, {3, 0, 0}, {3, 6, 0}, {5, 0, 1}, {5, 4, 99}, {6, -1, 1}}},
         {"par2  ", {{5, 2, 3}, {5, 1, 7}, {5, 3, 2}, {6, 3, 0}, {6, 2, 10}}},
     };
-    for (auto& one : cases)
-        for (const Type& type : one.types) {
+    for (auto& [bad, types] : cases)
+        for (const Type& type : types) {
             auto call = [&] { return orvWtInit(type.wtType, type.par1, type.par2, &kernel); };
-            EXPECT_EQ(reportsOf([&] { EXPECT_EQ(statusOf(call), -5); }), "-5 orvWtInit Bad " + one.bad + " value.\n")
+            EXPECT_EQ(reportsOf([&] { EXPECT_EQ(statusOf(call), -5); }), "-5 orvWtInit Bad " + bad + " value.\n")
                 << nameOf(type);
         }
     EXPECT_EQ(memcmp(&kernel, &before, sizeof kernel), 0);
@@ -476,7 +467,7 @@ TEST(Wavelet, IsTheDefinedTransform)
             spec.roi = OrvROI{random.below(2), random.below(spec.width), random.below(spec.height),
                               random.between(1, 40), random.between(1, 40)};
         expectNaive(spec, round % 3 ? randomKernel(random, round % 2 ? 12 : 90)
-                                    : kernelOf(catalogue()[size_t(round / 3) % catalogue().size()]));
+                                    : kernelOf(catalogue[size_t(round / 3) % catalogue.size()]));
     }
     // Rows that take several chunks, rings that go round often.
     for (auto [width, height] : {std::pair(1301, 9), std::pair(6, 700), std::pair(530, 31)}) {
