@@ -401,14 +401,14 @@ TEST(WaveletKernel, CopiesTheUsersFilters)
     for (const Maker& maker : makers) {
         SCOPED_TRACE(maker.function);
         UserFilters user;
-        OrvWtKernel kernel, zero = {};
+        OrvWtKernel kernel = {}, zero = {};
         int blocks = testheap::blocks();
         EXPECT_EQ(reportsOf([&] { EXPECT_EQ(statusOf([&] { return maker.make(user, &kernel); }), 0); }), "");
         EXPECT_EQ(std::tuple(kernel.wtType, kernel.par1, kernel.par2, kernel.orthogonality),
                   std::tuple(ORV_WT_USER, 0, 0, ORV_WT_UNKNOWN));
         for (size_t i = 0; i < 4; ++i) {
             OrvWtFilter made = filtersOf(kernel)[i];
-            EXPECT_EQ(tapsOf(made), tapsOf(user.filters[i]));
+            ASSERT_EQ(tapsOf(made), tapsOf(user.filters[i]));
             EXPECT_NE(made.taps, user.filters[i].taps);
             EXPECT_EQ(std::pair(made.offset, made.symmetry), std::pair(user.filters[i].offset, int(ORV_WT_UNKNOWN)));
         }
