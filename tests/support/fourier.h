@@ -31,12 +31,12 @@ extern const Function functions[2];
 Real valuesOf(const Picture& picture, const Area& area, int c);
 Real valuesOf(const Picture& picture);
 
-// The root of the mean square of the differences, relative to that of the expected values.
-double relativeError(const Real& got, const Real& expected);
+// Fails the test unless both functions make of the image's values what they should: the root of the mean square of the
+// differences, relative to that of the expected values, must lie below the bound. The image has one channel.
+void expectAccurate(Picture& src, uint32_t dstDepth, int32_t flags, double bound);
 
-// Fails the test unless a picture holds in its region's first `width` by `height` pixels what is expected of the i-th
-// processed channel, as far as the depth goes, and everywhere else what it was made with.
-void expectStored(const Picture& picture, int width, int height, const std::function<Real(size_t i)>& expected,
-                  double tolerance);
+// Fails the test unless a picture holds in its region's first `width` by `height` pixels what is expected of its processed
+// channels, as far as the depth goes, and everywhere else what it was made with.
+void expectStored(const Picture& picture, int width, int height, const std::vector<Real>& expected, double tolerance);
 
 }  // namespace fourier
