@@ -300,12 +300,15 @@ TEST_F(Fft, RefusedMemoryIsTriedAgainAndThenReported)
         }
 }
 
+// More of them than there are places, and each with larger buffers than the last one.
 TEST_F(Fft, ManyLengthsTakeTurnsInTheCaches)
 {
+    int blocks = testheap::blocks();
     for (int32_t core : {ORV_FFT_USE_FLOAT, ORV_FFT_USE_INT}) {
-        release();
         for (int n = 3; n < 3 + 2 * 70; n += 2)
             expectLayouts({.width = n}, {.depth = ORV_DEPTH_32S, .width = n}, ORV_FFT_FORWARD | core);
+        release();
+        EXPECT_EQ(testheap::blocks(), blocks);
     }
 }
 
