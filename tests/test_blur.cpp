@@ -204,21 +204,19 @@ TEST(Blur, KeepsTheOrderOfRunningSums)
                 orvBlur(src, dst, nCols, nRows, window.anchorX, window.anchorY);
                 for (int c = 0; c < channels; ++c) {
                     std::vector<float> columns(size_t(width + nCols - 1));
-                    for (int y = 0; y < height; ++y) {
-                        for (int x = 0; x < width + nCols - 1; ++x) {
-                            for (int row = y == 0 ? 0 : y + nRows - 1; row < y + nRows; ++row)
-                                columns[size_t(x)] += float(src.get(x, row, c));
-                            if (y > 0)
-                                columns[size_t(x)] -= float(src.get(x, y - 1, c));
-                        }
+                    for (int row = 0; row < height + nRows - 1; ++row) {
                         float sum = 0;
-                        for (int x = 1 - nCols; x < width; ++x) {
-                            sum += columns[size_t(x + nCols - 1)];
-                            if (x > 0)
-                                sum -= columns[size_t(x - 1)];
-                            if (x < 0)
+                        for (int x = 0; x < width + nCols - 1; ++x) {
+                            columns[size_t(x)] += float(src.get(x, row, c));
+                            if (row >= nRows)
+                                columns[size_t(x)] -= float(src.get(x, row - nRows, c));
+                            sum += columns[size_t(x)];
+                            if (x >= nCols)
+                                sum -= columns[size_t(x - nCols)];
+                            if (x < nCols - 1 || row < nRows - 1)
                                 continue;
-                            ASSERT_EQ(dst.raw(x, y, c), meanOf(depth, sum, window)) << x << ' ' << y << ' ' << c;
+                            ASSERT_EQ(dst.raw(x - nCols + 1, row - nRows + 1, c), meanOf(depth, sum, window))
+                                << x << ' ' << row << ' ' << c;
                         }
                     }
                 }
