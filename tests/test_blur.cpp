@@ -1,12 +1,11 @@
 // The box filter against one that adds up every window by itself.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
+#include <array>
 
-#include "core/ownregion.h"
+#include "checks.h"
+#include "model.h"
 #include "naiveborder.h"
-#include "picture.h"
 #include "reports.h"
 #include "testheap.h"
 
@@ -16,97 +15,64 @@ struct Window {
     int nCols, nRows, anchorX, anchorY;
 };
 
-double valueOf(uint32_t depth, uint32_t bits)
+uint32_t meanOf(uint32_t depth, double sum, const Window& window)
 {
-    switch (depth) {
-    case ORV_DEPTH_8S: return int8_t(bits);
-    case ORV_DEPTH_16S: return int16_t(bits);
-    case ORV_DEPTH_32S: return int32_t(bits);
-    case ORV_DEPTH_32F: return std::bit_cast<float>(bits);
-    default: return bits;
-    }
+    float mean = float(sum) * (1.0f / float(window.nCols * window.nRows));
+    if (depth == ORV_DEPTH_1U)
+        return mean >= 0.5f;
+    return bitsOf(depth, depth == ORV_DEPTH_32F ? mean : std::nearbyint(double(mean)));
 }
 
-double resultOf(uint32_t depth, double sum, float scale)
-{
-    float mean = float(sum) * scale;
-    switch (depth) {
-    case ORV_DEPTH_1U: return mean >= 0.5f;
-    case ORV_DEPTH_8U: return std::clamp(std::nearbyint(mean), 0.f, 255.f);
-    case ORV_DEPTH_8S: return std::clamp(std::nearbyint(mean), -128.f, 127.f);
-    case ORV_DEPTH_16U: return std::clamp(std::nearbyint(mean), 0.f, 65535.f);
-    case ORV_DEPTH_16S: return std::clamp(std::nearbyint(mean), -32768.f, 32767.f);
-    case ORV_DEPTH_32S: return std::clamp(std::nearbyint(double(mean)), -2147483648.0, 2147483647.0);
-    default: return mean;
-    }
-}
-
-double naiveMean(Picture& src, const Window& window, int x, int y, int c)
+// The sum of a pixel's window must be exact, also as a float.
+uint32_t naiveMean(Picture& src, const Window& window, int x, int y, int c)
 {
     uint32_t depth = src->depth;
     double sum = 0;
     for (int row = y - window.anchorY; row < y - window.anchorY + window.nRows; ++row)
         for (int column = x - window.anchorX; column < x - window.anchorX + window.nCols; ++column)
-            sum += valueOf(depth, naiveRaw(src, column, row, c));
-    return resultOf(depth, sum, 1.0f / float(window.nCols * window.nRows));
+            sum += numberOf(depth, naiveRaw(src, column, row, c));
+    return meanOf(depth, sum, window);
 }
 
-// What the destination holds after a blur. Sums must be exact, also as floats.
-std::vector<double> naiveBlur(Picture& src, Picture& dst, const Window& window)
+// All values of the destination after a blur.
+std::vector<uint32_t> naiveBlur(const Scene& scene, const Window& window)
 {
-    std::vector<double> values;
-    for (int y = 0; y < dst->height; ++y)
-        for (int x = 0; x < dst->width; ++x)
-            for (int c = 0; c < dst->nChannels; ++c)
-                values.push_back(dst.get(x, y, c));
-    OwnRect from = ownRoiRect(src.image);
-    OwnRect to = ownRoiRect(dst.image);
-    int width = std::min(from.width, to.width);
-    int height = std::min(from.height, to.height);
-    for (OrvImage* mask : {src->maskROI, dst->maskROI})
-        if (mask) {
-            width = std::min(width, ownRoiRect(*mask).width);
-            height = std::min(height, ownRoiRect(*mask).height);
+    Picture &src = *scene.images[0], &dst = scene.destination();
+    Area common = commonArea(scene), from = areaOf(src), to = areaOf(dst);
+    std::vector<int> read = channelsOf(src.layout()), write = channelsOf(dst.layout());
+    std::vector<uint32_t> values = dst.values();
+    for (int y = 0; y < common.height; ++y)
+        for (int x = 0; x < common.width; ++x) {
+            auto isSet = [=](const Picture* mask) {
+                return !mask || mask->raw(areaOf(*mask).x + x, areaOf(*mask).y + y) != 0;
+            };
+            if (!isSet(scene.masks[0]) || !isSet(scene.masks[1]))
+                continue;
+            for (size_t i = 0; i < read.size(); ++i) {
+                int at = ((to.y + y) * dst->width + to.x + x) * dst->nChannels + write[i];
+                values[size_t(at)] = naiveMean(src, window, from.x + x, from.y + y, read[i]);
+            }
         }
-    auto masked = [&](OrvImage* mask, int x, int y) {
-        if (!mask)
-            return true;
-        OwnRect rect = ownRoiRect(*mask);
-        const uint8_t* row = mask->imageData + (rect.y + y) * mask->widthStep;
-        return (row[(rect.x + x) / 8] & 128 >> (rect.x + x) % 8) != 0;
-    };
-    OwnChannels read = ownChannels(src.image);
-    OwnChannels write = ownChannels(dst.image);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            for (int c = 0; c < write.count; ++c)
-                if (masked(src->maskROI, x, y) && masked(dst->maskROI, x, y))
-                    values[size_t(((to.y + y) * dst->width + to.x + x) * dst->nChannels + write.first + c)] =
-                        naiveMean(src, window, from.x + x, from.y + y, read.first + c);
     return values;
 }
 
-void expectBlurred(Picture& src, Picture& dst, const Window& window)
+void call(OrvImage* const* images, const Window& window)
 {
-    Reports reports;
-    std::vector<uint32_t> before = src.values();
-    std::vector<double> expected = naiveBlur(src, dst, window);
-    orvBlur(src, dst, window.nCols, window.nRows, window.anchorX, window.anchorY);
-    size_t i = 0;
-    for (int y = 0; y < dst->height; ++y)
-        for (int x = 0; x < dst->width; ++x)
-            for (int c = 0; c < dst->nChannels; ++c)
-                ASSERT_EQ(dst.get(x, y, c), expected[i++]) << x << ' ' << y << ' ' << c;
-    if (&src != &dst) {
-        ASSERT_EQ(src.values(), before);
-    }
-    ASSERT_EQ(src.faults() + dst.faults(), "");
-    ASSERT_EQ(src.openTiles() + dst.openTiles(), 0);
-    ASSERT_EQ(reports.take(), "");
+    orvBlur(images[0], images[1], window.nCols, window.nRows, window.anchorX, window.anchorY);
 }
 
-constexpr uint32_t depths[] = {ORV_DEPTH_1U,  ORV_DEPTH_8U,  ORV_DEPTH_8S, ORV_DEPTH_16U,
-                               ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_32F};
+void expectBlurred(const Scene& scene, const Window& window)
+{
+    Picture &src = *scene.images[0], &dst = scene.destination();
+    std::vector<uint32_t> before = src.values(), expected = naiveBlur(scene, window);
+    EXPECT_EQ(reportsOf([&] { call(scene.pointers().data(), window); }), "");
+    std::vector<uint32_t> got = dst.values();
+    for (size_t i = 0; i < got.size(); ++i)
+        ASSERT_EQ(got[i], expected[i]) << "value " << i;
+    EXPECT_TRUE(&src == &dst || src.values() == before);
+    EXPECT_EQ(scene.faults(), "");
+    EXPECT_EQ(scene.openTiles(), 0);
+}
 
 // An image that processes `count` channels, in one of the ways that there are.
 PictureSpec randomSpec(Random& random, uint32_t depth, int count)
@@ -132,6 +98,15 @@ PictureSpec randomSpec(Random& random, uint32_t depth, int count)
     return spec;
 }
 
+std::optional<PictureSpec> randomMask(Random& random)
+{
+    if (random.below(3) == 0)
+        return {};
+    PictureSpec spec = randomSpec(random, ORV_DEPTH_1U, 1);
+    spec.tileWidth = 0;
+    return spec;
+}
+
 // Values whose sums are exact as floats, too.
 void fillSmall(Picture& picture, Random& random)
 {
@@ -146,23 +121,16 @@ void fillSmall(Picture& picture, Random& random)
 TEST(Blur, IsTheMeanOfEveryWindowInEveryLayout)
 {
     Random random(7);
-    for (int round = 0; round < 3000; ++round) {
-        uint32_t depth = depths[round % 7];
+    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+        uint32_t depth = allDepths[size_t(round) % allDepths.size()];
         int count = depth == ORV_DEPTH_1U || random.below(2) ? 1 : random.between(2, 9);
-        PictureSpec srcSpec = randomSpec(random, depth, count);
-        PictureSpec dstSpec = randomSpec(random, depth, count);
-        auto maskSpec = [&] {
-            PictureSpec spec = randomSpec(random, ORV_DEPTH_1U, 1);
-            spec.tileWidth = 0;
-            return spec;
-        };
-        const PictureSpec maskSpecs[2] = {maskSpec(), maskSpec()};
-        Picture masks[2] = {Picture(maskSpecs[0]), Picture(maskSpecs[1])};
-        srcSpec.mask = random.below(3) ? nullptr : &masks[0].image;
-        dstSpec.mask = random.below(3) ? nullptr : &masks[1].image;
-        Picture src(srcSpec), other(dstSpec);
-        bool inPlace = random.below(4) == 0;
-        Picture& dst = inPlace ? src : other;
+        bool inPlace = random.below(4) == 0, sameMask = random.below(8) == 0;
+        Layout layout;
+        layout.images.push_back({randomSpec(random, depth, count), 0, randomMask(random), 0});
+        layout.images.push_back(
+            {randomSpec(random, depth, count), inPlace ? 0 : 1, randomMask(random), sameMask ? 0 : 1});
+        Scene scene(layout);
+        Picture& src = *scene.images[0];
         fillSmall(src, random);
         for (int side = 0; side < 4; ++side)
             orvSetBorderMode(src, random.below(4), 1 << side, random.between(-300, 300));
@@ -172,13 +140,9 @@ TEST(Blur, IsTheMeanOfEveryWindowInEveryLayout)
             continue;
         window.anchorX = random.below(window.nCols);
         window.anchorY = random.below(window.nRows);
-        SCOPED_TRACE(testing::Message() << round << ": " << std::hex << depth << std::dec << " window " << window.nCols
-                                        << ' ' << window.nRows << " at " << window.anchorX << ' ' << window.anchorY
-                                        << ", tiles " << srcSpec.tileWidth << ' ' << dstSpec.tileWidth << ", in place "
-                                        << inPlace << ", masks " << !!srcSpec.mask << !!dstSpec.mask);
-        expectBlurred(src, dst, window);
-        if (HasFatalFailure())
-            return;
+        SCOPED_TRACE(testing::Message() << round << ": window " << window.nCols << ' ' << window.nRows << " at "
+                                        << window.anchorX << ' ' << window.anchorY << layout.text());
+        expectBlurred(scene, window);
     }
 }
 
@@ -189,99 +153,89 @@ TEST(Blur, OfTilesInPlaceReadsTheOldPixels)
     for (int round = 0; round < 200; ++round) {
         PictureSpec spec = {.channels = 1 + round % 2, .width = 17, .height = 45, .tileWidth = 8, .tileHeight = 8};
         spec.roi = OrvROI{0, random.below(9), random.below(12), 17, random.between(20, 45)};
-        Picture picture(spec);
-        orvSetBorderMode(picture, random.below(4), 15, 99);
+        Scene scene({{{spec, 0, {}, 0}, {spec, 0, {}, 0}}});
+        int mode = random.below(4);
+        orvSetBorderMode(scene.destination(), mode, 15, 99);
         Window window = {3, random.between(1, round % 4 ? 24 : 60), 1, 0};
         window.anchorY = random.below(window.nRows);
         SCOPED_TRACE(testing::Message() << round << ": rows " << window.nRows << ' ' << window.anchorY << ", mode "
-                                        << picture->borderMode[0] << ", region from " << spec.roi->yOffset << ' '
-                                        << spec.roi->height);
-        expectBlurred(picture, picture, window);
+                                        << mode << ", region from " << spec.roi->yOffset << ' ' << spec.roi->height);
+        expectBlurred(scene, window);
     }
 }
 
-TEST(Blur, TakesSumsBeyond32Bits)
+// Sums beyond 32 bits, and means that as floats are beyond the depth.
+TEST(Blur, OfTheLargestValuesGivesThemBack)
 {
-    for (uint32_t depth : {ORV_DEPTH_16U, ORV_DEPTH_16S, ORV_DEPTH_8U}) {
-        Picture src({.depth = depth, .channels = 2, .width = 6, .height = 3, .seed = 3});
-        Picture dst({.depth = depth, .channels = 2, .order = ORV_DATA_ORDER_PLANE, .width = 6, .height = 3});
-        orvSetBorderMode(src, ORV_BORDER_REPLICATE, 15, 0);
-        src.fill([&](int, int, int c) {
-            return depth == ORV_DEPTH_16S ? -32768 : depth == ORV_DEPTH_8U ? 255 : 65535 - c;
-        });
-        int n = depth == ORV_DEPTH_8U ? 2999 : 300;
-        orvBlur(src, dst, n, n, n / 2, n / 2);
-        EXPECT_EQ(dst.values(), src.values());
+    struct Case {
+        uint32_t depth;
+        double value;
+        int n;
+    };
+    for (Case test : {Case{ORV_DEPTH_8U, 255, 2999},
+                      {ORV_DEPTH_16U, 65535, 300},
+                      {ORV_DEPTH_16S, -32768, 300},
+                      {ORV_DEPTH_32S, 2147483647, 2},
+                      {ORV_DEPTH_32S, -2147483648.0, 2}}) {
+        PictureSpec spec = {.depth = test.depth, .channels = 2, .width = 20, .height = 9};
+        Picture src(spec), dst(spec);
+        src.fill([&](int, int, int) { return test.value; });
+        orvSetBorderMode(src, ORV_BORDER_WRAP, 15, 0);
+        orvBlur(src, dst, test.n, test.n, test.n / 2, test.n / 2);
+        EXPECT_EQ(dst.values(), src.values()) << depthName(test.depth);
     }
 }
 
 // The order of the float additions, over a region whose windows stay inside the image: in the columns and along the rows
-// what enters is added before what leaves is subtracted.
+// what enters is added before what leaves is subtracted. The longest rows have more columns than are kept at a time.
 TEST(Blur, KeepsTheOrderOfRunningSums)
 {
+    const Window window = {7, 5, 3, 2};
+    const int width = 300, nCols = window.nCols, nRows = window.nRows;
     for (uint32_t depth : {ORV_DEPTH_32S, ORV_DEPTH_32F})
         for (int channels : {1, 2, 3, 4})
             for (int height : {8, 21}) {
-                const int nCols = 7, nRows = 5, width = 100;
-                Picture src({.depth = depth,
-                             .channels = channels,
-                             .width = width + nCols,
-                             .height = height + nRows,
-                             .roi = OrvROI{0, 3, 2, width, height}});
-                Picture dst({.depth = depth, .channels = channels, .width = width, .height = height});
-                orvBlur(src, dst, nCols, nRows, 3, 2);
-                std::vector<float> columns(size_t(width + nCols - 1));
-                for (int c = 0; c < channels; ++c)
-                    for (int y = 0; y < height; ++y) {
-                        for (int x = 0; x < width + nCols - 1; ++x) {
-                            float& sum = columns[size_t(x)];
-                            if (y == 0)
-                                sum = 0;
-                            for (int row = y == 0 ? 0 : y + nRows - 1; row < y + nRows; ++row)
-                                sum += float(src.get(x, row, c));
-                            if (y > 0)
-                                sum -= float(src.get(x, y - 1, c));
-                        }
+                PictureSpec spec = {.depth = depth, .channels = channels, .width = width, .height = height};
+                Picture dst(spec);
+                spec.roi = OrvROI{0, window.anchorX, window.anchorY, width, height};
+                spec.width += nCols;
+                spec.height += nRows;
+                Picture src(spec);
+                orvBlur(src, dst, nCols, nRows, window.anchorX, window.anchorY);
+                for (int c = 0; c < channels; ++c) {
+                    std::vector<float> columns(size_t(width + nCols - 1));
+                    for (int row = 0; row < height + nRows - 1; ++row) {
                         float sum = 0;
-                        for (int x = 0; x < nCols - 1; ++x)
+                        for (int x = 0; x < width + nCols - 1; ++x) {
+                            columns[size_t(x)] += float(src.get(x, row, c));
+                            if (row >= nRows)
+                                columns[size_t(x)] -= float(src.get(x, row - nRows, c));
                             sum += columns[size_t(x)];
-                        for (int x = 0; x < width; ++x) {
-                            sum += columns[size_t(x + nCols - 1)];
-                            if (x > 0)
-                                sum -= columns[size_t(x - 1)];
-                            ASSERT_EQ(dst.get(x, y, c), resultOf(depth, sum, 1.0f / float(nCols * nRows)))
-                                << x << ' ' << y << ' ' << c;
+                            if (x >= nCols)
+                                sum -= columns[size_t(x - nCols)];
+                            if (x < nCols - 1 || row < nRows - 1)
+                                continue;
+                            ASSERT_EQ(dst.raw(x - nCols + 1, row - nRows + 1, c), meanOf(depth, sum, window))
+                                << x << ' ' << row << ' ' << c;
                         }
                     }
+                }
             }
-}
-
-TEST(Blur, SaturatesAt32S)
-{
-    for (double value : {2147483647.0, -2147483648.0}) {
-        Picture src({.depth = ORV_DEPTH_32S, .width = 20, .height = 9});
-        Picture dst({.depth = ORV_DEPTH_32S, .width = 20, .height = 9});
-        src.fill([&](int, int, int) { return value; });
-        orvSetBorderMode(src, ORV_BORDER_WRAP, 15, 0);
-        orvBlur(src, dst, 2, 2, 0, 0);
-        EXPECT_EQ(dst.values(), src.values());
-    }
 }
 
 TEST(Blur, OfOnePixelIsACopyWithItsRules)
 {
-    Reports reports;
     Picture src({.width = 9, .height = 9, .roi = OrvROI{0, 2, 2, 9, 3}});
     Picture mask({.depth = ORV_DEPTH_1U, .width = 9, .height = 9, .seed = 9});
     PictureSpec spec = {.width = 9, .height = 9, .mask = mask, .seed = 2};
     Picture blurred(spec), copied(spec);
-    orvBlur(src, blurred, 1, 1, 0, 0);
+    auto blur = [&] { orvBlur(src, blurred, 1, 1, 0, 0); };
+    EXPECT_EQ(reportsOf(blur), "");
     orvCopy(src, copied);
     EXPECT_EQ(blurred.values(), copied.values());
     EXPECT_NE(blurred.values(), Picture(spec).values());
     src->origin = ORV_ORIGIN_BL;
-    orvBlur(src, blurred, 1, 1, 0, 0);
-    EXPECT_EQ(reports.take(), "-5 orvCopy srcImage->origin != dstImage->origin\n");
+    EXPECT_EQ(reportsOf(blur), "-5 orvCopy srcImage->origin != dstImage->origin\n");
 }
 
 TEST(Blur, OpensTiles)
@@ -312,103 +266,80 @@ TEST(Blur, OpensTiles)
     EXPECT_EQ(reports.take(), "");
 }
 
-TEST(Blur, ReportsWhatIsWrongInOrder)
+TEST(Blur, ChecksInTheirOrder)
 {
-    struct Case {
-        const char* report;
-        std::function<void(Picture&, Picture&, Window&)> spoil;
+    const Window good = {3, 3, 1, 1};
+    Window window = good;
+    auto setWindow = [&](Window bad) { return [&window, bad](auto) { window = bad; }; };
+    auto blur = [&](OrvImage* const* images) {
+        call(images, window);
+        window = good;
     };
-    // Each spoils what the next would, too: the last of the list that was applied decides.
-    const Case cases[] = {
-        {"", [](Picture&, Picture&, Window&) {}},
-        {"-15 orvBlur bad channel's number\n", [](Picture& src, Picture&, Window&) { src->nChannels = 2; }},
-        {"-18 orvBlur bad alpha channel's number\n",
-         [](Picture& src, Picture&, Window&) { src->nChannels = src->alphaChannel = 1; }},
-        {"-18 orvBlur bad alpha channel's number\n",
-         [](Picture&, Picture& dst, Window&) { dst->nChannels = dst->alphaChannel = 1; }},
-        {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n",
-         [](Picture&, Picture&, Window& window) { window.anchorX = 3; }},
-        {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n",
-         [](Picture&, Picture&, Window& window) {
-             window = {3, 0, 0, 0};
-         }},
-        {"-5 orvBlur (anchorX<0||anchorY<0)\n", [](Picture&, Picture&, Window& window) { window.anchorY = -1; }},
-        {"-5 orvBlur (nRows<0||nCols<0)\n", [](Picture&, Picture&, Window& window) { window.nCols = -1; }},
-        {"-5 orvBlur (srcImage->depth!=dstImage->depth)\n",
-         [](Picture& src, Picture&, Window&) { src->depth = ORV_DEPTH_8S; }},
-        {"-10 orvBlur Incorrect Image\n", [](Picture&, Picture& dst, Window&) { dst->width = 0; }},
-        {"-15 orvBlur Incorrect Image\n", [](Picture& src, Picture&, Window&) { src->nChannels = 0; }},
+    auto setChannels = [](OrvImage* image, int count, int alpha) {
+        image->nChannels = count;
+        image->alphaChannel = alpha;
     };
-    Reports reports;
-    Picture src({.channels = 3, .width = 9, .height = 9});
-    Picture dst({.channels = 3, .width = 9, .height = 9});
-    Window window = {3, 3, 1, 1};
-    for (const Case& one : cases) {
-        one.spoil(src, dst, window);
-        std::vector<uint8_t> before = dst.bytes();
-        orvBlur(src, dst, window.nCols, window.nRows, window.anchorX, window.anchorY);
-        EXPECT_EQ(reports.take(), one.report);
-        EXPECT_EQ(dst.bytes() == before, *one.report != 0);
-    }
-    orvBlur(nullptr, dst, 3, 3, 1, 1);
-    EXPECT_EQ(reports.take(), "-9 orvBlur Incorrect Image\n");
-    Picture huge({.width = 9, .height = 9});
-    orvBlur(huge, huge, INT32_MAX, INT32_MAX, 5, INT32_MAX - 1);
-    EXPECT_EQ(reports.take(), "-4 orvBlur Allocation failure\n");
+    PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+    expectFaultsInOrder(
+        {spec, spec}, blur,
+        {
+            {"-15 orvBlur Incorrect Image\n", [](auto images) { images[0]->nChannels = 0; }},
+            {"-10 orvBlur Incorrect Image\n", [](auto images) { images[1]->width = 0; }},
+            {"-5 orvBlur (srcImage->depth!=dstImage->depth)\n", [](auto images) { images[0]->depth = ORV_DEPTH_8S; }},
+            {"-5 orvBlur (nRows<0||nCols<0)\n", setWindow({-1, 3, -1, 1})},
+            {"-5 orvBlur (nRows<0||nCols<0)\n", setWindow({3, -1, 1, -1})},
+            {"-5 orvBlur (anchorX<0||anchorY<0)\n", setWindow({3, 3, -1, 3})},
+            {"-5 orvBlur (anchorX<0||anchorY<0)\n", setWindow({3, 3, 3, -1})},
+            {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n", setWindow({3, 3, 3, 1})},
+            {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n", setWindow({3, 0, 0, 0})},
+            {"-18 orvBlur bad alpha channel's number\n", [=](auto images) { setChannels(images[1], 1, 1); }},
+            {"-18 orvBlur bad alpha channel's number\n", [=](auto images) { setChannels(images[0], 1, 1); }},
+            {"-15 orvBlur bad channel's number\n", [=](auto images) { setChannels(images[0], 2, 0); }},
+            {"-4 orvBlur Allocation failure\n", [](auto) { testheap::refuse(1, true); }},
+        });
+    Picture picture(spec);
+    EXPECT_EQ(reportsOf([&] { orvBlur(nullptr, picture, 3, 3, 1, 1); }), "-9 orvBlur Incorrect Image\n");
+    EXPECT_EQ(reportsOf([&] { orvBlur(picture, picture, INT32_MAX, INT32_MAX, 5, INT32_MAX - 1); }),
+              "-4 orvBlur Allocation failure\n");
 }
 
 TEST(Blur, EndsWithoutLossWhereMemoryOrATileDoesNotCome)
 {
-    Reports reports;
-    Picture masks[2] = {Picture({.depth = ORV_DEPTH_1U, .width = 30, .height = 30}),
-                        Picture({.depth = ORV_DEPTH_1U, .width = 30, .height = 30, .seed = 2})};
-    int blocks = testheap::blocks();
-    for (int kind = 0; kind < 5; ++kind) {
-        auto run = [&](int allocation, int tile, int& open) {
-            PictureSpec spec = {.channels = 3, .width = 20, .height = 20, .mask = masks[0]};
-            spec.tileHeight = 8;
-            spec.tileWidth = kind & 1 ? 8 : 0;
-            Picture src(spec);
-            spec.tileWidth = kind & 2 ? 8 : 0;
-            spec.mask = masks[1];
-            spec.order = ORV_DATA_ORDER_PLANE;
-            Picture other(spec);
-            Picture& dst = kind == 4 ? src : other;
-            src.log().refuse = dst.log().refuse = tile;
-            testheap::refuse(allocation);
-            orvBlur(src, dst, 5, 5, 2, 2);
-            bool refused = testheap::refused() || src.log().refused || dst.log().refused;
+    PictureSpec mask = {.depth = ORV_DEPTH_1U, .width = 30, .height = 30}, otherMask = mask;
+    otherMask.seed = 2;
+    for (int kind = 0; kind < 12; ++kind) {
+        bool refusesTiles = kind & 1, inPlace = kind >= 8;
+        PictureSpec src = {.channels = 3, .width = 20, .height = 20, .tileWidth = kind & 2 ? 8 : 0, .tileHeight = 8};
+        PictureSpec dst = src;
+        dst.order = ORV_DATA_ORDER_PLANE;
+        dst.tileWidth = kind & 4 ? 8 : 0;
+        bool refused = true;
+        for (int n = 1; refused; ++n) {
+            SCOPED_TRACE(testing::Message() << kind << ' ' << n);
+            Scene scene({{{src, 0, mask, 0}, {dst, inPlace ? 0 : 1, otherMask, 1}}});
+            int blocks = testheap::blocks();
+            scene.log.refuse = refusesTiles ? n : 0;
+            testheap::refuse(refusesTiles ? 0 : n);
+            std::string told = reportsOf([&] { call(scene.pointers().data(), {5, 5, 2, 2}); });
+            refused = testheap::refused() || scene.log.refused;
             testheap::refuse(0);
-            open = src.openTiles() + dst.openTiles();
-            EXPECT_EQ(src.faults() + dst.faults(), "");
-            return refused;
-        };
-        for (bool tiles : {false, true})
-            for (int n = 1;; ++n) {
-                int open;
-                bool refused = run(tiles ? 0 : n, tiles ? n : 0, open);
-                std::string told = reports.take();
-                if (!refused) {
-                    EXPECT_EQ(told, "");
-                    EXPECT_EQ(open, 0);
-                    break;
-                }
-                EXPECT_TRUE(told.ends_with("-4 orvBlur Allocation failure\n")) << kind << ' ' << n << ' ' << told;
-                EXPECT_EQ(testheap::blocks(), blocks) << kind << ' ' << n;
-                ASSERT_LT(n, 1000);
-            }
+            EXPECT_EQ(scene.faults(), "");
+            EXPECT_EQ(testheap::blocks(), blocks);
+            EXPECT_TRUE(refused || scene.openTiles() == 0);
+            EXPECT_TRUE(refused ? told.ends_with("-4 orvBlur Allocation failure\n") : told.empty()) << told;
+            ASSERT_LT(n, 1000);
+        }
     }
 }
 
 TEST(Blur, SetsBordersSideBySide)
 {
-    Picture bytes({.width = 4, .height = 4});
+    Picture bytes({.depth = ORV_DEPTH_8U}), words({.depth = ORV_DEPTH_32S});
     orvSetBorderMode(bytes, ORV_BORDER_WRAP, ORV_SIDE_TOP | ORV_SIDE_LEFT, 300);
-    EXPECT_EQ(std::vector<int32_t>(bytes->borderMode, bytes->borderMode + 4), (std::vector<int32_t>{3, 0, 3, 0}));
-    EXPECT_EQ(std::vector<int32_t>(bytes->borderConst, bytes->borderConst + 4), (std::vector<int32_t>{255, 0, 255, 0}));
-    Picture words({.depth = ORV_DEPTH_32S, .width = 4, .height = 4});
     orvSetBorderMode(words, 7, ORV_SIDE_BOTTOM | ORV_SIDE_RIGHT, 300);
-    EXPECT_EQ(std::vector<int32_t>(words->borderMode, words->borderMode + 4), (std::vector<int32_t>{0, 7, 0, 7}));
-    EXPECT_EQ(words->borderConst[3], 300);
     orvSetBorderMode(nullptr, 0, 15, 0);
+    EXPECT_TRUE(std::ranges::equal(bytes->borderMode, std::array{3, 0, 3, 0}));
+    EXPECT_TRUE(std::ranges::equal(bytes->borderConst, std::array{255, 0, 255, 0}));
+    EXPECT_TRUE(std::ranges::equal(words->borderMode, std::array{0, 7, 0, 7}));
+    EXPECT_TRUE(std::ranges::equal(words->borderConst, std::array{0, 300, 0, 300}));
 }

@@ -44,6 +44,7 @@ void runBoth(Operation operation)
     if (operation.resultDepth != ORV_DEPTH_1U || testing::Test::HasFailure())
         return;
     operation.fits = [&](const Layout& layout) { return fits(layout) && masksBits(layout); };
+    operation.padding = operation.masksAreImages = true;
     operation.walk = {};
     runMatrix(operation);
 }

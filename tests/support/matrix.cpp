@@ -204,8 +204,8 @@ bool mayTouchPadding(const Operation& operation, const Scene& scene)
         const PictureSpec& spec = picture->layout();
         return !spec.tileWidth && (!spec.roi || (spec.channels == 1 && spec.roi->coi > 0));
     };
-    return operation.padding && std::ranges::all_of(scene.images, plain) &&
-           std::ranges::all_of(scene.masks, [](const Picture* mask) { return !mask; });
+    auto allowed = [&](const Picture* mask) { return !mask || operation.masksAreImages; };
+    return operation.padding && std::ranges::all_of(scene.images, plain) && std::ranges::all_of(scene.masks, allowed);
 }
 
 void compareScenes(const Operation& operation, const Scene& got, const Scene& expected)

@@ -116,8 +116,10 @@ struct Operation {
     std::function<bool(const Layout& layout)> fits = {};
     bool inPlace = true;  // the destination may be a source
 
-    // Plain images without regions and masks may be processed padding and all.
+    // Plain images without regions and masks may be processed padding and all; also with masks where these are worked on
+    // like images.
     bool padding = true;
+    bool masksAreImages = false;
 
     // The tile calls it makes. With it the tile calls are compared, and every layout with tiles is run once more with one
     // of them refused, unless a refused tile does not end the walk.
