@@ -133,7 +133,7 @@ std::vector<double> tellingScalars(uint32_t depth)
 
 TEST(Scalar, IsAsTheModelInEveryLayout)
 {
-    uint64_t seed = 0;
+    uint64_t seed = 3;
     forEveryRoad([&](Form form, const char* reporter, uint32_t depth, double value) {
         Operation operation = {.name = forms[form].name, .sourceDepth = depth, .resultDepth = depth};
         operation.rule = ruleOf(form, depth, value);
@@ -184,11 +184,9 @@ TEST(Scalar, RunsOverWholeBuffers)
 // Who does the work reports, and under its own name.
 TEST(Scalar, ChecksInOrder)
 {
-    PictureSpec maskSpec = {.depth = u1, .width = 9, .height = 9};
-    Picture mask(maskSpec), flat(maskSpec), empty(maskSpec);
+    Picture mask({.depth = u1, .width = 9, .height = 9}), flat({.depth = u1}),
+        empty({.depth = u1, .width = 9, .height = 9, .roi = OrvROI{0, 0, 9, 4, 4}});
     flat->height = 0;
-    empty.roi = {0, 0, 9, 4, 4};
-    empty->roi = &empty.roi;
     auto maskBoth = [&](OrvImage* const* images, OrvImage* second) {
         images[0]->maskROI = mask;
         images[1]->maskROI = second;
