@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
+#include <map>
 
 #include "child.h"
 #include "orv.h"
@@ -59,21 +59,11 @@ constexpr std::pair<int, const char*> texts[] = {
 
 TEST(Error, TextsOfAllStatuses)
 {
-    std::string expected;
-    std::string got;
-    for (int status = -300; status <= 10; ++status) {
-        std::string text = unknown;
-        for (const auto& [known, its] : texts) {
-            bool ofMask = known <= -10 && known >= -25 && known != -16 && known != -22 && known != -23;
-            if (status == known)
-                text = its;
-            else if (ofMask && status == known - 100)
-                text = std::string("Mask. ") + its;
-        }
-        expected += std::to_string(status) + ' ' + text + '\n';
-        got += std::to_string(status) + ' ' + orvErrorStr(status) + '\n';
-    }
-    EXPECT_EQ(got, expected);
+    std::map<int, std::string> known(std::begin(texts), std::end(texts));
+    for (int status : {-10, -11, -12, -13, -14, -15, -17, -18, -19, -20, -21, -24, -25})
+        known[status - 100] = "Mask. " + known[status];
+    for (int status = -300; status <= 10; ++status)
+        EXPECT_EQ(orvErrorStr(status), known.contains(status) ? known[status] : unknown) << status;
     EXPECT_STREQ(orvErrorStr(INT_MIN), unknown);
     EXPECT_STREQ(orvErrorStr(INT_MAX), unknown);
     EXPECT_EQ(orvErrorStr(-10), orvErrorStr(-110) + 6);
@@ -229,16 +219,14 @@ const std::string parentText =
 void leafBox()
 {
     sayThatHandlersRun();
-    int32_t result = orvGuiBoxReport(-5, "orvAdd", "(a != b)", "orvarith", -3);
-    fprintf(stderr, "<result %d>", int(result));
+    fprintf(stderr, "<result %d>", int(orvGuiBoxReport(-5, "orvAdd", "(a != b)", "orvarith", -3)));
 }
 
 void parentBox()
 {
     sayThatHandlersRun();
     orvSetErrMode(ORV_ErrorModeParent);
-    int32_t result = orvGuiBoxReport(-1, nullptr, "nested", nullptr, 9);
-    fprintf(stderr, "<result %d>", int(result));
+    fprintf(stderr, "<result %d>", int(orvGuiBoxReport(-1, nullptr, "nested", nullptr, 9)));
 }
 
 void longBox()
