@@ -414,8 +414,8 @@ TEST_F(Alloc, DeallocationFollowsItsFlags)
             rest.tileInfo = nullptr;
         if (flags & ORV_IMAGE_MASK)
             rest.maskROI = nullptr;
-        // Both are copies, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         if (!(flags & ORV_IMAGE_HEADER)) {
+            // Both are copies, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
             EXPECT_EQ(memcmp(image, &rest, sizeof rest), 0);
             orvDeallocateHeader(image);
         }
