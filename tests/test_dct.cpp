@@ -35,12 +35,7 @@ using Values = std::vector<double>;
 // The region of one channel, row by row.
 Values valuesOf(const Picture& picture, int channel = 0)
 {
-    Area area = areaOf(picture);
-    Values values;
-    for (int y = 0; y < area.height; ++y)
-        for (int x = 0; x < area.width; ++x)
-            values.push_back(picture.get(area.x + x, area.y + y, channel));
-    return values;
+    return fourier::valuesOf(picture, areaOf(picture), channel);
 }
 
 Values naive(Values block, int width, int height, bool inverse)
