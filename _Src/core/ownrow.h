@@ -24,7 +24,8 @@ struct OwnRows {
 // d[i] = f(a[i], b[i]) for the values of all rows.
 using OwnRun = void (*)(const OwnRows& rows);
 
-// The same for n values, but only where lanes[i], a value of d's size, has all bits set; where it has none, d[i] is stored as it is.
+// The same for n values, but only where lanes[i], a value of d's size, has all bits set; where it has none, d[i] is stored
+// as it is.
 using OwnSelect = void (*)(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n);
 
 // The same for n values, at least OWN_MASKED_LEAST, under mask bits of which the first is bit 7 - bit of *bits.
@@ -148,9 +149,9 @@ inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPl
     computeBlock<block>(d + n - block, n - block, value);
 }
 
-// Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in a
-// row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for nothing.
-// The bits are those of a value, powers of two.
+// Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in
+// a row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for
+// nothing. The bits are those of a value, powers of two.
 template <uintptr_t sourceBits, uintptr_t resultBits, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
