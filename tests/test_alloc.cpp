@@ -415,7 +415,7 @@ TEST_F(Alloc, DeallocationFollowsItsFlags)
         if (flags & ORV_IMAGE_MASK)
             rest.maskROI = nullptr;
         if (!(flags & ORV_IMAGE_HEADER)) {
-            // Both are copies, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+            // Both are copies, padding included.
             EXPECT_EQ(memcmp(image, &rest, sizeof rest), 0);
             orvDeallocateHeader(image);
         }
@@ -461,7 +461,7 @@ TEST_F(Alloc, ClonesOfEveryLayout)
             expected.roi = clone->roi;
             expected.imageData = clone->imageData;
             expected.imageDataBlock = clone->imageDataBlock;
-            // Both are copies, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+            // Both are copies, padding included.
             EXPECT_EQ(memcmp(clone, &expected, sizeof expected), 0);
             EXPECT_NE(clone->imageDataBlock, nullptr);
             ASSERT_EQ(clone->roi != nullptr, spec.roi.has_value());

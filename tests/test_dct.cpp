@@ -1,6 +1,7 @@
 // The cosine transform against its definition in double precision.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <thread>
 
 #include "checks.h"

@@ -135,7 +135,8 @@ TEST_F(FftFixed, PowersOfTwoStayNearTheTruth)
 
 TEST_F(FftFixed, FlatImagesAndImpulsesAreExact)
 {
-    for (auto [width, height] : {std::pair{64, 32}, {8, 128}, {16, 1}, {1, 4096}}) {
+    for (auto size : {std::pair{64, 32}, {8, 128}, {16, 1}, {1, 4096}}) {
+        const int width = size.first, height = size.second;
         SCOPED_TRACE(testing::Message() << width << " x " << height);
         PictureSpec spec{.depth = ORV_DEPTH_32S, .width = width, .height = height};
         Picture flat(spec), impulse(spec), ofFlat(spec), ofImpulse(spec), expected(spec);

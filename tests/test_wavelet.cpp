@@ -1,6 +1,7 @@
 // Wavelets: filter banks by what defines them, and the transforms against their definition.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <complex>
 #include <cstring>
 #include <regex>
@@ -329,7 +330,8 @@ TEST(WaveletCatalogue, BanksAreWhatDefinesThem)
 TEST(WaveletCatalogue, VaidyanathanStopsHighFrequencies)
 {
     std::vector<double> low = tapsOf(kernelOf({ORV_WT_VAIDYANATHAN, 0, 0}).filtDecLow);
-    for (double frequency = 0.7; frequency <= 1; frequency += 0.01) {
+    for (int percent = 70; percent <= 100; ++percent) {
+        double frequency = percent / 100.0;
         std::complex<double> response = 0;
         for (size_t k = 0; k < low.size(); ++k)
             response += low[k] * std::polar(1.0, frequency * double(k) * 3.14159265358979);
