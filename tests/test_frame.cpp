@@ -52,6 +52,16 @@ TEST(Regions, AreCutAtTheirImages)
         }
 }
 
+TEST(Masks, CountFromTheirOwnRegion)
+{
+    Picture mask({.depth = ORV_DEPTH_1U, .width = 16, .height = 4, .roi = OrvROI{0, 3, 2, 9, 2}});
+    mask.fill([](int x, int y, int) { return x == 3 && y == 2; });
+    Picture dst({.width = 6, .height = 2, .mask = mask}), before({.width = 6, .height = 2});
+    orvNot(dst, dst);
+    before.set(0, 0, 0, 255 - before.get(0, 0));
+    EXPECT_EQ(dst.values(), before.values());
+}
+
 // Three masks or fewer, in any order.
 TEST(Masks, CombineByTheirCommonBits)
 {
@@ -152,6 +162,20 @@ TEST(BandWalk, OpensAnImageOnceInPlaceAndTwiceAsTwoSources)
     EXPECT_EQ(tileCalls(log, [&] { orvSubtract(d, a, d); }),
               "A read 0 0\nD write 0 0\nA release 0 0\nA read 1 0\nA release 1 0\nD release 0 0\n");
     EXPECT_EQ(tileCalls(log, [&] { orvSquare(a, a); }), "A write 0 0\nA release 0 0\nA write 1 0\nA release 1 0\n");
+}
+
+TEST(BandWalk, EndsAtARefusedTile)
+{
+    TileLog log;
+    const PictureSpec whole = tiled("D", log, 16, 8, 16, {0, 0, 0, 16, 8});
+    Picture src(tiled("S", log, 16, 8, 8, {0, 0, 0, 16, 8})), dst(whole), before(whole);
+    log.refuse = 3;  // the source's second tile
+    EXPECT_EQ(reportsOf([&] { orvNot(src, dst); }), "-5 orvXorS (srcImage->tileInfo->tileData == 0)\n");
+    EXPECT_EQ(log.text(), "S read 0 0\nD write 0 0\nS release 0 0\nS read 1 0\n");
+    EXPECT_EQ(src.openTiles(), 0);
+    EXPECT_EQ(dst.openTiles(), 1);
+    for (int x = 0; x < 16; ++x)
+        EXPECT_EQ(dst.raw(x, 5), x < 8 ? 255 - src.raw(x, 5) : before.raw(x, 5)) << x;
 }
 
 TEST(GridWalk, BringsTilesCellByCell)
