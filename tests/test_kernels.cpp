@@ -42,10 +42,11 @@ std::vector<Tables> levels()
 const int valueBytes[OWN_DEPTHS] = {1, 1, 1, 2, 2, 4, 4};
 
 // Values at any alignment, which end where their block of memory ends, so that the sanitizer sees every step beyond.
+// No block is empty, so that no address is NULL.
 class Values {
 public:
     Values(ptrdiff_t n, int valueSize, Random& random)
-        : size(valueSize), first(random.below(17) * size), block(size_t(first + n * size))
+        : size(valueSize), first(random.between(1, 17) * size), block(size_t(first + n * size))
     {
         for (uint8_t& byte : block)
             byte = uint8_t(random.bits() >> 11);
