@@ -114,7 +114,8 @@ TEST(Arith, RunsOverWholeBuffers)
 
     for (Case& one : cases) {
         SCOPED_TRACE("case " + std::to_string(&one - cases.data()));
-        one.b.seed = 2, one.d.seed = 3;
+        one.b.seed = 2;
+        one.d.seed = 3;
         Picture a(one.a), b(one.b), d(one.d);
         std::vector<uint8_t> expected = d.bytes(), left = a.bytes(), right = b.bytes();
         OrvROI part = one.d.roi.value_or(OrvROI{0, 0, 0, d->width, d->height});

@@ -1,6 +1,8 @@
 // Threshold.
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "checks.h"
 #include "model.h"
 #include "reports.h"
