@@ -3,8 +3,6 @@
 
 #include "checks.h"
 #include "model.h"
-#include "reports.h"
-#include "testheap.h"
 
 namespace {
 
@@ -16,41 +14,27 @@ struct Member {
     const char* nameAtBits;  // who reports at 1U
     const char* nullReport;  // of a NULL first image
     bool floats;
-    Rule (*rule)(uint32_t depth);
+    std::function<Rule(uint32_t depth)> rule;
 };
 
-Rule addRule(uint32_t depth)
+template <class Function>
+auto numbers(Function function)
 {
-    return onNumbers(depth, [](double a, double b) { return a + b; });
+    return [=](uint32_t depth) { return onNumbers(depth, function); };
 }
-Rule subtractRule(uint32_t depth)
+template <class Function>
+auto bits(Function function)
 {
-    return onNumbers(depth, [](double a, double b) { return a - b; });
-}
-Rule multiplyRule(uint32_t depth)
-{
-    return onNumbers(depth, [](double a, double b) { return a * b; });
-}
-Rule andRule(uint32_t)
-{
-    return [](uint32_t a, uint32_t b) { return a & b; };
-}
-Rule orRule(uint32_t)
-{
-    return [](uint32_t a, uint32_t b) { return a | b; };
-}
-Rule xorRule(uint32_t)
-{
-    return [](uint32_t a, uint32_t b) { return a ^ b; };
+    return [=](uint32_t) { return Rule(function); };
 }
 
 const Member members[] = {
-    {"orvAdd", orvAdd, "orvOr", "-5 orvAdd srcImageA==0\n", true, addRule},
-    {"orvSubtract", orvSubtract, "orvSubtract", "-9 orvSubtract Incorrect Image\n", true, subtractRule},
-    {"orvMultiply", orvMultiply, "orvAnd", "-5 orvMultiply srcImageA==0\n", true, multiplyRule},
-    {"orvAnd", orvAnd, "orvAnd", "-9 orvAnd Incorrect Image\n", false, andRule},
-    {"orvOr", orvOr, "orvOr", "-9 orvOr Incorrect Image\n", false, orRule},
-    {"orvXor", orvXor, "orvXor", "-9 orvXor Incorrect Image\n", false, xorRule},
+    {"orvAdd", orvAdd, "orvOr", "-5 orvAdd srcImageA==0\n", true, numbers(std::plus())},
+    {"orvSubtract", orvSubtract, "orvSubtract", "-9 orvSubtract Incorrect Image\n", true, numbers(std::minus())},
+    {"orvMultiply", orvMultiply, "orvAnd", "-5 orvMultiply srcImageA==0\n", true, numbers(std::multiplies())},
+    {"orvAnd", orvAnd, "orvAnd", "-9 orvAnd Incorrect Image\n", false, bits(std::bit_and())},
+    {"orvOr", orvOr, "orvOr", "-9 orvOr Incorrect Image\n", false, bits(std::bit_or())},
+    {"orvXor", orvXor, "orvXor", "-9 orvXor Incorrect Image\n", false, bits(std::bit_xor())},
 };
 
 std::string reporter(const Member& member, uint32_t depth)
@@ -58,155 +42,144 @@ std::string reporter(const Member& member, uint32_t depth)
     return depth == ORV_DEPTH_1U ? member.nameAtBits : member.name;
 }
 
+// Calls test(member, depth) with all depths that the members take.
+template <class Test>
+void forEveryMember(Test test)
+{
+    for (const Member& member : members)
+        for (uint32_t depth : allDepths)
+            if ((member.floats || depth != ORV_DEPTH_32F) && !testing::Test::HasFailure())
+                test(member, depth);
+}
+
 }  // namespace
 
 TEST(Arith, IsAsTheModelInEveryLayout)
 {
-    for (const Member& member : members)
-        for (uint32_t depth : allDepths) {
-            if (depth == ORV_DEPTH_32F && !member.floats)
-                continue;
-            Operation operation = {.name = member.name, .sources = 2, .sourceDepth = depth, .resultDepth = depth};
-            operation.rule = member.rule(depth);
-            operation.call = [&](OrvImage* const* images) { member.call(images[0], images[1], images[2]); };
-            operation.walk = [&](const Scene& scene) {
-                return bandWalk(scene, reporter(member, depth), {"srcImageA", "srcImageB", "dstImage"});
-            };
-            operation.seed = depth * 31 + uint64_t(&member - members);
-            runMatrix(operation);
-            if (HasFailure())
-                return;
-        }
+    forEveryMember([](const Member& member, uint32_t depth) {
+        Operation operation = {.name = member.name, .sources = 2, .sourceDepth = depth, .resultDepth = depth};
+        operation.rule = member.rule(depth);
+        operation.call = [&](OrvImage* const* images) { member.call(images[0], images[1], images[2]); };
+        operation.walk = [&](const Scene& scene) {
+            return bandWalk(scene, reporter(member, depth), {"srcImageA", "srcImageB", "dstImage"});
+        };
+        operation.seed = depth * 31 + uint64_t(&member - members);
+        runMatrix(operation);
+    });
 }
 
 // Every pair of 8-bit values, and pairs around the ends of the wider ranges.
 TEST(Arith, ComputesExactly)
 {
-    for (const Member& member : members)
-        for (uint32_t depth : allDepths) {
-            if (depth == ORV_DEPTH_32F && !member.floats)
-                continue;
-            PictureSpec spec = {.depth = depth, .width = 256, .height = 256};
-            Picture a(spec), b(spec), d(spec);
-            std::vector<uint32_t> values = telling(depth);
-            a.fillRaw([&](int x, int, int) { return values[size_t(x)]; });
-            b.fillRaw([&](int, int y, int) { return values[size_t(y)]; });
-            member.call(a, b, d);
-            Rule rule = member.rule(depth);
-            for (int y = 0; y < 256; ++y)
-                for (int x = 0; x < 256; ++x)
-                    ASSERT_TRUE(sameValue(depth, d.raw(x, y), rule(a.raw(x, y), b.raw(x, y))))
-                        << member.name << ' ' << depthName(depth) << ' ' << a.get(x, y) << ' ' << b.get(x, y) << ": "
-                        << d.get(x, y);
-        }
+    forEveryMember([](const Member& member, uint32_t depth) {
+        PictureSpec spec = {.depth = depth, .width = 256, .height = 256};
+        Picture a(spec), b(spec), d(spec);
+        std::vector<uint32_t> values = telling(depth);
+        a.fillRaw([&](int x, int, int) { return values[size_t(x)]; });
+        b.fillRaw([&](int, int y, int) { return values[size_t(y)]; });
+        member.call(a, b, d);
+        Rule rule = member.rule(depth);
+        for (int y = 0; y < 256; ++y)
+            for (int x = 0; x < 256; ++x)
+                ASSERT_TRUE(sameValue(depth, d.raw(x, y), rule(a.raw(x, y), b.raw(x, y))))
+                    << member.name << ' ' << depthName(depth) << ' ' << a.get(x, y) << ' ' << b.get(x, y) << ": "
+                    << d.get(x, y);
+    });
 }
 
 // One run over whole buffers takes the padding along; which images are alike is found by sums, not by comparisons.
 TEST(Arith, RunsOverWholeBuffers)
 {
-    Reports reports;
-    auto sumOfBytes = [](Picture& a, Picture& b, Picture& d) {
-        std::vector<uint8_t> expected = a.bytes(), other = b.bytes();
-        for (size_t i = 0; i < expected.size(); ++i)
-            expected[i] = uint8_t(std::min(expected[i] + other[i], 255));
-        orvAdd(a, b, d);
+    auto plain = [](int width, int height, int extraStep, std::optional<OrvROI> roi = {}) {
+        return PictureSpec{.width = width, .height = height, .roi = roi, .extraStep = extraStep};
+    };
+    struct Case {
+        PictureSpec a, b, d;
+        bool whole;
+        int imageSize = 0;  // that all headers claim, 0 for the true one
+    };
+    std::vector<Case> cases = {
+        {plain(5, 6, 8), plain(5, 6, 8), plain(5, 6, 8), true},
+        // A region with a channel of interest that is the image does not stand in the way.
+        {plain(5, 6, 8, OrvROI{1, 0, 0, 9, 6}), plain(5, 6, 8), plain(5, 6, 8), true},
+        // 60 * 4 = 48 * 5 = 80 * 3 bytes, and 2 * 4 - 5 - 3 = 0 rows.
+        {plain(12, 4, 48), plain(12, 5, 36), plain(12, 3, 68), true},
+        // The heights agree likewise, or the sizes, but a run over the first image's bytes would pass the last's end.
+        {plain(10, 4, 0), plain(10, 5, 0), plain(10, 3, 0), false},
+        {plain(10, 4, 0), plain(10, 4, 0), plain(10, 4, 0), false, 4000},
+    };
+    // Regions that are not the whole image, or do not say which channel, go by rows, which end at the region.
+    for (OrvROI roi : {OrvROI{0, 0, 0, 5, 6}, {1, 0, 0, 4, 6}, {1, 0, 0, 5, 5}, {1, 1, 0, 5, 6}, {1, 0, 1, 5, 6}})
+        cases.push_back({plain(5, 6, 0, roi), plain(5, 6, 0, roi), plain(5, 6, 0, roi), false});
+
+    auto check = [](const Member& member, Case one) {
+        Rule rule = member.rule(ORV_DEPTH_8U);
+        one.b.seed = 2;
+        one.d.seed = 3;
+        Picture a(one.a), b(one.b), d(one.d);
+        std::vector<uint8_t> expected = d.bytes(), left = a.bytes(), right = b.bytes();
+        OrvROI part = one.d.roi.value_or(OrvROI{0, 0, 0, d->width, d->height});
+        size_t step = size_t(d->widthStep);
+        for (size_t i = 0; i < expected.size(); ++i) {
+            int x = int(i % step), y = int(i / step);
+            bool inside = x >= part.xOffset && x < std::min(part.xOffset + part.width, d->width) && y >= part.yOffset &&
+                          y < part.yOffset + part.height;
+            if (one.whole || inside)
+                expected[i] = uint8_t(rule(left[i], right[i]));
+        }
+        if (one.imageSize)
+            a->imageSize = b->imageSize = d->imageSize = one.imageSize;
+        EXPECT_EQ(reportsOf([&] { member.call(a, b, d); }), "");
         EXPECT_TRUE(d.bytes() == expected);
         EXPECT_EQ(a.faults() + b.faults() + d.faults(), "");
     };
-    PictureSpec spec = {.align = 8, .width = 5, .height = 6, .extraStep = 8};
-    Picture a(spec), b(spec), d(spec);
-    sumOfBytes(a, b, d);
-    // A region with a channel of interest that is the image does not stand in the way.
-    spec.roi = OrvROI{1, 0, 0, 9, 6};
-    Picture whole(spec);
-    sumOfBytes(whole, b, d);
-    // 60 * 4 = 48 * 5 = 80 * 3 bytes, and 2 * 4 - 5 - 3 = 0 rows.
-    Picture four({.width = 12, .height = 4, .extraStep = 48}), five({.width = 12, .height = 5, .extraStep = 36}),
-        three({.width = 12, .height = 3, .extraStep = 68});
-    sumOfBytes(four, five, three);
-    EXPECT_EQ(reports.take(), "");
-}
-
-// Regions that are not the whole image, or do not say which channel, go by rows, which end at the region.
-TEST(Arith, KeepsPaddingOutsideRegions)
-{
-    for (OrvROI roi : {OrvROI{0, 0, 0, 5, 6}, {1, 0, 0, 4, 6}, {1, 0, 0, 5, 5}, {1, 1, 0, 5, 6}, {1, 0, 1, 5, 6}}) {
-        PictureSpec spec = {.align = 8, .width = 5, .height = 6, .roi = roi};
-        Picture a(spec), d(spec);
-        std::vector<uint8_t> expected = d.bytes();
-        for (int y = roi.yOffset; y < std::min(roi.yOffset + roi.height, 6); ++y)
-            for (int x = roi.xOffset; x < std::min(roi.xOffset + roi.width, 5); ++x)
-                expected[size_t(y * 8 + x)] = 0;
-        orvXor(a, a, d);
-        EXPECT_TRUE(d.bytes() == expected) << roi.coi << ' ' << roi.xOffset << ' ' << roi.yOffset << ' ' << roi.width;
-    }
-}
-
-// The sums of the heights and sizes agree, but a run over the first image's bytes would pass the end of the last.
-TEST(Arith, RunsOverNoMoreThanAllBuffersHave)
-{
-    Reports reports;
-    for (bool lie : {false, true}) {
-        Picture a({.width = 10, .height = 4}), b({.width = 10, .height = lie ? 4 : 5, .seed = 2}),
-            d({.width = 10, .height = lie ? 4 : 3, .seed = 3});
-        if (lie)
-            a->imageSize = b->imageSize = d->imageSize = 4000;
-        orvAdd(a, b, d);
-        for (int y = 0; y < d->height; ++y)
-            for (int x = 0; x < 10; ++x)
-                ASSERT_EQ(d.get(x, y), std::min(a.get(x, y) + b.get(x, y), 255.0));
-        EXPECT_EQ(a.faults() + b.faults() + d.faults(), "");
-    }
-    EXPECT_EQ(reports.take(), "");
+    for (const Member& member : members)
+        for (const Case& one : cases) {
+            SCOPED_TRACE(member.name + (" case " + std::to_string(&one - cases.data())));
+            check(member, one);
+        }
 }
 
 TEST(Arith, ChecksInOrder)
 {
-    for (const Member& member : members)
-        for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_32F, ORV_DEPTH_1U}) {
-            SCOPED_TRACE(member.name + (' ' + depthName(depth)));
-            std::string name = reporter(member, depth);
-            auto bad = [&](const char* context) { return "-5 " + name + ' ' + context + '\n'; };
-            auto header = [&](const char* status) { return status + (' ' + name) + " Incorrect Image\n"; };
-            Picture mask({.depth = ORV_DEPTH_1U, .width = 9, .height = 9}),
-                empty({.depth = ORV_DEPTH_1U, .width = 9, .height = 9, .roi = OrvROI{0, 9, 0, 4, 4}});
-            auto maskBoth = [&](OrvImage* const* images, OrvImage* first) {
-                images[0]->maskROI = first;
-                images[1]->maskROI = mask;
-            };
-            std::vector<Fault> faults = {
-                {header("-10"), [](OrvImage* const* images) { images[0]->width = 0; }},
-                {header("-13"), [](OrvImage* const* images) { images[1]->widthStep = 0; }},
-                {header("-18"), [](OrvImage* const* images) { images[2]->alphaChannel = 9; }},
-                {bad("(srcImageA->depth != dstImage->depth)"),
-                 [&](OrvImage* const* images) {
-                     // At 1U the first image's depth has chosen the function.
-                     (depth == ORV_DEPTH_1U ? images[2] : images[0])->depth = ORV_DEPTH_16S;
-                 }},
-                {bad("(srcImageB->depth != dstImage->depth)"),
-                 [](OrvImage* const* images) { images[1]->depth = ORV_DEPTH_32S; }},
-            };
-            if (depth != ORV_DEPTH_1U) {
-                faults.push_back({bad("(srcImageA->dataOrder != dstImage->dataOrder)"),
-                                  [](OrvImage* const* images) { images[0]->dataOrder = 1; }});
-                faults.push_back({bad("(srcImageB->dataOrder != dstImage->dataOrder)"),
-                                  [](OrvImage* const* images) { images[1]->dataOrder = 1; }});
-                faults.push_back(
-                    {bad("(nChSrcA != nChDst)"), [](OrvImage* const* images) { images[0]->nChannels = 2; }});
-                faults.push_back(
-                    {bad("(nChSrcB != nChDst)"), [](OrvImage* const* images) { images[1]->nChannels = 2; }});
-            }
-            faults.push_back({"", [&](OrvImage* const* images) { maskBoth(images, empty); }});
-            faults.push_back({"-4 " + name + " Out of memory\n", [&](OrvImage* const* images) {
-                                  maskBoth(images, mask);
-                                  testheap::refuse(1);
-                              }});
-            if (depth == ORV_DEPTH_32F && !member.floats)
-                faults.push_back({bad("This function does not support depth 32F"),
-                                  [&](OrvImage* const* images) { maskBoth(images, mask); }});
-            expectFaultsInOrder(
-                std::vector<PictureSpec>(3, {.depth = depth, .width = 8, .height = 8}),
-                [&](OrvImage* const* images) { member.call(images[0], images[1], images[2]); }, faults);
-            EXPECT_EQ(reportsOf([&] { member.call(nullptr, nullptr, nullptr); }), member.nullReport);
-        }
+    PictureSpec maskSpec = {.depth = ORV_DEPTH_1U, .width = 9, .height = 9};
+    Picture mask(maskSpec);
+    maskSpec.roi = OrvROI{0, 9, 0, 4, 4};
+    Picture empty(maskSpec);
+    auto check = [&](const Member& member, uint32_t depth) {
+        SCOPED_TRACE(member.name + (' ' + depthName(depth)));
+        auto report = [&](const std::string& status, const char* context) {
+            return status + ' ' + reporter(member, depth) + ' ' + context + '\n';
+        };
+        bool atBits = depth == ORV_DEPTH_1U;
+        std::vector<Fault> faults = {
+            {report("-10", "Incorrect Image"), setField(0, &OrvImage::width, 0)},
+            {report("-13", "Incorrect Image"), setField(1, &OrvImage::widthStep, 0)},
+            {report("-18", "Incorrect Image"), setField(2, &OrvImage::alphaChannel, 9)},
+            // At 1U the first image's depth has chosen the function.
+            {report("-5", "(srcImageA->depth != dstImage->depth)"),
+             setField(atBits ? 2 : 0, &OrvImage::depth, ORV_DEPTH_16S)},
+            {report("-5", "(srcImageB->depth != dstImage->depth)"), setField(1, &OrvImage::depth, ORV_DEPTH_32S)},
+        };
+        const Fault layoutFaults[] = {
+            {report("-5", "(srcImageA->dataOrder != dstImage->dataOrder)"), setField(0, &OrvImage::dataOrder, 1)},
+            {report("-5", "(srcImageB->dataOrder != dstImage->dataOrder)"), setField(1, &OrvImage::dataOrder, 1)},
+            {report("-5", "(nChSrcA != nChDst)"), setField(0, &OrvImage::nChannels, 2)},
+            {report("-5", "(nChSrcB != nChDst)"), setField(1, &OrvImage::nChannels, 2)},
+        };
+        if (!atBits)
+            faults.insert(faults.end(), std::begin(layoutFaults), std::end(layoutFaults));
+        faults.push_back({"", setMasks(empty, mask)});
+        faults.push_back({report("-4", "Out of memory"), setMasks(mask, mask, 1)});
+        if (depth == ORV_DEPTH_32F && !member.floats)
+            faults.push_back({report("-5", "This function does not support depth 32F"), setMasks(mask, mask)});
+        expectFaultsInOrder(
+            std::vector<PictureSpec>(3, {.depth = depth, .width = 8, .height = 8}),
+            [&](OrvImage* const* images) { member.call(images[0], images[1], images[2]); }, faults);
+    };
+    for (const Member& member : members) {
+        for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_32F, ORV_DEPTH_1U})
+            check(member, depth);
+        EXPECT_EQ(reportsOf([&] { member.call(nullptr, nullptr, nullptr); }), member.nullReport);
+    }
 }

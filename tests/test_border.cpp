@@ -2,22 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
+#include <cstring>
 
 #include "core/ownborder.h"
+#include "model.h"
 #include "naiveborder.h"
 #include "picture.h"
-#include "reports.h"
 #include "testheap.h"
 
 namespace {
 
 PictureSpec randomSpec(Random& random)
 {
-    const uint32_t depths[] = {ORV_DEPTH_1U,  ORV_DEPTH_8U,  ORV_DEPTH_8S, ORV_DEPTH_16U,
-                               ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_32F};
-    PictureSpec spec;
-    spec.depth = depths[random.below(7)];
+    PictureSpec spec = {.depth = allDepths[size_t(random.below(int(allDepths.size())))]};
     spec.channels = spec.depth == ORV_DEPTH_1U ? 1 : random.between(1, 5);
     spec.alpha = random.below(2) ? spec.channels : 0;
     spec.order = random.below(2);
@@ -37,6 +34,13 @@ void randomBorders(Random& random, OrvImage* image)
         image->borderMode[side] = int32_t(random.below(4) | random.below(2) << 7);
         image->borderConst[side] = int32_t(random.bits() >> random.between(32, 62)) - random.below(3);
     }
+}
+
+// The block of ownBorderedRect, whose rows are *step bytes apart.
+OwnScratch<uint8_t> rectOf(Picture& picture, int x, int y, int width, int height, int32_t* step = nullptr)
+{
+    int32_t unused;
+    return OwnScratch<uint8_t>(ownBorderedRect(picture, x, y, width, height, step ? step : &unused));
 }
 
 // A sample of a block as it comes from ownBorderedRect for a picture of this kind.
@@ -72,7 +76,7 @@ TEST(Border, ReadsWhatTheNaiveReaderReads)
                                         << spec.order << ", " << spec.width << " x " << spec.height << " at " << x
                                         << ' ' << y << ' ' << width << ' ' << height << ", tiles " << spec.tileWidth);
         int32_t step = 0;
-        OwnScratch<uint8_t> block(ownBorderedRect(picture, x, y, width, height, &step));
+        OwnScratch<uint8_t> block = rectOf(picture, x, y, width, height, &step);
         ASSERT_TRUE(block);
         ASSERT_EQ(size_t(step), rowBytes(spec, width));
         for (int i = 0; i < height; ++i)
@@ -104,13 +108,9 @@ TEST(Border, SurroundsARectangle)
     OwnBorderedImage bordered;
     ASSERT_TRUE(bordered.fetch(picture, {1, 5, 2, 4, 4, 2}, {3, 4, 1, 2}));
     const OrvImage& image = bordered.work.image;
-    EXPECT_EQ(image.width, 8);
-    EXPECT_EQ(image.height, 8);
-    EXPECT_EQ(bordered.work.roi.xOffset, 3);
-    EXPECT_EQ(bordered.work.roi.yOffset, 4);
-    EXPECT_EQ(bordered.work.roi.width, 4);
-    EXPECT_EQ(bordered.work.roi.height, 2);
-    EXPECT_EQ(bordered.work.roi.coi, 2);
+    const OrvROI region = {2, 3, 4, 4, 2};
+    EXPECT_TRUE(image.width == 8 && image.height == 8);
+    EXPECT_TRUE(memcmp(&bordered.work.roi, &region, sizeof region) == 0);
     EXPECT_EQ(image.imageData[4 * image.widthStep + 3 * 3 + 1], picture.raw(1, 2, 1));
     EXPECT_FALSE(bordered.fetch(picture, {1, 5, 2, 4, 4, 2}, {INT32_MAX, 0, 0, 0}));
 }
@@ -120,8 +120,7 @@ TEST(Border, OpensTheTilesOfOneRowAtATime)
     Picture picture({.width = 20, .height = 20, .tileWidth = 8, .tileHeight = 8});
     auto calls = [&](int x, int y, int width, int height) {
         picture.log().calls.clear();
-        int32_t step;
-        OwnScratch<uint8_t> block(ownBorderedRect(picture, x, y, width, height, &step));
+        rectOf(picture, x, y, width, height);
         return picture.log().text();
     };
     EXPECT_EQ(calls(5, 5, 10, 4),
@@ -159,49 +158,43 @@ TEST(Border, ShowsEveryTileAgainWhenItIsReleased)
 {
     Picture picture({.width = 16, .height = 8, .tileWidth = 8, .tileHeight = 8});
     picture->tileInfo->callBack = provideTwoTiles;
-    int32_t step;
-    OwnScratch<uint8_t> block(ownBorderedRect(picture, 0, 0, 16, 8, &step));
+    rectOf(picture, 0, 0, 16, 8);
     EXPECT_EQ(wrongReleases, 0);
 }
 
 TEST(Border, EndsWithoutLossWhereMemoryOrATileDoesNotCome)
 {
-    int blocks = testheap::blocks();
-    PictureSpec spec = {.channels = 3, .width = 20, .height = 20, .tileWidth = 8, .tileHeight = 8};
-    for (int n = 1;; ++n) {
-        Picture picture(spec);
-        picture.log().refuse = n;
-        int32_t step;
-        OwnScratch<uint8_t> block(ownBorderedRect(picture, 3, 3, 15, 15, &step));
-        if (!picture.log().refused)
-            break;
-        EXPECT_EQ(block.data, nullptr);
-        EXPECT_EQ(picture.openTiles(), (n - 1) % 3);
-        ASSERT_LE(n, 9);
-    }
-    for (int n = 1;; ++n) {
-        Picture picture(spec);
-        testheap::refuse(n);
-        int32_t step;
-        OwnScratch<uint8_t> block(ownBorderedRect(picture, 3, 3, 15, 15, &step));
-        bool refused = testheap::refused();
+    // Refuses the n-th tile or allocation; false if there are fewer. A refused tile leaves open those before it in its row of three.
+    auto endsEarly = [](bool tile, int n) {
+        Picture picture({.channels = 3, .width = 20, .height = 20, .tileWidth = 8, .tileHeight = 8});
+        picture.log().refuse = tile ? n : 0;
+        testheap::refuse(tile ? 0 : n);
+        OwnScratch<uint8_t> block = rectOf(picture, 3, 3, 15, 15);
+        bool refused = tile ? picture.log().refused : testheap::refused();
         testheap::refuse(0);
-        if (!refused)
-            break;
-        EXPECT_EQ(block.data, nullptr);
-        EXPECT_EQ(picture.openTiles(), 0);
-        ASSERT_LE(n, 4);
+        EXPECT_NE(bool(block), refused);
+        EXPECT_EQ(picture.openTiles(), refused && tile ? (n - 1) % 3 : 0);
+        return refused;
+    };
+    int blocks = testheap::blocks();
+    for (bool tile : {true, false}) {
+        int refusals = 0;
+        while (endsEarly(tile, refusals + 1))
+            ++refusals;
+        EXPECT_EQ(refusals, tile ? 9 : 4);
     }
     EXPECT_EQ(testheap::blocks(), blocks);
+}
 
+TEST(Border, RefusesRectanglesThatNoBlockHolds)
+{
     Picture picture({.width = 8, .height = 8});
-    int32_t step;
-    EXPECT_EQ(ownBorderedRect(picture, 0, 0, 0, 5, &step), nullptr);
-    EXPECT_EQ(ownBorderedRect(picture, 0, 0, 5, -1, &step), nullptr);
-    EXPECT_EQ(ownBorderedRect(picture, 0, 0, INT32_MAX, INT32_MAX, &step), nullptr);
+    EXPECT_FALSE(rectOf(picture, 0, 0, 0, 5));
+    EXPECT_FALSE(rectOf(picture, 0, 0, 5, -1));
+    EXPECT_FALSE(rectOf(picture, 0, 0, INT32_MAX, INT32_MAX));
     picture->align = 64;
-    EXPECT_EQ(ownBorderedRect(picture, 0, 0, 5, 5, &step), nullptr);
+    EXPECT_FALSE(rectOf(picture, 0, 0, 5, 5));
     picture->align = 4;
     picture->depth = 24;
-    EXPECT_EQ(ownBorderedRect(picture, 0, 0, 5, 5, &step), nullptr);
+    EXPECT_FALSE(rectOf(picture, 0, 0, 5, 5));
 }

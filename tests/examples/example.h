@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "support/pngio.h"
@@ -32,9 +33,26 @@ struct FreeImage {
 };
 using Loaded = std::unique_ptr<OrvImage, FreeImage>;
 
+// The picture in a file. Without one the test fails here.
 inline Loaded load(const std::string& path)
 {
-    return Loaded(pngLoad(path.c_str()));
+    Loaded image(pngLoad(path.c_str()));
+    if (!image)
+        throw std::runtime_error("no picture in " + path);
+    return image;
+}
+
+// The picture that an example makes of its inputs, and what it tells if `output` is given.
+inline Loaded make(const std::string& name, const std::string& inputs, const std::string& options = "",
+                   std::string* output = nullptr)
+{
+    std::string result = RESULTS + name + ".png";
+    remove(result.c_str());
+    ExampleEnd end = runExample(name, inputs + ' ' + result + ' ' + options);
+    EXPECT_EQ(end.exitCode, 0) << end.output;
+    if (output)
+        *output = end.output;
+    return load(result);
 }
 
 inline int valueAt(const OrvImage& image, int x, int y, int channel)

@@ -20,23 +20,16 @@ struct TemporaryFile {
 // Rows of a tiled TIFF file of 256 x 256 tiles, as many tile rows at once as a window of rows meets.
 class TiffRows {
 public:
-    explicit TiffRows(const std::string& path) : tiff(TIFFOpen(path.c_str(), "r"))
+    explicit TiffRows(const std::string& path) : tiff(TIFFOpen(path.c_str(), "r"), TIFFClose)
     {
-        uint16_t samples = 0;
         if (!tiff)
-            return;
-        TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
-        TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
-        TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
+            throw std::runtime_error("no picture in " + path);
+        uint16_t samples = 0;
+        TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width);
+        TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height);
+        TIFFGetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
         channels = samples;
         tile.resize(size_t(256) * 256 * samples);
-    }
-    TiffRows(const TiffRows&) = delete;
-    TiffRows& operator=(const TiffRows&) = delete;
-    ~TiffRows()
-    {
-        if (tiff)
-            TIFFClose(tiff);
     }
 
     const uint8_t* row(int y)
@@ -48,7 +41,6 @@ public:
     }
     size_t rowBytes() const { return size_t(width) * size_t(channels); }
 
-    TIFF* tiff;
     int width = 0, height = 0, channels = 0;
 
 private:
@@ -62,13 +54,14 @@ private:
         band.index = index;
         band.pixels.resize(256 * rowBytes());
         for (int x = 0; x < width; x += 256) {
-            TIFFReadTile(tiff, tile.data(), uint32_t(x), uint32_t(index * 256), 0, 0);
+            TIFFReadTile(tiff.get(), tile.data(), uint32_t(x), uint32_t(index * 256), 0, 0);
             size_t bytes = size_t(std::min(256, width - x) * channels), step = size_t(256 * channels);
             for (size_t j = 0; j < 256; ++j)
                 std::copy_n(&tile[j * step], bytes, &band.pixels[j * rowBytes() + size_t(x * channels)]);
         }
     }
 
+    std::unique_ptr<TIFF, decltype(&TIFFClose)> tiff;
     Band bands[3];
     std::vector<uint8_t> tile;
 };
@@ -148,16 +141,15 @@ void checkTiles(const std::string& photoName, int width, int height)
 {
     std::string size = ' ' + std::to_string(width) + ' ' + std::to_string(height);
     TemporaryFile big("tiles-big.tif"), sharp("tiles-sharp.tif");
-    ExampleEnd made = runExample("tiles", "make " PHOTOS + photoName + ' ' + big.path + size);
-    ASSERT_EQ(made.exitCode, 0) << made.output;
-    expectPeakBelow(made.output, 64);
-    ExampleEnd sharpened = runExample("tiles", "sharpen " + big.path + ' ' + sharp.path);
-    ASSERT_EQ(sharpened.exitCode, 0) << sharpened.output;
-    expectPeakBelow(sharpened.output, 64);
+    for (std::string arguments :
+         {"make " PHOTOS + photoName + ' ' + big.path + size, "sharpen " + big.path + ' ' + sharp.path}) {
+        ExampleEnd end = runExample("tiles", arguments);
+        ASSERT_EQ(end.exitCode, 0) << end.output;
+        expectPeakBelow(end.output, 64);
+    }
 
     Loaded photo = load(PHOTOS + photoName);
     TiffRows source(big.path), result(sharp.path);
-    ASSERT_TRUE(photo && source.tiff && result.tiff);
     ASSERT_TRUE(result.width == width && result.height == height && result.channels == photo->nChannels);
     std::vector<uint8_t> row(source.rowBytes());
     ColumnSums sums(source);

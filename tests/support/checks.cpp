@@ -7,6 +7,16 @@
 #include "reports.h"
 #include "testheap.h"
 
+std::function<void(OrvImage* const* images)> setMasks(OrvImage* first, OrvImage* second, int refuse)
+{
+    return [=](OrvImage* const* images) {
+        images[0]->maskROI = first;
+        images[1]->maskROI = second;
+        if (refuse)
+            testheap::refuse(refuse);
+    };
+}
+
 void expectFaultsInOrder(const std::vector<PictureSpec>& specs,
                          const std::function<void(OrvImage* const* images)>& call, const std::vector<Fault>& faults)
 {

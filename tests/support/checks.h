@@ -1,7 +1,7 @@
 // The checks of a function, held against a table of faults in the order in which they have to be found.
 //
 //   expectFaultsInOrder({{.depth = ORV_DEPTH_8U, .width = 8, .height = 8}, ...}, call, {
-//       {"-10 orvNot Incorrect Image\n", [](OrvImage* const* images) { images[0]->width = 0; }},
+//       {"-10 orvNot Incorrect Image\n", setField(0, &OrvImage::width, 0)},
 //       ...
 //   });
 #pragma once
@@ -16,6 +16,16 @@ struct Fault {
     std::string report;  // all lines, empty for a silent end
     std::function<void(OrvImage* const* images)> make;
 };
+
+// Makes a fault in one field of one image's header.
+template <class Field, class Value>
+auto setField(int image, Field OrvImage::*field, Value value)
+{
+    return [=](OrvImage* const* images) { images[image]->*field = value; };
+}
+
+// Masks the first two images, and refuses the n-th allocation unless n is 0.
+std::function<void(OrvImage* const* images)> setMasks(OrvImage* first, OrvImage* second, int refuse = 0);
 
 // For each fault calls the function with that fault and all that come after it: the first one alone must be reported, and
 // no image may change. Where two faults touch one field, the earlier has its way. A fault may also refuse allocations,
