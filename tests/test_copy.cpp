@@ -167,21 +167,22 @@ TEST(Copy, ReportsOneFaultAfterTheOther)
         // With tiles the channels are counted when the first cell is open.
         {pixels, tiled, {counts}, "A write 0 0\nA release 0 0\n"},
     };
-    for (const auto& [name, call] : moves) {
-        SCOPED_TRACE(name);
+    for (const auto& move : moves) {
+        const auto call = move.call;
+        SCOPED_TRACE(move.name);
         for (const auto& one : cases) {
             Picture src(one.src), dst(one.dst);
             std::vector<uint8_t> before = dst.bytes();
             std::string expected;
             for (const std::string& context : one.contexts)
-                expected += std::string("-5 ") + name + ' ' + context + '\n';
+                expected += std::string("-5 ") + move.name + ' ' + context + '\n';
             EXPECT_EQ(reportsOf([&] { call(src, dst); }), expected);
             EXPECT_TRUE(dst.bytes() == before);
             EXPECT_EQ(dst.log().text(), one.tileCalls);
         }
         Picture good(pixels), flat(other);
         flat->width = 0;
-        std::string incorrect = std::string(" ") + name + " Incorrect Image\n";
+        std::string incorrect = std::string(" ") + move.name + " Incorrect Image\n";
         EXPECT_EQ(reportsOf([&] { call(good, flat), call(nullptr, flat), call(flat, flat); }),
                   "-10" + incorrect + "-9" + incorrect + "-10" + incorrect);
     }

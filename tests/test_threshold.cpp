@@ -141,9 +141,9 @@ TEST(Threshold, RefusesThresholdsOutsideTheRange)
         {ORV_DEPTH_16U, 65536, "-5 orvThreshold ((srcImage->depth == 16) && (Threshold > 65535))\n"},
         {ORV_DEPTH_16U, -1, "-5 orvThreshold ((srcImage->depth == 16) && (Threshold < 0))\n"},
     };
-    for (const auto& [depth, threshold, report] : cases) {
-        Picture src({.depth = depth}), dst({});
-        EXPECT_EQ(reportsOf([&] { orvThreshold(src, dst, threshold); }), report);
+    for (const auto& one : cases) {
+        Picture src({.depth = one.depth}), dst({});
+        EXPECT_EQ(reportsOf([&] { orvThreshold(src, dst, one.threshold); }), one.report);
     }
 }
 

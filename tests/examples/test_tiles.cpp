@@ -141,7 +141,7 @@ void checkTiles(const std::string& photoName, int width, int height)
 {
     std::string size = ' ' + std::to_string(width) + ' ' + std::to_string(height);
     TemporaryFile big("tiles-big.tif"), sharp("tiles-sharp.tif");
-    for (std::string arguments :
+    for (const std::string& arguments :
          {"make " PHOTOS + photoName + ' ' + big.path + size, "sharpen " + big.path + ' ' + sharp.path}) {
         ExampleEnd end = runExample("tiles", arguments);
         ASSERT_EQ(end.exitCode, 0) << end.output;
