@@ -5,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "image.h"
 #include "orv.h"
 #include "packed.h"
 #include "table.h"
@@ -12,79 +13,12 @@
 namespace {
 
 using table::add;
-
-struct Layout {
-    uint32_t depth = ORV_DEPTH_8U;
-    int channels = 1;
-    int alpha = 0;
-    int order = ORV_DATA_ORDER_PIXEL;
-    int size = 256;
-    int tile = 0;
-    OrvROI roi = {0, 0, 0, 0, 0};  // none without a width
-    OrvImage* mask = nullptr;
-};
-
-// The memory of all first sources, all second ones, all destinations: only one row runs at a time.
-enum Slot { slotA, slotB, slotD, slotMask };
-
-uint8_t* store(Slot slot, uint32_t depth)
-{
-    constexpr size_t bytes = size_t(4096) * 4096 * 12 + 64;
-    static std::map<std::pair<Slot, bool>, std::vector<uint8_t>> stores;
-    bool real = depth == ORV_DEPTH_32F;
-    std::vector<uint8_t>& all = stores[{slot, real}];
-    if (all.empty()) {
-        all.resize(bytes);
-        std::mt19937 random(7 + slot);
-        for (size_t i = 0; i + 4 <= bytes; i += 4) {
-            uint32_t bits = random();
-            float value = float(bits >> 8) / 1000;
-            memcpy(&all[i], real ? static_cast<const void*>(&value) : &bits, 4);
-        }
-    }
-    return all.data() + (-reinterpret_cast<uintptr_t>(all.data()) & 63);
-}
-
-// An image with random pixels whose tiles, if any, lie one after the other in memory.
-struct Image {
-    OrvImage header;
-    OrvROI roi;
-    OrvTileInfo tiles = {};
-    size_t tileBytes = 0;
-
-    Image(const Layout& layout, Slot slot)
-    {
-        OrvImage* made = orvCreateImageHeader(layout.channels, layout.alpha, layout.depth, "RGB", "RGB", layout.order,
-                                              0, 32, layout.size, layout.size, nullptr, layout.mask, nullptr, nullptr);
-        header = *made;
-        orvDeallocate(made, ORV_IMAGE_HEADER);
-        uint8_t* data = store(slot, layout.depth);
-        if (layout.tile) {
-            tileBytes = size_t(header.imageSize) * layout.tile / layout.size * layout.tile / layout.size;
-            tiles = {provide, data, nullptr, layout.tile, layout.tile};
-            header.tileInfo = &tiles;
-            header.imageTag = this;
-        } else {
-            header.imageData = data;
-        }
-        if (layout.roi.width) {
-            roi = layout.roi;
-            header.roi = &roi;
-        }
-    }
-    Image(const Image&) = delete;
-    static int32_t ORV_CALL provide(OrvImage* image, int32_t x, int32_t y, int32_t)
-    {
-        auto* self = static_cast<Image*>(image->imageTag);
-        int columns = image->width / image->tileInfo->width;
-        image->tileInfo->tileData =
-            static_cast<uint8_t*>(image->tileInfo->tileTag) + (y * columns + x) * self->tileBytes;
-        return 0;
-    }
-    OrvImage* operator&() { return &header; }
-    uint8_t* data() { return header.imageData; }
-    size_t bytes() const { return size_t(header.imageSize); }
-};
+using table::Image;
+using table::Layout;
+using table::slotA;
+using table::slotB;
+using table::slotD;
+using table::slotMask;
 
 // An operation on two sources and a destination; `toBits`: the destination is a 1U image.
 struct Operation {
@@ -231,15 +165,15 @@ void addRow(const Operation& operation, const Layout& layout, const char* what, 
             double bound)
 {
     auto images = std::make_shared<Images>(operation, layout);
-    add({rowName(operation, layout.size, what),
+    add({rowName(operation, layout.width, what),
          [images, &operation] { operation.run(images->a, images->b, images->d); },
-         *against ? rowName(operation, layout.size, against) : "", share, bound});
+         *against ? rowName(operation, layout.width, against) : "", share, bound});
 }
 
 void addBits(const Operation& operation, int size)
 {
     auto addAt = [&](const char* what, const char* against, double bound, int a, int b, int d) {
-        Layout layout = {.depth = ORV_DEPTH_1U, .size = size, .roi = {0, d, 1, size - 16, size - 16}};
+        Layout layout = {.depth = ORV_DEPTH_1U, .width = size, .roi = {0, d, 1, size - 16, size - 16}};
         auto images = std::make_shared<Images>(operation, layout);
         images->a.roi.xOffset = a;
         images->b.roi.xOffset = b;
@@ -252,7 +186,7 @@ void addBits(const Operation& operation, int size)
 
 void addOperation(const Operation& operation, int size)
 {
-    Layout plain = {.depth = operation.depth, .size = size};
+    Layout plain = {.depth = operation.depth, .width = size};
     auto images = std::make_shared<Images>(operation, plain);
     add({rowName(operation, size, "bare loop"), [images, &operation] {
              operation.bare(images->a.data(), images->b.data(), images->d.data(), images->a.bytes());
@@ -261,30 +195,30 @@ void addOperation(const Operation& operation, int size)
     OrvROI inside = {0, 3, 5, size - 16, size - 16};
     double part = double(size - 16) * (size - 16) / size / size;
     if (!operation.toBits) {
-        Layout planes = {.depth = operation.depth, .channels = 3, .order = ORV_DATA_ORDER_PLANE, .size = size};
+        Layout planes = {.depth = operation.depth, .channels = 3, .order = ORV_DATA_ORDER_PLANE, .width = size};
         addRow(operation, planes, "planes", "", 1, 0);
         planes.roi = inside;
         addRow(operation, planes, "planes, region", "planes", part, 0.9);
     } else {
-        Layout region = {.depth = operation.depth, .size = size, .roi = inside};
+        Layout region = {.depth = operation.depth, .width = size, .roi = inside};
         addRow(operation, region, "region", "whole", part, 0.9);
     }
     if (operation.depth == ORV_DEPTH_8U) {
         bool less = operation.toBits && operation.name[3] == 'L';
         if (!operation.toBits || less) {
-            Layout four = {.depth = operation.depth, .channels = 4, .size = size};
+            Layout four = {.depth = operation.depth, .channels = 4, .width = size};
             addRow(operation, four, "4 channels", "", 1, 0);
             four.alpha = 4;
             addRow(operation, four, "4 channels, alpha", "4 channels", 1, 0.6);
         }
-        Layout three = {.depth = operation.depth, .channels = 3, .size = size};
+        Layout three = {.depth = operation.depth, .channels = 3, .width = size};
         if (!operation.toBits || less) {
             addRow(operation, three, "3 channels", "", 1, 0);
             three.roi = {2, 0, 0, size, size};
             addRow(operation, three, "3 channels, COI", "3 channels", 1, 0.35);
         }
-        static Image mask256({.depth = ORV_DEPTH_1U, .size = 256}, slotMask);
-        static Image mask4096({.depth = ORV_DEPTH_1U, .size = 4096}, slotMask);
+        static Image mask256({.depth = ORV_DEPTH_1U, .width = 256}, slotMask);
+        static Image mask4096({.depth = ORV_DEPTH_1U, .width = 4096}, slotMask);
         Layout masked = plain;
         masked.mask = size == 256 ? &mask256 : &mask4096;
         addRow(operation, masked, "masked", "whole", 1, 0.5);
@@ -301,7 +235,7 @@ bool added = [] {
         for (const Operation& operation : operations)
             addOperation(operation, size);
     for (const Operation& operation : operations) {
-        auto images = std::make_shared<Images>(operation, Layout{.depth = operation.depth, .size = 1});
+        auto images = std::make_shared<Images>(operation, Layout{.depth = operation.depth, .width = 1});
         add({std::string(operation.name) + " 1x1 (bound 150 ns)",
              [images, &operation] { operation.run(images->a, images->b, images->d); }});
     }

@@ -11,8 +11,8 @@ struct Row {
     std::string name;
     std::function<void()> run;
     std::string against = {};  // the row whose time this one is held against, or empty
-    double share = 1;     // the work of this row as a part of that row's
-    double bound = 0;     // the ratio that this row should reach: the other's time times the share, by this one's
+    double share = 1;          // the work of this row as a part of that row's
+    double bound = 0;          // the ratio that this row should reach: the other's time times the share, by this one's
 };
 
 // Adds a row. Rows are timed with Google Benchmark and interleaved; the table is printed at the end.

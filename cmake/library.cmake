@@ -1,19 +1,15 @@
-# The library: its entries and frame are compiled once, its kernels once for each instruction-set level of the target.
-#
-# Kernels are the sources own*.cpp of the subsystems; in the core, whose frame has that prefix too, they are named here.
+# The library. A source's place tells what it is: in a folder kernels/ it is compiled once for each instruction-set level of
+# the target; elsewhere it is plain code, the exported functions in orv*.cpp and what they share in own*.cpp.
 
-file(GLOB entry_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/*/orv*.cpp)
-file(GLOB frame_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/core/own*.cpp)
-file(GLOB kernel_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/*/own*.cpp)
-list(REMOVE_ITEM kernel_sources ${frame_sources})
-set(core_kernel_sources ${PROJECT_SOURCE_DIR}/_Src/core/ownrows.cpp)
-list(REMOVE_ITEM frame_sources ${core_kernel_sources} ${PROJECT_SOURCE_DIR}/_Src/core/ownheap.cpp)
-list(APPEND kernel_sources ${core_kernel_sources})
+set(core ${PROJECT_SOURCE_DIR}/_Src/core)
+file(GLOB kernel_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/*/kernels/own*.cpp)
+file(GLOB plain_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/_Src/*/orv*.cpp ${PROJECT_SOURCE_DIR}/_Src/*/own*.cpp)
+list(REMOVE_ITEM plain_sources ${core}/ownheap.cpp)  # the tests have one of their own
 
 if(WIN32)
-  list(APPEND frame_sources ${PROJECT_SOURCE_DIR}/_Src/core/platform_windows.cpp)
+  list(APPEND plain_sources ${core}/platform_windows.cpp)
 else()
-  list(APPEND frame_sources ${PROJECT_SOURCE_DIR}/_Src/core/platform_posix.cpp)
+  list(APPEND plain_sources ${core}/platform_posix.cpp)
 endif()
 
 # Same bits everywhere: no fused or extended arithmetic. No run-time of C++, since the library needs libc and libm only.
@@ -36,12 +32,12 @@ if(WIN32)
   target_compile_options(orvz3_flags INTERFACE -Wa,-muse-unaligned-vector-move)
 endif()
 
-add_library(orvz3_entries OBJECT ${entry_sources} ${frame_sources})
-target_link_libraries(orvz3_entries PRIVATE orvz3_flags)
-add_library(orvz3_heap OBJECT ${PROJECT_SOURCE_DIR}/_Src/core/ownheap.cpp)
+add_library(orvz3_plain OBJECT ${plain_sources})
+target_link_libraries(orvz3_plain PRIVATE orvz3_flags)
+add_library(orvz3_heap OBJECT ${core}/ownheap.cpp)
 target_link_libraries(orvz3_heap PRIVATE orvz3_flags)
 
-set(orvz3_objects $<TARGET_OBJECTS:orvz3_entries>)
+set(orvz3_objects $<TARGET_OBJECTS:orvz3_plain>)
 function(orvz3_level name)
   add_library(orvz3_${name} OBJECT ${kernel_sources})
   target_link_libraries(orvz3_${name} PRIVATE orvz3_flags)
@@ -74,5 +70,5 @@ if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_link_options(orvz3 PRIVATE -Wl,--kill-at)
   add_custom_command(TARGET orvz3 POST_BUILD VERBATIM COMMAND_EXPAND_LISTS
     COMMAND ${PROJECT_SOURCE_DIR}/cmake/make-import-library ${CMAKE_NM} ${CMAKE_DLLTOOL}
-      $<TARGET_FILE:orvz3> $<TARGET_LINKER_FILE:orvz3> $<TARGET_OBJECTS:orvz3_entries>)
+      $<TARGET_FILE:orvz3> $<TARGET_LINKER_FILE:orvz3> $<TARGET_OBJECTS:orvz3_plain>)
 endif()

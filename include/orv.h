@@ -6,8 +6,13 @@
 #ifndef ORV_H
 #define ORV_H
 
+#include "orv/colour.h"
+#include "orv/convert.h"
 #include "orv/core.h"
 #include "orv/filter.h"
+#include "orv/generate.h"
+#include "orv/geometry.h"
+#include "orv/measure.h"
 #include "orv/pointwise.h"
 #include "orv/transform.h"
 

@@ -3,12 +3,12 @@
 
 #include <cstring>
 
-#include "core/ownrows.h"
+#include "core/kernels/ownrows.h"
 #include "picture.h"
-#include "pointwise/ownarith.h"
-#include "pointwise/owncompare.h"
-#include "pointwise/ownscalar.h"
-#include "pointwise/ownthreshold.h"
+#include "pointwise/kernels/ownarith.h"
+#include "pointwise/kernels/owncompare.h"
+#include "pointwise/kernels/ownscalar.h"
+#include "pointwise/kernels/ownthreshold.h"
 
 namespace {
 

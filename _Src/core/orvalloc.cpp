@@ -166,31 +166,26 @@ uint32_t fillPattern(uint32_t depth, uint32_t value)
 // False after a report of what keeps an image of any depth from getting pixel data.
 bool takesData(const OwnReport& report, const OrvImage* image)
 {
-    if (!image)
-        return report(ORV_STATUS_BAD_ARG, "( image == ((void *)0) )"), false;
-    if (image->imageData)
-        return report(ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )"), false;
-    if (image->tileInfo)
-        return report(ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )"), false;
+    if (report.when(!image, ORV_STATUS_BAD_ARG, "( image == ((void *)0) )"))
+        return false;
+    if (report.when(image->imageData, ORV_STATUS_BAD_ARG, "( image->imageData != ((void *)0) )"))
+        return false;
+    if (report.when(image->tileInfo, ORV_STATUS_BAD_ARG, "( image->tileInfo != ((void *)0) )"))
+        return false;
     return true;
 }
 
 void allocateData(const OwnReport& report, OrvImage* image, bool doFill, uint32_t fillValue)
 {
-    if (int32_t fault = valueFault(*image, true, 0)) {
-        report(fault, "Incorrect data-ins");
+    int32_t fault = valueFault(*image, true, 0);
+    if (report.when(fault, fault, "Incorrect data-ins"))
         return;
-    }
     Sizes sizes = sizesOf(*image);
-    if (!sizes.fit) {
-        report(ORV_STATUS_BAD_IMAGE_SIZE, "Incorrect data-ins");
+    if (report.when(!sizes.fit, ORV_STATUS_BAD_IMAGE_SIZE, "Incorrect data-ins"))
         return;
-    }
     image->imageDataBlock = static_cast<uint8_t*>(ownHeapAlloc(size_t(sizes.imageSize) + size_t(image->align) - 1));
-    if (!image->imageDataBlock) {
-        report(ORV_STATUS_NO_MEMORY, "for allocate image data");
+    if (report.when(!image->imageDataBlock, ORV_STATUS_NO_MEMORY, "for allocate image data"))
         return;
-    }
     uintptr_t mask = uintptr_t(image->align) - 1;
     image->imageData = reinterpret_cast<uint8_t*>((reinterpret_cast<uintptr_t>(image->imageDataBlock) + mask) & ~mask);
     image->widthStep = sizes.widthStep;
@@ -264,10 +259,8 @@ OrvImage* ORV_CALL orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel,
         if (!sizes.fit && !tileInfo)
             fault = ORV_STATUS_BAD_IMAGE_SIZE;
     }
-    if (fault) {
-        report(fault, "Incorrect data-ins");
+    if (report.when(fault, fault, "Incorrect data-ins"))
         return nullptr;
-    }
     copyFourBytes(header.colorModel, colorModel);
     copyFourBytes(header.channelSeq, channelSeq);
     for (int side = 0; side < 4; ++side)
@@ -283,8 +276,8 @@ void ORV_CALL orvAllocateImage(OrvImage* image, int32_t doFill, int32_t fillValu
     constexpr OwnReport report{"orvAllocateImage", source};
     if (!takesData(report, image))
         return;
-    if (image->depth == ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "( image->depth == 32 )");
+    if (report.when(image->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "( image->depth == 32 )"))
+        return;
     allocateData(report, image, doFill != 0, uint32_t(fillValue));
 }
 
@@ -293,8 +286,8 @@ void ORV_CALL orvAllocateImageFP(OrvImage* image, int32_t doFill, float fillValu
     constexpr OwnReport report{"orvAllocateImageFP", source};
     if (!takesData(report, image))
         return;
-    if (image->depth != ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "( image->depth != 32 )");
+    if (report.when(image->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "( image->depth != 32 )"))
+        return;
     allocateData(report, image, doFill != 0, std::bit_cast<uint32_t>(fillValue));
 }
 
@@ -349,10 +342,8 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
                                             image->width, image->height, nullptr, nullptr, nullptr, nullptr));
     owner.flags |= ORV_IMAGE_ROI;
     OrvImage* clone = owner.image;
-    if (!clone) {
-        report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate header for clone image");
+    if (report.when(!clone, ORV_STATUS_NO_MEMORY, "Not enough memory to allocate header for clone image"))
         return nullptr;
-    }
     *clone = *image;
     clone->headerId = 0;
     clone->imageTag = nullptr;
@@ -363,19 +354,15 @@ OrvImage* ORV_CALL orvCloneImage(OrvImage* image)
     clone->roi = nullptr;
     if (const OrvROI* roi = image->roi) {
         clone->roi = orvCreateROI(roi->coi, roi->xOffset, roi->yOffset, roi->width, roi->height);
-        if (!clone->roi) {
-            report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate roi for clone image");
+        if (report.when(!clone->roi, ORV_STATUS_NO_MEMORY, "Not enough memory to allocate roi for clone image"))
             return nullptr;
-        }
     }
     if (clone->depth == ORV_DEPTH_32F)
         orvAllocateImageFP(clone, 0, 0);
     else
         orvAllocateImage(clone, 0, 0);
-    if (!clone->imageData) {
-        report(ORV_STATUS_NO_MEMORY, "Not enough memory to allocate imageData for clone image");
+    if (report.when(!clone->imageData, ORV_STATUS_NO_MEMORY, "Not enough memory to allocate imageData for clone image"))
         return nullptr;
-    }
     if (image->imageData) {
         int32_t size = image->imageSize < clone->imageSize ? image->imageSize : clone->imageSize;
         memcpy(clone->imageData, image->imageData, size_t(size));

@@ -5,11 +5,11 @@
 //   orvExchange         swaps two regions
 #include <bit>
 
+#include "kernels/ownrows.h"
 #include "orv/core.h"
 #include "orv/pointwise.h"
 #include "ownpixels.h"
 #include "ownreport.h"
-#include "ownrows.h"
 #include "ownscratch.h"
 #include "ownwalk.h"
 
@@ -95,11 +95,9 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
         return true;
     if (mask)
         under = ownMaskStart(*mask);
-    if (from.channels != to.channels) {
-        report(ORV_STATUS_BAD_ARG,
-               "Number of processed channels of srcImage != Number of processed channels of dstImage");
+    if (report.when(from.channels != to.channels, ORV_STATUS_BAD_ARG,
+                    "Number of processed channels of srcImage != Number of processed channels of dstImage"))
         return false;
-    }
     move(dst.depth, from, to, mask ? &under : nullptr);
     return true;
 }
@@ -125,10 +123,8 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
     int32_t mode = leading == dst ? int32_t(ORV_TILE_WRITE) : sourceMode;
     return ownGridWalk(*leading, size, [&](const OwnCell& cell) {
         uint8_t* tile = ownOpenTile(leading, cell.column, cell.row, mode);
-        if (!tile) {
-            report(ORV_STATUS_ERROR, mode == ORV_TILE_WRITE ? noTileToWrite : noTileToRead);
+        if (report.when(!tile, ORV_STATUS_ERROR, mode == ORV_TILE_WRITE ? noTileToWrite : noTileToRead))
             return false;
-        }
         OwnWork leadingWork, otherWork, maskWork;
         ownShowLeadingCell(leadingWork, *leading, cell, tile);
         OrvImage* other = leading == dst ? src : dst;
@@ -229,16 +225,12 @@ void exchangeTiles(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIma
         orvAllocateImageFP(kept.image, 0, 0);
     else
         orvAllocateImage(kept.image, 0, 0);
-    if (failedBefore() || !kept.image || !kept.image->imageData) {
-        report(ORV_STATUS_BACKTRACE, "");
+    if (report.when(failedBefore() || !kept.image || !kept.image->imageData, ORV_STATUS_BACKTRACE, ""))
         return;
-    }
     ownGridWalk(*dst, size, [&](const OwnCell& cell) {
         uint8_t* tile = ownOpenTile(dst, cell.column, cell.row, ORV_TILE_WRITE);
-        if (!tile) {
-            report(ORV_STATUS_ERROR, noTileToWrite);
+        if (report.when(!tile, ORV_STATUS_ERROR, noTileToWrite))
             return false;
-        }
         OwnWork dstWork, keptWork(*kept.image), maskWork;
         ownShowLeadingCell(dstWork, *dst, cell, tile);
         keptWork.roi = {dstWork.roi.coi, 0, 0, cell.width, cell.height};
@@ -282,10 +274,8 @@ void fillTiles(const OwnReport& report, OrvImage* image, int32_t value, OrvImage
 {
     ownGridWalk(*image, size, [&](const OwnCell& cell) {
         uint8_t* tile = ownOpenTile(image, cell.column, cell.row, ORV_TILE_WRITE);
-        if (!tile) {
-            report(ORV_STATUS_ERROR, noTileToWrite);
+        if (report.when(!tile, ORV_STATUS_ERROR, noTileToWrite))
             return false;
-        }
         OwnWork work, maskWork;
         ownShowLeadingCell(work, *image, cell, tile);
         if (mask)
@@ -349,8 +339,8 @@ void ORV_CALL orvSet(OrvImage* dstImage, int32_t fillValue)
     constexpr OwnReport report{"orvSet", source};
     if (!report.goodImage(dstImage))
         return;
-    if (dstImage->depth == ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_DEPTH, "You should use orvSetFP for this image");
+    if (report.when(dstImage->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_DEPTH, "You should use orvSetFP for this image"))
+        return;
     int32_t value = ownClampToDepth(dstImage->depth, fillValue);
     OrvImage* mask = dstImage->maskROI;
     OwnSize size;
@@ -367,10 +357,10 @@ void ORV_CALL orvSet(OrvImage* dstImage, int32_t fillValue)
 void ORV_CALL orvSetFP(OrvImage* dstImage, float fillValue)
 {
     constexpr OwnReport report{"orvSetFP", source};
-    if (!dstImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "dstImage==0");
-    if (dstImage->depth != ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_DEPTH, "You should use orvSet for this image");
+    if (report.when(!dstImage, ORV_STATUS_BAD_ARG, "dstImage==0"))
+        return;
+    if (report.when(dstImage->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_DEPTH, "You should use orvSet for this image"))
+        return;
     dstImage->depth = ORV_DEPTH_32S;
     orvSet(dstImage, std::bit_cast<int32_t>(fillValue));
     dstImage->depth = ORV_DEPTH_32F;

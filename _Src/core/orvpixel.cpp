@@ -7,6 +7,7 @@
 #include "orv/core.h"
 #include "ownlayout.h"
 #include "ownreport.h"
+#include "owntile.h"
 
 namespace {
 
@@ -24,18 +25,12 @@ bool checkPosition(const OwnReport& report, OrvImage* image, int32_t x, int32_t 
 {
     if (!report.goodImage(image))
         return false;
-    if (x > image->width - 1 || x < 0) {
-        report(ORV_STATUS_BAD_ARG, "((x>img->width-1) || (x<0))");
+    if (report.when(x > image->width - 1 || x < 0, ORV_STATUS_BAD_ARG, "((x>img->width-1) || (x<0))"))
         return false;
-    }
-    if (y > image->height - 1 || y < 0) {
-        report(ORV_STATUS_BAD_ARG, "((y>img->height-1) || (y<0))");
+    if (report.when(y > image->height - 1 || y < 0, ORV_STATUS_BAD_ARG, "((y>img->height-1) || (y<0))"))
         return false;
-    }
-    if (!pixel) {
-        report(ORV_STATUS_BAD_ARG, "pixel==0");
+    if (report.when(!pixel, ORV_STATUS_BAD_ARG, "pixel==0"))
         return false;
-    }
     return true;
 }
 
@@ -98,13 +93,10 @@ void atPixel(const OwnReport& report, OrvImage* image, int32_t x, int32_t y, int
     }
     int32_t column = x / tiles->width;
     int32_t row = y / tiles->height;
-    tiles->callBack(image, column, row, tileMode);
-    if (!tiles->tileData) {
-        report(ORV_STATUS_ERROR, noTile);
+    if (report.when(!ownOpenTile(image, column, row, tileMode), ORV_STATUS_ERROR, noTile))
         return;
-    }
     move(placeInTile(*image, x, y));
-    tiles->callBack(image, column, row, ORV_TILE_RELEASE);
+    ownReleaseTile(image, column, row);
 }
 
 }  // namespace

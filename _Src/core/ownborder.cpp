@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "kernels/ownrows.h"
 #include "ownpixels.h"
-#include "ownrows.h"
 #include "ownwalk.h"
 
 namespace {

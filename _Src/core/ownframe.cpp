@@ -64,10 +64,8 @@ void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count
     }
     uint32_t depth = images[count - 1].image->depth;
     const OwnRowKernel& kernel = kernels[ownDepthIndex(depth)];
-    if (!kernel.run) {
-        report(ORV_STATUS_BAD_ARG, refusal);
+    if (report.when(!kernel.run, ORV_STATUS_BAD_ARG, refusal))
         return;
-    }
     OwnPointwise call = {report, {}, count, ownPixelOp(kernel, depth, scalar), padding};
     for (int i = 0; i < count; ++i)
         call.images[i] = images[i];

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "orv/core.h"
+#include "owngeometry.h"
 
 inline int ownDepthBits(uint32_t depth)
 {
@@ -28,6 +29,19 @@ inline bool ownIsDepth(uint32_t depth)
     case ORV_DEPTH_32S:
     case ORV_DEPTH_32F: return true;
     default: return false;
+    }
+}
+
+inline OwnDepthIndex ownDepthIndex(uint32_t depth)
+{
+    switch (depth) {
+    case ORV_DEPTH_1U: return OWN_1U;
+    case ORV_DEPTH_8U: return OWN_8U;
+    case ORV_DEPTH_8S: return OWN_8S;
+    case ORV_DEPTH_16U: return OWN_16U;
+    case ORV_DEPTH_16S: return OWN_16S;
+    case ORV_DEPTH_32S: return OWN_32S;
+    default: return OWN_32F;
     }
 }
 

@@ -1,7 +1,7 @@
 #include "ownlines.h"
 
+#include "kernels/ownrows.h"
 #include "ownpixels.h"
-#include "ownrows.h"
 
 namespace {
 
@@ -24,12 +24,6 @@ bool fitTogether(const OwnGeometry& src, const OwnGeometry& dst)
 int64_t slotBytes(int64_t values, int bytes)
 {
     return (values * ownMax(bytes, 1) + 31) & ~int64_t{31};
-}
-
-// Where a channel begins.
-uint8_t* channelStart(const OwnGeometry& image, int32_t channel, int bytes)
-{
-    return image.start + channel * (image.planeStep ? image.planeStep : ptrdiff_t{bytes});
 }
 
 }  // namespace
@@ -59,8 +53,8 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
 
 void OwnLines::begin(int32_t pass)
 {
-    sourceStart = channelStart(src, pass, srcBytes);
-    targetStart = channelStart(dst, pass, dstBytes);
+    sourceStart = ownChannelStart(src, pass, srcBytes);
+    targetStart = ownChannelStart(dst, pass, dstBytes);
 }
 
 const void* OwnLines::source(int32_t y, int slot)

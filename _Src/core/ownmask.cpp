@@ -1,7 +1,7 @@
 #include "ownmask.h"
 
+#include "kernels/ownrows.h"
 #include "ownpixels.h"
-#include "ownrows.h"
 
 OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& result)
 {

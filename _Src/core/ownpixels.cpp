@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "ownrows.h"
+#include "kernels/ownrows.h"
 
 namespace {
 
@@ -214,12 +214,6 @@ void valuePass(const OwnPixelOp& op, const OwnGeometry* images, Row* rows, int c
     }
 }
 
-// Where a channel of an image begins.
-uint8_t* channelStart(const OwnGeometry& image, int32_t channel, int bytes)
-{
-    return image.start + (image.planeStep ? channel * image.planeStep : ptrdiff_t(channel) * bytes);
-}
-
 void processValues(const OwnPixelOp& op, const OwnGeometry* images, int count, OwnSize size, const OwnGeometry* mask)
 {
     int32_t channels = images[count - 1].channels;
@@ -231,7 +225,7 @@ void processValues(const OwnPixelOp& op, const OwnGeometry* images, int count, O
     for (int32_t channel = 0; channel < passes; ++channel) {
         for (int i = 0; i < count; ++i) {
             int bytes = i == count - 1 ? op.resultBytes : op.sourceBytes;
-            rows[i] = {channelStart(images[i], channel, bytes), images[i].pixelStep, 0};
+            rows[i] = {ownChannelStart(images[i], channel, bytes), images[i].pixelStep, 0};
         }
         valuePass(op, images, rows, count, together ? channels : 1, size, mask);
     }
@@ -361,7 +355,7 @@ void testPixels(const TestPass& pass, const OwnGeometry* images, int32_t channel
     int bytes = pass.op.sourceBytes;
     const void* from[2] = {nullptr, nullptr};
     for (int i = 0; i < pass.sources; ++i)
-        from[i] = channelStart(images[i], channel, bytes) + y * images[i].rowStep +
+        from[i] = ownChannelStart(images[i], channel, bytes) + y * images[i].rowStep +
                   ptrdiff_t(x) * images[i].pixelStep * bytes;
     const OwnRowKernels& move = ownRowKernels();
     Scratch lanes, gathered[2];
@@ -489,7 +483,7 @@ void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, c
             for (int32_t x = 0; x < size.width; x += chunk) {
                 auto part = [&](const OwnGeometry& image) {
                     OwnGeometry piece = image;
-                    piece.start = channelStart(image, channel, bytes) + y * image.rowStep +
+                    piece.start = ownChannelStart(image, channel, bytes) + y * image.rowStep +
                                   (bytes ? ptrdiff_t(x) * image.pixelStep * bytes : x >> 3);
                     piece.width = ownMin(chunk, size.width - x);
                     piece.height = 1;

@@ -1,7 +1,7 @@
 // The traversal: brings the rows of images in plain memory, whatever their layouts, into the form of row kernels.
 #pragma once
 
-#include "ownbits.h"
+#include "kernels/ownbits.h"
 #include "ownregion.h"
 
 // What to do with the pixels: a row kernel with its scalar, and the sizes of the values it reads and writes.
@@ -11,19 +11,6 @@ struct OwnPixelOp {
     int resultBytes;
     const void* scalar;  // for kernels of one source or none
 };
-
-inline OwnDepthIndex ownDepthIndex(uint32_t depth)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U: return OWN_1U;
-    case ORV_DEPTH_8U: return OWN_8U;
-    case ORV_DEPTH_8S: return OWN_8S;
-    case ORV_DEPTH_16U: return OWN_16U;
-    case ORV_DEPTH_16S: return OWN_16S;
-    case ORV_DEPTH_32S: return OWN_32S;
-    default: return OWN_32F;
-    }
-}
 
 // The index of the kernels that move values of 1, 2 or 4 bytes.
 inline int ownSizeIndex(int bytes)

@@ -7,12 +7,14 @@
 //   ownRoiStart       where the region begins in a channel
 //   ownPlaneGeometry  all that a traversal must know of an image in plain memory
 //   ownMaskStart      the same for a mask
+//   ownChannelStart   where one of its channels begins
 //   ownIsWholeBuffer  true if one run over the buffers serves
 //   ownTileWidthStep  row length of a tiled image's tiles
 //   ownTileGrid       the tiles that a region meets
 #pragma once
 
 #include "orv/core.h"
+#include "owngeometry.h"
 #include "ownlayout.h"
 
 struct OwnRect {
@@ -35,17 +37,6 @@ struct OwnRoiStart {
     uint8_t* data;
     int32_t width, height;  // never negative
     int32_t bit;            // of the first pixel in *data, for 1U
-};
-
-// The processed channels of a region in plain memory. A mask and any other 1U image has `bit`.
-struct OwnGeometry {
-    uint8_t* start;       // the region's first value in the first processed channel
-    ptrdiff_t rowStep;    // bytes
-    ptrdiff_t planeStep;  // bytes from channel to channel; 0 where channels stand side by side
-    int32_t pixelStep;    // values from pixel to pixel
-    int32_t channels;     // to process
-    int32_t bit;          // of the first pixel in *start, for 1U
-    int32_t width, height;
 };
 
 struct OwnTileGrid {
@@ -79,6 +70,12 @@ bool ownCommonSize(const OrvImage& a, const OrvImage& b, const OrvImage* c, bool
 bool ownPlaneGeometry(const OrvImage& image, OwnGeometry& geometry);
 
 OwnGeometry ownMaskStart(const OrvImage& mask);
+
+// Where a processed channel, counted from 0, begins; its values have `bytes` bytes, 0 for 1U.
+inline uint8_t* ownChannelStart(const OwnGeometry& image, int32_t channel, int bytes)
+{
+    return image.start + channel * (image.planeStep ? image.planeStep : ptrdiff_t{bytes});
+}
 
 // True if one run over imageSize bytes of all `count` images, 2 or 3, gives what their rows would.
 bool ownIsWholeBuffer(const OrvImage* const* images, int count, bool alpha);

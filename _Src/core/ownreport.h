@@ -13,6 +13,17 @@ struct OwnReport {
         return orvError(status, func, context, file, line);
     }
 
+    // True, after the report, if the condition of a fault holds. Checks read
+    //
+    //   if (report.when(nRows < 0, ORV_STATUS_BAD_ARG, "(nRows<0)"))
+    //       return;
+    bool when(bool fault, int32_t status, const char* context, int32_t line = __builtin_LINE()) const
+    {
+        if (fault)
+            orvError(status, func, context, file, line);
+        return fault;
+    }
+
     // True if `image` is good; otherwise reports its fault.
     bool goodImage(OrvImage* image, int32_t line = __builtin_LINE()) const
     {

@@ -49,10 +49,8 @@ void begin(Walker& walker, const OwnWalkImage& image, int32_t mode)
 bool open(const OwnReport& report, Walker& walker)
 {
     uint8_t* data = ownOpenTile(walker.image, walker.column, walker.row, walker.mode);
-    if (!data) {
-        report(ORV_STATUS_BAD_ARG, walker.noTile);
+    if (report.when(!data, ORV_STATUS_BAD_ARG, walker.noTile))
         return false;
-    }
     walker.work.showTile(*walker.image, data);
     return true;
 }

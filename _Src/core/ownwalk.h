@@ -10,6 +10,7 @@
 #include "ownregion.h"
 #include "ownreport.h"
 #include "ownscratch.h"
+#include "owntile.h"
 
 struct OwnWalkImage {
     OrvImage* image;
@@ -82,15 +83,3 @@ private:
     uint8_t* tile = nullptr;
     int32_t column = 0, row = 0;
 };
-
-// Opens a tile of an image for ORV_TILE_READ or ORV_TILE_WRITE and answers its pixels, NULL if it does not come.
-inline uint8_t* ownOpenTile(OrvImage* image, int32_t column, int32_t row, int32_t mode)
-{
-    image->tileInfo->callBack(image, column, row, mode);
-    return image->tileInfo->tileData;
-}
-
-inline void ownReleaseTile(OrvImage* image, int32_t column, int32_t row)
-{
-    image->tileInfo->callBack(image, column, row, ORV_TILE_RELEASE);
-}

@@ -9,9 +9,9 @@
 #include "../core/ownneighbour.h"
 #include "../core/ownpixels.h"
 #include "../core/ownreport.h"
+#include "kernels/ownblur.h"
 #include "orv/core.h"
 #include "orv/filter.h"
-#include "ownblur.h"
 
 namespace {
 
@@ -136,22 +136,23 @@ void ORV_CALL orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int
     constexpr OwnReport report{"orvBlur", source};
     if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
         return;
-    if (srcImage->depth != dstImage->depth)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->depth!=dstImage->depth)");
-    if (nRows < 0 || nCols < 0)
-        return (void)report(ORV_STATUS_BAD_ARG, "(nRows<0||nCols<0)");
-    if (anchorX < 0 || anchorY < 0)
-        return (void)report(ORV_STATUS_BAD_ARG, "(anchorX<0||anchorY<0)");
-    if (anchorX >= nCols || anchorY >= nRows)
-        return (void)report(ORV_STATUS_BAD_ARG, "(anchorX>=nCols||anchorY>=nRows)");
-    if (!hasChannels(*dstImage))
-        return (void)report(ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number");
-    if (!hasChannels(*srcImage))
-        return (void)report(ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number");
-    if (ownChannels(*srcImage).count != ownChannels(*dstImage).count)
-        return (void)report(ORV_STATUS_BAD_CHANNELS, "bad channel's number");
-    if (!masksAreGood(*srcImage, *dstImage))
-        return (void)report(ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number");
+    if (report.when(srcImage->depth != dstImage->depth, ORV_STATUS_BAD_ARG, "(srcImage->depth!=dstImage->depth)"))
+        return;
+    if (report.when(nRows < 0 || nCols < 0, ORV_STATUS_BAD_ARG, "(nRows<0||nCols<0)"))
+        return;
+    if (report.when(anchorX < 0 || anchorY < 0, ORV_STATUS_BAD_ARG, "(anchorX<0||anchorY<0)"))
+        return;
+    if (report.when(anchorX >= nCols || anchorY >= nRows, ORV_STATUS_BAD_ARG, "(anchorX>=nCols||anchorY>=nRows)"))
+        return;
+    if (report.when(!hasChannels(*dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+        return;
+    if (report.when(!hasChannels(*srcImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+        return;
+    if (report.when(ownChannels(*srcImage).count != ownChannels(*dstImage).count, ORV_STATUS_BAD_CHANNELS,
+                    "bad channel's number"))
+        return;
+    if (report.when(!masksAreGood(*srcImage, *dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+        return;
     if (nCols == 1 && nRows == 1)
         orvCopy(srcImage, dstImage);
     else

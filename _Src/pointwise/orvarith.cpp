@@ -3,8 +3,8 @@
 //   orvAdd, orvSubtract, orvMultiply   saturating arithmetic
 //   orvAnd, orvOr, orvXor              bit by bit
 #include "../core/ownframe.h"
+#include "kernels/ownarith.h"
 #include "orv/pointwise.h"
-#include "ownarith.h"
 
 namespace {
 
@@ -20,19 +20,21 @@ void runTwoImages(const OwnReport& report, OrvImage* a, OrvImage* b, OrvImage* d
 {
     if (!report.goodImage(a) || !report.goodImage(b) || !report.goodImage(d))
         return;
-    if (a->depth != d->depth)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImageA->depth != dstImage->depth)");
-    if (b->depth != d->depth)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImageB->depth != dstImage->depth)");
+    if (report.when(a->depth != d->depth, ORV_STATUS_BAD_ARG, "(srcImageA->depth != dstImage->depth)"))
+        return;
+    if (report.when(b->depth != d->depth, ORV_STATUS_BAD_ARG, "(srcImageB->depth != dstImage->depth)"))
+        return;
     bool ordered = !(bitsHaveNoOrder && d->depth == ORV_DEPTH_1U);
-    if (ordered && a->dataOrder != d->dataOrder)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImageA->dataOrder != dstImage->dataOrder)");
-    if (ordered && b->dataOrder != d->dataOrder)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImageB->dataOrder != dstImage->dataOrder)");
-    if (ownChannelCount(a) != ownChannelCount(d))
-        return (void)report(ORV_STATUS_BAD_ARG, "(nChSrcA != nChDst)");
-    if (ownChannelCount(b) != ownChannelCount(d))
-        return (void)report(ORV_STATUS_BAD_ARG, "(nChSrcB != nChDst)");
+    if (report.when(ordered && a->dataOrder != d->dataOrder, ORV_STATUS_BAD_ARG,
+                    "(srcImageA->dataOrder != dstImage->dataOrder)"))
+        return;
+    if (report.when(ordered && b->dataOrder != d->dataOrder, ORV_STATUS_BAD_ARG,
+                    "(srcImageB->dataOrder != dstImage->dataOrder)"))
+        return;
+    if (report.when(ownChannelCount(a) != ownChannelCount(d), ORV_STATUS_BAD_ARG, "(nChSrcA != nChDst)"))
+        return;
+    if (report.when(ownChannelCount(b) != ownChannelCount(d), ORV_STATUS_BAD_ARG, "(nChSrcB != nChDst)"))
+        return;
     const OwnWalkImage images[3] = {{a, noTileA}, {b, noTileB}, {d, noTileDst}};
     ownRunMasked(report, images, 3, kernels, nullptr, "This function does not support depth 32F");
 }
@@ -42,8 +44,8 @@ void runTwoImages(const OwnReport& report, OrvImage* a, OrvImage* b, OrvImage* d
 void ORV_CALL orvAdd(OrvImage* srcImageA, OrvImage* srcImageB, OrvImage* dstImage)
 {
     constexpr OwnReport report{"orvAdd", source};
-    if (!srcImageA)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImageA==0");
+    if (report.when(!srcImageA, ORV_STATUS_BAD_ARG, "srcImageA==0"))
+        return;
     if (srcImageA->depth == ORV_DEPTH_1U)
         return orvOr(srcImageA, srcImageB, dstImage);
     runTwoImages(report, srcImageA, srcImageB, dstImage, ownArithKernels().add, false);
@@ -58,8 +60,8 @@ void ORV_CALL orvSubtract(OrvImage* srcImageA, OrvImage* srcImageB, OrvImage* ds
 void ORV_CALL orvMultiply(OrvImage* srcImageA, OrvImage* srcImageB, OrvImage* dstImage)
 {
     constexpr OwnReport report{"orvMultiply", source};
-    if (!srcImageA)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImageA==0");
+    if (report.when(!srcImageA, ORV_STATUS_BAD_ARG, "srcImageA==0"))
+        return;
     if (srcImageA->depth == ORV_DEPTH_1U)
         return orvAnd(srcImageA, srcImageB, dstImage);
     runTwoImages(report, srcImageA, srcImageB, dstImage, ownArithKernels().multiply, false);

@@ -5,13 +5,13 @@
 //   orvLessS, orvGreaterS, orvEqualS         an image of integers and a scalar
 //   orvLessSFP, orvGreaterSFP, orvEqualSFP   an image of floats and a scalar
 //   orvEqualSFPEps                           the same within a tolerance
+#include "../core/kernels/ownrows.h"
 #include "../core/ownpixels.h"
 #include "../core/ownreport.h"
-#include "../core/ownrows.h"
 #include "../core/ownscratch.h"
 #include "../core/ownwalk.h"
+#include "kernels/owncompare.h"
 #include "orv/pointwise.h"
-#include "owncompare.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 //   orvLShiftS, orvRShiftS                      shifts
 //   orvAddSFP, orvSubtractSFP, orvMultiplySFP   arithmetic of floats
 #include "../core/ownframe.h"
+#include "kernels/ownscalar.h"
 #include "orv/pointwise.h"
-#include "ownscalar.h"
 
 namespace {
 
@@ -20,13 +20,14 @@ bool goodPair(const OwnReport& report, OrvImage* src, OrvImage* dst, bool bitsHa
 {
     if (!report.goodImage(src) || !report.goodImage(dst))
         return false;
-    if (src->depth != dst->depth)
-        return report(ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)"), false;
+    if (report.when(src->depth != dst->depth, ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)"))
+        return false;
     bool ordered = !(bitsHaveNoOrder && src->depth == ORV_DEPTH_1U);
-    if (ordered && src->dataOrder != dst->dataOrder)
-        return report(ORV_STATUS_BAD_ARG, "(srcImage->dataOrder != dstImage->dataOrder)"), false;
-    if (ownChannelCount(src) != ownChannelCount(dst))
-        return report(ORV_STATUS_BAD_ARG, "(nChSrc != nChDst)"), false;
+    if (report.when(ordered && src->dataOrder != dst->dataOrder, ORV_STATUS_BAD_ARG,
+                    "(srcImage->dataOrder != dstImage->dataOrder)"))
+        return false;
+    if (report.when(ownChannelCount(src) != ownChannelCount(dst), ORV_STATUS_BAD_ARG, "(nChSrc != nChDst)"))
+        return false;
     return true;
 }
 
@@ -147,26 +148,27 @@ bool subtractFills(OrvImage* src, OrvImage* dst, int32_t value, bool flip)
 void ORV_CALL orvAddS(OrvImage* srcImage, OrvImage* dstImage, int32_t value)
 {
     constexpr OwnReport report{"orvAddS", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
     if (srcImage->depth == ORV_DEPTH_1U)
         return orvOrS(srcImage, dstImage, value);
     // The limit keeps the negation from overflowing and is beyond every result.
     if (isNarrow(srcImage->depth))
         return orvSubtractS(srcImage, dstImage, value < -65535 ? 65535 : -value, 0);
-    if (srcImage->depth == ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "For processing depth 32F use function orvAddSFP");
+    if (report.when(srcImage->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG,
+                    "For processing depth 32F use function orvAddSFP"))
+        return;
     runScalar(report, srcImage, dstImage, ownScalarKernels().add, &value);
 }
 
 void ORV_CALL orvSubtractS(OrvImage* srcImage, OrvImage* dstImage, int32_t value, int32_t flip)
 {
     constexpr OwnReport report{"orvSubtractS", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
     uint32_t depth = srcImage->depth;
-    if (depth == ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "For processing depth 32F use function orvSubtractSFP");
+    if (report.when(depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "For processing depth 32F use function orvSubtractSFP"))
+        return;
     if (depth == ORV_DEPTH_1U)
         return subtractBits(srcImage, dstImage, value, flip != 0);
     if ((depth == ORV_DEPTH_8U || depth == ORV_DEPTH_16U) && subtractFills(srcImage, dstImage, value, flip != 0))
@@ -180,11 +182,11 @@ void ORV_CALL orvSubtractS(OrvImage* srcImage, OrvImage* dstImage, int32_t value
 void ORV_CALL orvMultiplyS(OrvImage* srcImage, OrvImage* dstImage, int32_t value)
 {
     constexpr OwnReport report{"orvMultiplyS", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
     uint32_t depth = srcImage->depth;
-    if (depth == ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "For processing depth 32F use function orvMultiplySFP");
+    if (report.when(depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "For processing depth 32F use function orvMultiplySFP"))
+        return;
     if (depth == ORV_DEPTH_1U)
         return orvAndS(srcImage, dstImage, value);
     if ((depth == ORV_DEPTH_8U || depth == ORV_DEPTH_16U) && value <= 0)
@@ -224,8 +226,8 @@ void ORV_CALL orvXorS(OrvImage* srcImage, OrvImage* dstImage, int32_t value)
 void ORV_CALL orvLShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift)
 {
     constexpr OwnReport report{"orvLShiftS", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
     if (nShift == 0)
         return orvXorS(srcImage, dstImage, 0);
     if (nShift >= uint32_t(ownDepthBits(srcImage->depth)))
@@ -237,8 +239,8 @@ void ORV_CALL orvLShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift
 void ORV_CALL orvRShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift)
 {
     constexpr OwnReport report{"orvRShiftS", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
     if (nShift == 0)
         return orvXorS(srcImage, dstImage, 0);
     uint32_t bits = uint32_t(ownDepthBits(srcImage->depth));
@@ -251,20 +253,22 @@ void ORV_CALL orvRShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift
 void ORV_CALL orvAddSFP(OrvImage* srcImage, OrvImage* dstImage, float value)
 {
     constexpr OwnReport report{"orvAddSFP", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
-    if (srcImage->depth != ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "For processing this depth use function orvAddS");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
+    if (report.when(srcImage->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG,
+                    "For processing this depth use function orvAddS"))
+        return;
     runFloat(report, srcImage, dstImage, ownScalarKernels().add, value);
 }
 
 void ORV_CALL orvSubtractSFP(OrvImage* srcImage, OrvImage* dstImage, float value, int32_t flip)
 {
     constexpr OwnReport report{"orvSubtractSFP", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
-    if (srcImage->depth != ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "For processing this depth use function orvSubtractS");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
+    if (report.when(srcImage->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG,
+                    "For processing this depth use function orvSubtractS"))
+        return;
     const OwnScalarKernels& kernels = ownScalarKernels();
     runFloat(report, srcImage, dstImage, flip ? kernels.reverse : kernels.subtract, value);
 }
@@ -272,9 +276,10 @@ void ORV_CALL orvSubtractSFP(OrvImage* srcImage, OrvImage* dstImage, float value
 void ORV_CALL orvMultiplySFP(OrvImage* srcImage, OrvImage* dstImage, float value)
 {
     constexpr OwnReport report{"orvMultiplySFP", source};
-    if (!srcImage)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcImage==0");
-    if (srcImage->depth != ORV_DEPTH_32F)
-        return (void)report(ORV_STATUS_BAD_ARG, "For processing this depth use function orvMultiplyS");
+    if (report.when(!srcImage, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return;
+    if (report.when(srcImage->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG,
+                    "For processing this depth use function orvMultiplyS"))
+        return;
     runFloat(report, srcImage, dstImage, ownScalarKernels().multiply, value);
 }

@@ -3,8 +3,8 @@
 //   orvThreshold   makes a two-valued image
 #include "../core/ownframe.h"
 #include "../core/ownscratch.h"
+#include "kernels/ownthreshold.h"
 #include "orv/pointwise.h"
-#include "ownthreshold.h"
 
 namespace {
 
@@ -74,16 +74,16 @@ bool combineMasks(const OwnReport& report, OrvImage* a, OrvImage* b, CombinedMas
     OrvImage* made = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GREY", "GREY", ORV_DATA_ORDER_PLANE, ORV_ORIGIN_TL, 8, 1,
                                           1, &mask.roi, nullptr, nullptr, nullptr);
     mask.made.image = made;
-    if (!made)
-        return report(ORV_STATUS_BAD_ARG, "(msk == NULL)"), false;
+    if (report.when(!made, ORV_STATUS_BAD_ARG, "(msk == NULL)"))
+        return false;
     OwnSize size;
     if (!ownCommonSize(*a, *b, nullptr, false, size))
         return false;
     made->width = mask.roi.width = size.width;
     made->height = mask.roi.height = size.height;
     orvAllocateImage(made, 1, 0);
-    if (!made->imageData)
-        return report(ORV_STATUS_BAD_ARG, "(msk->imageData == NULL)"), false;
+    if (report.when(!made->imageData, ORV_STATUS_BAD_ARG, "(msk->imageData == NULL)"))
+        return false;
     // Where this fails the mask is still empty, so that nothing is written; an old failure is told and stops nothing.
     orvAnd(a, b, made);
     if (orvGetErrStatus() < 0)
@@ -98,12 +98,14 @@ void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Thres
     constexpr OwnReport report{"orvThreshold", source};
     if (!report.goodImage(srcImage) || !report.goodImage(dstImage) || !checkLayouts(report, srcImage, dstImage))
         return;
-    if (const char* fault = rangeFault(srcImage->depth, Threshold))
-        return (void)report(ORV_STATUS_BAD_ARG, fault);
+    const char* fault = rangeFault(srcImage->depth, Threshold);
+    if (report.when(fault, ORV_STATUS_BAD_ARG, fault))
+        return;
     if (isAlphaAlone(srcImage) || isAlphaAlone(dstImage))
         return;
-    if (ownChannelCount(srcImage) != ownChannelCount(dstImage))
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcChannels != dstChannels)");
+    if (report.when(ownChannelCount(srcImage) != ownChannelCount(dstImage), ORV_STATUS_BAD_ARG,
+                    "(srcChannels != dstChannels)"))
+        return;
 
     CombinedMask combined;
     OrvImage* mask = srcImage->maskROI ? srcImage->maskROI : dstImage->maskROI;

@@ -4,8 +4,8 @@
 //   orvAbs      absolute values
 //   orvSquare   squares
 #include "../core/ownframe.h"
+#include "kernels/ownscalar.h"
 #include "orv/pointwise.h"
-#include "ownscalar.h"
 
 namespace {
 
@@ -37,12 +37,13 @@ void ORV_CALL orvSquare(OrvImage* srcImage, OrvImage* dstImage)
     constexpr OwnReport report{"orvSquare", source};
     if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
         return;
-    if (srcImage->depth != dstImage->depth)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)");
-    if (srcImage->depth != ORV_DEPTH_1U && srcImage->dataOrder != dstImage->dataOrder)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->dataOrder != dstImage->dataOrder)");
-    if (ownChannelCount(srcImage) != ownChannelCount(dstImage))
-        return (void)report(ORV_STATUS_BAD_ARG, "(nChSrc != nChDst)");
+    if (report.when(srcImage->depth != dstImage->depth, ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)"))
+        return;
+    if (report.when(srcImage->depth != ORV_DEPTH_1U && srcImage->dataOrder != dstImage->dataOrder, ORV_STATUS_BAD_ARG,
+                    "(srcImage->dataOrder != dstImage->dataOrder)"))
+        return;
+    if (report.when(ownChannelCount(srcImage) != ownChannelCount(dstImage), ORV_STATUS_BAD_ARG, "(nChSrc != nChDst)"))
+        return;
     const OwnWalkImage images[2] = {{srcImage, noTileSrc}, {dstImage, noTileDst}};
     ownRunMasked(report, images, 2, ownScalarKernels().square, nullptr);
 }
@@ -65,15 +66,17 @@ void ORV_CALL orvAbs(OrvImage* srcImage, OrvImage* dstImage)
     }
     if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
         return;
-    if (srcImage->depth != dstImage->depth)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)");
-    if (srcImage->dataOrder != dstImage->dataOrder)
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->dataOrder != dstImage->dataOrder)");
+    if (report.when(srcImage->depth != dstImage->depth, ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)"))
+        return;
+    if (report.when(srcImage->dataOrder != dstImage->dataOrder, ORV_STATUS_BAD_ARG,
+                    "(srcImage->dataOrder != dstImage->dataOrder)"))
+        return;
     bool chosen = hasChosenChannel(srcImage);
-    if (chosen != hasChosenChannel(dstImage))
-        return (void)report(ORV_STATUS_BAD_ARG, "(nChSrcCoi != nChDstCoi)");
-    if (!chosen && colourChannels(srcImage) != colourChannels(dstImage))
-        return (void)report(ORV_STATUS_BAD_ARG, "(srcImage->nChannels != dstImage->nChannels)");
+    if (report.when(chosen != hasChosenChannel(dstImage), ORV_STATUS_BAD_ARG, "(nChSrcCoi != nChDstCoi)"))
+        return;
+    if (report.when(!chosen && colourChannels(srcImage) != colourChannels(dstImage), ORV_STATUS_BAD_ARG,
+                    "(srcImage->nChannels != dstImage->nChannels)"))
+        return;
     const OwnWalkImage images[2] = {{srcImage, noTileSrc}, {dstImage, noTileDst}};
     ownRunMasked(report, images, 2, ownScalarKernels().absolute, nullptr, nullptr, OwnPadding::stays);
 }

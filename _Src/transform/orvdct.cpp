@@ -7,9 +7,9 @@
 #include "../core/ownlayout.h"
 #include "../core/ownreport.h"
 #include "../core/ownscratch.h"
+#include "kernels/owndct.h"
 #include "orv/transform.h"
 #include "owncaches.h"
-#include "owndct.h"
 
 namespace {
 
@@ -260,34 +260,27 @@ void ORV_CALL orvDCT2D(OrvImage* src, OrvImage* dst, int32_t flags)
         return;
     }
     bool inverse = (flags & ORV_DCT_INVERSE) != 0;
-    if (inverse == ((flags & ORV_DCT_FORWARD) != 0)) {
-        report(ORV_STATUS_BAD_ARG, "\n Bad value of the transform flag");
+    if (report.when(inverse == ((flags & ORV_DCT_FORWARD) != 0), ORV_STATUS_BAD_ARG,
+                    "\n Bad value of the transform flag"))
         return;
-    }
     if (!src)
         report(ORV_STATUS_BAD_ARG, "src==0");
     if (!dst)
         report(ORV_STATUS_BAD_ARG, "dst==0");
     if (!src || !dst)
         return;
-    if (src == dst) {
-        report(ORV_STATUS_BAD_ARG, "\nFunction does not support inplace operation");
+    if (report.when(src == dst, ORV_STATUS_BAD_ARG, "\nFunction does not support inplace operation"))
         return;
-    }
-    if (src->depth == ORV_DEPTH_1U || dst->depth == ORV_DEPTH_1U) {
-        report(ORV_STATUS_BAD_ARG, "\nImages with 1u depth are not processed");
+    if (report.when(src->depth == ORV_DEPTH_1U || dst->depth == ORV_DEPTH_1U, ORV_STATUS_BAD_ARG,
+                    "\nImages with 1u depth are not processed"))
         return;
-    }
-    if (src->alphaChannel != 0 && src->alphaChannel != src->nChannels) {
-        report(ORV_STATUS_BAD_ARG, "\nAlpha channel may be 0 or number of channels");
+    if (report.when(src->alphaChannel != 0 && src->alphaChannel != src->nChannels, ORV_STATUS_BAD_ARG,
+                    "\nAlpha channel may be 0 or number of channels"))
         return;
-    }
     Region from;
     Region to;
-    if (!compatible(*src, *dst, from, to)) {
-        report(ORV_STATUS_BAD_ARG, "Images are not compatible");
+    if (report.when(!compatible(*src, *dst, from, to), ORV_STATUS_BAD_ARG, "Images are not compatible"))
         return;
-    }
 
     Work work(from.width, from.height);
     if (!work.block)

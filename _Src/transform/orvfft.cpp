@@ -18,19 +18,20 @@ constexpr const char* source = "orvfft";
 bool goodFlags(const OwnReport& report, int32_t flags)
 {
     bool forward = (flags & ORV_FFT_FORWARD) != 0, inverse = (flags & ORV_FFT_INVERSE) != 0;
-    if (!forward && !inverse)
-        return report(ORV_STATUS_BAD_ARG, "(flags & 1) == 0 && (flags & 2 ) == 0"), false;
-    if (forward && inverse)
-        return report(ORV_STATUS_BAD_ARG, "(flags & 1) != 0 && (flags & 2 ) != 0"), false;
-    if ((flags & ORV_FFT_USE_FLOAT) && (flags & ORV_FFT_USE_INT))
-        return report(ORV_STATUS_BAD_ARG, "(flags & 32) != 0 && (flags & 16 ) != 0"), false;
+    if (report.when(!forward && !inverse, ORV_STATUS_BAD_ARG, "(flags & 1) == 0 && (flags & 2 ) == 0"))
+        return false;
+    if (report.when(forward && inverse, ORV_STATUS_BAD_ARG, "(flags & 1) != 0 && (flags & 2 ) != 0"))
+        return false;
+    if (report.when((flags & ORV_FFT_USE_FLOAT) && (flags & ORV_FFT_USE_INT), ORV_STATUS_BAD_ARG,
+                    "(flags & 32) != 0 && (flags & 16 ) != 0"))
+        return false;
     return true;
 }
 
 bool goodSource(const OwnReport& report, OrvImage* image)
 {
-    if (!image)
-        return report(ORV_STATUS_BAD_ARG, "srcImage==0"), false;
+    if (report.when(!image, ORV_STATUS_BAD_ARG, "srcImage==0"))
+        return false;
     if (!report.goodImage(image))
         return false;
     if (image->alphaChannel > 0 && image->alphaChannel != image->nChannels)
@@ -38,21 +39,22 @@ bool goodSource(const OwnReport& report, OrvImage* image)
                       "srcImage->alphaChannel > 0 && srcImage->alphaChannel != srcImage->nChannels"),
                false;
     bool onlyAlpha = image->nChannels == 1 && image->alphaChannel == 1;
-    if (onlyAlpha && !image->roi)
-        return report(ORV_STATUS_BAD_ARG, "srcImage->alphaChannel == 1 && srcImage->roi == 0"), false;
-    if (onlyAlpha && image->roi->coi != 1)
-        return report(ORV_STATUS_BAD_ARG, "srcImage->alphaChannel == 1 && srcImage->roi->coi != 1"), false;
-    if (image->depth == ORV_DEPTH_1U)
-        return report(ORV_STATUS_BAD_ARG, "srcImage->depth == 1"), false;
-    if (!image->imageData)
-        return report(ORV_STATUS_BAD_ARG, "srcImage->imageData == 0"), false;
+    if (report.when(onlyAlpha && !image->roi, ORV_STATUS_BAD_ARG, "srcImage->alphaChannel == 1 && srcImage->roi == 0"))
+        return false;
+    if (report.when(onlyAlpha && image->roi->coi != 1, ORV_STATUS_BAD_ARG,
+                    "srcImage->alphaChannel == 1 && srcImage->roi->coi != 1"))
+        return false;
+    if (report.when(image->depth == ORV_DEPTH_1U, ORV_STATUS_BAD_ARG, "srcImage->depth == 1"))
+        return false;
+    if (report.when(!image->imageData, ORV_STATUS_BAD_ARG, "srcImage->imageData == 0"))
+        return false;
     return true;
 }
 
 bool goodDestination(const OwnReport& report, OrvImage* image)
 {
-    if (!image)
-        return report(ORV_STATUS_BAD_ARG, "dstImage==0"), false;
+    if (report.when(!image, ORV_STATUS_BAD_ARG, "dstImage==0"))
+        return false;
     if (!report.goodImage(image))
         return false;
     if (image->alphaChannel > 0 && image->alphaChannel != image->nChannels)
@@ -60,14 +62,15 @@ bool goodDestination(const OwnReport& report, OrvImage* image)
                       "dstImage->alphaChannel > 0 && dstImage->alphaChannel != dstImage->nChannels"),
                false;
     bool onlyAlpha = image->nChannels == 1 && image->alphaChannel == 1;
-    if (onlyAlpha && !image->roi)
-        return report(ORV_STATUS_BAD_ARG, "dstImage->alphaChannel == 1 && dstImage->roi == 0"), false;
-    if (onlyAlpha && image->roi->coi != 1)
-        return report(ORV_STATUS_BAD_ARG, "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1"), false;
-    if (image->depth == ORV_DEPTH_1U)
-        return report(ORV_STATUS_BAD_ARG, "dstImage->depth == 1"), false;
-    if (!image->imageData)
-        return report(ORV_STATUS_BAD_ARG, "dstImage->imageData == 0"), false;
+    if (report.when(onlyAlpha && !image->roi, ORV_STATUS_BAD_ARG, "dstImage->alphaChannel == 1 && dstImage->roi == 0"))
+        return false;
+    if (report.when(onlyAlpha && image->roi->coi != 1, ORV_STATUS_BAD_ARG,
+                    "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1"))
+        return false;
+    if (report.when(image->depth == ORV_DEPTH_1U, ORV_STATUS_BAD_ARG, "dstImage->depth == 1"))
+        return false;
+    if (report.when(!image->imageData, ORV_STATUS_BAD_ARG, "dstImage->imageData == 0"))
+        return false;
     return true;
 }
 
@@ -166,10 +169,8 @@ void transform(const OwnReport& report, OrvImage* srcImage, OrvImage* dstImage, 
         !goodChannels(report, *srcImage, *dstImage))
         return;
     OwnFftPlan& plan = context.fftPlan;
-    if (!fillPlan(plan, *srcImage, *dstImage, flags)) {
-        report(ORV_STATUS_BAD_ARG, "Error in input data");
+    if (report.when(!fillPlan(plan, *srcImage, *dstImage, flags), ORV_STATUS_BAD_ARG, "Error in input data"))
         return;
-    }
     if (plan.width < 1 || plan.height < 1)
         return;
     if (!runDriver(context, plan.*driver))

@@ -3,8 +3,8 @@
 //   orvMpyRCPack2D   the product of two packed spectra, element by element
 #include "../core/ownpixels.h"
 #include "../core/ownreport.h"
+#include "kernels/ownfft.h"
 #include "orv/transform.h"
-#include "ownfft.h"
 
 namespace {
 
@@ -12,35 +12,37 @@ constexpr const char* source = "orvfftpack";
 
 bool goodDepths(const OwnReport& report, const OrvImage& srcA, const OrvImage& srcB, const OrvImage& dst)
 {
-    if (srcA.depth == ORV_DEPTH_8U || srcA.depth == ORV_DEPTH_1U || srcB.depth == ORV_DEPTH_8U ||
-        srcB.depth == ORV_DEPTH_16U || srcB.depth == ORV_DEPTH_1U)
-        return report(ORV_STATUS_BAD_DEPTH, "srcA->depth || srcB->depth == 8U||16U||1U"), false;
-    if (srcA.depth != srcB.depth)
-        return report(ORV_STATUS_BAD_ARG, "(srcA->depth != srcB->depth)"), false;
-    if (srcA.depth != dst.depth)
-        return report(ORV_STATUS_BAD_ARG, "(srcA->depth != dst->depth)"), false;
+    if (report.when(srcA.depth == ORV_DEPTH_8U || srcA.depth == ORV_DEPTH_1U || srcB.depth == ORV_DEPTH_8U ||
+                        srcB.depth == ORV_DEPTH_16U || srcB.depth == ORV_DEPTH_1U,
+                    ORV_STATUS_BAD_DEPTH, "srcA->depth || srcB->depth == 8U||16U||1U"))
+        return false;
+    if (report.when(srcA.depth != srcB.depth, ORV_STATUS_BAD_ARG, "(srcA->depth != srcB->depth)"))
+        return false;
+    if (report.when(srcA.depth != dst.depth, ORV_STATUS_BAD_ARG, "(srcA->depth != dst->depth)"))
+        return false;
     return true;
 }
 
 bool goodSizes(const OwnReport& report, const OwnGeometry& srcA, const OwnGeometry& srcB, const OwnGeometry& dst)
 {
-    if (srcA.width != srcB.width)
-        return report(ORV_STATUS_BAD_ARG, "(width_srcA != width_srcB)"), false;
-    if (srcA.height != srcB.height)
-        return report(ORV_STATUS_BAD_ARG, "(height_srcA != height_srcB)"), false;
-    if (srcA.width != dst.width)
-        return report(ORV_STATUS_BAD_ARG, "(width_srcA != width_dst)"), false;
-    if (srcA.height != dst.height)
-        return report(ORV_STATUS_BAD_ARG, "(height_srcA != height_dst)"), false;
+    if (report.when(srcA.width != srcB.width, ORV_STATUS_BAD_ARG, "(width_srcA != width_srcB)"))
+        return false;
+    if (report.when(srcA.height != srcB.height, ORV_STATUS_BAD_ARG, "(height_srcA != height_srcB)"))
+        return false;
+    if (report.when(srcA.width != dst.width, ORV_STATUS_BAD_ARG, "(width_srcA != width_dst)"))
+        return false;
+    if (report.when(srcA.height != dst.height, ORV_STATUS_BAD_ARG, "(height_srcA != height_dst)"))
+        return false;
     return true;
 }
 
 bool goodChannels(const OwnReport& report, const OrvImage& image, const char* coiText, const char* alphaText)
 {
-    if (image.roi && image.roi->coi > image.nChannels)
-        return report(ORV_STATUS_BAD_COI, coiText), false;
-    if (image.alphaChannel != 0 && image.alphaChannel != image.nChannels)
-        return report(ORV_STATUS_BAD_ALPHA_CHANNEL, alphaText), false;
+    if (report.when(image.roi && image.roi->coi > image.nChannels, ORV_STATUS_BAD_COI, coiText))
+        return false;
+    if (report.when(image.alphaChannel != 0 && image.alphaChannel != image.nChannels, ORV_STATUS_BAD_ALPHA_CHANNEL,
+                    alphaText))
+        return false;
     return true;
 }
 
@@ -98,12 +100,12 @@ void ORV_CALL orvMpyRCPack2D(OrvImage* srcA, OrvImage* srcB, OrvImage* dst)
     constexpr OwnReport report{"orvMpyRCPack2D", source};
     if (!report.goodImage(srcA) || !report.goodImage(srcB) || !report.goodImage(dst))
         return;
-    if (!srcA->imageData)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcA->imageData == 0");
-    if (!srcB->imageData)
-        return (void)report(ORV_STATUS_BAD_ARG, "srcB->imageData == 0");
-    if (!dst->imageData)
-        return (void)report(ORV_STATUS_BAD_ARG, "dst->imageData == 0");
+    if (report.when(!srcA->imageData, ORV_STATUS_BAD_ARG, "srcA->imageData == 0"))
+        return;
+    if (report.when(!srcB->imageData, ORV_STATUS_BAD_ARG, "srcB->imageData == 0"))
+        return;
+    if (report.when(!dst->imageData, ORV_STATUS_BAD_ARG, "dst->imageData == 0"))
+        return;
     if (!goodDepths(report, *srcA, *srcB, *dst))
         return;
     OwnGeometry a, b, d;
@@ -116,8 +118,8 @@ void ORV_CALL orvMpyRCPack2D(OrvImage* srcA, OrvImage* srcB, OrvImage* dst)
         !goodChannels(report, *srcB, "srcB-roi->coi", "srcB->alphaChannel") ||
         !goodChannels(report, *dst, "dst-roi->coi", "dst->alphaChannel"))
         return;
-    if (a.channels != b.channels || a.channels != d.channels)
-        return (void)report(ORV_STATUS_BAD_CHANNELS, "");
+    if (report.when(a.channels != b.channels || a.channels != d.channels, ORV_STATUS_BAD_CHANNELS, ""))
+        return;
     if (a.width < 1 || a.height < 1)
         return;
     const OwnFftProducts& products = ownFftKernels().products[ownDepthIndex(srcA->depth)];

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "../core/ownscratch.h"
-#include "ownwt.h"
+#include "kernels/ownwt.h"
 #include "ownwtfilters.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The Fourier transforms' tables and work buffers, which the calling thread keeps.
 #pragma once
 
-#include "ownfft.h"
+#include "kernels/ownfft.h"
 
 // The values of T that the direct transform of `length` in blocks of `lanes` needs as work space: sums and differences of
 // complex lines, the two values that have no partner, and the table.

@@ -1,7 +1,7 @@
 // The drivers of the Fourier transforms: from the plan in the context to the destination's pixels.
 #pragma once
 
-#include "ownfft.h"
+#include "kernels/ownfft.h"
 
 // Chooses a core's drivers and moves for the plan, all else of which is filled. False if the core does not take the depths.
 template <class T>

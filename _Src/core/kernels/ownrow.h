@@ -1,13 +1,14 @@
-// Row kernels: what an operation does to one row of values in plain memory.
+// Row kernels: what an operation does to one row of values in plain memory, which may lie at any address. Rows of 1U are bytes
+// of eight pixels.
 //
 // Every pointwise operation is a small record with a function on values; the templates here make row kernels of it. The
 // traversals (ownpixels.h) bring rows of every layout into this form.
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
-
 #include <type_traits>
+
+#include "../owngeometry.h"
+#include "../ownvalue.h"
 
 // Rows of n values: where the first one begins and how many bytes lie from row to row.
 struct OwnRows {
@@ -38,9 +39,6 @@ struct OwnRowKernel {
     OwnSelect select;
     OwnMasked masked = nullptr;  // a quicker way for values under a mask; may be missing
 };
-
-// The index of a depth in a family's table of kernels; 1U works on bytes of eight pixels.
-enum OwnDepthIndex { OWN_1U, OWN_8U, OWN_8S, OWN_16U, OWN_16S, OWN_32S, OWN_32F, OWN_DEPTHS };
 
 // For kernel sources only: the templates.
 #ifdef OWN_ISA
@@ -82,11 +80,12 @@ struct VectorOf {
 template <class T>
 using Vector = typename VectorOf<T>::type;
 
+// The vector that begins with value i of those at p.
 template <class T>
-inline __attribute__((always_inline)) Vector<T> vectorAt(const T* values)
+inline __attribute__((always_inline)) Vector<T> vectorAt(const void* p, ptrdiff_t i = 0)
 {
     Vector<T> vector;
-    __builtin_memcpy(&vector, values, sizeof vector);
+    __builtin_memcpy(&vector, static_cast<const char*>(p) + i * ptrdiff_t(sizeof(T)), sizeof vector);
     return vector;
 }
 
@@ -100,53 +99,54 @@ inline T select(Lane<T> lane, T yes, T no)
         return lane < 0 ? yes : no;
 }
 
-// to[i] = value(start + i) for n values; a count that the compiler knows becomes a few vectors. A value may know how to
-// make a vector itself.
-template <int n, class D, class Value>
-inline __attribute__((always_inline)) void computeBlock(D* to, ptrdiff_t start, Value value)
+// Stores value(start + i) as value i of those at `to`, n times; a count that the compiler knows becomes a few vectors. A value
+// may know how to make a vector itself.
+template <class D, int n, class Value>
+inline __attribute__((always_inline)) void computeBlock(void* to, ptrdiff_t start, Value value)
 {
     constexpr ptrdiff_t lanes = vectorBytes / ptrdiff_t(sizeof(D));
     if constexpr (n % lanes == 0 && requires { value.vector(start); }) {
         for (ptrdiff_t i = 0; i < n; i += lanes) {
             auto vector = value.vector(start + i);
-            __builtin_memcpy(to + i, &vector, sizeof vector);
+            __builtin_memcpy(static_cast<char*>(to) + i * ptrdiff_t(sizeof(D)), &vector, sizeof vector);
         }
     } else {
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
-            to[i] = value(start + i);
+            ownStore<D>(to, i, value(start + i));
     }
 }
 
 // Stores value(i) for n values. Rows are short as often as long, so there are no loops over what is left at the ends:
 // blocks overlap there, and those between lie on cache lines. In place a value must not be computed twice; there the last
 // block is computed before anything is stored.
-template <int block = 64, class D, class Value>
-inline __attribute__((always_inline)) void storeRow(D* d, ptrdiff_t n, bool inPlace, Value value)
+template <class D, int block = 64, class Value>
+inline __attribute__((always_inline)) void storeRow(void* d, ptrdiff_t n, bool inPlace, Value value)
 {
     if (n < block) {
         if constexpr (block > 16) {
-            storeRow<block / 2>(d, n, inPlace, value);
+            storeRow<D, block / 2>(d, n, inPlace, value);
         } else {
             for (ptrdiff_t i = 0; i < n; ++i)
-                d[i] = value(i);
+                ownStore<D>(d, i, value(i));
         }
         return;
     }
+    auto at = [d](ptrdiff_t i) { return static_cast<char*>(d) + i * ptrdiff_t(sizeof(D)); };
     if (inPlace) {
         D last[block];
-        computeBlock<block>(last, n - block, value);
+        computeBlock<D, block>(last, n - block, value);
         for (ptrdiff_t i = 0; i < n - block; i += block)
-            computeBlock<block>(d + i, i, value);
-        __builtin_memcpy(d + n - block, last, sizeof last);
+            computeBlock<D, block>(at(i), i, value);
+        __builtin_memcpy(at(n - block), last, sizeof last);
         return;
     }
-    computeBlock<block>(d, 0, value);
+    computeBlock<D, block>(d, 0, value);
     constexpr ptrdiff_t cacheLine = 64;
     ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & (cacheLine - 1));
     for (ptrdiff_t i = aligned / ptrdiff_t(sizeof(D)); i < n - block; i += block)
-        computeBlock<block>(d + i, i, value);
-    computeBlock<block>(d + n - block, n - block, value);
+        computeBlock<D, block>(at(i), i, value);
+    computeBlock<D, block>(at(n - block), n - block, value);
 }
 
 // Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in
@@ -228,8 +228,8 @@ public:
     MaskLanes(const uint8_t* bits, ptrdiff_t bit) : first(bits + (bit >> 3)), second((bit & 7) != 0)
     {
         for (ptrdiff_t half = 0; half < 2; ++half) {
-            spread[half] = vectorAt(laneSource.byte[bit & 7] + half * 32);
-            wanted[half] = vectorAt(laneSource.mask[bit & 7] + half * 32);
+            spread[half] = vectorAt<uint8_t>(laneSource.byte[bit & 7], half * 32);
+            wanted[half] = vectorAt<uint8_t>(laneSource.mask[bit & 7], half * 32);
         }
     }
     // From a bit on that is a multiple of eight.
@@ -283,15 +283,15 @@ private:
 template <class D, class Value>
 struct SelectedValue {
     Value value;
-    const Lane<D>* lanes;
-    const D* stored;
+    const void* lanes;
+    OwnValues<D> stored;
     ptrdiff_t start = 0;
 
-    D operator()(ptrdiff_t i) const { return select<D>(lanes[i - start], value(i), stored[i]); }
+    D operator()(ptrdiff_t i) const { return select<D>(ownLoad<Lane<D>>(lanes, i - start), value(i), stored[i]); }
     auto vector(ptrdiff_t i) const requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
     {
-        Vector<D> no = vectorAt(stored + i);
-        return no ^ ((value.vector(i) ^ no) & Vector<D>(vectorAt(lanes + (i - start))));
+        Vector<D> no = vectorAt<D>(stored.first, i);
+        return no ^ ((value.vector(i) ^ no) & vectorAt<D>(lanes, i - start));
     }
 };
 
@@ -300,7 +300,7 @@ template <class D, class Value>
 struct MaskedValue {
     Value value;
     const int8_t* lanes;
-    const D* stored;
+    OwnValues<D> stored;
     ptrdiff_t start;
 
     D operator()(ptrdiff_t i) const { return lanes[i - start] < 0 ? value(i) : stored[i]; }
@@ -308,33 +308,33 @@ struct MaskedValue {
 
 // Stores value(i) where the mask bit is set. As in storeRow the last block is computed first and overlaps.
 template <class D, class Value>
-inline __attribute__((always_inline)) void maskRow(D* d, ptrdiff_t n, const uint8_t* bits, int bit, Value value)
+inline __attribute__((always_inline)) void maskRow(void* d, ptrdiff_t n, const uint8_t* bits, int bit, Value value)
 {
     using Chosen = std::conditional_t<sizeof(D) == 1, SelectedValue<D, Value>, MaskedValue<D, Value>>;
     constexpr int block = OWN_MASKED_LEAST;
     alignas(32) int8_t lanes[block];
     D last[block];
+    auto at = [d](ptrdiff_t i) { return static_cast<char*>(d) + i * ptrdiff_t(sizeof(D)); };
     MaskLanes(bits, bit + n - block).get(0, lanes);
-    computeBlock<block>(last, n - block, Chosen{value, lanes, d, n - block});
+    computeBlock<D, block>(last, n - block, Chosen{value, lanes, {d}, n - block});
     const MaskLanes mask(bits, bit);
     for (ptrdiff_t start = 0; start < n - block; start += block) {
         mask.get(start, lanes);
-        computeBlock<block>(d + start, start, Chosen{value, lanes, d, start});
+        computeBlock<D, block>(at(start), start, Chosen{value, lanes, {d}, start});
     }
-    __builtin_memcpy(d + n - block, last, sizeof last);
+    __builtin_memcpy(at(n - block), last, sizeof last);
 }
 
 // Values of f(x[i], y[i]) and, with an Op for one source, of f(x[i]); as vectors where Op knows them.
 template <class Op>
 struct TwoSourceValue {
     using S = typename Op::Source;
-    const S* x;
-    const S* y;
+    OwnValues<S> x, y;
 
     auto operator()(ptrdiff_t i) const { return Op::of(x[i], y[i]); }
     auto vector(ptrdiff_t i) const requires requires(Vector<S> v) { Op::of(v, v); }
     {
-        return Op::of(vectorAt(x + i), vectorAt(y + i));
+        return Op::of(vectorAt<S>(x.first, i), vectorAt<S>(y.first, i));
     }
 };
 
@@ -342,12 +342,12 @@ template <class Op>
 struct OneSourceValue {
     using S = typename Op::Source;
     Op op;
-    const S* x;
+    OwnValues<S> x;
 
     auto operator()(ptrdiff_t i) const { return op(x[i]); }
     auto vector(ptrdiff_t i) const requires requires(const Op& f, Vector<S> v) { f(v); }
     {
-        return op(vectorAt(x + i));
+        return op(vectorAt<S>(x.first, i));
     }
 };
 
@@ -358,22 +358,21 @@ struct TwoSourceRows {
     using D = typename Op::Result;
     using Value = TwoSourceValue<Op>;
 
-    static Value value(const void* a, const void* b) { return {static_cast<const S*>(a), static_cast<const S*>(b)}; }
+    static Value value(const void* a, const void* b) { return {{a}, {b}}; }
     static __attribute__((flatten)) void run(const OwnRows& rows)
     {
         const ptrdiff_t n = rows.n;
         forRows<sizeof(S) * 8, sizeof(D) * 8, 2>(rows, [n](const uint8_t* a, const uint8_t* b, uint8_t* d) {
-            storeRow(reinterpret_cast<D*>(d), n, a == d || b == d, value(a, b));
+            storeRow<D>(d, n, a == d || b == d, value(a, b));
         });
     }
     static void select(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n)
     {
-        auto* z = static_cast<D*>(d);
-        storeRow(z, n, a == d || b == d, SelectedValue<D, Value>{value(a, b), static_cast<const Lane<D>*>(lanes), z});
+        storeRow<D>(d, n, a == d || b == d, SelectedValue<D, Value>{value(a, b), lanes, {d}});
     }
     static void masked(const void* a, const void* b, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
     {
-        maskRow(static_cast<D*>(d), n, bits, bit, value(a, b));
+        maskRow<D>(d, n, bits, bit, value(a, b));
     }
     static constexpr OwnRowKernel kernel = {run, select, masked};
 };
@@ -391,19 +390,16 @@ struct OneSourceRows {
         const Op op(rows.b);
         const ptrdiff_t n = rows.n;
         forRows<sizeof(S) * 8, sizeof(D) * 8, 1>(rows, [n, op](const uint8_t* a, const uint8_t*, uint8_t* d) {
-            storeRow(reinterpret_cast<D*>(d), n, a == d, Value{op, reinterpret_cast<const S*>(a)});
+            storeRow<D>(d, n, a == d, Value{op, {a}});
         });
     }
     static void select(const void* a, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
     {
-        auto* z = static_cast<D*>(d);
-        storeRow(
-            z, n, a == d,
-            SelectedValue<D, Value>{{Op(scalar), static_cast<const S*>(a)}, static_cast<const Lane<D>*>(lanes), z});
+        storeRow<D>(d, n, a == d, SelectedValue<D, Value>{{Op(scalar), {a}}, lanes, {d}});
     }
     static void masked(const void* a, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
     {
-        maskRow(static_cast<D*>(d), n, bits, bit, Value{Op(scalar), static_cast<const S*>(a)});
+        maskRow<D>(d, n, bits, bit, Value{Op(scalar), {a}});
     }
     static constexpr OwnRowKernel kernel = {run, select, masked};
 };

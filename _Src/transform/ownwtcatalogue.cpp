@@ -361,10 +361,8 @@ const OrvWtKernel* findOrder(const OwnReport& report, const OrvWtKernel (&family
 template <int N>
 const OrvWtKernel* findPair(const OwnReport& report, const OrvWtKernel (&family)[N], int32_t par1, int32_t par2)
 {
-    if (par1 < 1 || par1 > 3) {
-        report(ORV_STATUS_BAD_ARG, "Bad par1   value.");
+    if (report.when(par1 < 1 || par1 > 3, ORV_STATUS_BAD_ARG, "Bad par1   value."))
         return nullptr;
-    }
     for (const OrvWtKernel& kernel : family)
         if (kernel.par1 == par1 && kernel.par2 == par2)
             return &kernel;

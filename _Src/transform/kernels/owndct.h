@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "../core/ownisa.h"
+#include "../../core/ownisa.h"
 
 // Depths as the kernels number them.
 enum OwnDctDepth { ownDct8U, ownDct8S, ownDct16U, ownDct16S, ownDct32S, ownDct32F, ownDctDepths };

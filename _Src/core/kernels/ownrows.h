@@ -1,8 +1,8 @@
 // The frame's own row kernels: moving values between layouts, masks and packed bits.
 #pragma once
 
+#include "../ownisa.h"
 #include "ownbits.h"
-#include "ownisa.h"
 
 struct OwnRowKernels {
     // By a value's bytes, 1, 2 or 4, as index 0, 1, 2.

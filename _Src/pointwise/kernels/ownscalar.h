@@ -1,8 +1,8 @@
 // Kernels of the image-and-scalar and unary operations.
 #pragma once
 
-#include "../core/ownisa.h"
-#include "../core/ownrow.h"
+#include "../../core/kernels/ownrow.h"
+#include "../../core/ownisa.h"
 
 // The scalar of the unsigned forms of addition and subtraction: each value is flipped by `before`, moved by `amount` with
 // saturation, and flipped by `after`. A flip of the top bit makes a signed value an unsigned one and back; a flip of all

@@ -1,8 +1,8 @@
 // Kernels of the comparisons.
 #pragma once
 
-#include "../core/ownbits.h"
-#include "../core/ownisa.h"
+#include "../../core/kernels/ownbits.h"
+#include "../../core/ownisa.h"
 
 // One comparison at all depths: as a test of values, and at 1U on bytes of eight pixels.
 struct OwnComparison {

@@ -1,8 +1,8 @@
 // Kernels of the box filter.
 #pragma once
 
-#include "../core/ownisa.h"
-#include "../core/ownrow.h"
+#include "../../core/kernels/ownrow.h"
+#include "../../core/ownisa.h"
 
 // The most rows that a kernel makes at a time.
 constexpr int ownBlurRows = 8;

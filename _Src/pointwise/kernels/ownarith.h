@@ -1,8 +1,8 @@
 // Kernels of the two-image arithmetic and logic.
 #pragma once
 
-#include "../core/ownisa.h"
-#include "../core/ownrow.h"
+#include "../../core/kernels/ownrow.h"
+#include "../../core/ownisa.h"
 
 struct OwnArithKernels {
     OwnRowKernel add[OWN_DEPTHS];

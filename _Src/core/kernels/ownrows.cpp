@@ -12,30 +12,29 @@ namespace {
 
 // A layout known at compile time is vectorised; `step` and `values` of 0 stand for those of the call.
 template <class T, int step, int values>
-void gatherAs(const T* src, T* dst, ptrdiff_t n)
+void gatherAs(OwnValues<T> src, void* dst, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
         for (int k = 0; k < values; ++k)
-            dst[i * values + k] = src[i * step + k];
+            ownStore(dst, i * values + k, src[i * step + k]);
 }
 
 template <class T, int step, int values>
-void scatterAs(const T* src, T* dst, ptrdiff_t n)
+void scatterAs(OwnValues<T> src, void* dst, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
         for (int k = 0; k < values; ++k)
-            dst[i * step + k] = src[i * values + k];
+            ownStore(dst, i * step + k, src[i * values + k]);
 }
 
 template <class T>
-void gather(const void* from, ptrdiff_t step, ptrdiff_t values, void* to, ptrdiff_t n)
+void gather(const void* from, ptrdiff_t step, ptrdiff_t values, void* dst, ptrdiff_t n)
 {
-    auto* src = static_cast<const T*>(from);
-    auto* dst = static_cast<T*>(to);
+    const OwnValues<T> src = {from};
     if (values == step)
-        memcpy(dst, src, size_t(n * step) * sizeof(T));
+        memcpy(dst, from, size_t(n * step) * sizeof(T));
     else if (values == 1 && step == 2)
         gatherAs<T, 2, 1>(src, dst, n);
     else if (values == 1 && step == 3)
@@ -47,16 +46,15 @@ void gather(const void* from, ptrdiff_t step, ptrdiff_t values, void* to, ptrdif
     else
         for (ptrdiff_t i = 0; i < n; ++i)
             for (ptrdiff_t k = 0; k < values; ++k)
-                dst[i * values + k] = src[i * step + k];
+                ownStore(dst, i * values + k, src[i * step + k]);
 }
 
 template <class T>
-void scatter(const void* from, void* to, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n)
+void scatter(const void* from, void* dst, ptrdiff_t step, ptrdiff_t values, ptrdiff_t n)
 {
-    auto* src = static_cast<const T*>(from);
-    auto* dst = static_cast<T*>(to);
+    const OwnValues<T> src = {from};
     if (values == step)
-        memcpy(dst, src, size_t(n * step) * sizeof(T));
+        memcpy(dst, from, size_t(n * step) * sizeof(T));
     else if (values == 1 && step == 3)
         scatterAs<T, 3, 1>(src, dst, n);
     else if (values == 1 && step == 4)
@@ -66,7 +64,7 @@ void scatter(const void* from, void* to, ptrdiff_t step, ptrdiff_t values, ptrdi
     else
         for (ptrdiff_t i = 0; i < n; ++i)
             for (ptrdiff_t k = 0; k < values; ++k)
-                dst[i * step + k] = src[i * values + k];
+                ownStore(dst, i * step + k, src[i * values + k]);
 }
 
 // ---- Bits ---------------------------------------------------------------------------------------------------------
@@ -370,7 +368,7 @@ __attribute__((flatten)) void fillRun(const OwnRows& rows)
     const T value = *static_cast<const T*>(rows.b);
     const ptrdiff_t n = rows.n;
     forRows<sizeof(T) * 8, sizeof(T) * 8, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) {
-        storeRow(reinterpret_cast<T*>(d), n, false, [value](ptrdiff_t) { return value; });
+        storeRow<T>(d, n, false, [value](ptrdiff_t) { return value; });
     });
 }
 
@@ -378,16 +376,16 @@ template <class T>
 void fillSelect(const void*, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
 {
     const T value = *static_cast<const T*>(scalar);
-    auto* z = static_cast<T*>(d);
-    auto* lane = static_cast<const Lane<T>*>(lanes);
-    storeRow(z, n, false, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, z[i]); });
+    const OwnValues<Lane<T>> lane = {lanes};
+    const OwnValues<T> stored = {d};
+    storeRow<T>(d, n, false, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, stored[i]); });
 }
 
 template <class T>
 void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
 {
     const T value = *static_cast<const T*>(scalar);
-    maskRow(static_cast<T*>(d), n, bits, bit, [=](ptrdiff_t) { return value; });
+    maskRow<T>(d, n, bits, bit, [=](ptrdiff_t) { return value; });
 }
 
 void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n)

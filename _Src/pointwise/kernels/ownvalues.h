@@ -4,7 +4,7 @@
 
 #include <stdint.h>
 
-#include "../core/ownrow.h"
+#include "../../core/kernels/ownrow.h"
 
 namespace OWN_ISA {
 

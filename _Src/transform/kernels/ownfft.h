@@ -13,8 +13,8 @@
 // Values are floats, or 32-bit integers in the fixed-point core.
 #pragma once
 
-#include "../core/owncontext.h"
-#include "../core/ownisa.h"
+#include "../../core/owncontext.h"
+#include "../../core/ownisa.h"
 
 // The memory of one channel's region.
 struct OwnFftPixels {

@@ -221,8 +221,7 @@ struct TestRows {
 
     static auto test(const void* a, const void* b, const Op& op)
     {
-        auto* x = static_cast<const S*>(a);
-        auto* y = static_cast<const S*>(b);
+        const OwnValues<S> x = {a}, y = {b};
         if constexpr (two)
             return [=](ptrdiff_t i) { return op(x[i], y[i]); };
         else
@@ -232,7 +231,7 @@ struct TestRows {
                                                 ptrdiff_t n)
     {
         auto holds = test(a, b, Op(scalar));
-        storeRow(d, n, false, [=](ptrdiff_t i) { return uint8_t(holds(i) ? 0xFF : 0); });
+        storeRow<uint8_t>(d, n, false, [=](ptrdiff_t i) { return uint8_t(holds(i) ? 0xFF : 0); });
     }
     // The bits of a row that is shorter than a block.
     static uint64_t few(const void* a, const void* b, const void* scalar, ptrdiff_t n)

@@ -1,8 +1,8 @@
 // Kernels of the threshold.
 #pragma once
 
-#include "../core/ownbits.h"
-#include "../core/ownisa.h"
+#include "../../core/kernels/ownbits.h"
+#include "../../core/ownisa.h"
 
 struct OwnCut {
     int32_t threshold;  // in the range of the source's depth

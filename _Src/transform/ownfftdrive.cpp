@@ -3,9 +3,9 @@
 // A driver takes all the memory that it needs before it stores anything, and then goes through the channels. Rows and
 // columns pass in groups of as many as a vector has lanes. Real to packed, a group of columns is stored as soon as it is
 // transformed; by then all rows have been read, so that the images may be the same. Packed to real likewise.
+#include "ownfftdrive.h"
 #include "../core/ownpixels.h"
 #include "ownfftcache.h"
-#include "ownfftdrive.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "../core/ownisa.h"
+#include "../../core/ownisa.h"
 
 // Output i of the pair is the sum over k below `count` of rows[k][i] * taps[2 * k], and * taps[2 * k + 1] for the second,
 // for i below n. Sums run in double precision, in this order, and are rounded to single precision. Taps and samples have
