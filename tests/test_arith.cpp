@@ -140,6 +140,20 @@ TEST(Arith, RunsOverWholeBuffers)
         }
 }
 
+// Rows whose step is no multiple of the value's size are no one run of values.
+TEST(Arith, GoesByRowsWhereAValueWouldCrossThem)
+{
+    for (uint32_t depth : {ORV_DEPTH_16U, ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_32F}) {
+        PictureSpec spec = {.depth = depth, .width = 2, .height = 7, .extraStep = 1};
+        Picture a(spec), b(spec), d(spec);
+        b.fillRandom(2);
+        Picture before(spec);
+        orvAdd(a, b, d);
+        before.fillRaw([&](int x, int y, int) { return members[0].rule(depth)(a.raw(x, y), b.raw(x, y)); });
+        EXPECT_TRUE(d.bytes() == before.bytes()) << depthName(depth);
+    }
+}
+
 TEST(Arith, ChecksInOrder)
 {
     PictureSpec maskSpec = {.depth = ORV_DEPTH_1U, .width = 9, .height = 9};

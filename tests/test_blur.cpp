@@ -302,6 +302,11 @@ TEST(Blur, ChecksInTheirOrder)
     EXPECT_EQ(reportsOf([&] { orvBlur(nullptr, picture, 3, 3, 1, 1); }), "-9 orvBlur Incorrect Image\n");
     EXPECT_EQ(reportsOf([&] { orvBlur(picture, picture, INT32_MAX, INT32_MAX, 5, INT32_MAX - 1); }),
               "-4 orvBlur Allocation failure\n");
+    // What cannot be had is known before anything is fetched.
+    Picture bits({.depth = ORV_DEPTH_1U, .width = 7}), bitsToo({.depth = ORV_DEPTH_1U, .width = 7});
+    testheap::refuse(0);
+    EXPECT_EQ(reportsOf([&] { orvBlur(bits, bitsToo, INT32_MAX, 1, 1, 0); }), "-4 orvBlur Allocation failure\n");
+    EXPECT_EQ(testheap::asked(), 0u);
 }
 
 TEST(Blur, EndsWithoutLossWhereMemoryOrATileDoesNotCome)

@@ -15,6 +15,11 @@
 #include <windows.h>
 
 #include <thread>
+#else
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #endif
 
 namespace {
@@ -239,29 +244,47 @@ void longBox()
 
 #if !defined(_WIN32)
 
-const ChildEntry boxes[] = {{"leafBox", leafBox}, {"parentBox", parentBox}, {"longBox", longBox}};
+// The box of a process in the background of the terminal, which is not to be stopped by it.
+void backgroundBox()
+{
+    pid_t child = fork();
+    if (child == 0) {
+        setpgid(0, 0);
+        leafBox();
+        exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    fputs(WIFSTOPPED(status) ? "<stopped>" : "<ended>", stderr);
+    kill(child, SIGKILL);
+}
+
+const ChildEntry boxes[] = {
+    {"leafBox", leafBox}, {"parentBox", parentBox}, {"longBox", longBox}, {"backgroundBox", backgroundBox}};
 
 TEST(Error, BoxOnTheTerminal)
 {
     const std::string leaf = "\n" + title + "\n\n" + leafText + "\n[Yes] [No] ";
     const std::string parent = "\n" + title + "\n\n" + parentText + "\n[OK] [Cancel] ";
-    const std::string ending =
-        "\nWin32: Application exit\n\nORV Library: terminating the application\n[OK] <exit handler>";
+    const std::string ending = "\nWin32: Application exit\n\nORV Library: terminating the application\n<exit handler>";
     struct {
         const char* child;
         const char* typed;
         std::string shown;
         int exitCode;
     } cases[] = {
-        {"leafBox", "Yes\n\n", leaf + ending, 1},
-        {"leafBox", "y\nok\n", leaf + ending, 1},
+        {"leafBox", "Yes\n", leaf + ending, 1},
+        {"leafBox", "  y\n", leaf + ending, 1},
         {"leafBox", "NO\n", leaf + "<result -5><exit handler>", 0},
         {"leafBox", "maybe\n\nyess\nn\n", leaf + "[Yes] [No] [Yes] [No] [Yes] [No] <result -5><exit handler>", 0},
+        // As many blanks as a line keeps, and more.
+        {"leafBox", "               \n                              \nn\n",
+         leaf + "[Yes] [No] [Yes] [No] <result -5><exit handler>", 0},
         {"leafBox", "\4", leaf + "<result -5><exit handler>", 0},
-        {"leafBox", "Yes\n\4", leaf + ending, 1},
         {"parentBox", "ok\n", parent + "<result -1><exit handler>", 0},
-        {"parentBox", "Cancel\nO\n", parent + ending, 1},
-        {"parentBox", "yes\nC\n\n", parent + "[OK] [Cancel] " + ending, 1},
+        {"parentBox", "Cancel\n", parent + ending, 1},
+        {"parentBox", "yes\nC\n", parent + "[OK] [Cancel] " + ending, 1},
+        {"backgroundBox", "", title + "\n" + leafText + "\n<result -5><exit handler><ended>", 0},
     };
     for (const auto& [child, typed, shown, exitCode] : cases) {
         ChildEnd end = runChildOnTerminal(child, typed);

@@ -32,22 +32,15 @@ bool enter(const OwnReport& report, OrvImage* src, OrvImage* dst)
 {
     if (!report.goodImage(src) || !report.goodImage(dst))
         return false;
-    bool compatible = true;
-    if (src->depth != dst->depth) {
+    if (src->depth != dst->depth)
         report(ORV_STATUS_BAD_ARG, "srcImage->depth != dstImage->depth");
-        compatible = false;
-    }
-    if (src->origin != dst->origin) {
+    if (src->origin != dst->origin)
         report(ORV_STATUS_BAD_ARG, "srcImage->origin != dstImage->origin");
-        compatible = false;
-    }
     bool ordered = src->depth != ORV_DEPTH_1U && !(src->nChannels == 1 && dst->nChannels == 1);
-    if (ordered && src->dataOrder != dst->dataOrder) {
+    if (ordered && src->dataOrder != dst->dataOrder)
         report(ORV_STATUS_BAD_ARG, "srcImage->dataOrder != dstImage->dataOrder");
-        compatible = false;
-    }
-    // A report handler may clear the status; images that do not fit each other cannot be worked on all the same.
-    return compatible && !failedBefore() && src != dst;
+    // A report handler that clears the status lets the work go on, but between two depths it would leave the memory.
+    return src->depth == dst->depth && !failedBefore() && src != dst;
 }
 
 // Makes `made` the common part of two masks; false if the call ends here.

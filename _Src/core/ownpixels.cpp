@@ -99,8 +99,8 @@ void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t
     Scratch lanes;
     auto expand = ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)];
     OwnSelect select = pass.op.kernel.select;
-    for (int32_t x = 0; x < width; x += pass.chunk) {
-        int32_t pixels = ownMin(pass.chunk, width - x);
+    for (int32_t x = 0, pixels; x < width; x += pixels) {
+        pixels = ownMin(pass.chunk, width - x);
         if (mask)
             expand(mask->data + (x >> 3), mask->bit, pass.step, pass.values, lanes.bytes, pixels);
         RowPointers at = pointersAt(pass, rows, x);
@@ -114,8 +114,8 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
     const OwnRowKernels& move = ownRowKernels();
     int last = pass.count - 1;
     int result = ownSizeIndex(pass.op.resultBytes);
-    for (int32_t x = 0; x < width; x += pass.chunk) {
-        int32_t pixels = ownMin(pass.chunk, width - x);
+    for (int32_t x = 0, pixels; x < width; x += pixels) {
+        pixels = ownMin(pass.chunk, width - x);
         RowPointers at = pointersAt(pass, rows, x);
         const void* from[2] = {at.a, at.b};
         auto bring = [&](int i, const void* src, int bytes) {
@@ -451,8 +451,8 @@ void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count,
     if (pass.plain)
         return testRows(pass, images, mask, size);
     for (int32_t y = 0; y < size.height; ++y)
-        for (int32_t x = 0; x < size.width; x += ownMin(pass.chunk, size.width - x)) {
-            int32_t pixels = ownMin(pass.chunk, size.width - x);
+        for (int32_t x = 0, pixels; x < size.width; x += pixels) {
+            pixels = ownMin(pass.chunk, size.width - x);
             OwnBitPlace to = {result.start + y * result.rowStep + (x >> 3), result.bit};
             if (mask) {
                 to.mask = mask->start + y * mask->rowStep + (x >> 3);
@@ -480,12 +480,13 @@ void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, c
     int32_t chunk = bytes ? (scratchBytes / (channels * bytes)) & ~7 : scratchBytes * 8;
     for (int32_t channel = 0; channel < a.channels; channel += channels)
         for (int32_t y = 0; y < size.height; ++y)
-            for (int32_t x = 0; x < size.width; x += chunk) {
+            for (int32_t x = 0, pixels; x < size.width; x += pixels) {
+                pixels = ownMin(chunk, size.width - x);
                 auto part = [&](const OwnGeometry& image) {
                     OwnGeometry piece = image;
                     piece.start = ownChannelStart(image, channel, bytes) + y * image.rowStep +
                                   (bytes ? ptrdiff_t(x) * image.pixelStep * bytes : x >> 3);
-                    piece.width = ownMin(chunk, size.width - x);
+                    piece.width = pixels;
                     piece.height = 1;
                     piece.channels = channels;
                     return piece;

@@ -52,7 +52,7 @@ void blurPass(OwnLines& lines, const Window& window, const OwnBlurKernel& kernel
     memset(band.sums, 0, size_t(columns) * size_t(kernel.sumBytes));
     for (int32_t row = 0; row < window.nRows - 1; ++row)
         kernel.add(lines.source(row - window.anchorY, 0), band.sums, columns);
-    for (int32_t y = 0; y < lines.height(); y += ownBlurRows) {
+    for (int32_t y = 0; y < lines.height(); y += band.rows) {
         band.rows = ownMin(ownBlurRows, lines.height() - y);
         for (int i = 0; i < band.rows; ++i) {
             int32_t first = y + i - window.anchorY;
@@ -65,12 +65,26 @@ void blurPass(OwnLines& lines, const Window& window, const OwnBlurKernel& kernel
     }
 }
 
+// Sums of columns for one pass over a piece.
+int64_t sumsBytes(const OwnBlurKernel& kernel, const Window& window, int32_t step, int32_t width)
+{
+    return (int64_t{width} + window.nCols - 1) * step * kernel.sumBytes;
+}
+
+// False if the narrowest piece would need more memory than there can be, which is better known before pixels are fetched.
+bool fits(const OrvImage& src, const OrvImage& dst, const Window& window)
+{
+    int32_t step = ownLineStep(src, dst);
+    return sumsBytes(kernelFor(dst.depth, window), window, step, 1) <= INT32_MAX &&
+           ownBlurKernels().scratchBytes(step, window.nCols) <= INT32_MAX;
+}
+
 bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
     const Window& window = *static_cast<const Window*>(task);
     const OwnBlurKernel& kernel = kernelFor(dst.depth, window);
     OwnLines lines(src, dst, mask, window.reach(), 2 * ownBlurRows, ownBlurRows);
-    OwnScratch<uint8_t> sums(lines.values(int64_t{lines.width()} + window.nCols - 1) * int64_t{kernel.sumBytes});
+    OwnScratch<uint8_t> sums(sumsBytes(kernel, window, lines.step(), lines.width()));
     OwnScratch<uint8_t> scratch(ownBlurKernels().scratchBytes(lines.step(), window.nCols));
     if (!lines || !sums || !scratch)
         return false;
@@ -111,7 +125,7 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
         ownCombineMasks(src->maskROI, src->maskROI == dst->maskROI ? nullptr : dst->maskROI, nullptr, mask);
     if (combined == OwnMaskResult::empty)
         return;
-    if (combined == OwnMaskResult::noMemory ||
+    if (combined == OwnMaskResult::noMemory || !fits(*src, *dst, window) ||
         ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) != OwnNeighbourResult::done)
         report(ORV_STATUS_NO_MEMORY, "Allocation failure");
 }

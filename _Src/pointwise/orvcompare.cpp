@@ -139,41 +139,44 @@ OwnSize commonSize(const Comparison& call)
     return size;
 }
 
-// Makes `made` the common part of the images' masks, if there are any; false if that fails. A mask may be the result itself,
-// so that one alone is copied too.
+// Makes `made` the common part of the images' masks and of the masks that these have, if there are any; false if there is no
+// memory. It is made even of one, since a mask may be the result itself.
 bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
 {
-    OrvImage* masks[3];
-    int count = 0;
-    bool masked = false;
-    for (int i = 0; i < call.count; ++i)
-        if (OrvImage* mask = call.images[i]->maskROI) {
-            masks[count++] = mask;
-            masked = masked || mask->maskROI;
-        }
-    if (count == 0)
+    const OrvImage* first = nullptr;
+    OwnSize common = size;
+    auto forMasks = [&](auto visit) {
+        for (int i = 0; i < call.count; ++i)
+            for (const OrvImage* mask = call.images[i]->maskROI; mask; mask = mask->maskROI)
+                visit(*mask);
+    };
+    forMasks([&](const OrvImage& mask) {
+        first = first ? first : &mask;
+        OwnRect rect = ownRoiRect(mask);
+        common = {ownMin(common.width, rect.width), ownMin(common.height, rect.height)};
+    });
+    if (!first)
         return true;
     made.flags = ORV_IMAGE_ALL;
-    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "GRAY", masks[0]->dataOrder, masks[0]->origin,
-                                      masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
+    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "GRAY", first->dataOrder, first->origin, first->align,
+                                      size.width, size.height, nullptr, nullptr, nullptr, nullptr);
     if (!made.image)
         return false;
-    // Under a mask of its own a mask is not written everywhere.
-    orvAllocateImage(made.image, masked, 0);
+    // Behind the end of a mask's own mask no bit is set.
+    orvAllocateImage(made.image, 1, 0);
     if (!made.image->imageData)
         return false;
-    // An old failure must neither stop the copy nor be taken for one of these calls'.
-    int32_t before = orvGetErrStatus();
-    orvSetErrStatus(ORV_STATUS_OK);
-    if (count == 1)
-        orvCopy(masks[0], made.image);
-    else
-        orvAnd(masks[0], masks[1], made.image);
-    if (count == 3)
-        orvAnd(made.image, masks[2], made.image);
-    if (orvGetErrStatus() != ORV_STATUS_OK)
-        return false;
-    orvSetErrStatus(before);
+    const OwnRowKernels& move = ownRowKernels();
+    OwnGeometry to = ownMaskStart(*made.image);
+    to.width = common.width;
+    to.height = common.height;
+    bool isFirst = true;
+    forMasks([&](const OrvImage& mask) {
+        const OwnGeometry images[3] = {ownMaskStart(mask), to, to};
+        const OwnRowKernel& kernel = isFirst ? move.copy[OWN_1U] : move.bitAnd;
+        ownProcessPixels(ownPixelOp(kernel, ORV_DEPTH_1U, nullptr), images, isFirst ? 2 : 3, nullptr);
+        isFirst = false;
+    });
     return true;
 }
 
