@@ -104,6 +104,11 @@ void chooseStorage(Random& random, PictureSpec& spec)
 {
     spec.align = 4 << random.below(4);
     spec.extraStep = random.below(3) == 0 ? spec.align * random.between(1, 3) : 0;
+    // Pixels may lie at any address, and their rows any number of bytes apart.
+    if (random.below(4) == 0) {
+        spec.offset = random.below(8);
+        spec.extraStep += random.below(2) ? random.below(8) : 0;
+    }
     spec.origin = random.below(2);
     spec.seed = random.bits();
 }
@@ -283,6 +288,12 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
 }
 
 }  // namespace
+
+PictureSpec randomPictureSpec(Random& random, uint32_t depth, int processed, int width, int height)
+{
+    Scale scale = {width, height, processed, false};
+    return randomImage(random, depth, scale, processed, random.below(2), random.below(2));
+}
 
 void runMatrix(const Operation& operation)
 {
