@@ -30,8 +30,8 @@ namespace {
 // The scale of a layout: sizes of regions lie near one size, so that most of them are processed.
 struct Scale {
     int width, height;
-    int processed;  // channels
-    bool wide;      // rows that do not fit any cache of a part of a row
+    int processed = 1;  // channels
+    bool wide = false;  // rows that do not fit any cache of a part of a row
 };
 
 Scale randomScale(Random& random, const Operation& operation)
@@ -291,8 +291,12 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
 
 PictureSpec randomPictureSpec(Random& random, uint32_t depth, int processed, int width, int height)
 {
-    Scale scale = {width, height, processed, false};
-    return randomImage(random, depth, scale, processed, random.below(2), random.below(2));
+    return randomImage(random, depth, {width, height}, processed, random.below(2), random.below(2));
+}
+
+PictureSpec randomMaskSpec(Random& random, int width, int height)
+{
+    return randomMask(random, {width, height});
 }
 
 void runMatrix(const Operation& operation)
