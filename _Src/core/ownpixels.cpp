@@ -26,10 +26,8 @@ OwnSize smallestSize(const OwnGeometry* images, int count, const OwnGeometry* ma
 {
     OwnSize size = {images[0].width, images[0].height};
     for (int i = 1; i < count; ++i)
-        size = {ownMin(size.width, images[i].width), ownMin(size.height, images[i].height)};
-    if (mask)
-        size = {ownMin(size.width, mask->width), ownMin(size.height, mask->height)};
-    return size;
+        size = ownMin(size, {images[i].width, images[i].height});
+    return mask ? ownMin(size, {mask->width, mask->height}) : size;
 }
 
 // ---- Rows of values -----------------------------------------------------------------------------------------------
@@ -67,15 +65,12 @@ Shape shapeOf(const Row* rows, int count, int32_t values)
     return equal && rows[0].step <= widestBlend ? Shape::blended : Shape::gathered;
 }
 
-// The lanes of blended pixels without a mask, by doubling the first.
+// The lanes of blended pixels without a mask.
 void makePattern(uint8_t* lanes, int32_t pixels, int32_t step, int32_t values, int bytes)
 {
-    int pixel = step * bytes;
-    int total = pixels * pixel;
-    memset(lanes, 0, size_t(pixel));
+    memset(lanes, 0, size_t(step) * size_t(bytes));
     memset(lanes, 0xFF, size_t(values) * size_t(bytes));
-    for (int done = pixel; done < total; done *= 2)
-        memcpy(lanes + done, lanes, size_t(done < total - done ? done : total - done));
+    ownRepeat(lanes, ptrdiff_t{step} * bytes, pixels);
 }
 
 struct RowPointers {
@@ -422,6 +417,25 @@ void joinTestedRows(const TestPass& pass, const OwnGeometry* images, const OwnGe
 }
 
 }  // namespace
+
+OwnDepthValue ownDepthValue(uint32_t depth, int32_t value)
+{
+    OwnDepthValue scalar;
+    switch (depth & ORV_DEPTH_MASK) {
+    case 1: scalar.bits8 = value & 1 ? 0xFF : 0; break;
+    case 8: scalar.bits8 = uint8_t(value); break;
+    case 16: scalar.bits16 = uint16_t(value); break;
+    default: scalar.bits32 = uint32_t(value); break;
+    }
+    return scalar;
+}
+
+void ownRepeat(uint8_t* data, ptrdiff_t bytes, ptrdiff_t n)
+{
+    ptrdiff_t total = bytes * n;
+    for (ptrdiff_t done = bytes; done < total; done *= 2)
+        memcpy(data + done, data, size_t(done < total - done ? done : total - done));
+}
 
 OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar)
 {

@@ -53,12 +53,12 @@ bool ownCommonSize(const OrvImage& a, const OrvImage& b, const OrvImage* c, bool
     OwnSize other;
     if (!ownRoiSize(a, clip, size) || !ownRoiSize(b, clip, other))
         return false;
-    size = {ownMin(size.width, other.width), ownMin(size.height, other.height)};
+    size = ownMin(size, other);
     if (!c)
         return true;
     if (!ownRoiSize(*c, clip, other))
         return false;
-    size = {ownMin(size.width, other.width), ownMin(size.height, other.height)};
+    size = ownMin(size, other);
     return true;
 }
 

@@ -102,22 +102,6 @@ bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvIm
     return true;
 }
 
-bool alphaIsLast(const OrvImage& image)
-{
-    return ownChannels(image).coi || image.alphaChannel == 0 || image.alphaChannel == image.nChannels;
-}
-
-// True for an image with something to process besides its alpha channel.
-bool hasChannels(const OrvImage& image)
-{
-    return alphaIsLast(image) && ownChannels(image).count > 0;
-}
-
-bool masksAreGood(const OrvImage& src, const OrvImage& dst)
-{
-    return (!src.maskROI || alphaIsLast(*src.maskROI)) && (!dst.maskROI || alphaIsLast(*dst.maskROI));
-}
-
 void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
 {
     OwnMask mask;
@@ -125,9 +109,10 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
         ownCombineMasks(src->maskROI, src->maskROI == dst->maskROI ? nullptr : dst->maskROI, nullptr, mask);
     if (combined == OwnMaskResult::empty)
         return;
-    if (combined == OwnMaskResult::noMemory || !fits(*src, *dst, window) ||
-        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) != OwnNeighbourResult::done)
-        report(ORV_STATUS_NO_MEMORY, "Allocation failure");
+    bool done =
+        combined != OwnMaskResult::noMemory && fits(*src, *dst, window) &&
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) == OwnNeighbourResult::done;
+    report.when(!done, ORV_STATUS_NO_MEMORY, "Allocation failure");
 }
 
 }  // namespace
@@ -158,14 +143,12 @@ void ORV_CALL orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int
         return;
     if (report.when(anchorX >= nCols || anchorY >= nRows, ORV_STATUS_BAD_ARG, "(anchorX>=nCols||anchorY>=nRows)"))
         return;
-    if (report.when(!hasChannels(*dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+    if (report.when(!ownHasChannels(*dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
         return;
-    if (report.when(!hasChannels(*srcImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+    if (report.when(!ownHasChannels(*srcImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
         return;
     if (report.when(ownChannels(*srcImage).count != ownChannels(*dstImage).count, ORV_STATUS_BAD_CHANNELS,
                     "bad channel's number"))
-        return;
-    if (report.when(!masksAreGood(*srcImage, *dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
         return;
     if (nCols == 1 && nRows == 1)
         orvCopy(srcImage, dstImage);
