@@ -33,7 +33,7 @@ void addForms(const std::string& name, const Layout& layout, double share, doubl
              Image a(layout, slotA), b(layout, slotB), d(layout, slotD);
              run(a, b, d);
          },
-         copyRow(layout.width), share, copies(mostCopies * (layout.width > 1024 ? 0.5 : 1))});
+         copyRow(layout.width), share, copies(mostCopies)});
     add({name + ", masked" + side,
          [=] {
              Image mask({.depth = ORV_DEPTH_1U, .width = layout.width}, slotMask);

@@ -10,7 +10,7 @@ namespace {
 constexpr int mostImages = 2;
 
 // Scratch for a part of a row: small enough that all of it stays in the first-level cache.
-constexpr int32_t scratchBytes = 4096;
+constexpr int32_t scratchBytes = 8192;
 
 struct alignas(64) Scratch {
     uint8_t bytes[scratchBytes];
@@ -97,6 +97,38 @@ void readInParts(const Pass& pass)
     }
 }
 
+// Rows of one value a pixel under a mask: as many as fit, or parts of one.
+void readKept(const Pass& pass)
+{
+    Scratch kept[mostImages];
+    const uint32_t zero = 0;
+    const void* other = pass.reading.unselected ? pass.reading.unselected : &zero;
+    auto keep = ownRowKernels().keep[ownSizeIndex(pass.bytes)];
+    int32_t chunk = ownMin(pass.size.width, scratchBytes / pass.bytes);
+    int32_t together = scratchBytes / (chunk * pass.bytes);
+    for (int32_t y = 0, rows; y < pass.size.height; y += rows) {
+        rows = ownMin(together, pass.size.height - y);
+        for (int32_t x = 0, pixels; x < pass.size.width; x += pixels) {
+            pixels = ownMin(chunk, pass.size.width - x);
+            ptrdiff_t step = ptrdiff_t(pixels) * pass.bytes;
+            const uint8_t* bits = pass.mask->start + y * pass.mask->rowStep + (x >> 3);
+            for (int i = 0; i < pass.count; ++i) {
+                const uint8_t* from = pass.start[i] + y * pass.rowStep[i] + ptrdiff_t(x) * pass.bytes;
+                keep({from, other, kept[i].bytes, pixels, rows, pass.rowStep[i], 0, step}, bits, pass.mask->bit,
+                     pass.mask->rowStep);
+            }
+            OwnReadRows all = rowsAt(pass, x, y);
+            all.a = kept[0].bytes;
+            all.b = pass.count > 1 ? kept[1].bytes : nullptr;
+            all.n = pixels;
+            all.count = rows;
+            all.aStep = all.bStep = step;
+            all.endsRow = pixels == pass.size.width - x;
+            pass.reading.read(pass.reading.state, all);
+        }
+    }
+}
+
 void readValues(const OwnReading& reading, uint32_t depth, const OwnGeometry* images, int count, OwnSize size,
                 const OwnGeometry* mask)
 {
@@ -113,7 +145,12 @@ void readValues(const OwnReading& reading, uint32_t depth, const OwnGeometry* im
             pass.rowStep[i] = images[i].rowStep;
             pass.pixelStep[i] = images[i].pixelStep;
         }
-        pass.isCompact() && !mask ? readWhole(pass) : readInParts(pass);
+        if (!pass.isCompact() || (mask && pass.channels > 1))
+            readInParts(pass);
+        else if (mask)
+            readKept(pass);
+        else
+            readWhole(pass);
     }
 }
 

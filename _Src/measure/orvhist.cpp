@@ -98,7 +98,7 @@ void countPlain(OwnHistogram& histogram, const OrvImage& image, const OrvImage* 
     }
     // What the mask leaves out has come as 0.
     for (int32_t channel = 0; channel < histogram.channels; ++channel)
-        histogram.counts[ptrdiff_t(channel) * histogram.bins * histogram.tables] -= uint32_t(unselected);
+        *histogram.tableOf(channel) -= uint32_t(unselected);
 }
 
 // False after a report.
@@ -121,10 +121,10 @@ bool countTiles(const OwnReport& report, OwnHistogram& histogram, OrvImage* imag
 // Brings a channel's tables together in the first.
 const uint32_t* channelCounts(const OwnHistogram& histogram, int32_t channel)
 {
-    uint32_t* counts = histogram.counts + ptrdiff_t(channel) * histogram.bins * histogram.tables;
+    uint32_t* counts = histogram.tableOf(channel);
     for (int32_t table = 1; table < histogram.tables; ++table)
         for (int32_t i = 0; i < histogram.bins; ++i)
-            counts[i] += counts[table * histogram.bins + i];
+            counts[i] += histogram.tableOf(channel, table)[i];
     return counts;
 }
 
@@ -253,7 +253,7 @@ void ORV_CALL orvComputeHisto(OrvImage* srcImage, OrvLUT** lut)
     OwnHistogram histogram = {nullptr, isBit ? 2 : isByte ? 256 : 65536, isByte ? ownHistTables : 1, channels.count};
     if (!checkTables(report, channels, lut, histogram.bins))
         return;
-    int64_t counters = int64_t{histogram.bins} * histogram.tables * ownMax(channels.count, 1);
+    int64_t counters = int64_t{ownHistTableStep(histogram.bins)} * histogram.tables * ownMax(channels.count, 1);
     OwnScratch<uint32_t> counts(counters);
     if (report.when(!counts, ORV_STATUS_NO_MEMORY, "Out of memory"))
         return;

@@ -21,6 +21,13 @@ void mapPlain(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, co
     bool isByte = dst.depth == ORV_DEPTH_8U;
     const OwnRowKernel& kernel = isByte ? ownHistKernels().map8 : ownHistKernels().map16;
     int bytes = ownValueBytes(dst.depth);
+    if (!mask && to.channels > 1 && !from.planeStep && !to.planeStep && from.pixelStep == to.pixelStep) {
+        const OwnRows rows = {
+            from.start,   tables, to.start,  ownMin(from.width, to.width), ownMin(from.height, to.height),
+            from.rowStep, 0,      to.rowStep};
+        (isByte ? ownHistKernels().mapPixels8 : ownHistKernels().mapPixels16)(rows, to.pixelStep, to.channels);
+        return;
+    }
     ptrdiff_t tableBytes = isByte ? 256 : ptrdiff_t{65536} * 2;
     for (int32_t channel = 0; channel < to.channels; ++channel) {
         OwnGeometry images[2] = {from, to};

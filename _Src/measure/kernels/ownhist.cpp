@@ -8,8 +8,8 @@ namespace {
 template <class T>
 void countChannels(const OwnHistogram& histogram, const uint8_t* row, const OwnReadRows& rows)
 {
-    const ptrdiff_t channelStep = ptrdiff_t(histogram.bins) * histogram.tables;
-    uint32_t* counts = histogram.counts + rows.channel * channelStep;
+    uint32_t* counts = histogram.tableOf(rows.channel);
+    const ptrdiff_t channelStep = histogram.tableOf(1) - histogram.counts;
     const OwnValues<T> values = {row};
     for (ptrdiff_t i = 0; i < rows.n; i += rows.channels)
         for (int32_t c = 0; c < rows.channels; ++c)
@@ -18,13 +18,13 @@ void countChannels(const OwnHistogram& histogram, const uint8_t* row, const OwnR
 
 void countBytes(const OwnHistogram& histogram, const uint8_t* row, const OwnReadRows& rows)
 {
-    uint32_t* counts = histogram.counts + ptrdiff_t(rows.channel) * histogram.bins * histogram.tables;
+    uint32_t* counts = histogram.tableOf(rows.channel);
     ptrdiff_t i = 0;
     for (; i <= rows.n - ownHistTables; i += ownHistTables) {
         uint64_t eight = ownLoad<uint64_t>(row + i);
 #pragma GCC unroll 8
         for (int k = 0; k < ownHistTables; ++k, eight >>= 8)
-            ++counts[k * 256 + int(eight & 255)];
+            ++counts[k * ownHistTableStep(256) + int(eight & 255)];
     }
     for (; i < rows.n; ++i)
         ++counts[row[i]];
@@ -68,10 +68,35 @@ struct Map {
 #endif
 };
 
+template <class T, int knownChannels>
+void mapPixelsOf(const OwnRows& rows, ptrdiff_t step, ptrdiff_t channels)
+{
+    constexpr ptrdiff_t size = ptrdiff_t{1} << (8 * sizeof(T));
+    auto* tables = static_cast<const T*>(rows.b);
+    channels = knownChannels ? knownChannels : channels;
+    for (ptrdiff_t y = 0; y < rows.count; ++y) {
+        const uint8_t* a = static_cast<const uint8_t*>(rows.a) + y * rows.aStep;
+        uint8_t* d = static_cast<uint8_t*>(rows.d) + y * rows.dStep;
+        for (ptrdiff_t i = 0; i < rows.n; ++i)
+            for (ptrdiff_t c = 0; c < channels; ++c)
+                ownStore<T>(d, i * step + c, tables[c * size + ownLoad<T>(a, i * step + c)]);
+    }
+}
+
+template <class T>
+void mapPixels(const OwnRows& rows, ptrdiff_t step, ptrdiff_t channels)
+{
+    if (channels == 3)
+        mapPixelsOf<T, 3>(rows, step, channels);
+    else
+        mapPixelsOf<T, 0>(rows, step, channels);
+}
+
 }  // namespace
 
 extern const OwnHistKernels ownHistKernels;
-const OwnHistKernels ownHistKernels = {count<uint8_t>, count<uint16_t>, OneSourceRows<Map<uint8_t>>::kernel,
-                                       OneSourceRows<Map<uint16_t>>::kernel};
+const OwnHistKernels ownHistKernels = {
+    count<uint8_t>,     count<uint16_t>,    OneSourceRows<Map<uint8_t>>::kernel, OneSourceRows<Map<uint16_t>>::kernel,
+    mapPixels<uint8_t>, mapPixels<uint16_t>};
 
 }  // namespace OWN_ISA

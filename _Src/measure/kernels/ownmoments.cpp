@@ -1,8 +1,8 @@
 // Kernels of the moments.
 //
-// Four sums run along a row and are folded into the ten moments at its end. Where the sums are whole numbers that double
-// precision holds, any order of the additions gives the same ones, and they run in lanes; otherwise each is a chain along its
-// row, and several rows run side by side.
+// Four sums run along a row and are folded into the ten moments at its end. Each is a chain of additions in its order; several rows
+// run side by side. Of bytes the sums are whole numbers that, but for very wide rows, double precision holds whatever the
+// order, so that they may be formed in integers.
 #include "ownmoments.h"
 
 #if defined(__AVX2__)
@@ -85,43 +85,17 @@ void takeChains(OwnMomentSums& sums, const OwnReadRows& rows)
     }
 }
 
-// ---- Lanes --------------------------------------------------------------------------------------------------------
-
-template <class T>
-void laneSums(const uint8_t* row, ptrdiff_t n, double first, double (&sums)[4])
-{
-    constexpr int lanes = 8;
-    double x[lanes], lane[4][lanes] = {};
-    for (int k = 0; k < lanes; ++k)
-        x[k] = first + k;
-    auto take = [&](ptrdiff_t i, int k) {
-        double term = double(ownLoad<T>(row, i));
-        for (auto& sum : lane) {
-            sum[k] += term;
-            term *= x[k];
-        }
-        x[k] += lanes;
-    };
-    ptrdiff_t i = 0;
-    for (; i <= n - lanes; i += lanes)
-        for (int k = 0; k < lanes; ++k)
-            take(i + k, k);
-    for (int k = 0; i + k < n; ++k)
-        take(i + k, k);
-    for (int power = 0; power < 4; ++power)
-        for (double sum : lane[power])
-            sums[power] += sum;
-}
+// ---- Bytes --------------------------------------------------------------------------------------------------------
 
 #if defined(__AVX2__)
 // Sums of a segment of bytes, by the place of a byte in a block of 32 and of the block in the segment. The block's place comes
 // in by sums of sums: what enters first is counted most often.
 //
-// A block's sums of p, p i, p i^2 and p i^3, i from 0 to 31, stand in lanes of 32 bits, four bytes a lane. Their sums of
-// sums over n blocks are at most 1020 C(n + 3, 4), 31620 C(n + 2, 3), 980220 C(n + 1, 2) and 30386820 n, which for 64 blocks is
-// less than half of 2^32.
+// A block's sums of p, p i, p i^2 and p i^3, i from 0 to 31, stand in eight lanes of 32 bits, four bytes a lane. The totals of
+// these lanes' sums of sums over n blocks are at most 8160 C(n + 3, 4), 252960 C(n + 2, 3), 7841760 C(n + 1, 2) and
+// 243094560 n, which for 16 blocks is below 2^32.
 constexpr ptrdiff_t blockBytes = 32;
-constexpr ptrdiff_t mostBlocks = 64;
+constexpr ptrdiff_t mostBlocks = 16;
 
 struct Weights {
     alignas(32) int16_t of[4][blockBytes];
@@ -150,14 +124,18 @@ inline __m256i weighted(__m256i low, __m256i high, int power)
                             _mm256_madd_epi16(high, _mm256_load_si256(with + 1)));
 }
 
-inline uint64_t totalOf(__m256i lanes)
+// The totals of the lanes of eight vectors.
+inline void totalsOf(const __m256i (&lanes)[8], uint32_t (&totals)[8])
 {
-    uint32_t words[8];
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(words), lanes);
-    uint64_t total = 0;
-    for (uint32_t word : words)
-        total += word;
-    return total;
+    __m256i twos[4], fours[2];
+    for (int i = 0; i < 4; ++i)
+        twos[i] = _mm256_hadd_epi32(lanes[2 * i], lanes[2 * i + 1]);
+    for (int i = 0; i < 2; ++i)
+        fours[i] = _mm256_hadd_epi32(twos[2 * i], twos[2 * i + 1]);
+    // Halves of the first four, and of the last four.
+    const __m256i low = _mm256_permute2x128_si256(fours[0], fours[1], 0x20);
+    const __m256i high = _mm256_permute2x128_si256(fours[0], fours[1], 0x31);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(totals), _mm256_add_epi32(low, high));
 }
 
 // Sums of sums: of[d] holds lanes of which of[0] is the sum of a block's sums, of[1] that of all states of of[0], and so on.
@@ -177,17 +155,12 @@ struct Cascade {
     }
 };
 
-// The sums of p r^k of a cascade over the blocks b of a segment, with r = blocks - b: block b stands C(r + k - 1, k) times in sum k.
-template <int depth>
-inline void powerSums(const Cascade<depth>& cascade, uint64_t (&powers)[4])
+// The sums of p r^k over the blocks b of a segment, with r = blocks - b, from sums of sums: block b stands C(r + k - 1, k) times in
+// sum k.
+inline void powerSums(uint64_t (&sums)[4])
 {
-    uint64_t level[4] = {};
-    for (int k = 0; k < depth; ++k)
-        level[k] = totalOf(cascade.of[k]);
-    powers[0] = level[0];
-    powers[1] = level[1];
-    powers[2] = 2 * level[2] - level[1];
-    powers[3] = 6 * level[3] - 3 * powers[2] - 2 * powers[1];
+    sums[2] = 2 * sums[2] - sums[1];
+    sums[3] = 6 * sums[3] - 3 * sums[2] - 2 * sums[1];
 }
 
 // Adds the sums of `blocks` blocks with x from `first` on. With `end` where the segment ends, x = end - u and u = 32 r - i. What
@@ -207,66 +180,76 @@ void addSegment(const uint8_t* bytes, ptrdiff_t blocks, uint64_t first, uint64_t
         square.take(weighted(low, high, 2));
         cube.take(weighted(low, high, 3));
     }
-    uint64_t r[4], ri[4], rii[4], riii[4];  // sums of p r^k, p r^k i, and so on
-    powerSums(zeroth, r);
-    powerSums(linear, ri);
-    powerSums(square, rii);
-    powerSums(cube, riii);
+    uint32_t first8[8], rest[8];
+    totalsOf({zeroth.of[0], zeroth.of[1], zeroth.of[2], zeroth.of[3], linear.of[0], linear.of[1], linear.of[2],
+              square.of[0]},
+             first8);
+    totalsOf({square.of[1], cube.of[0], zero, zero, zero, zero, zero, zero}, rest);
+    // Sums of p r^k, p r^k i, p r^k i^2 and p r^k i^3.
+    uint64_t r[4] = {first8[0], first8[1], first8[2], first8[3]};
+    uint64_t ri[4] = {first8[4], first8[5], first8[6]};
+    const uint64_t rii[2] = {first8[7], rest[0]};
+    const uint64_t riii = rest[1];
+    powerSums(r);
+    powerSums(ri);
     constexpr uint64_t b = blockBytes;
     const uint64_t end = first + uint64_t(blocks) * b;
     const uint64_t u0 = r[0];
     const uint64_t u1 = b * r[1] - ri[0];
     const uint64_t u2 = b * b * r[2] - 2 * b * ri[1] + rii[0];
-    const uint64_t u3 = b * b * b * r[3] - 3 * b * b * ri[2] + 3 * b * rii[1] - riii[0];
+    const uint64_t u3 = b * b * b * r[3] - 3 * b * b * ri[2] + 3 * b * rii[1] - riii;
     sums[0] += u0;
     sums[1] += end * u0 - u1;
     sums[2] += end * (end * u0 - 2 * u1) + u2;
     sums[3] += end * (end * (end * u0 - 3 * u1) + 3 * u2) - u3;
 }
 
-void byteSums(const uint8_t* row, ptrdiff_t n, double first, double (&sums)[4])
+void byteSums(const uint8_t* row, ptrdiff_t n, uint64_t first, double (&sums)[4])
 {
     uint64_t whole[4] = {};
     ptrdiff_t i = 0;
     while (i <= n - blockBytes) {
         ptrdiff_t blocks = (n - i) / blockBytes;
         blocks = blocks < mostBlocks ? blocks : mostBlocks;
-        addSegment(row + i, blocks, uint64_t(first) + uint64_t(i), whole);
+        addSegment(row + i, blocks, first + uint64_t(i), whole);
         i += blocks * blockBytes;
+    }
+    for (; i < n; ++i) {
+        uint64_t term = row[i];
+        for (uint64_t& sum : whole) {
+            sum += term;
+            term *= first + uint64_t(i);
+        }
     }
     for (int power = 0; power < 4; ++power)
         sums[power] += double(whole[power]);
-    laneSums<uint8_t>(row + i, n - i, first + double(i), sums);
 }
-#else
-void byteSums(const uint8_t* row, ptrdiff_t n, double first, double (&sums)[4])
-{
-    laneSums<uint8_t>(row, n, first, sums);
-}
-#endif
 
-template <class T, void (*rowSums)(const uint8_t* row, ptrdiff_t n, double first, double (&sums)[4])>
-void takeExact(OwnMomentSums& sums, const OwnReadRows& rows)
+void takeBytes(OwnMomentSums& sums, const OwnReadRows& rows)
 {
     if (!sums.exact)
-        return takeChains<T>(sums, rows);
-    const double x = double(sums.x) + rows.x, y = double(sums.y) + rows.y;
+        return takeChains<uint8_t>(sums, rows);
+    const uint64_t x = uint64_t(sums.x) + uint64_t(rows.x);
+    const double y = double(sums.y) + rows.y;
     for (ptrdiff_t row = 0; row < rows.count; ++row) {
-        rowSums(rowAt(rows, row), rows.n, x, sums.row);
+        byteSums(rowAt(rows, row), rows.n, x, sums.row);
         if (rows.endsRow)
             endRow(sums, y + double(row));
     }
 }
+#else
+constexpr auto takeBytes = takeChains<uint8_t>;
+#endif
 
 }  // namespace
 
 extern const OwnMomentKernels ownMomentKernels;
 const OwnMomentKernels ownMomentKernels = {{
-    takeExact<uint8_t, byteSums>,
-    takeExact<uint8_t, byteSums>,
-    takeExact<int8_t, laneSums<int8_t>>,
-    takeExact<uint16_t, laneSums<uint16_t>>,
-    takeExact<int16_t, laneSums<int16_t>>,
+    takeBytes,
+    takeBytes,
+    takeChains<int8_t>,
+    takeChains<uint16_t>,
+    takeChains<int16_t>,
     takeChains<int32_t>,
     takeChains<float>,
 }};
