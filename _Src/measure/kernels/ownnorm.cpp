@@ -100,12 +100,36 @@ inline __attribute__((always_inline)) Total wholeTotal(Term term, ptrdiff_t n)
     return total;
 }
 
+#if defined(__AVX2__)
+// A square of a float is exact in double precision, so that one instruction may round the sum alone.
+__attribute__((target("fma"))) ptrdiff_t addSquares(double (&lanes)[ownReadLanes], OwnValues<float> values, ptrdiff_t n)
+{
+    __m256d sums[4];
+    for (int k = 0; k < 4; ++k)
+        sums[k] = _mm256_loadu_pd(lanes + 4 * k);
+    ptrdiff_t i = 0;
+    for (; i <= n - ownReadLanes; i += ownReadLanes)
+        for (int k = 0; k < 4; ++k) {
+            auto* four = static_cast<const float*>(values.first) + i + 4 * k;
+            const __m256d value = _mm256_cvtps_pd(_mm_loadu_ps(four));
+            sums[k] = _mm256_fmadd_pd(value, value, sums[k]);
+        }
+    for (int k = 0; k < 4; ++k)
+        _mm256_storeu_pd(lanes + 4 * k, sums[k]);
+    return i;
+}
+#endif
+
 template <class Term>
 inline __attribute__((always_inline)) void addToLanes(double (&lanes)[ownReadLanes], Term term, ptrdiff_t n)
 {
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    if constexpr (__is_same(Term, Square<float, false>))
+        i = addSquares(lanes, term.values.a, n);
+#endif
     double sums[ownReadLanes];
     __builtin_memcpy(sums, lanes, sizeof sums);
-    ptrdiff_t i = 0;
     for (; i <= n - ownReadLanes; i += ownReadLanes)
         for (ptrdiff_t k = 0; k < ownReadLanes; ++k)
             sums[k] += term(i + k);
