@@ -84,8 +84,12 @@ struct Sum {
     int64_t offset;
     T operator()(T value, double noise) const
     {
-        // No draw reaches the range of 64 bits, as large as bounds and deviations may be.
-        return ownSaturated<T>(int64_t(noise) + offset + value);
+        // No draw reaches the range of 64 bits, as large as bounds and deviations may be. Whether a sum is cut cannot be foreseen,
+        // so nothing branches on it.
+        constexpr int64_t lowest = OwnRange<T>::lowest, highest = OwnRange<T>::highest;
+        const int64_t sum = int64_t(noise) + offset + value;
+        const int64_t below = (sum - lowest) >> 63, above = (highest - sum) >> 63;
+        return T((sum & ~below & ~above) | (lowest & below) | (highest & above));
     }
 };
 
@@ -95,17 +99,14 @@ struct Sum<float> {
     float operator()(float value, double noise) const { return float(value + (noise + offset)); }
 };
 
-// Draws for the values of one row: of `count` pixels, `channels` values each, `step` values apart.
+// Draws for n values side by side. What is drawn from is a copy that no store of pixels changes, in a function of its own, so that
+// it stays in registers.
 template <class T, class Noise>
-void addToRow(Noise& noise, const Sum<T>& sum, uint8_t* row, int32_t step, int32_t channels, int32_t count,
-              const OwnGeometry* mask, int32_t y)
+__attribute__((noinline)) Noise addToValues(Noise noise, const Sum<T> sum, uint8_t* values, ptrdiff_t n)
 {
-    for (int32_t x = 0; x < count; ++x, row += ptrdiff_t(step) * ptrdiff_t(sizeof(T))) {
-        if (mask && !ownMaskSelects(*mask, x, y))
-            continue;
-        for (int32_t c = 0; c < channels; ++c)
-            ownStore<T>(row, c, sum(ownLoad<T>(row, c), noise.next()));
-    }
+    for (ptrdiff_t i = 0; i < n; ++i)
+        ownStore<T>(values, i, sum(ownLoad<T>(values, i), noise.next()));
+    return noise;
 }
 
 // One plane, or all channels side by side, of a region in plain memory.
@@ -113,9 +114,16 @@ template <class T, class Noise>
 void addToPlane(Noise& noise, const Sum<T>& sum, const OwnGeometry& image, int32_t plane, const OwnGeometry* mask)
 {
     int32_t channels = image.planeStep ? 1 : image.channels;
-    for (int32_t y = 0; y < image.height; ++y)
-        addToRow(noise, sum, image.start + plane * image.planeStep + y * image.rowStep, image.pixelStep, channels,
-                 image.width, mask, y);
+    for (int32_t y = 0; y < image.height; ++y) {
+        uint8_t* row = image.start + plane * image.planeStep + y * image.rowStep;
+        if (!mask && image.pixelStep == channels) {
+            noise = addToValues<T>(noise, sum, row, ptrdiff_t(image.width) * channels);
+            continue;
+        }
+        for (int32_t x = 0; x < image.width; ++x, row += image.pixelStep * ptrdiff_t(sizeof(T)))
+            if (!mask || ownMaskSelects(*mask, x, y))
+                noise = addToValues<T>(noise, sum, row, channels);
+    }
 }
 
 // ---- Images -------------------------------------------------------------------------------------------------------

@@ -161,13 +161,19 @@ bool processValues(const Call& call, const OrvImage& src, const OrvImage& dst, c
         for (int32_t y = 0; y < to.height; ++y) {
             const uint8_t* a = ownChannelStart(from, pass, sizeof(T)) + y * from.rowStep;
             uint8_t* d = ownChannelStart(to, pass, sizeof(T)) + y * to.rowStep;
+            auto one = [&](ptrdiff_t i) {
+                const T value = ownLoad<T>(a, i);
+                ownStore<T>(d, i, real ? realResult(function.real, value) : integerResult(function.integer, value));
+            };
+            if (!mask && from.pixelStep == channels && to.pixelStep == channels) {
+                for (ptrdiff_t i = 0; i < ptrdiff_t(to.width) * channels; ++i)
+                    one(i);
+                continue;
+            }
             for (int32_t x = 0; x < to.width; ++x) {
                 if (!mask || ownMaskSelects(under, x, y))
-                    for (int32_t c = 0; c < channels; ++c) {
-                        const T value = ownLoad<T>(a, c);
-                        ownStore<T>(d, c,
-                                    real ? realResult(function.real, value) : integerResult(function.integer, value));
-                    }
+                    for (int32_t c = 0; c < channels; ++c)
+                        one(c);
                 a += from.pixelStep * ptrdiff_t(sizeof(T));
                 d += to.pixelStep * ptrdiff_t(sizeof(T));
             }
