@@ -42,7 +42,7 @@ const bool added = [] {
         for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_16U}) {
             Layout one = {.depth = depth, .width = size},
                    four = {.depth = depth, .channels = 4, .alpha = 4, .width = size};
-            std::string kind = " " + depthName(depth);
+            std::string kind = ' ' + depthName(depth);
             addForms("orvMultiplyScale" + kind, one, 2.5,
                      [](Image& a, Image& b, Image& d) { orvMultiplyScale(a, b, d); });
             addForms("orvMultiplySScale" + kind, one, 2.5,
