@@ -109,7 +109,7 @@ std::string Layout::text() const
 
 Scene::Scene(const Layout& layout)
 {
-    static const char* const names[] = {"A", "B", "C"};
+    static const char* const names[] = {"A", "B", "C", "E", "F", "G"};
     images.resize(layout.images.size());
     masks.resize(layout.images.size());
     for (size_t i = 0; i < images.size(); ++i) {
@@ -128,7 +128,7 @@ Scene::Scene(const Layout& layout)
         PictureSpec spec = image.spec;
         spec.log = &log;
         spec.mask = masks[i] ? &masks[i]->image : nullptr;
-        spec.name = i + 1 == images.size() ? "D" : names[i];  // NOLINT: two sources at most
+        spec.name = i + 1 == images.size() ? "D" : names[i];  // NOLINT: seven images at most
         pictures.push_back(std::make_unique<Picture>(spec));
         images[i] = pictures.back().get();
     }
