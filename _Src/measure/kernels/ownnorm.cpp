@@ -223,8 +223,9 @@ inline __m256i magnitudesAt(const uint8_t* a, [[maybe_unused]] const uint8_t* b,
 
 inline uint64_t totalOf(__m256i words)
 {
-    __m128i sum = _mm_add_epi64(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
-    return uint64_t(_mm_cvtsi128_si64(_mm_add_epi64(sum, _mm_unpackhi_epi64(sum, sum))));
+    uint64_t parts[4];
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(parts), words);
+    return parts[0] + parts[1] + parts[2] + parts[3];
 }
 
 inline __m256i widened(__m256i doubleWords)
