@@ -132,8 +132,17 @@ OwnFourierTable<T>* stagesTable(Parts& parts, int32_t length, const Factors& fac
             roots[stage] = parts.take<T>(2 * int64_t{factors.radix[stage]});
     if (!table)
         return nullptr;
-    *table = {.length = length, .room = length, .scratch = 0, .stages = factors.count, .order = order, .radix = {},
-              .twiddles = twiddles, .roots = {}, .inner = nullptr, .chirp = nullptr, .response = nullptr};
+    *table = {.length = length,
+              .room = length,
+              .scratch = 0,
+              .stages = factors.count,
+              .order = order,
+              .radix = {},
+              .twiddles = twiddles,
+              .roots = {},
+              .inner = nullptr,
+              .chirp = nullptr,
+              .response = nullptr};
     fillOrder(order, length, factors);
     fillTwiddles(twiddles, factors);
     for (int32_t stage = 0; stage < factors.count; ++stage) {
@@ -195,8 +204,17 @@ OwnFourierTable<T>* chirpTable(Parts& parts, int32_t length, int32_t innerLength
     auto* inner = stagesTable<T>(parts, innerLength, factors);
     if (!table)
         return nullptr;
-    *table = {.length = length, .room = innerLength, .scratch = innerLength, .stages = 0, .order = order, .radix = {},
-              .twiddles = nullptr, .roots = {}, .inner = inner, .chirp = chirp, .response = response};
+    *table = {.length = length,
+              .room = innerLength,
+              .scratch = innerLength,
+              .stages = 0,
+              .order = order,
+              .radix = {},
+              .twiddles = nullptr,
+              .roots = {},
+              .inner = inner,
+              .chirp = chirp,
+              .response = response};
     for (int32_t n = 0; n < length; ++n) {
         OwnRoot value = chirpAt(n, length);
         order[n] = n;

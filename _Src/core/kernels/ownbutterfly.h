@@ -19,9 +19,11 @@ namespace {
 template <int N, class Body>
 [[gnu::always_inline]] inline void unrolled(Body body)
 {
-    [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
+    [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline))
+    {
         (body(std::integral_constant<int, i>{}), ...);
-    }(std::make_integer_sequence<int, N>{});
+    }
+    (std::make_integer_sequence<int, N>{});
 }
 
 // ---- Roots of unity -------------------------------------------------------------------------------------------------
@@ -128,12 +130,11 @@ template <int A, int B, class T, class V>
     Complex<V> rows[A][B];
     unrolled<B>([&](auto b) __attribute__((always_inline)) {
         Complex<V> column[A];
-        unrolled<A>([&](auto a) __attribute__((always_inline)) {
-            column[a] = x[isCoprime ? (B * a + A * b) % N : B * a + b];
-        });
+        unrolled<A>([&](auto a)
+                        __attribute__((always_inline)) { column[a] = x[isCoprime ? (B * a + A * b) % N : B * a + b]; });
         dft<A, T>(column);
         unrolled<A>([&](auto a) __attribute__((always_inline)) {
-            rows[a][b] = turned<isCoprime ? 0 : a * b, N, T>(column[a]);
+            rows[a][b] = turned < isCoprime ? 0 : a * b, N, T > (column[a]);
         });
     });
     unrolled<A>([&](auto a) __attribute__((always_inline)) {

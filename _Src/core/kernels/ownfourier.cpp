@@ -147,8 +147,7 @@ struct Stages {
         case 13: return fixedStage<13>(x, count, length, twiddles);
         case 15: return fixedStage<15>(x, count, length, twiddles);
         case 16: return fixedStage<16>(x, count, length, twiddles);
-        default:
-            return primeStage(x, count, length, table.radix[stage], twiddles, table.roots[stage]);
+        default: return primeStage(x, count, length, table.radix[stage], twiddles, table.roots[stage]);
         }
     }
 

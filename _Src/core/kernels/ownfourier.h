@@ -22,10 +22,10 @@ struct OwnFourierTable {
     int32_t room;     // complex values of a line that a block must have room for: at least the length
     int32_t scratch;  // complex values of a line that the transform needs beside the block
     int32_t stages;
-    const int32_t* order;              // value e of a line is laid at place order[e]; results come in their natural order
-    int32_t radix[ownFourierStages];   // lines that a stage makes one of, the last stage last
-    const T* twiddles;                 // for each stage but the first, value by value of the shorter line, the turns of all
-                                       // lines but the first
+    const int32_t* order;  // value e of a line is laid at place order[e]; results come in their natural order
+    int32_t radix[ownFourierStages];  // lines that a stage makes one of, the last stage last
+    const T* twiddles;  // for each stage but the first, value by value of the shorter line, the turns of all
+                        // lines but the first
     const T* roots[ownFourierStages];  // of stages of primes without a butterfly of their own: cos, -sin
 
     // Of lines that go through a convolution:

@@ -2,22 +2,12 @@
 // in the unnamed namespace of the level.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
+#include "../../core/kernels/owncomplex.h"
 #include "ownfft.h"
 
 namespace OWN_ISA {
 namespace {
 
-#if defined(__AVX2__)
-constexpr int vectorBytes = 32;
-#else
-constexpr int vectorBytes = 16;
-#endif
-
-using FloatVector = float __attribute__((vector_size(vectorBytes)));
-using DoubleVector = double __attribute__((vector_size(vectorBytes)));
 // The fixed-point core wraps around, so that it counts without sign.
 using IntVector = uint32_t __attribute__((vector_size(vectorBytes)));
 using SignedVector = int32_t __attribute__((vector_size(vectorBytes)));
