@@ -154,36 +154,32 @@ private:
         return count >= lanes || length * lanes <= ownSmallBlock ? vectorLanes : singleLines;
     }
 
-    // Values from one complex column of the spectra to the next: whole cache lines, and no power of two, which would have all
-    // columns share a few places of the cache.
-    static int64_t columnStepOf(int32_t height)
+    // Values of the complex columns, of whole groups.
+    int64_t columnsSize(int64_t count, int64_t rowCount) const
     {
-        constexpr int32_t lowHeight = 64;
-        if (height < lowHeight)
-            return int64_t{2} * height;
-        constexpr int64_t line = ownCacheLine / int64_t{sizeof(T)}, page = 1024;
-        int64_t step = (int64_t{2} * height + line - 1) & -line;
-        return step % page == 0 ? step + line : step;
+        int64_t lanes = columns.blocks->complexLanes;
+        return (count + lanes - 1) / lanes * lanes * 2 * rowCount;
     }
 
     bool prepare()
     {
         const OwnFftBlocks<T>& widest = kernelsOf<T>().blocks[vectorLanes];
-        int64_t height = plan.height, step = columnStepOf(plan.height);
+        int64_t height = plan.height;
         if (!rows.prepare(caches, plan.width, lanesFor(plan.height, widest.realLanes, plan.width)) ||
             !columns.prepare(caches, plan.height, lanesFor(columnCount, widest.complexLanes, plan.height)))
             return false;
         int64_t blockSize = larger(rows.blockSize(), columns.blockSize());
         int64_t scratchSize = larger(rows.scratchSize(), columns.scratchSize());
-        T* complexColumns = ownFftWork<T>(caches, OWN_FFT_SPECTRA, step * columnCount);
-        edges = ownFftWork<T>(caches, OWN_FFT_LINES, 2 * mostEdges * (height + 1));
+        T* complexColumns = ownFftWork<T>(caches, OWN_FFT_SPECTRA, columnsSize(columnCount, height));
+        edges =
+            ownFftWork<T>(caches, OWN_FFT_LINES, mostEdges * (height + 2) + columnsSize((height - 1) / 2, mostEdges));
         block = ownFftWork<T>(caches, OWN_FFT_BLOCK, blockSize);
         T* scratch = ownFftWork<T>(caches, OWN_FFT_SCRATCH, scratchSize);
         if (!complexColumns || !edges || !block || !scratch)
             return false;
         rows.scratch = columns.scratch = scratch;
         packedEdges = edges + mostEdges * height;
-        spectra = {edges, edges + height, complexColumns, ptrdiff_t(step)};
+        spectra = {edges, edges + height, complexColumns, ptrdiff_t(height), columns.blocks->complexLanes};
         return true;
     }
 
@@ -204,26 +200,27 @@ private:
         return {reinterpret_cast<uint8_t*>(edges) + first * step, step, 0, 1, 1, 0, plan.height, count};
     }
 
-    // The spectra of `count` of them, one after the other for each frequency.
+    // The spectra of `count` of them.
     OwnFftSpectra<T> edgeSpectra(int32_t count) const
     {
-        return {packedEdges, packedEdges + count, packedEdges + 2 * ptrdiff_t{count}, 2 * ptrdiff_t{count}};
+        T* middle = packedEdges + mostEdges;
+        return {packedEdges, middle, middle + mostEdges, count, columns.blocks->complexLanes};
     }
 
-    // Calls move(place of a packed line, value of a spectrum) for all values of line `l` of `count`.
+    // Calls move(place in a packed line, value of its spectrum) for all values of real column first + l of `count`.
     template <class Move>
-    void eachPacked(int32_t l, int32_t count, Move move) const
+    void eachPacked(int32_t first, int32_t l, int32_t count, Move move) const
     {
         OwnFftSpectra<T> from = edgeSpectra(count);
-        T* line = edges + ptrdiff_t{l} * plan.height;
-        move(line[0], from.first[l % count]);
+        T* line = edges + ptrdiff_t{first + l} * plan.height;
+        move(line[0], from.first[l]);
         if (plan.height % 2 == 0)
-            move(line[plan.height - 1], from.middle[l % count]);
+            move(line[plan.height - 1], from.middle[l]);
         const ptrdiff_t pairs = (plan.height - 1) / 2;
-        T* pair = from.columns + 2 * ptrdiff_t(l % count);
-        for (ptrdiff_t k = 1; k <= pairs; ++k, pair += from.columnStep) {
-            move(line[2 * k - 1], pair[0]);
-            move(line[2 * k], pair[1]);
+        for (ptrdiff_t k = 1; k <= pairs; ++k) {
+            T* value = from.at(k, l);
+            move(line[2 * k - 1], value[0]);
+            move(line[2 * k], value[from.lanes]);
         }
     }
 
@@ -235,8 +232,8 @@ private:
             blocks.imageRowsIn(edgeRows(first, count), nullptr, columns.order(), block);
             columns.realToSpectra(block, plan.direction);
             blocks.spectraOut(block, edgeSpectra(count), 0, count, plan.height);
-            for (int32_t l = first; l < first + count; ++l)
-                eachPacked(l, count, [](T& packed, T value) { packed = value; });
+            for (int32_t l = 0; l < count; ++l)
+                eachPacked(first, l, count, [](T& packed, T value) { packed = value; });
         });
     }
 
@@ -244,8 +241,8 @@ private:
     {
         const OwnFftBlocks<T>& blocks = *columns.blocks;
         eachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
-            for (int32_t l = first; l < first + count; ++l)
-                eachPacked(l, count, [](T packed, T& value) { value = packed; });
+            for (int32_t l = 0; l < count; ++l)
+                eachPacked(first, l, count, [](T packed, T& value) { value = packed; });
             blocks.spectraIn(edgeSpectra(count), 0, count, plan.height, columns.order(), block);
             columns.spectraToReal(block, plan.direction);
             blocks.imageRowsOut(block, nullptr, edgeRows(first, count), nullptr, factor);
@@ -275,8 +272,7 @@ private:
         packEdges();
         T* carry = edges;
         eachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
-            columns.blocks->columnsIn(spectra.columns + first * spectra.columnStep, spectra.columnStep, count,
-                                      plan.height, columns.order(), block);
+            columns.blocks->columnsIn(spectra.at(first + 1, 0), plan.height, columns.order(), block);
             columns.complex(block, plan.direction);
             columns.blocks->packedOut(block, carry, dst.part(2 * first, 0, 2 * count, plan.height), dst.convert, count,
                                       scale);
@@ -296,8 +292,7 @@ private:
             columns.blocks->packedIn(src.part(2 * first + 1, 0, 2 * count, plan.height), src.convert, count,
                                      columns.order(), block);
             columns.complex(block, plan.direction);
-            columns.blocks->columnsOut(block, spectra.columns + first * spectra.columnStep, spectra.columnStep, count,
-                                       plan.height, scale);
+            columns.blocks->columnsOut(block, spectra.at(first + 1, 0), plan.height, scale);
         });
         eachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
             rows.blocks->spectraIn(spectra, first, count, plan.width, rows.order(), block);

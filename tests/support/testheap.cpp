@@ -11,11 +11,14 @@ std::atomic<int> live{0};
 int countdown = 0;
 bool refuseAll = false;
 bool wasRefused = false;
+std::atomic<size_t> most{0};
 
 }  // namespace
 
 void* ownHeapAlloc(size_t size)
 {
+    if (size > most)
+        most = size;
     if (countdown > 0 && --countdown == 0) {
         if (refuseAll)
             countdown = 1;
@@ -42,11 +45,17 @@ void refuse(int n, bool all)
     countdown = n;
     refuseAll = all;
     wasRefused = false;
+    most = 0;
 }
 
 bool refused()
 {
     return wasRefused;
+}
+
+size_t largest()
+{
+    return most;
 }
 
 int blocks()

@@ -57,14 +57,22 @@ struct OwnFftRow {
     ptrdiff_t bytes;  // of a pixel's value
 };
 
-// The spectra of the rows of a channel, column by column: the real columns 0 and, for even widths, width / 2, and between
-// them complex columns that are columnStep values apart.
+// The spectra of `rows` rows: the real columns 0 and, for even widths, width / 2, and between them complex columns. These lie
+// in groups as wide as the blocks that take them: of each row the real parts of a group's columns, then the imaginary ones.
 template <class T>
 struct OwnFftSpectra {
     T* first;
     T* middle;
     T* columns;
-    ptrdiff_t columnStep;
+    ptrdiff_t rows;
+    ptrdiff_t lanes;  // columns of a group
+
+    // The real part of column k, from 1, in a row; the imaginary part lies `lanes` values further on.
+    [[gnu::always_inline]] T* at(ptrdiff_t k, ptrdiff_t row) const
+    {
+        ptrdiff_t group = (k - 1) / lanes;
+        return columns + (group * rows + row) * 2 * lanes + (k - 1 - group * lanes);
+    }
 };
 
 // How lines come into a block and leave it. Parts of images are given as geometries of one channel; without a conversion
@@ -74,7 +82,8 @@ struct OwnFftBlocks {
     int32_t realLanes;
     int32_t complexLanes;
 
-    // Up to realLanes real lines, which are rows of an image. Lanes without a row get any value.
+    // Up to realLanes real lines, which are rows of an image. Lanes without a row get values like the others', since
+    // lines that share a complex one share its rounding.
     void (*imageRowsIn)(const OwnGeometry& rows, const OwnFftRow<T>* convert, const int32_t* order, T* block);
     void (*imageRowsOut)(const T* block, const int32_t* order, const OwnGeometry& rows, const OwnFftRow<T>* convert,
                          float scale);
@@ -89,10 +98,10 @@ struct OwnFftBlocks {
     void (*spectraIn)(const OwnFftSpectra<T>& from, int32_t row, int32_t rows, int32_t length, const int32_t* order,
                       T* block);
 
-    // `count` complex columns of spectra. Going back, the floating core multiplies by `scale`.
-    void (*columnsIn)(const T* column, ptrdiff_t columnStep, int32_t count, ptrdiff_t length, const int32_t* order,
-                      T* block);
-    void (*columnsOut)(const T* block, T* column, ptrdiff_t columnStep, int32_t count, ptrdiff_t length, float scale);
+    // A group of complex columns of spectra, as many as the block has lanes. Going back, the floating core multiplies by
+    // `scale`.
+    void (*columnsIn)(const T* columns, ptrdiff_t length, const int32_t* order, T* block);
+    void (*columnsOut)(const T* block, T* columns, ptrdiff_t length, float scale);
 
     // `count` complex columns of a packed spectrum, which the image begins with. Going out, the image begins a column before
     // them: the column that `carry` holds, one value a row, goes with the others except for the last one, which takes

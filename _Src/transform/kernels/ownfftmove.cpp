@@ -48,13 +48,6 @@ struct RealSlot {
     ptrdiff_t operator()(ptrdiff_t e) const { return placeOf(order, e) * realGroups<V> + group; }
 };
 
-// The lane group of part e % 2 of value e / 2 of complex lines.
-struct ComplexSlot {
-    const int32_t* order;
-
-    ptrdiff_t operator()(ptrdiff_t e) const { return 2 * placeOf(order, e >> 1) + (e & 1); }
-};
-
 // Values from..to of each line, a lane each, to their slots; the lines begin with value `from`. All lanes have a line.
 template <class V, class Slot>
 inline void transposeIn(uint8_t* const (&lines)[lanesOf<V>], ptrdiff_t from, ptrdiff_t to, V* block, Slot slot)
@@ -101,18 +94,20 @@ inline void transposeOut(const V* block, Slot slot, uint8_t* const (&lines)[lane
     }
 }
 
-// The lines of a group of lanes among those at `first`; lanes without a line get the group's first one.
+// The lines of a lane group of a block of real lines, which are dealt to the groups by turns: so the same two make a complex
+// line whatever the lanes are. Lanes without a line get the last one.
 template <class V>
 struct GroupLines {
-    int32_t count;  // that are there
+    int32_t count = 0;  // that are there
     uint8_t* lines[lanesOf<V>];
 
     GroupLines(uint8_t* first, ptrdiff_t lineStep, int32_t all, int group)
     {
-        int32_t before = group * lanesOf<V>;
-        count = all - before < lanesOf<V> ? all - before : lanesOf<V>;
-        for (int l = 0; l < lanesOf<V>; ++l)
-            lines[l] = first + (l < count ? before + l : 0) * lineStep;
+        for (int l = 0; l < lanesOf<V>; ++l) {
+            int32_t line = l * realGroups<V> + group;
+            count += line < all;
+            lines[l] = first + (line < all ? line : all - 1) * lineStep;
+        }
     }
 };
 
@@ -192,17 +187,42 @@ void imageRowsOut(const Value<V>* block, const int32_t* order, const OwnGeometry
     });
 }
 
+// The groups of a value of neighbouring real lines, whose values `from` has room for; and back.
+template <class V>
+inline void dealLines(const void* from, V* to)
+{
+    if constexpr (realGroups<V> == 2) {
+        Pair<V> pair = separate(take<V>(from), take<V>(static_cast<const V*>(from) + 1));
+        to[0] = pair.first;
+        to[1] = pair.second;
+    } else {
+        *to = take<V>(from);
+    }
+}
+
+template <class V>
+inline void gatherLines(const V* from, void* to)
+{
+    if constexpr (realGroups<V> == 2) {
+        Pair<V> pair = interleave(from[0], from[1]);
+        put(to, pair.first);
+        put(static_cast<V*>(to) + 1, pair.second);
+    } else {
+        put(to, *from);
+    }
+}
+
 template <class V>
 void imageColumnsIn(const OwnGeometry& columns, const int32_t* order, Value<V>* block)
 {
-    constexpr ptrdiff_t values = realLanesOf<V>;
-    for (ptrdiff_t y = 0; y < columns.height; ++y) {
-        Value<V>* to = block + placeOf(order, y) * values;
-        const uint8_t* from = columns.start + y * columns.rowStep;
-        if (columns.width == values)
-            __builtin_memcpy(to, from, values * sizeof(*to));
-        else
-            __builtin_memcpy(to, from, size_t(columns.width) * sizeof(*to));
+    V* x = groups<V>(block);
+    bool isFull = columns.width == realLanesOf<V>;
+    Value<V> some[realLanesOf<V>] = {};
+    const uint8_t* row = columns.start;
+    for (ptrdiff_t y = 0; y < columns.height; ++y, row += columns.rowStep) {
+        for (ptrdiff_t l = 0; !isFull && l < columns.width; ++l)
+            some[l] = ownLoad<Value<V>>(row, l);
+        dealLines(isFull ? static_cast<const void*>(row) : some, x + placeOf(order, y) * realGroups<V>);
     }
 }
 
@@ -210,153 +230,195 @@ template <class V>
 void imageColumnsOut(const Value<V>* block, const int32_t* order, const OwnGeometry& columns,
                      const OwnFftRow<Value<V>>* convert)
 {
-    constexpr ptrdiff_t values = realLanesOf<V>;
-    for (ptrdiff_t y = 0; y < columns.height; ++y) {
-        const Value<V>* from = block + placeOf(order, y) * values;
-        uint8_t* to = columns.start + y * columns.rowStep;
+    const V* x = groups<V>(block);
+    bool isFull = columns.width == realLanesOf<V>;
+    alignas(64) Value<V> some[realLanesOf<V>];
+    uint8_t* row = columns.start;
+    for (ptrdiff_t y = 0; y < columns.height; ++y, row += columns.rowStep) {
+        const V* from = x + placeOf(order, y) * realGroups<V>;
+        if (!convert && isFull) {
+            gatherLines(from, static_cast<void*>(row));
+            continue;
+        }
+        gatherLines(from, static_cast<void*>(some));
         if (convert)
-            convert->store(from, to, columns.pixelStep, columns.width, 1);
-        else if (columns.width == values)
-            __builtin_memcpy(to, from, values * sizeof(*from));
+            convert->store(some, row, columns.pixelStep, columns.width, 1);
         else
-            __builtin_memcpy(to, from, size_t(columns.width) * sizeof(*from));
+            __builtin_memcpy(row, some, size_t(columns.width) * sizeof(*some));
     }
 }
 
 // ---- Spectra of rows ----
 
-// A lane group, or its first `count` lanes; none if that is negative.
 template <class V>
-inline void putFirst(Value<V>* to, V v, int32_t count)
+inline Value<V>& laneOf(V& v, int lane)
 {
-    if (count >= lanesOf<V>) {
-        put(to, v);
-        return;
+    return reinterpret_cast<Value<V>*>(&v)[lane];
+}
+
+template <class V>
+inline Value<V> laneOf(const V& v, int lane)
+{
+    return reinterpret_cast<const Value<V>*>(&v)[lane];
+}
+
+// Values k of the spectra of the lines of a block. The spectra of the real and of the imaginary parts of complex lines are
+// what their spectrum has of either symmetry; in fixed point they are there as pairs.
+template <class V>
+struct Spectrum {
+    Complex<V> values[realGroups<V>];
+
+    static Spectrum get(const V* block, ptrdiff_t k, [[maybe_unused]] ptrdiff_t length)
+    {
+        Complex<V> a = {block[2 * k], block[2 * k + 1]};
+        if constexpr (isFloat<V>) {
+            Complex<V> b = {block[2 * (length - k)], block[2 * (length - k) + 1]};
+            return {{{(a.re + b.re) * 0.5f, (a.im - b.im) * 0.5f}, {(a.im + b.im) * 0.5f, (b.re - a.re) * 0.5f}}};
+        } else {
+            return {{a}};
+        }
     }
-    const auto* values = reinterpret_cast<const Value<V>*>(&v);
-    for (int l = 0; l < lanesOf<V>; ++l)
-        if (l < count)
-            to[l] = values[l];
-}
+    void set(V* block, ptrdiff_t k, [[maybe_unused]] ptrdiff_t length, [[maybe_unused]] const int32_t* order) const
+    {
+        if constexpr (isFloat<V>) {
+            const Complex<V>&a = values[0], &b = values[1];
+            lineAt(block, false).set(order[k], {a.re - b.im, a.im + b.re});
+            lineAt(block, false).set(order[length - k], {a.re + b.im, b.re - a.im});
+        } else {
+            lineAt(block, false).set(k, values[0]);
+        }
+    }
+};
 
+// The real values 0 or length / 2 of the spectra of a block, of `rows` rows.
 template <class V>
-inline V takeFirst(const Value<V>* from, int32_t count)
+inline V* realValue(V* block, bool isMiddle, [[maybe_unused]] ptrdiff_t length, [[maybe_unused]] const int32_t* order)
 {
-    if (count >= lanesOf<V>)
-        return take<V>(from);
-    V v{};
-    auto* values = reinterpret_cast<Value<V>*>(&v);
-    for (int l = 0; l < lanesOf<V>; ++l)
-        if (l < count)
-            values[l] = from[l];
-    return v;
+    if constexpr (isFloat<V>)
+        return block + 2 * placeOf(order, isMiddle ? length / 2 : 0);
+    else
+        return block + isMiddle;
 }
 
-// A complex value of each of the first `count` lanes, parts by turns.
 template <class V>
-inline void putComplex(Value<V>* to, Complex<V> value, int32_t count)
+inline void realOut(const V* from, Value<V>* to, int32_t rows)
 {
-    Pair<V> pair = interleave(value.re, value.im);
-    putFirst(to, pair.first, 2 * count);
-    putFirst(to + lanesOf<V>, pair.second, 2 * count - lanesOf<V>);
+    alignas(64) Value<V> values[realLanesOf<V>];
+    gatherLines(from, values);
+    __builtin_memcpy(to, values, size_t(rows) * sizeof(*to));
 }
 
 template <class V>
-inline Complex<V> takeComplex(const Value<V>* from, int32_t count)
+inline void realIn(const Value<V>* from, V* to, int32_t rows)
 {
-    V first = takeFirst<V>(from, 2 * count);
-    Pair<V> pair = separate(first, takeFirst<V>(from + lanesOf<V>, 2 * count - lanesOf<V>));
-    return {pair.first, pair.second};
+    alignas(64) Value<V> values[realLanesOf<V>] = {};
+    __builtin_memcpy(values, from, size_t(rows) * sizeof(*from));
+    dealLines(values, to);
 }
 
-// The spectra of the real and of the imaginary parts of complex lines are what their spectrum has of either symmetry.
 template <class V>
-void spectraOut(const float* block, const OwnFftSpectra<float>& to, int32_t row, int32_t rows, int32_t length)
+void spectraOut(const Value<V>* block, const OwnFftSpectra<Value<V>>& to, int32_t row, int32_t rows, int32_t length)
 {
     constexpr int lanes = lanesOf<V>;
-    ComplexLine<V> x = lineAt(const_cast<V*>(groups<V>(block)), false);
-    auto putReal = [&](float* column, Complex<V> value) {
-        putFirst(column + row, value.re, rows);
-        putFirst(column + row + lanes, value.im, rows - lanes);
-    };
-    putReal(to.first, x.get(0));
+    V* x = groups<V>(const_cast<Value<V>*>(block));
+    realOut(realValue(x, false, length, nullptr), to.first + row, rows);
     if (length % 2 == 0)
-        putReal(to.middle, x.get(length / 2));
-    float* column = to.columns + 2 * ptrdiff_t{row};
-    for (ptrdiff_t k = 1; k <= (length - 1) / 2; ++k, column += to.columnStep) {
-        fetchAhead(column, to.columnStep * ptrdiff_t{sizeof(float)});
-        Complex<V> a = x.get(k), b = x.get(length - k);
-        putComplex<V>(column, {(a.re + b.re) * 0.5f, (a.im - b.im) * 0.5f}, rows);
-        putComplex<V>(column + 2 * lanes, {(a.im + b.im) * 0.5f, (b.re - a.re) * 0.5f}, rows - lanes);
+        realOut(realValue(x, true, length, nullptr), to.middle + row, rows);
+    const ptrdiff_t last = (length - 1) / 2;
+    ptrdiff_t k = 1;
+    if (lanes > 1 && to.lanes == lanes)
+        for (; k + lanes - 1 <= last; k += lanes) {
+            V re[realGroups<V>][lanes], im[realGroups<V>][lanes];
+            for (int i = 0; i < lanes; ++i) {
+                Spectrum<V> spectrum = Spectrum<V>::get(x, k + i, length);
+                for (int group = 0; group < realGroups<V>; ++group) {
+                    re[group][i] = spectrum.values[group].re;
+                    im[group][i] = spectrum.values[group].im;
+                }
+            }
+            Value<V>* first = to.at(k, row);
+            for (int group = 0; group < realGroups<V>; ++group) {
+                transposeSquare(re[group]);
+                transposeSquare(im[group]);
+                for (int l = 0, line = group; l < lanes && line < rows; ++l, line += realGroups<V>) {
+                    put(first + 2 * lanes * line, re[group][l]);
+                    put(first + 2 * lanes * line + lanes, im[group][l]);
+                }
+            }
+        }
+    for (; k <= last; ++k) {
+        Spectrum<V> spectrum = Spectrum<V>::get(x, k, length);
+        for (int l = 0; l < rows; ++l) {
+            const Complex<V>& value = spectrum.values[l % realGroups<V>];
+            Value<V>* at = to.at(k, row + l);
+            at[0] = laneOf(value.re, l / realGroups<V>);
+            at[to.lanes] = laneOf(value.im, l / realGroups<V>);
+        }
     }
 }
 
 template <class V>
-void spectraIn(const OwnFftSpectra<float>& from, int32_t row, int32_t rows, int32_t length, const int32_t* order,
-               float* block)
+void spectraIn(const OwnFftSpectra<Value<V>>& from, int32_t row, int32_t rows, int32_t length, const int32_t* order,
+               Value<V>* block)
 {
     constexpr int lanes = lanesOf<V>;
-    ComplexLine<V> x = lineAt(groups<V>(block), false);
-    auto takeReal = [&](const float* column) {
-        return Complex<V>{takeFirst<V>(column + row, rows), takeFirst<V>(column + row + lanes, rows - lanes)};
-    };
-    x.set(order[0], takeReal(from.first));
-    if (length % 2 == 0)
-        x.set(order[length / 2], takeReal(from.middle));
-    const float* column = from.columns + 2 * ptrdiff_t{row};
-    for (ptrdiff_t k = 1; k <= (length - 1) / 2; ++k, column += from.columnStep) {
-        Complex<V> a = takeComplex<V>(column, rows), b = takeComplex<V>(column + 2 * lanes, rows - lanes);
-        x.set(order[k], {a.re - b.im, a.im + b.re});
-        x.set(order[length - k], {a.re + b.im, b.re - a.im});
-    }
-}
-
-// In fixed point they are there as pairs.
-template <class V>
-void pairsOut(const int32_t* block, const OwnFftSpectra<int32_t>& to, int32_t row, int32_t rows, int32_t length)
-{
-    const V* x = groups<V>(block);
-    putFirst(to.first + row, x[0], rows);
-    if (length % 2 == 0)
-        putFirst(to.middle + row, x[1], rows);
-    int32_t* column = to.columns + 2 * ptrdiff_t{row};
-    for (ptrdiff_t k = 1; k <= (length - 1) / 2; ++k, column += to.columnStep) {
-        fetchAhead(column, to.columnStep * ptrdiff_t{sizeof(int32_t)});
-        putComplex<V>(column, {x[2 * k], x[2 * k + 1]}, rows);
-    }
-}
-
-template <class V>
-void pairsIn(const OwnFftSpectra<int32_t>& from, int32_t row, int32_t rows, int32_t length, const int32_t*,
-             int32_t* block)
-{
     V* x = groups<V>(block);
-    x[0] = takeFirst<V>(from.first + row, rows);
-    x[1] = length % 2 == 0 ? takeFirst<V>(from.middle + row, rows) : V{};
-    const int32_t* column = from.columns + 2 * ptrdiff_t{row};
-    for (ptrdiff_t k = 1; k <= (length - 1) / 2; ++k, column += from.columnStep) {
-        Complex<V> value = takeComplex<V>(column, rows);
-        x[2 * k] = value.re;
-        x[2 * k + 1] = value.im;
+    realIn(from.first + row, realValue(x, false, length, order), rows);
+    if (length % 2 == 0)
+        realIn(from.middle + row, realValue(x, true, length, order), rows);
+    const ptrdiff_t last = (length - 1) / 2;
+    ptrdiff_t k = 1;
+    if (lanes > 1 && from.lanes == lanes)
+        for (; k + lanes - 1 <= last; k += lanes) {
+            V re[realGroups<V>][lanes], im[realGroups<V>][lanes];
+            const Value<V>* first = from.at(k, row);
+            for (int group = 0; group < realGroups<V>; ++group) {
+                for (int l = 0, line = group; l < lanes; ++l, line += realGroups<V>) {
+                    const Value<V>* at = first + 2 * lanes * line;
+                    re[group][l] = line < rows ? take<V>(at) : V{};
+                    im[group][l] = line < rows ? take<V>(at + lanes) : V{};
+                }
+                transposeSquare(re[group]);
+                transposeSquare(im[group]);
+            }
+            for (int i = 0; i < lanes; ++i) {
+                Spectrum<V> spectrum;
+                for (int group = 0; group < realGroups<V>; ++group)
+                    spectrum.values[group] = {re[group][i], im[group][i]};
+                spectrum.set(x, k + i, length, order);
+            }
+        }
+    for (; k <= last; ++k) {
+        Spectrum<V> spectrum = {};
+        for (int l = 0; l < rows; ++l) {
+            Complex<V>& value = spectrum.values[l % realGroups<V>];
+            const Value<V>* at = from.at(k, row + l);
+            laneOf(value.re, l / realGroups<V>) = at[0];
+            laneOf(value.im, l / realGroups<V>) = at[from.lanes];
+        }
+        spectrum.set(x, k, length, order);
     }
 }
 
 // ---- Complex columns of spectra ----
 
 template <class V>
-void columnsIn(const Value<V>* column, ptrdiff_t columnStep, int32_t count, ptrdiff_t length, const int32_t* order,
-               Value<V>* block)
+void columnsIn(const Value<V>* columns, ptrdiff_t length, const int32_t* order, Value<V>* block)
 {
-    GroupLines<V> lines(reinterpret_cast<uint8_t*>(const_cast<Value<V>*>(column)), bytesOf<V>(columnStep), count, 0);
-    transposeIn<V>(lines.lines, 0, 2 * length, groups<V>(block), ComplexSlot{order});
+    V* x = groups<V>(block);
+    for (ptrdiff_t e = 0; e < length; ++e, columns += 2 * lanesOf<V>) {
+        V* to = x + 2 * placeOf(order, e);
+        to[0] = take<V>(columns);
+        to[1] = take<V>(columns + lanesOf<V>);
+    }
 }
 
 template <class V>
-void columnsOut(const Value<V>* block, Value<V>* column, ptrdiff_t columnStep, int32_t count, ptrdiff_t length,
-                float scale)
+void columnsOut(const Value<V>* block, Value<V>* columns, ptrdiff_t length, float scale)
 {
-    GroupLines<V> lines(reinterpret_cast<uint8_t*>(column), bytesOf<V>(columnStep), count, 0);
-    transposeOut<V>(groups<V>(block), ComplexSlot{nullptr}, lines.lines, lines.count, 0, 2 * length, scale);
+    const V* x = groups<V>(block);
+    for (ptrdiff_t e = 0; e < 2 * length; ++e)
+        put(columns + e * lanesOf<V>, scaled(x[e], scale));
 }
 
 // ---- Packed spectra ----
@@ -416,22 +478,13 @@ void packedOut(const Value<V>* block, Value<V>* carry, const OwnGeometry& image,
 }
 
 template <class V>
-constexpr OwnFftBlocks<Value<V>> blocksWith(decltype(OwnFftBlocks<Value<V>>::spectraOut) out,
-                                            decltype(OwnFftBlocks<Value<V>>::spectraIn) in)
-{
-    return {
-        realLanesOf<V>, lanesOf<V>,    imageRowsIn<V>, imageRowsOut<V>, imageColumnsIn<V>, imageColumnsOut<V>, out, in,
-        columnsIn<V>,   columnsOut<V>, packedIn<V>,    packedOut<V>};
-}
-
-template <class V>
-constexpr OwnFftBlocks<float> floatBlock = blocksWith<V>(spectraOut<V>, spectraIn<V>);
-template <class V>
-constexpr OwnFftBlocks<int32_t> intBlock = blocksWith<V>(pairsOut<V>, pairsIn<V>);
+constexpr OwnFftBlocks<Value<V>> blocks = {realLanesOf<V>,    lanesOf<V>,         imageRowsIn<V>, imageRowsOut<V>,
+                                           imageColumnsIn<V>, imageColumnsOut<V>, spectraOut<V>,  spectraIn<V>,
+                                           columnsIn<V>,      columnsOut<V>,      packedIn<V>,    packedOut<V>};
 
 }  // namespace
 
-const OwnFftBlocks<float> floatBlocks[2] = {floatBlock<float>, floatBlock<FloatVector>};
-const OwnFftBlocks<int32_t> intBlocks[2] = {intBlock<uint32_t>, intBlock<IntVector>};
+const OwnFftBlocks<float> floatBlocks[2] = {blocks<float>, blocks<FloatVector>};
+const OwnFftBlocks<int32_t> intBlocks[2] = {blocks<uint32_t>, blocks<IntVector>};
 
 }  // namespace OWN_ISA
