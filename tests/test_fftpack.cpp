@@ -37,6 +37,13 @@ int32_t product(int32_t x, int32_t factor)
     return wrap(int64_t{x >> 16} * factor * 4 + ((int64_t{low} * factor) >> 13));
 }
 
+// A cosine in Q14, cut toward zero; what is a half or a whole number is that, though the double may lie beside it.
+int32_t fixedFactor(double cosine)
+{
+    double half = std::rint(2 * cosine) / 2;
+    return int32_t(16384 * (std::abs(cosine - half) < 1e-12 ? half : cosine));
+}
+
 struct Parts {
     int32_t re, im;
 };
@@ -52,10 +59,8 @@ Parts directValue(const Ints& x, int k, int sign)
         double t = 2 * 3.14159265358979323846 * (i * k % n) / n;
         int32_t sum = wrap(int64_t{x[size_t(i)]} + x[size_t(n - i)]);
         int32_t difference = wrap(int64_t{x[size_t(i)]} - x[size_t(n - i)]);
-        // The cosine of a third of a turn is one half, which the double next to it is not.
-        double cosine = 3 * (i * k % n) == n || 3 * (i * k % n) == 2 * n ? -0.5 : cos(t);
-        re += k == 0 ? sum : product(sum, int32_t(16384 * cosine));
-        im += k == 0 ? 0 : product(difference, int32_t(-16384 * sin(t)));
+        re += k == 0 ? sum : product(sum, fixedFactor(cos(t)));
+        im += k == 0 ? 0 : product(difference, fixedFactor(-sin(t)));
     }
     return {wrap(re), wrap(sign < 0 ? im : -im)};
 }
@@ -73,7 +78,7 @@ Parts directValue(const Ints& re, const Ints& im, int k, int sign)
 double stored(int32_t value, float scale)
 {
     int32_t whole = value < 0 && value > -64 ? 0 : value >> 6;
-    return scale == 0 ? whole : std::rint(float(whole) * scale);
+    return scale == 0 ? double(whole) : double(std::rint(float(whole) * scale));
 }
 
 // The packed spectrum before the store, for sizes that all go the direct way.
@@ -153,7 +158,6 @@ TEST_F(FftFixed, FlatImagesAreExact)
 // column where it leaves the first butterfly. So it shows the factors, and every bit that is cut.
 TEST_F(FftFixed, ImpulsesShowTheFactors)
 {
-    auto factor = [](double value) { return int32_t(value * 16384); };
     for (int32_t height : {1, 1234, 25000000})
         for (int n : {8, 16, 32, 64, 256}) {
             int32_t value = height * 64;
@@ -166,7 +170,8 @@ TEST_F(FftFixed, ImpulsesShowTheFactors)
             orvRealFft2D(row, ofRow, ORV_FFT_FORWARD | ORV_FFT_USE_INT);
             for (int k = 1; k <= n / 4; ++k) {
                 double t = 2 * 3.14159265358979323846 * k / n;
-                expectParts(ofRow, 2 * k - 1, 0, product(value, factor(cos(t))), -product(value, factor(sin(t))));
+                expectParts(ofRow, 2 * k - 1, 0, product(value, fixedFactor(cos(t))),
+                            -product(value, fixedFactor(sin(t))));
             }
             PictureSpec spec{.depth = ORV_DEPTH_32S, .width = 4, .height = n};
             Picture column(spec), ofColumn(spec);
@@ -177,7 +182,8 @@ TEST_F(FftFixed, ImpulsesShowTheFactors)
                 if (8 * k == n)
                     expectParts(ofColumn, 1, k, product(value, 11585), product(-value, 11585));
                 else if (8 * k < n)
-                    expectParts(ofColumn, 1, k, product(value, factor(cos(t))), -product(value, factor(sin(t))));
+                    expectParts(ofColumn, 1, k, product(value, fixedFactor(cos(t))),
+                                -product(value, fixedFactor(sin(t))));
             }
         }
 }
