@@ -108,3 +108,42 @@ TEST(Fourier, RootsAreExactWhereTheyCanBe)
             }
         }
 }
+
+// Correlations of whole numbers are exact as far as the bound promises, at every level.
+TEST(Fourier, PlanesCorrelateWholeNumbers)
+{
+    constexpr int width = 32, height = 8, count = width * height;
+    Random random(3);
+    std::vector<double> re(count), im(count), templateRe(count), templateIm(count);
+    double norm = 0, templateNorm = 0;
+    for (size_t i = 0; i < count; ++i) {
+        re[i] = random.between(-30000, 30000);
+        im[i] = random.between(-30000, 30000);
+        templateRe[i] = i < 60 ? random.between(-30000, 30000) : 0;
+        norm += re[i] * re[i] + im[i] * im[i];
+        templateNorm += templateRe[i] * templateRe[i];
+    }
+    ASSERT_LT(ownCorrelationError(std::sqrt(norm), std::sqrt(templateNorm), 8), 0.01);
+    std::vector<double> expected(2 * count);
+    for (int shift = 0; shift < count; ++shift)
+        for (int i = 0; i < 60; ++i) {
+            int x = (i + shift) % width, y = (i / width + shift / width) % height;
+            size_t at = size_t(y * width + x);
+            expected[size_t(shift)] += re[at] * templateRe[size_t(i)];
+            expected[size_t(count + shift)] += im[at] * templateRe[size_t(i)];
+        }
+    OwnFourierPlane plane(width, height);
+    ASSERT_TRUE(plane.ready());
+    plane.transform(re.data(), im.data(), 1);
+    plane.transform(templateRe.data(), templateIm.data(), 1);
+    for (size_t i = 0; i < count; ++i) {
+        auto product = std::complex(re[i], im[i]) * std::conj(std::complex(templateRe[i], templateIm[i]));
+        re[i] = product.real() / count;
+        im[i] = product.imag() / count;
+    }
+    plane.transform(re.data(), im.data(), -1);
+    for (size_t i = 0; i < count; ++i) {
+        EXPECT_EQ(std::rint(re[i]), expected[i]) << i;
+        EXPECT_EQ(std::rint(im[i]), expected[count + i]) << i;
+    }
+}

@@ -3,8 +3,6 @@
 
 #include <cmath>
 
-#include "ownscratch.h"
-
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
@@ -268,3 +266,29 @@ OwnFourierTable<T>* ownFourierTable(int32_t length)
 
 template OwnFourierTable<float>* ownFourierTable<float>(int32_t length);
 template OwnFourierTable<double>* ownFourierTable<double>(int32_t length);
+
+OwnFourierPlane::OwnFourierPlane(int32_t planeWidth, int32_t planeHeight)
+    : width(planeWidth),
+      height(planeHeight),
+      rows(ownFourierTable<double>(width)),
+      columns(ownFourierTable<double>(height)),
+      block(int64_t{2} * (width > height ? width : height) * ownFourierPlaneKernels().lanes)
+{
+}
+
+void OwnFourierPlane::transform(double* re, double* im, int32_t direction)
+{
+    const OwnFourierPlaneKernels& move = ownFourierPlaneKernels();
+    const OwnFourierLines<double>& lines = ownFourierKernels().doubles[1];
+    for (int32_t y = 0; y < height; y += move.lanes) {
+        ptrdiff_t at = ptrdiff_t{y} * width;
+        move.rowsIn(re + at, im + at, width, *rows.data, block.data);
+        lines.transform(block.data, nullptr, *rows.data, direction);
+        move.rowsOut(block.data, *rows.data, re + at, im + at, width);
+    }
+    for (int32_t x = 0; x < width; x += move.lanes) {
+        move.columnsIn(re + x, im + x, width, *columns.data, block.data);
+        lines.transform(block.data, nullptr, *columns.data, direction);
+        move.columnsOut(block.data, *columns.data, re + x, im + x, width);
+    }
+}

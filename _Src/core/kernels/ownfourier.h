@@ -49,4 +49,18 @@ struct OwnFourierKernels {
     OwnFourierLines<double> doubles[2];
 };
 
+// As many rows, or columns, of a plane of complex values as a vector has lanes, to a block and back. The parts are two arrays
+// whose rows are `step` values apart; lines have the table's length, of rows a multiple of the lanes.
+struct OwnFourierPlaneKernels {
+    int32_t lanes;
+    void (*rowsIn)(const double* re, const double* im, ptrdiff_t step, const OwnFourierTable<double>& table,
+                   double* block);
+    void (*rowsOut)(const double* block, const OwnFourierTable<double>& table, double* re, double* im, ptrdiff_t step);
+    void (*columnsIn)(const double* re, const double* im, ptrdiff_t step, const OwnFourierTable<double>& table,
+                      double* block);
+    void (*columnsOut)(const double* block, const OwnFourierTable<double>& table, double* re, double* im,
+                       ptrdiff_t step);
+};
+
 OWN_KERNEL_TABLE(OwnFourierKernels, ownFourierKernels)
+OWN_KERNEL_TABLE(OwnFourierPlaneKernels, ownFourierPlaneKernels)
