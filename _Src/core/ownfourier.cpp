@@ -2,6 +2,7 @@
 #include "ownfourier.h"
 
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -171,24 +172,29 @@ OwnRoot chirpAt(int64_t n, int64_t length)
     return ownRoot(n * n % (2 * length), 2 * length);
 }
 
-// The spectrum of the conjugate chirp, which is the same from both ends.
+// The spectrum of the conjugate chirp, which is the same from both ends, in the first lane of a block.
 template <class T>
 bool fillResponse(T* response, int32_t length, int32_t innerLength)
 {
+    const OwnFourierLines<double>& lines = ownFourierKernels().doubles;
     OwnScratch<OwnFourierTable<double>> table(ownFourierTable<double>(innerLength));
-    OwnScratch<double> line(2 * int64_t{innerLength});
-    if (!table || !line)
+    OwnScratch<double> block(int64_t{2} * innerLength * lines.lanes);
+    if (!table || !block)
         return false;
+    auto part = [&](ptrdiff_t place, int i) -> double& { return block[(2 * place + i) * lines.lanes]; };
+    memset(block.data, 0, size_t(innerLength) * 2 * size_t(lines.lanes) * sizeof(double));
     for (int64_t n = 0; n < innerLength; ++n) {
-        int64_t distance = n < length ? n : innerLength - n < length ? innerLength - n : -1;
-        OwnRoot value = distance < 0 ? OwnRoot{0, 0} : chirpAt(distance, length);
-        double* to = line.data + ptrdiff_t{2} * table.data->order[n];
-        to[0] = value.cos / innerLength;
-        to[1] = value.sin / innerLength;
+        int64_t distance = n < length ? n : innerLength - n;
+        if (distance >= length)
+            continue;
+        OwnRoot value = chirpAt(distance, length);
+        part(table.data->order[n], 0) = value.cos / innerLength;
+        part(table.data->order[n], 1) = value.sin / innerLength;
     }
-    ownFourierKernels().doubles[0].transform(line.data, nullptr, *table.data, 1);
-    for (int64_t i = 0; i < 2 * int64_t{innerLength}; ++i)
-        response[i] = T(line[i]);
+    lines.transform(block.data, nullptr, *table.data, 1);
+    for (ptrdiff_t k = 0; k < innerLength; ++k)
+        for (int i = 0; i < 2; ++i)
+            response[2 * k + i] = T(part(k, i));
     return true;
 }
 
@@ -279,7 +285,7 @@ OwnFourierPlane::OwnFourierPlane(int32_t planeWidth, int32_t planeHeight)
 void OwnFourierPlane::transform(double* re, double* im, int32_t direction)
 {
     const OwnFourierPlaneKernels& move = ownFourierPlaneKernels();
-    const OwnFourierLines<double>& lines = ownFourierKernels().doubles[1];
+    const OwnFourierLines<double>& lines = ownFourierKernels().doubles;
     for (int32_t y = 0; y < height; y += move.lanes) {
         ptrdiff_t at = ptrdiff_t{y} * width;
         move.rowsIn(re + at, im + at, width, *rows.data, block.data);

@@ -12,14 +12,21 @@
 
 #include "owncomplex.h"
 
+// A butterfly is one function with all that it calls; but not for the sanitizers, which take minutes over such functions.
+#if defined(__SANITIZE_ADDRESS__)
+#define OWN_WHOLE
+#else
+#define OWN_WHOLE OWN_WHOLE
+#endif
+
 namespace OWN_ISA {
 namespace {
 
 // Calls body(i) for i below N, each time with a constant.
 template <int N, class Body>
-[[gnu::always_inline]] inline void unrolled(Body body)
+OWN_WHOLE inline void unrolled(Body body)
 {
-    [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline))
+    [&]<int... i>(std::integer_sequence<int, i...>) OWN_WHOLE
     {
         (body(std::integral_constant<int, i>{}), ...);
     }
@@ -58,7 +65,7 @@ constexpr double sine(int j, int n)
 
 // Times exp(-2 pi i j / n).
 template <int j, int n, class T, class V>
-[[gnu::always_inline]] inline Complex<V> turned(Complex<V> a)
+OWN_WHOLE inline Complex<V> turned(Complex<V> a)
 {
     if constexpr (j == 0) {
         return a;
@@ -77,20 +84,20 @@ template <int j, int n, class T, class V>
 
 // Odd lengths by symmetry: values equally far from both ends meet the same cosine, and sines of opposite sign.
 template <int N, class T, class V>
-[[gnu::always_inline]] inline void oddDft(Complex<V> (&x)[N])
+OWN_WHOLE inline void oddDft(Complex<V> (&x)[N])
 {
     constexpr int half = N / 2;
     Complex<V> sum[half], difference[half];
     const Complex<V> first = x[0];
-    unrolled<half>([&](auto n) __attribute__((always_inline)) {
+    unrolled<half>([&](auto n) OWN_WHOLE {
         sum[n] = x[n + 1] + x[N - 1 - n];
         difference[n] = quarterTurn(x[n + 1] - x[N - 1 - n]);
         x[0] = x[0] + sum[n];
     });
-    unrolled<half>([&](auto m) __attribute__((always_inline)) {
+    unrolled<half>([&](auto m) OWN_WHOLE {
         constexpr int k = m + 1;
         Complex<V> even = first, turn;
-        unrolled<half>([&](auto n) __attribute__((always_inline)) {
+        unrolled<half>([&](auto n) OWN_WHOLE {
             constexpr T c = T(cosine(k * (n + 1), N)), s = T(sine(k * (n + 1), N));
             even = Complex<V>{even.re + sum[n].re * c, even.im + sum[n].im * c};
             if constexpr (n == 0)
@@ -104,7 +111,7 @@ template <int N, class T, class V>
 }
 
 template <int N, class T, class V>
-[[gnu::always_inline]] inline void dft(Complex<V> (&x)[N]);
+OWN_WHOLE inline void dft(Complex<V> (&x)[N]);
 
 constexpr bool areCoprime(int a, int b)
 {
@@ -123,23 +130,20 @@ constexpr int remaining(int a, int A, int b, int B)
 // B transforms of A values, turns unless the factors are coprime, and A transforms of B values. Without turns values are
 // counted along both factors at once, and results by their remainders.
 template <int A, int B, class T, class V>
-[[gnu::always_inline]] inline void compositeDft(Complex<V> (&x)[A * B])
+OWN_WHOLE inline void compositeDft(Complex<V> (&x)[A * B])
 {
     constexpr int N = A * B;
     constexpr bool isCoprime = areCoprime(A, B);
     Complex<V> rows[A][B];
-    unrolled<B>([&](auto b) __attribute__((always_inline)) {
+    unrolled<B>([&](auto b) OWN_WHOLE {
         Complex<V> column[A];
-        unrolled<A>([&](auto a)
-                        __attribute__((always_inline)) { column[a] = x[isCoprime ? (B * a + A * b) % N : B * a + b]; });
+        unrolled<A>([&](auto a) OWN_WHOLE { column[a] = x[isCoprime ? (B * a + A * b) % N : B * a + b]; });
         dft<A, T>(column);
-        unrolled<A>([&](auto a) __attribute__((always_inline)) {
-            rows[a][b] = turned < isCoprime ? 0 : a * b, N, T > (column[a]);
-        });
+        unrolled<A>([&](auto a) OWN_WHOLE { rows[a][b] = turned < isCoprime ? 0 : a * b, N, T > (column[a]); });
     });
-    unrolled<A>([&](auto a) __attribute__((always_inline)) {
+    unrolled<A>([&](auto a) OWN_WHOLE {
         dft<B, T>(rows[a]);
-        unrolled<B>([&](auto b) __attribute__((always_inline)) {
+        unrolled<B>([&](auto b) OWN_WHOLE {
             constexpr int k = isCoprime ? remaining(a, A, b, B) : a + A * b;
             x[k] = rows[a][b];
         });
@@ -147,7 +151,7 @@ template <int A, int B, class T, class V>
 }
 
 template <int N, class T, class V>
-[[gnu::always_inline]] inline void dft(Complex<V> (&x)[N])
+OWN_WHOLE inline void dft(Complex<V> (&x)[N])
 {
     if constexpr (N == 2) {
         Complex<V> sum = x[0] + x[1];

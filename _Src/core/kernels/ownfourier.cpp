@@ -32,9 +32,9 @@ void firstStage(ComplexLine<V> x, ptrdiff_t count)
 {
     for (ptrdiff_t i = 0; i < count; ++i, x = x.from(N)) {
         Complex<V> values[N];
-        unrolled<N>([&](auto n) __attribute__((always_inline)) { values[n] = x.get(n); });
+        unrolled<N>([&](auto n) OWN_WHOLE { values[n] = x.get(n); });
         dft<N, Value<V>>(values);
-        unrolled<N>([&](auto n) __attribute__((always_inline)) { x.set(n, values[n]); });
+        unrolled<N>([&](auto n) OWN_WHOLE { x.set(n, values[n]); });
     }
 }
 
@@ -47,11 +47,9 @@ void laterStage(ComplexLine<V> x, ptrdiff_t count, ptrdiff_t length, const Value
         for (ptrdiff_t j = 0; j < length; ++j, w += 2 * (N - 1)) {
             Complex<V> values[N];
             values[0] = x.get(j);
-            unrolled<N - 1>([&](auto n) __attribute__((always_inline)) {
-                values[n + 1] = product(x.get(j + (n + 1) * length), w + 2 * n);
-            });
+            unrolled<N - 1>([&](auto n) OWN_WHOLE { values[n + 1] = product(x.get(j + (n + 1) * length), w + 2 * n); });
             dft<N, Value<V>>(values);
-            unrolled<N>([&](auto n) __attribute__((always_inline)) { x.set(j + n * length, values[n]); });
+            unrolled<N>([&](auto n) OWN_WHOLE { x.set(j + n * length, values[n]); });
         }
     }
 }
@@ -219,6 +217,6 @@ constexpr OwnFourierLines<Value<V>> lines = {int32_t(sizeof(V) / sizeof(Value<V>
 
 }  // namespace
 
-const OwnFourierKernels ownFourierKernels = {{lines<float>, lines<FloatVector>}, {lines<double>, lines<DoubleVector>}};
+const OwnFourierKernels ownFourierKernels = {{lines<float>, lines<FloatVector>}, lines<DoubleVector>};
 
 }  // namespace OWN_ISA

@@ -43,10 +43,10 @@ struct OwnFourierLines {
     void (*transform)(T* block, T* scratch, const OwnFourierTable<T>& table, int32_t direction);
 };
 
-// Of each two the first is for single lines, the second for as many as a vector has lanes.
+// Lines of floats one by one, and as many of floats or doubles as a vector has lanes.
 struct OwnFourierKernels {
     OwnFourierLines<float> floats[2];
-    OwnFourierLines<double> doubles[2];
+    OwnFourierLines<double> doubles;
 };
 
 // As many rows, or columns, of a plane of complex values as a vector has lanes, to a block and back. The parts are two arrays
