@@ -16,7 +16,7 @@
 #if defined(__SANITIZE_ADDRESS__)
 #define OWN_WHOLE
 #else
-#define OWN_WHOLE OWN_WHOLE
+#define OWN_WHOLE __attribute__((always_inline))
 #endif
 
 namespace OWN_ISA {
