@@ -96,7 +96,8 @@ TEST(Dct, EveryLayout)
                             .order = random.below(2),
                             .width = random.between(1, 30),
                             .height = random.between(1, 30),
-                            .extraStep = random.below(6)};
+                            .extraStep = random.below(6),
+                            .offset = random.below(4)};
         PictureSpec into = spec;
         into.depth = depths[size_t(random.below(6))];
         into.extraStep = random.below(6);
@@ -169,15 +170,14 @@ TEST(Dct, ChecksInOrder)
 {
     PictureSpec spec = {.channels = 3, .alpha = 3, .width = 16, .height = 12, .roi = OrvROI{0, 1, 2, 8, 8}};
     Picture other({.width = 16, .height = 16, .tileWidth = 8, .tileHeight = 8});
-    std::string clash = "-5 orvDCT2D Images are not compatible\n";
+    const FaultOf fault{"orvDCT2D"};
+    std::string clash = "Images are not compatible";
     auto call = [](OrvImage* const* images) { orvDCT2D(images[0], images[1], ORV_DCT_FORWARD); };
     expectFaultsInOrder(
         {spec, spec}, call,
-        {{"-5 orvDCT2D \nImages with 1u depth are not processed\n",
-          [](OrvImage* const* images) { images[1]->depth = ORV_DEPTH_1U; }},
-         {"-5 orvDCT2D \nAlpha channel may be 0 or number of channels\n",
-          [](OrvImage* const* images) { images[0]->alphaChannel = 2; }},
-         {clash, [](OrvImage* const* images) { images[0]->nChannels = 4, images[0]->alphaChannel = 4; }}});
+        {fault(-5, "\nImages with 1u depth are not processed", setField(1, &OrvImage::depth, ORV_DEPTH_1U)),
+         fault(-5, "\nAlpha channel may be 0 or number of channels", setField(0, &OrvImage::alphaChannel, 2)),
+         fault(-5, clash, setChannels(0, 4, 4))});
     // Each of these makes the images incompatible by itself.
     std::vector<std::function<void(OrvImage*, OrvImage*)>> clashes = {
         [](OrvImage* src, OrvImage*) { src->nChannels = 2, src->alphaChannel = 0; },
@@ -206,7 +206,7 @@ TEST(Dct, ChecksInOrder)
     for (size_t i = 0; i < clashes.size(); ++i) {
         SCOPED_TRACE(i);
         expectFaultsInOrder({spec, spec}, call,
-                            {{clash, [&](OrvImage* const* images) { clashes[i](images[0], images[1]); }}});
+                            {fault(-5, clash, [&](OrvImage* const* images) { clashes[i](images[0], images[1]); })});
     }
 }
 

@@ -153,7 +153,8 @@ TEST(FftPack, ProductsOfEveryDepthAndLayout)
         for (int height = 1; height <= 5; ++height)
             for (int width = 1; width <= 6; ++width)
                 for (Values values : {Values::random, Values::small, Values::lowest}) {
-                    PictureSpec spec{.depth = depth, .width = width, .height = height}, other = spec;
+                    PictureSpec spec{.depth = depth, .width = width, .height = height, .extraStep = 1, .offset = 3},
+                        other = spec;
                     other.seed = 2;
                     expectProduct(spec, other, spec, values);
                 }
@@ -193,34 +194,33 @@ TEST(FftPack, ChecksInTheirOrder)
     static OrvTileInfo tiles{[](OrvImage*, int32_t, int32_t, int32_t) { return 0; }, nullptr, nullptr, 8, 8};
     OrvROI narrow{0, 0, 0, 7, 8}, low{0, 0, 0, 8, 7};
     auto call = [](OrvImage* const* images) { orvMpyRCPack2D(images[0], images[1], images[2]); };
+    const FaultOf fault{"orvMpyRCPack2D"};
     std::vector<Fault> faults;
-    auto add = [&](const std::string& text, const std::function<void(OrvImage* const*)>& make) {
-        size_t status = text.find(' ');
-        faults.push_back({text.substr(0, status) + " orvMpyRCPack2D" + text.substr(status) + '\n', make});
+    auto add = [&](int32_t status, const std::string& text, const FaultMaker& make) {
+        faults.push_back(fault(status, text, make));
     };
     for (int i = 0; i < 3; ++i)
-        add("-20 Incorrect Image", [=](auto images) { images[i]->origin = 2; });
+        add(-20, "Incorrect Image", setField(i, &OrvImage::origin, 2));
     for (auto [image, name] : {std::pair{0, "srcA"}, {1, "srcB"}, {2, "dst"}})
-        add(std::string("-5 ") + name + "->imageData == 0", [image = image](auto images) {
+        add(-5, std::string(name) + "->imageData == 0", [image = image](auto images) {
             images[image]->imageData = nullptr;
             images[image]->tileInfo = &tiles;
         });
     for (auto [image, depth] :
          {std::pair{0, ORV_DEPTH_8U}, {0, ORV_DEPTH_1U}, {1, ORV_DEPTH_8U}, {1, ORV_DEPTH_16U}, {1, ORV_DEPTH_1U}})
-        add("-17 srcA->depth || srcB->depth == 8U||16U||1U", [image = image, depth = depth](auto images) {
+        add(-17, "srcA->depth || srcB->depth == 8U||16U||1U", [image = image, depth = depth](auto images) {
+            setChannels(image, 1, 0)(images);
             images[image]->depth = depth;
-            images[image]->nChannels = 1;
-            images[image]->alphaChannel = 0;
         });
     // A source of 16U is told apart from the other source only.
-    add("-5 (srcA->depth != srcB->depth)", [](auto images) { images[0]->depth = ORV_DEPTH_16U; });
-    add("-5 (srcA->depth != dst->depth)", [](auto images) { images[2]->depth = ORV_DEPTH_8U; });
-    add("-5 (width_srcA != width_srcB)", [&](auto images) { images[1]->roi = &narrow; });
-    add("-5 (height_srcA != height_srcB)", [&](auto images) { images[1]->roi = &low; });
-    add("-5 (width_srcA != width_dst)", [&](auto images) { images[2]->roi = &narrow; });
-    add("-5 (height_srcA != height_dst)", [&](auto images) { images[2]->roi = &low; });
+    add(-5, "(srcA->depth != srcB->depth)", setField(0, &OrvImage::depth, ORV_DEPTH_16U));
+    add(-5, "(srcA->depth != dst->depth)", setField(2, &OrvImage::depth, ORV_DEPTH_8U));
+    add(-5, "(width_srcA != width_srcB)", setField(1, &OrvImage::roi, &narrow));
+    add(-5, "(height_srcA != height_srcB)", setField(1, &OrvImage::roi, &low));
+    add(-5, "(width_srcA != width_dst)", setField(2, &OrvImage::roi, &narrow));
+    add(-5, "(height_srcA != height_dst)", setField(2, &OrvImage::roi, &low));
     for (int i : {0, 2})
-        add("-15 ", [=](auto images) { images[i]->alphaChannel = 0; });
+        add(-15, "", setField(i, &OrvImage::alphaChannel, 0));
     PictureSpec spec{.depth = ORV_DEPTH_16S, .channels = 3, .alpha = 3, .width = 8, .height = 8};
     expectFaultsInOrder({spec, spec, spec}, call, faults);
     EXPECT_EQ(reportsOf([] { orvMpyRCPack2D(nullptr, nullptr, nullptr); }), "-9 orvMpyRCPack2D Incorrect Image\n");

@@ -2,23 +2,23 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 #include "core/ownheap.h"
 
 namespace {
 
 std::atomic<int> live{0};
+std::atomic<size_t> bytes{0};
 int countdown = 0;
 bool refuseAll = false;
 bool wasRefused = false;
-std::atomic<size_t> most{0};
 
 }  // namespace
 
 void* ownHeapAlloc(size_t size)
 {
-    if (size > most)
-        most = size;
+    bytes += size;
     if (countdown > 0 && --countdown == 0) {
         if (refuseAll)
             countdown = 1;
@@ -26,8 +26,10 @@ void* ownHeapAlloc(size_t size)
         return nullptr;
     }
     void* block = malloc(size);
-    if (block)
+    if (block) {
         ++live;
+        memset(block, testheap::pattern, size);
+    }
     return block;
 }
 
@@ -45,7 +47,7 @@ void refuse(int n, bool all)
     countdown = n;
     refuseAll = all;
     wasRefused = false;
-    most = 0;
+    bytes = 0;
 }
 
 bool refused()
@@ -53,14 +55,14 @@ bool refused()
     return wasRefused;
 }
 
-size_t largest()
-{
-    return most;
-}
-
 int blocks()
 {
     return live;
+}
+
+size_t asked()
+{
+    return bytes;
 }
 
 }  // namespace testheap
