@@ -60,17 +60,3 @@ bool ownTryTwice(OwnCacheSlot slot, Work work)
     ownReleaseCache(ownContext().caches[slot]);
     return work();
 }
-
-// From this many values on, lines that are too few for the lanes of a vector pass one by one: blocks of vector lanes hold
-// lines that are not there, and up to this many values nobody minds.
-constexpr int64_t ownSmallBlock = 1 << 19;
-
-// Moves an address up to the start of a cache line; what it points at has that much room to spare.
-constexpr int64_t ownCacheLine = 64;
-
-template <class T>
-T* ownLineStart(T* address)
-{
-    uintptr_t past = reinterpret_cast<uintptr_t>(address) % ownCacheLine;
-    return past ? address + (ownCacheLine - past) / sizeof(T) : address;
-}

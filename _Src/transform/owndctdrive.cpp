@@ -4,6 +4,7 @@
 
 #include "../core/ownregion.h"
 #include "kernels/ownfft.h"
+#include "ownlinegroups.h"
 
 namespace {
 
@@ -26,14 +27,6 @@ const OwnFftRow<float>* conversionOf(const OwnGeometry& image, OwnDepthIndex dep
     return depth == OWN_32F && image.pixelStep == 1 ? nullptr : &rowsOf(depth);
 }
 
-OwnGeometry part(OwnGeometry image, ptrdiff_t valueBytes, int32_t x, int32_t y, int32_t width, int32_t height)
-{
-    image.start += y * image.rowStep + ptrdiff_t{x} * image.pixelStep * valueBytes;
-    image.width = width;
-    image.height = height;
-    return image;
-}
-
 // How lines of one length are transformed.
 struct LineKit {
     const OwnFftBlocks<float>* blocks;
@@ -45,8 +38,7 @@ struct LineKit {
     LineKit(const OwnDctLength& length, int32_t count, bool isInverse) : table(&length), inverse(isInverse)
     {
         const OwnFftBlocks<float>* all = ownFftKernels().floating.blocks;
-        int64_t values = int64_t{length.fourier->length} * all[1].realLanes;
-        int lanes = count >= all[1].realLanes || values <= ownSmallBlock;
+        OwnLanes lanes = ownLanesFor(count, all[OWN_VECTOR_LANES].realLanes, length.fourier->length);
         blocks = all + lanes;
         fourier = ownFourierKernels().floats + lanes;
         cosine = ownDctKernels().lines + lanes;
@@ -96,24 +88,11 @@ struct Memory {
     }
 };
 
-int64_t larger(int64_t a, int64_t b)
-{
-    return a > b ? a : b;
-}
-
 // Floats from row to row of the work image. Columns of rows that lie a large power of two apart would share a few places of
 // the cache.
 int64_t rowStepOf(int32_t width)
 {
     return int64_t{width} + (width % 256 == 0 ? 16 : 0);
-}
-
-// Calls pass(first, count) for each group of up to `lanes` of `all` lines.
-template <class Pass>
-void eachGroup(int32_t all, int32_t lanes, Pass pass)
-{
-    for (int32_t first = 0; all - first > 0; first += lanes)
-        pass(first, all - first < lanes ? all - first : lanes);
 }
 
 }  // namespace
@@ -134,9 +113,9 @@ bool ownDctLines(const OwnDctPlan& plan, const OwnDctLength& rowTable, const Own
     const int32_t width = plan.src.width, height = plan.src.height;
     const LineKit rows(rowTable, height, plan.inverse), columns(columnTable, width, plan.inverse);
     const int64_t imageSize = rowStepOf(width) * height;
-    const int64_t blockSize = larger(rows.blockSize(), columns.blockSize());
+    const int64_t blockSize = ownLarger(rows.blockSize(), columns.blockSize());
     const int64_t otherSize = plan.inverse ? blockSize : 0;
-    const int64_t scratchSize = larger(rows.scratchSize(), columns.scratchSize());
+    const int64_t scratchSize = ownLarger(rows.scratchSize(), columns.scratchSize());
     Memory memory(Memory::rounded(imageSize) + Memory::rounded(blockSize) + Memory::rounded(otherSize) +
                   Memory::rounded(scratchSize));
     if (!memory.block)
@@ -157,18 +136,18 @@ bool ownDctLines(const OwnDctPlan& plan, const OwnDctLength& rowTable, const Own
     for (int32_t channel = 0; channel < plan.src.channels; ++channel) {
         const OwnGeometry src = channelOf(plan.src, plan.srcDepth, channel);
         const OwnGeometry dst = channelOf(plan.dst, plan.dstDepth, channel);
-        eachGroup(height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
-            rows.blocks->imageRowsIn(part(src, srcBytes, 0, first, width, count), conversionOf(src, plan.srcDepth),
+        ownEachGroup(height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
+            rows.blocks->imageRowsIn(ownPart(src, srcBytes, 0, first, width, count), conversionOf(src, plan.srcDepth),
                                      rows.orderIn(), block);
             const float* done = rows.transform(block, other, scratch);
-            rows.blocks->imageRowsOut(done, rows.orderOut(), part(work, sizeof(float), 0, first, width, count), nullptr,
-                                      1);
+            rows.blocks->imageRowsOut(done, rows.orderOut(), ownPart(work, sizeof(float), 0, first, width, count),
+                                      nullptr, 1);
         });
-        eachGroup(width, columns.blocks->realLanes, [&](int32_t first, int32_t count) {
-            columns.blocks->imageColumnsIn(part(work, sizeof(float), first, 0, count, height), columns.orderIn(),
+        ownEachGroup(width, columns.blocks->realLanes, [&](int32_t first, int32_t count) {
+            columns.blocks->imageColumnsIn(ownPart(work, sizeof(float), first, 0, count, height), columns.orderIn(),
                                            block);
             const float* done = columns.transform(block, other, scratch);
-            columns.blocks->imageColumnsOut(done, columns.orderOut(), part(dst, dstBytes, first, 0, count, height),
+            columns.blocks->imageColumnsOut(done, columns.orderOut(), ownPart(dst, dstBytes, first, 0, count, height),
                                             conversionOf(dst, plan.dstDepth));
         });
     }

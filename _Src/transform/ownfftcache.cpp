@@ -1,7 +1,7 @@
 // The Fourier transforms' tables and work buffers.
 #include "ownfftcache.h"
 
-#include "../core/ownfourier.h"
+#include "ownlinegroups.h"
 
 namespace {
 

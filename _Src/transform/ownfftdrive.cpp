@@ -7,6 +7,7 @@
 
 #include "../core/ownregion.h"
 #include "ownfftcache.h"
+#include "ownlinegroups.h"
 
 namespace {
 
@@ -24,8 +25,6 @@ const OwnFftCoreKernels<T>& kernelsOf()
 
 // ---- Lines of one length --------------------------------------------------------------------------------------------
 
-enum Lanes { singleLines, vectorLanes };
-
 // How a core transforms lines of one length.
 template <class T>
 struct LineKit;
@@ -37,7 +36,7 @@ struct LineKit<float> {
     const OwnFourierTable<float>* table;
     float* scratch;
 
-    bool prepare(OwnFftCaches& caches, int32_t length, Lanes lanes)
+    bool prepare(OwnFftCaches& caches, int32_t length, OwnLanes lanes)
     {
         blocks = &kernelsOf<float>().blocks[lanes];
         lines = &ownFourierKernels().floats[lanes];
@@ -60,7 +59,7 @@ struct LineKit<int32_t> {
     OwnFftFixedLength length;
     int32_t* scratch;
 
-    bool prepare(OwnFftCaches& caches, int32_t n, Lanes lanes)
+    bool prepare(OwnFftCaches& caches, int32_t n, OwnLanes lanes)
     {
         const OwnFftKernels& kernels = ownFftKernels();
         int32_t log2 = ownFftLog2(n);
@@ -131,11 +130,7 @@ private:
 
         OwnGeometry part(int32_t x, int32_t y, int32_t width, int32_t height) const
         {
-            OwnGeometry part = image;
-            part.start += y * image.rowStep + ptrdiff_t{x} * image.pixelStep * row->bytes;
-            part.width = width;
-            part.height = height;
-            return part;
+            return ownPart(image, row->bytes, x, y, width, height);
         }
     };
 
@@ -149,11 +144,6 @@ private:
         return side;
     }
 
-    static Lanes lanesFor(int32_t count, int32_t lanes, int64_t length)
-    {
-        return count >= lanes || length * lanes <= ownSmallBlock ? vectorLanes : singleLines;
-    }
-
     // Values of the complex columns, of whole groups.
     int64_t columnsSize(int64_t count, int64_t rowCount) const
     {
@@ -163,13 +153,13 @@ private:
 
     bool prepare()
     {
-        const OwnFftBlocks<T>& widest = kernelsOf<T>().blocks[vectorLanes];
+        const OwnFftBlocks<T>& widest = kernelsOf<T>().blocks[OWN_VECTOR_LANES];
         int64_t height = plan.height;
-        if (!rows.prepare(caches, plan.width, lanesFor(plan.height, widest.realLanes, plan.width)) ||
-            !columns.prepare(caches, plan.height, lanesFor(columnCount, widest.complexLanes, plan.height)))
+        if (!rows.prepare(caches, plan.width, ownLanesFor(plan.height, widest.realLanes, plan.width)) ||
+            !columns.prepare(caches, plan.height, ownLanesFor(columnCount, widest.complexLanes, plan.height)))
             return false;
-        int64_t blockSize = larger(rows.blockSize(), columns.blockSize());
-        int64_t scratchSize = larger(rows.scratchSize(), columns.scratchSize());
+        int64_t blockSize = ownLarger(rows.blockSize(), columns.blockSize());
+        int64_t scratchSize = ownLarger(rows.scratchSize(), columns.scratchSize());
         T* complexColumns = ownFftWork<T>(caches, OWN_FFT_SPECTRA, columnsSize(columnCount, height));
         edges =
             ownFftWork<T>(caches, OWN_FFT_LINES, mostEdges * (height + 2) + columnsSize((height - 1) / 2, mostEdges));
@@ -181,16 +171,6 @@ private:
         packedEdges = edges + mostEdges * height;
         spectra = {edges, edges + height, complexColumns, ptrdiff_t(height), columns.blocks->complexLanes};
         return true;
-    }
-
-    static int64_t larger(int64_t a, int64_t b) { return a > b ? a : b; }
-
-    // Calls pass(first, count) for each group of up to `lanes` of `all`.
-    template <class Pass>
-    static void eachGroup(int32_t all, int32_t lanes, Pass pass)
-    {
-        for (int32_t first = 0; all - first > 0; first += lanes)
-            pass(first, all - first < lanes ? all - first : lanes);
     }
 
     // The real columns as rows of an image.
@@ -228,7 +208,7 @@ private:
     void packEdges()
     {
         const OwnFftBlocks<T>& blocks = *columns.blocks;
-        eachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
+        ownEachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
             blocks.imageRowsIn(edgeRows(first, count), nullptr, columns.order(), block);
             columns.realToSpectra(block, plan.direction);
             blocks.spectraOut(block, edgeSpectra(count), 0, count, plan.height);
@@ -240,7 +220,7 @@ private:
     void unpackEdges(float factor)
     {
         const OwnFftBlocks<T>& blocks = *columns.blocks;
-        eachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
+        ownEachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
             for (int32_t l = 0; l < count; ++l)
                 eachPacked(first, l, count, [](T packed, T& value) { value = packed; });
             blocks.spectraIn(edgeSpectra(count), 0, count, plan.height, columns.order(), block);
@@ -264,14 +244,14 @@ private:
 
     void realToPacked(const Side& src, const Side& dst)
     {
-        eachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
+        ownEachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
             rows.blocks->imageRowsIn(src.part(0, first, plan.width, count), src.convert, rows.order(), block);
             rows.realToSpectra(block, plan.direction);
             rows.blocks->spectraOut(block, spectra, first, count, plan.width);
         });
         packEdges();
         T* carry = edges;
-        eachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
+        ownEachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
             columns.blocks->columnsIn(spectra.at(first + 1, 0), plan.height, columns.order(), block);
             columns.complex(block, plan.direction);
             columns.blocks->packedOut(block, carry, dst.part(2 * first, 0, 2 * count, plan.height), dst.convert, count,
@@ -288,13 +268,13 @@ private:
         if (edgeCount == 2)
             loadColumn(src, plan.width - 1, edges + plan.height);
         unpackEdges(scale);
-        eachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
+        ownEachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
             columns.blocks->packedIn(src.part(2 * first + 1, 0, 2 * count, plan.height), src.convert, count,
                                      columns.order(), block);
             columns.complex(block, plan.direction);
             columns.blocks->columnsOut(block, spectra.at(first + 1, 0), plan.height, scale);
         });
-        eachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
+        ownEachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
             rows.blocks->spectraIn(spectra, first, count, plan.width, rows.order(), block);
             rows.spectraToReal(block, plan.direction);
             rows.blocks->imageRowsOut(block, nullptr, dst.part(0, first, plan.width, count), dst.convert,

@@ -17,6 +17,22 @@ constexpr int vectorBytes = 16;
 using FloatVector = float __attribute__((vector_size(vectorBytes)));
 using DoubleVector = double __attribute__((vector_size(vectorBytes)));
 
+// The type of a vector's values; single values are vectors of one.
+template <class V>
+struct ValueOf {
+    using Type = V;
+};
+template <>
+struct ValueOf<FloatVector> {
+    using Type = float;
+};
+template <>
+struct ValueOf<DoubleVector> {
+    using Type = double;
+};
+template <class V>
+using Value = typename ValueOf<V>::Type;
+
 template <class V>
 struct Complex {
     V re, im;

@@ -9,21 +9,6 @@
 namespace OWN_ISA {
 namespace {
 
-template <class V>
-struct ValueOf {
-    using Type = V;
-};
-template <>
-struct ValueOf<FloatVector> {
-    using Type = float;
-};
-template <>
-struct ValueOf<DoubleVector> {
-    using Type = double;
-};
-template <class V>
-using Value = typename ValueOf<V>::Type;
-
 // ---- Stages ---------------------------------------------------------------------------------------------------------
 
 // The first stage: `count` lines of N neighbouring values.

@@ -27,28 +27,16 @@ void read8x8(const OwnGeometry& pixels, float* block)
 }
 
 template <class T>
-inline T stored(float value)
-{
-    return ownRounded<T>(value);
-}
-
-template <>
-inline float stored<float>(float value)
-{
-    return value;
-}
-
-template <class T>
 void write8x8(const float* block, const OwnGeometry& pixels)
 {
     for (ptrdiff_t y = 0; y < 8; ++y) {
         uint8_t* row = pixels.start + y * pixels.rowStep;
         if (pixels.pixelStep == 1)
             for (ptrdiff_t x = 0; x < 8; ++x)
-                ownStore(row, x, stored<T>(block[8 * y + x]));
+                ownStore(row, x, ownAsValue<T>(block[8 * y + x]));
         else
             for (ptrdiff_t x = 0; x < 8; ++x)
-                ownStore(row, x * pixels.pixelStep, stored<T>(block[8 * y + x]));
+                ownStore(row, x * pixels.pixelStep, ownAsValue<T>(block[8 * y + x]));
     }
 }
 

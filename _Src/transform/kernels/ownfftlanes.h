@@ -18,17 +18,7 @@ constexpr int vectorLanes = vectorBytes / 4;
 template <class V>
 constexpr int lanesOf = sizeof(V) / 4;
 
-// What the memory of a core's lane groups is declared as.
-template <class V>
-struct ValueOf;
-template <>
-struct ValueOf<FloatVector> {
-    using Type = float;
-};
-template <>
-struct ValueOf<float> {
-    using Type = float;
-};
+// The memory of the fixed-point core's lane groups is declared as signed values.
 template <>
 struct ValueOf<IntVector> {
     using Type = int32_t;
@@ -37,8 +27,6 @@ template <>
 struct ValueOf<uint32_t> {
     using Type = int32_t;
 };
-template <class V>
-using Value = typename ValueOf<V>::Type;
 
 template <class V>
 constexpr bool isFloat = false;

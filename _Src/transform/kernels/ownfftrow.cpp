@@ -28,25 +28,13 @@ void loadFloats(const uint8_t* pixels, ptrdiff_t step, float* __restrict line, p
 }
 
 template <class Pixel>
-inline Pixel stored(float value)
-{
-    return ownRounded<Pixel>(value);
-}
-
-template <>
-inline float stored<float>(float value)
-{
-    return value;
-}
-
-template <class Pixel>
 void storeFloats(const float* line, uint8_t* pixels, ptrdiff_t step, ptrdiff_t count, float scale)
 {
     withStep(
         step, [=](ptrdiff_t known) __attribute__((always_inline)) {
 #pragma GCC ivdep
             for (ptrdiff_t i = 0; i < count; ++i)
-                ownStore(pixels, i * known, stored<Pixel>(line[i] * scale));
+                ownStore(pixels, i * known, ownAsValue<Pixel>(line[i] * scale));
         });
 }
 
