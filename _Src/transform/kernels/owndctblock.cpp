@@ -44,15 +44,8 @@ void write8x8(const float* block, const OwnGeometry& pixels)
 
 typedef float Row __attribute__((vector_size(32)));
 
-inline void loadRow(Row& row, const float* from)
-{
-    memcpy(&row, from, sizeof row);
-}
-
-inline void storeRow(const Row& row, float* to)
-{
-    memcpy(to, &row, sizeof row);
-}
+// The rows of a block in memory. Copied by memcpy they would go by halves, and be read as a whole too early.
+typedef float BlockRow __attribute__((vector_size(32), aligned(4), may_alias));
 
 inline void transpose(Row (&v)[8])
 {
@@ -156,35 +149,32 @@ constexpr Scale scale8x8 = makeScale();
 
 void forward8x8(float* block)
 {
+    auto* rows = reinterpret_cast<BlockRow*>(block);
+    auto* factors = reinterpret_cast<const BlockRow*>(scale8x8.factor);
     Row v[8];
     for (int i = 0; i < 8; ++i)
-        loadRow(v[i], block + 8 * i);
+        v[i] = rows[i];
     forwardColumns(v);
     transpose(v);
     forwardColumns(v);
     transpose(v);
-    for (int i = 0; i < 8; ++i) {
-        Row factor;
-        loadRow(factor, scale8x8.factor[i]);
-        storeRow(v[i] * factor, block + 8 * i);
-    }
+    for (int i = 0; i < 8; ++i)
+        rows[i] = v[i] * factors[i];
 }
 
 void inverse8x8(float* block)
 {
+    auto* rows = reinterpret_cast<BlockRow*>(block);
+    auto* factors = reinterpret_cast<const BlockRow*>(scale8x8.factor);
     Row v[8];
-    for (int i = 0; i < 8; ++i) {
-        Row factor;
-        loadRow(factor, scale8x8.factor[i]);
-        loadRow(v[i], block + 8 * i);
-        v[i] *= factor;
-    }
+    for (int i = 0; i < 8; ++i)
+        v[i] = rows[i] * factors[i];
     inverseColumns(v);
     transpose(v);
     inverseColumns(v);
     transpose(v);
     for (int i = 0; i < 8; ++i)
-        storeRow(v[i], block + 8 * i);
+        rows[i] = v[i];
 }
 
 template <class T>
