@@ -20,14 +20,10 @@ struct Search {
 // The first selected pixel, by rows; false if there is none.
 bool findSelected(const OwnGeometry& mask, OwnSize size, int32_t& x, int32_t& y)
 {
-    for (y = 0; y < size.height; ++y) {
-        const uint8_t* row = mask.start + y * mask.rowStep;
-        for (x = 0; x < size.width; ++x) {
-            int64_t position = int64_t{mask.bit} + x;
-            if (row[position >> 3] & 128 >> (position & 7))
+    for (y = 0; y < size.height; ++y)
+        for (x = 0; x < size.width; ++x)
+            if (ownMaskSelects(mask, x, y))
                 return true;
-        }
-    }
     return false;
 }
 
