@@ -46,9 +46,10 @@ enum {
  * The fixed-point arithmetic wraps around where a spectrum's values, of the whole image, do not fit 26 bits.
  *
  * Tables and work buffers are kept for the calling thread, so that repeated transforms of a size allocate nothing:
- * about 4 bytes for each pixel of the largest transform so far, which is 64 MB after one of 4096 x 4096 pixels, and
- * some 20 bytes for each pixel of a row and of a column, for up to 32 lengths. A call with ORV_FFT_RELEASE releases
- * all that and does nothing else; the images may then be NULL. The thread's end releases it too. */
+ * about 4 bytes for each pixel of the largest transform so far, which is 64 MB after one of 4096 x 4096 pixels, and for
+ * up to 32 lengths tables of 12 bytes for each pixel of a line, or about 100 where the length has a prime factor above
+ * 61. A call with ORV_FFT_RELEASE releases all that and does nothing else; the images may then be NULL. The thread's end
+ * releases it too. */
 
 /* Transforms a real image into its packed spectrum, or with ORV_FFT_INVERSE into that of the inverse transform.
  *
@@ -96,9 +97,9 @@ enum {
  * flags  ORV_DCT_FORWARD or ORV_DCT_INVERSE.
  *
  * Each channel is transformed by itself, alpha excepted; with a `coi` in both images the selected ones only. Masks
- * are not looked at. Tables of up to 32 lengths, of some 28 bytes for each pixel of a line, are kept for the thread's
- * next call, until ORV_DCT_RELEASE or the thread's end. While it works a call takes 4 bytes for each pixel of the
- * region.
+ * are not looked at. Tables like those of the Fourier transforms, and 12 bytes more for each pixel of a line, are kept
+ * for the thread's next calls, until ORV_DCT_RELEASE or the thread's end. While it works a call takes about 4 bytes for
+ * each pixel of the region.
  *
  * Reports ORV_STATUS_BAD_ARG: neither or both directions; a NULL image; `src` and `dst` the same image; depth 1U; a bad
  * alphaChannel of `src`; images that are not compatible: sizes, channels, processed channels or data orders differ, one
