@@ -12,12 +12,13 @@ OwnGeometry geometryOf(const OrvImage& image)
     return geometry;
 }
 
-// Up to some channels are processed together, also with one among them that is not: that costs less than to bring
+// Up to some channels are processed together, also with one after them that is not: that costs less than to bring
 // the others together.
-bool fitTogether(const OwnGeometry& src, const OwnGeometry& dst)
+bool fitTogether(const OrvImage& source, const OwnGeometry& src, const OwnGeometry& dst)
 {
     constexpr int32_t most = 8;
-    return !src.planeStep && !dst.planeStep && src.pixelStep <= most && src.channels + 1 >= src.pixelStep;
+    return !src.planeStep && !dst.planeStep && src.pixelStep <= most && src.channels + 1 >= src.pixelStep &&
+           ownChannels(source).first == 0;
 }
 
 // Slots begin where vectors like to.
@@ -38,14 +39,14 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       dstDepth(target.depth),
       srcBytes(ownValueBytes(source.depth)),
       dstBytes(ownValueBytes(target.depth)),
-      together(fitTogether(src, dst)),
+      together(fitTogether(source, src, dst)),
       rowStep(together ? src.pixelStep : 1),
       processed(together ? src.channels : 1),
       gathers(!srcBytes || src.pixelStep != rowStep),
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
-      lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
-      targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
+      lanesBytes(slotBytes(int64_t{dst.width} * rowStep, dstBytes)),
+      targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{dst.width} + 7) / 8, 1))),
       sourceRows(gathers ? sourceBytes * sourceSlots : 0),
       targetRows(scatters ? targetBytes * targetSlots : 0)
 {
@@ -86,7 +87,7 @@ void OwnLines::store(int32_t y, int32_t rows)
     if (!scatters)
         return;
     const OwnRowKernels& move = ownRowKernels();
-    OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, src.width, rows};
+    OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, dst.width, rows};
     OwnGeometry to = dst;
     to.start = targetStart + y * dst.rowStep;
     to.channels = processed;
@@ -98,7 +99,7 @@ void OwnLines::store(int32_t y, int32_t rows)
             from.start += lanesBytes;
         for (int32_t i = 0; i < rows; ++i) {
             uint8_t* bits = masked ? from.start + i * from.rowStep : to.start + i * to.rowStep;
-            move.allBits(targetRows.data + i * targetBytes, 1, 1, {bits, masked ? 0 : to.bit}, src.width);
+            move.allBits(targetRows.data + i * targetBytes, 1, 1, {bits, masked ? 0 : to.bit}, dst.width);
         }
         if (!masked)
             return;

@@ -16,22 +16,24 @@
 
 class OwnLines {
 public:
-    // The regions of the images and of the mask, which may be NULL, have one size; around that of the source, `reach` may be
-    // read. `sourceSlots` and `targetSlots` are how many rows are in use at a time.
+    // The regions of the destination and of the mask, which may be NULL, have one size, and that of the source has it too
+    // unless the operation changes sizes; around the source's, `reach` may be read. `sourceSlots` and `targetSlots` are how
+    // many rows are in use at a time.
     OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int sourceSlots,
              int targetSlots);
 
     // False if there is no memory.
     explicit operator bool() const { return (!gathers || sourceRows) && (!scatters || targetRows); }
 
-    int32_t width() const { return src.width; }  // in pixels
-    int32_t height() const { return src.height; }
+    int32_t width() const { return dst.width; }  // of the destination, in pixels
+    int32_t height() const { return dst.height; }
 
     // A pass processes all channels where they stand side by side, otherwise one channel.
     int32_t passes() const { return together ? 1 : dst.channels; }
     void begin(int32_t pass);
 
-    // Values from pixel to pixel in the rows; the last of them may be one that is not processed.
+    // Values from pixel to pixel in the rows; the last of them may be one that is not processed, and can be read also in the
+    // last pixel.
     int32_t step() const { return rowStep; }
 
     // Values of a row of `pixels` pixels, as far as the last processed one.
