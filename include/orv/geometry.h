@@ -17,6 +17,19 @@ enum {
     ORV_BLEND_EDGE = 16   /* added to one of the above: blends the edge of a quadrangle into what was there before */
 };
 
+/* ---- Scaling and mirrors ------------------------------------------------------------------------------------------ */
+
+/* Copies the region of the source turned around: with `flipAxis` 0 the first row becomes the last, with 1 the first column of
+ * each row becomes the last, with -1 both. All depths; in place is allowed without a mask. The two regions have the smaller
+ * size of both and of the regions of both masks, and the centre about which pixels turn is that of this size. A mask of the
+ * source turns with the pixels, one of the destination lies as the destination does; both hold together. Alpha channels are
+ * left out. The data orders may differ if one of the images has one channel.
+ *
+ * Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (depths differ; data orders differ; a mask in place;
+ * `flipAxis`; a 1U image with an alpha channel; numbers of processed channels that differ); ORV_STATUS_NO_MEMORY;
+ * ORV_STATUS_ERROR for a tile of the destination that does not come, ORV_STATUS_BACKTRACE for one of the source. */
+ORV_API(void) orvMirror(OrvImage* srcImage, OrvImage* dstImage, int32_t flipAxis);
+
 #ifdef __cplusplus
 }
 #endif
