@@ -19,6 +19,19 @@ enum {
 
 /* ---- Scaling and mirrors ------------------------------------------------------------------------------------------ */
 
+ORV_API(void)
+orvZoom(OrvImage* srcImage, OrvImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+        int32_t interpolate);
+ORV_API(void)
+orvResize(OrvImage* srcImage, OrvImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+          int32_t interpolate);
+ORV_API(void)
+orvDecimate(OrvImage* srcImage, OrvImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+            int32_t interpolate);
+ORV_API(void)
+orvDecimateBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+                int32_t interpolate, int32_t xMaskSize, int32_t yMaskSize);
+
 /* Copies the region of the source turned around: with `flipAxis` 0 the first row becomes the last, with 1 the first column of
  * each row becomes the last, with -1 both. All depths; in place is allowed without a mask. The two regions have the smaller
  * size of both and of the regions of both masks, and the centre about which pixels turn is that of this size. A mask of the

@@ -1,0 +1,35 @@
+// Kernels of the means of boxes.
+#pragma once
+
+#include "../../core/kernels/ownrow.h"
+#include "../../core/ownisa.h"
+
+// A row of means. The sums over the rows of the boxes are given for `columns` pixels; pixels of boxes before the first or
+// after the last of them are like it.
+struct OwnBoxMeans {
+    ptrdiff_t columns;
+    int lanes;        // values of a pixel
+    ptrdiff_t first;  // the pixel where the first box begins, perhaps before the columns
+    int64_t size;     // of a box along the row
+    ptrdiff_t count;  // of means
+    uint64_t area;    // of a box
+    uint32_t factor;  // a mean of integers is sum * factor >> shift
+    int shift;
+    void* running;  // scratch: as many sums as the columns have values, and those of one more pixel
+};
+
+struct OwnBoxKernel {
+    int sumBytes;
+    // sums[i] += row[i] * times, for n values.
+    void (*add)(const void* row, void* sums, ptrdiff_t n, int64_t times);
+    // sums[i] += enter[i] - leave[i].
+    void (*move)(const void* enter, const void* leave, void* sums, ptrdiff_t n);
+    void (*means)(const OwnBoxMeans& task, const void* sums, void* means);
+};
+
+// By the bits of the sums; of 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F, where all are of double precision.
+struct OwnBoxKernels {
+    OwnBoxKernel bits16[OWN_DEPTHS], bits32[OWN_DEPTHS], bits64[OWN_DEPTHS];
+};
+
+OWN_KERNEL_TABLE(OwnBoxKernels, ownBoxKernels)

@@ -1,0 +1,151 @@
+#include "ownscale.h"
+
+#include <cstring>
+
+#include "../core/ownlines.h"
+#include "../core/ownpixels.h"
+
+namespace {
+
+// Blocks of the destination where it is not tiled but the source is.
+constexpr OwnSize cutSize = {64, 64};
+
+constexpr int mostSamples = 4;
+
+// One block.
+class Piece {
+public:
+    Piece(const OwnScale& scale, const OwnBlock& part, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+        : call(scale),
+          block(part),
+          across(call.x->need({block.x, block.width})),
+          down(call.y->need({block.y, block.height})),
+          lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, 1),
+          valueBytes(ownValueBytes(dst.depth)),
+          columns(columnsOf()),
+          ringStep((columns.values() * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~ptrdiff_t{31}),
+          table(call.kernel ? call.kernel->tableBytes(columns) : picker().tableBytes(columns)),
+          ring(ringStep * call.y->samples),
+          boxes(call.box, lines, src.depth, across, down)
+    {
+    }
+
+    bool make()
+    {
+        if (!lines || !table || (call.kernel && !ring) || !boxes)
+            return false;
+        columns.table = table.data;
+        call.kernel ? call.kernel->prepare(columns) : picker().prepare(columns);
+        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+            lines.begin(pass);
+            boxes.begin();
+            call.kernel ? interpolate() : copy();
+        }
+        return true;
+    }
+
+private:
+    const OwnScale& call;
+    const OwnBlock& block;
+    OwnSpan across, down;  // what the block needs
+    OwnLines lines;
+    int valueBytes;
+    OwnScaleColumns columns;
+    ptrdiff_t ringStep;
+    OwnScratch<uint8_t> table, ring;
+    OwnBoxRows boxes;
+
+    OwnScaleColumns columnsOf() const
+    {
+        const OwnScaleAxis& x = *call.x;
+        bool whole = x.firstIsWhole && block.x == 0;
+        return {block.width,
+                across.count,
+                lines.step(),
+                x.samples,
+                x.index.data + block.x,
+                across.first,
+                x.fraction ? x.fraction.data + block.x : nullptr,
+                whole ? -across.first : -1,
+                nullptr};
+    }
+
+    const OwnPickKernel& picker() const { return ownScaleKernels().pick[ownSizeIndex(ownMax(valueBytes, 1))]; }
+
+    // A row of the source's region, from the first pixel that is needed on.
+    const void* source(int32_t row) { return call.box ? boxes.row(row) : lines.source(row - down.first, 0); }
+
+    void copy()
+    {
+        const size_t bytes = size_t(columns.values()) * size_t(ownMax(valueBytes, 1));
+        int32_t made = -1;
+        const void* previous = nullptr;
+        for (int32_t y = 0; y < block.height; ++y) {
+            int32_t row = call.y->index.data[block.y + y];
+            void* to = lines.target(y, 0);
+            if (row != made) {
+                picker().pick(columns, source(row), to);
+                if (!valueBytes)
+                    ownScaleKernels().spreadBits(static_cast<uint8_t*>(to), columns.values());
+            } else if (to != previous) {
+                memcpy(to, previous, bytes);
+            }
+            lines.store(y, 1);
+            made = row;
+            previous = to;
+        }
+    }
+
+    void interpolate()
+    {
+        const OwnScaleAxis& axis = *call.y;
+        int32_t held[mostSamples];  // the rows in the ring
+        for (int32_t& row : held)
+            row = INT32_MIN;
+        for (int32_t y = 0; y < block.height; ++y) {
+            const int32_t place = block.y + y;
+            const bool whole = axis.firstIsWhole && place == 0;
+            const int32_t first = whole ? 0 : axis.index.data[place];
+            const int samples = whole ? 1 : axis.samples;
+            const void* rows[mostSamples];
+            for (int i = 0; i < samples; ++i) {
+                // The first row that is needed has slot 0.
+                const int slot = (first + i - down.first) % axis.samples;
+                uint8_t* row = ring.data + slot * ringStep;
+                if (held[slot] != first + i)
+                    call.kernel->across(columns, source(first + i), row);
+                held[slot] = first + i;
+                rows[i] = row;
+            }
+            double fraction = axis.fraction ? axis.fraction.data[place] : 0;
+            call.kernel->down(columns, rows, samples, fraction, lines.target(y, 0));
+            lines.store(y, 1);
+        }
+    }
+};
+
+OwnBlock needOf(const void* task, const OwnBlock& block)
+{
+    const OwnScale& call = *static_cast<const OwnScale*>(task);
+    OwnSpan x = call.x->need({block.x, block.width}), y = call.y->need({block.y, block.height});
+    if (call.box) {
+        x = ownBoxSpan(call.box->x, x);
+        y = ownBoxSpan(call.box->y, y);
+    }
+    return {x.first, y.first, x.count, y.count};
+}
+
+bool makeScaled(const void* task, const OwnBlock& block, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return Piece(*static_cast<const OwnScale*>(task), block, src, dst, mask).make();
+}
+
+}  // namespace
+
+OwnBlockResult ownRunScale(const OwnScale& call)
+{
+    const OwnBlock all = {0, 0, call.x->count, call.y->count};
+    if (all.width < 1 || all.height < 1)
+        return OwnBlockResult::done;
+    return ownRunBlocks({call.src, call.dst, call.mask, all, cutSize, needOf, makeScaled, &call});
+}
