@@ -124,6 +124,8 @@ bool scaleMask(const Zoom& zoom, OwnSize size, OwnTempImage& made)
         return true;
     OwnWork other;
     showWhole(other, *zoom.dst->maskROI);
+    if (other.roi.width < 1 || other.roi.height < 1)
+        return true;
     orvAnd(made.image, &other.image, made.image);
     return !report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "");
 }

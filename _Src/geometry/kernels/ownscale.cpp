@@ -124,33 +124,39 @@ struct DecimateLinear {
     static T down(double a, double b, double w0, double w1) { return decimated<T>(w0 * a + w1 * b); }
 };
 
-// The weights are the Lagrange polynomials of the four samples. The sixth being a float, they add up to a little more than 1,
-// which keeps whole numbers from falling below themselves.
+// The cubic through four samples, by its coefficients: those of integers are exact. The sixth being a float, flat areas come
+// out a little higher than they are, which keeps whole numbers from falling below themselves.
+template <class Sample>
+inline double polynomial(Sample a, Sample b, Sample c, Sample d, double t, double t2, double t3)
+{
+    constexpr double sixth = 1.0f / 6.0f;
+    Sample c1 = 6 * c - 2 * a - 3 * b - d, c2 = 3 * a - 6 * b + 3 * c, c3 = 3 * b - a - 3 * c + d;
+    return (6 * b + t * c1 + t2 * c2 + t3 * c3) * sixth;
+}
+
 template <class T>
 struct DecimateCubic {
     using Value = T;
     using Ring = double;
     using Weight = double;
-    static constexpr int samples = 4, weights = 4;
+    using Sample = std::conditional_t<sizeof(T) < 4, int32_t, double>;
+    static constexpr int samples = 4, weights = 3;
 
     static void weigh(double t, Weight* w)
     {
-        constexpr double sixth = 1.0f / 6.0f;
-        double t2 = t * t, t3 = t2 * t;
-        w[0] = (3 * t2 - 2 * t - t3) * sixth;
-        w[1] = (6 - 3 * t - 6 * t2 + 3 * t3) * sixth;
-        w[2] = (6 * t + 3 * t2 - 3 * t3) * sixth;
-        w[3] = (t3 - t) * sixth;
+        w[0] = t;
+        w[1] = t * t;
+        w[2] = t * t * t;
     }
     static double whole(T a) { return double(a); }
-    static double across(double a, double b, double c, double d, double w0, double w1, double w2, double w3)
+    static double across(T a, T b, T c, T d, double t, double t2, double t3)
     {
-        return a * w0 + b * w1 + c * w2 + d * w3;
+        return polynomial<Sample>(a, b, c, d, t, t2, t3);
     }
     static T wholeDown(double a) { return decimated<T>(a); }
-    static T down(double a, double b, double c, double d, double w0, double w1, double w2, double w3)
+    static T down(double a, double b, double c, double d, double t, double t2, double t3)
     {
-        return decimated<T>(across(a, b, c, d, w0, w1, w2, w3));
+        return decimated<T>(polynomial<double>(a, b, c, d, t, t2, t3));
     }
 };
 
@@ -317,12 +323,9 @@ void acrossSamples(const OwnScaleColumns& columns, const Table<M>& table, const 
             ring[i] = M::across(a[i], b[i], w0[i], w1[i]);
     } else {
         const auto *c = table.samples[2], *d = table.samples[3];
-        const auto *w1 = table.weights[1], *w2 = table.weights[2], *w3 = table.weights[M::weights - 1];
+        const auto *w1 = table.weights[1], *w2 = table.weights[2];
         for (ptrdiff_t i = 0; i < n; ++i)
-            if constexpr (M::weights == 3)
-                ring[i] = M::across(a[i], b[i], c[i], d[i], w0[i], w1[i], w2[i]);
-            else
-                ring[i] = M::across(a[i], b[i], c[i], d[i], w0[i], w1[i], w2[i], w3[i]);
+            ring[i] = M::across(a[i], b[i], c[i], d[i], w0[i], w1[i], w2[i]);
     }
 }
 
@@ -401,10 +404,7 @@ void down(const OwnScaleColumns& columns, const void* const* rows, int samples, 
         const auto* d = static_cast<const Ring*>(rows[3]);
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
-            if constexpr (M::weights == 3)
-                ownStore(dst, i, M::down(a[i], b[i], c[i], d[i], w[0], w[1], w[2]));
-            else
-                ownStore(dst, i, M::down(a[i], b[i], c[i], d[i], w[0], w[1], w[2], w[3]));
+            ownStore(dst, i, M::down(a[i], b[i], c[i], d[i], w[0], w[1], w[2]));
     }
 }
 
