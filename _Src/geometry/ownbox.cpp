@@ -7,6 +7,9 @@
 
 namespace {
 
+// Bytes behind a row of sums that may be read.
+constexpr int64_t behind = 32;
+
 uint64_t areaOf(const OwnBox& box)
 {
     return uint64_t(box.x.size) * uint64_t(box.y.size);
@@ -34,6 +37,8 @@ void setFactor(OwnBoxMeans& task)
     for (; scale < 0x80000000u; scale <<= 1)
         ++task.shift;
     task.factor = uint32_t((scale + 0x800000) >> 24);
+    // Boxes whose sums have 16 bits have from 2 to 257 pixels of 8U, for which the shift is from 8 to 16.
+    task.upperFactor = task.shift <= 16 ? uint16_t(task.factor << (16 - task.shift)) : uint16_t(0);
 }
 
 }  // namespace
@@ -54,8 +59,8 @@ OwnBoxRows::OwnBoxRows(const OwnBox* boxes, OwnLines& from, uint32_t depth, cons
       rows(box ? ownBoxSpan(box->y, down) : down),
       kernel(kernelFor(depth, box)),
       values(ptrdiff_t(columns.count) * from.step()),
-      sums(box ? int64_t{values} * kernel.sumBytes : 0),
-      running(box ? (int64_t{values} + from.step()) * kernel.sumBytes : 0),
+      sums(box ? int64_t{values} * kernel.sumBytes + behind : 0),
+      running(box ? (int64_t{values} + from.step() * (1 + 2 * ownBoxEdge)) * kernel.sumBytes : 0),
       means(box ? int64_t{across.count} * from.step() * ownMax(ownValueBytes(depth), 1) : 0),
       task()
 {

@@ -109,8 +109,8 @@ private:
             const int samples = whole ? 1 : axis.samples;
             const void* rows[mostSamples];
             for (int i = 0; i < samples; ++i) {
-                // The first row that is needed has slot 0.
-                const int slot = (first + i - down.first) % axis.samples;
+                // The first row that is needed has slot 0; the number of slots is a power of two.
+                const int slot = (first + i - down.first) & (axis.samples - 1);
                 uint8_t* row = ring.data + slot * ringStep;
                 if (held[slot] != first + i)
                     call.kernel->across(columns, source(first + i), row);

@@ -52,8 +52,8 @@ bool ownZoomAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleLine& 
         return false;
     double position = start;
     for (int32_t i = 0; i < count; ++i, position += step) {
-        double nearest = std::rint(position + indexBias);
-        int32_t index = nearest < last ? int32_t(nearest) : last;
+        const double place = position + indexBias;
+        const int32_t index = place < last ? int32_t(std::lrint(place)) : last;
         if (axis.samples == 1)
             axis.index[i] = index;
         else if (axis.samples == 2)

@@ -4,6 +4,7 @@
 // holds, the order does not matter, and rows come first.
 #include "ownarea.h"
 
+#include "ownpack.h"
 #include "ownpick.h"
 
 namespace OWN_ISA {
@@ -18,7 +19,14 @@ struct Bits {
 template <class T>
 struct Integers {
     using Value = T;
-    static T result(double mean) { return ownTruncated<T>(mean + 0.5); }
+    // Means of integers lie within 32 bits.
+    static T result(double mean) { return ownSaturated<T>(int32_t(mean + 0.5)); }
+#if defined(__AVX2__)
+    static __m128i results(__m256d means)
+    {
+        return _mm256_cvttpd_epi32(means + 0.5);
+    }
+#endif
 };
 
 struct Reals {
@@ -43,7 +51,7 @@ struct Kernel {
     struct Table {
         OwnScaleColumns columns;
         Pick pick;
-        T* samples;
+        T* samples[mostPicked];
         float* weights[mostPicked];
     };
 
@@ -54,8 +62,9 @@ struct Kernel {
         const int64_t n = columns.values();
         if (!picks(columns))
             return 1;
-        return roomFor(1, sizeof(Table)) + roomFor(columns.count, sizeof(int32_t)) + roomFor(n, sizeof(T)) +
-               mostPicked * roomFor(n, sizeof(float)) + Shuffle::bytes(n * int64_t{sizeof(T)});
+        return roomFor(1, sizeof(Table)) + roomFor(columns.count, sizeof(int32_t)) +
+               mostPicked * (roomFor(n, sizeof(T)) + roomFor(n, sizeof(float))) +
+               Shuffle::bytes(n * int64_t{sizeof(T)});
     }
 
     static void prepare(const OwnAreaColumns& cells)
@@ -65,7 +74,8 @@ struct Kernel {
         Memory memory = {static_cast<uint8_t*>(cells.table)};
         auto& table = *memory.take<Table>(1);
         auto* index = memory.take<int32_t>(cells.count);
-        table.samples = memory.take<T>(cells.values());
+        for (T*& samples : table.samples)
+            samples = memory.take<T>(cells.values());
         for (float*& weights : table.weights)
             weights = memory.take<float>(cells.values());
         const ptrdiff_t lastIndex = cells.sourceCount - cells.most;
@@ -88,18 +98,40 @@ struct Kernel {
     }
 
     // A pixel without weight adds nothing, whatever it is.
-    static float weighed(T value, float weight) { return weight != 0 ? float(value) * weight : 0; }
+    static float weighed(T value, float weight)
+    {
+        if constexpr (sizeof(T) == 4)
+            return weight != 0 ? value * weight : 0;
+        return float(value) * weight;
+    }
 
-    static void acrossFew(const OwnAreaColumns& cells, const void* src, float* __restrict sums)
+    template <int most>
+    static void sumFew(const Table& table, float* __restrict sums, ptrdiff_t n)
+    {
+        const T* samples[most];
+        const float* weights[most];
+        for (int k = 0; k < most; ++k) {
+            samples[k] = table.samples[k];
+            weights[k] = table.weights[k];
+        }
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            float sum = 0;
+            for (int k = 0; k < most; ++k)
+                sum += weighed(samples[k][i], weights[k][i]);
+            sums[i] = sum;
+        }
+    }
+
+    static void acrossFew(const OwnAreaColumns& cells, const void* src, float* sums)
     {
         const Table& table = *static_cast<const Table*>(cells.table);
-        const ptrdiff_t n = cells.values();
-        const T* __restrict samples = table.samples;
-        for (int k = 0; k < cells.most; ++k) {
-            pickSample(table.pick, table.columns, sizeof(T), src, k, table.samples);
-            const float* __restrict weights = table.weights[k];
-            for (ptrdiff_t i = 0; i < n; ++i)
-                sums[i] = (k ? sums[i] : 0.0f) + weighed(samples[i], weights[i]);
+        for (int k = 0; k < cells.most; ++k)
+            pickSample(table.pick, table.columns, sizeof(T), src, k, table.samples[k]);
+        switch (cells.most) {
+        case 1: return sumFew<1>(table, sums, cells.values());
+        case 2: return sumFew<2>(table, sums, cells.values());
+        case 3: return sumFew<3>(table, sums, cells.values());
+        default: return sumFew<4>(table, sums, cells.values());
         }
     }
 
@@ -127,6 +159,13 @@ struct Kernel {
 
     static void store(const float* sums, double scale, void* dst, ptrdiff_t n)
     {
+#if defined(__AVX2__)
+        if constexpr (requires { Depth::results(realsAt(sums, 0)); }) {
+            auto four = [=](ptrdiff_t i) { return Depth::results(realsAt(sums, i) * scale); };
+            if (storeFours<T>(dst, n, four))
+                return;
+        }
+#endif
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
             ownStore(dst, i, Depth::result(double(sums[i]) * scale));

@@ -11,34 +11,162 @@ namespace {
 struct Bits {
     using Value = uint8_t;
     template <class Sum>
-    static Value mean(Sum sum, const OwnBoxMeans& task)
-    {
-        return uint64_t{sum} * 2 >= task.area;
-    }
+    struct Mean {
+        uint64_t area;
+        explicit Mean(const OwnBoxMeans& task) : area(task.area) {}
+        uint8_t operator()(Sum sum) const { return uint64_t{sum} * 2 >= area; }
+    };
 };
 
 template <class T>
 struct Integers {
     using Value = T;
+    static constexpr T most = T(-1);
+
     template <class Sum>
-    static Value mean(Sum sum, const OwnBoxMeans& task)
+    struct Mean {
+        uint64_t factor;
+        int shift;
+        explicit Mean(const OwnBoxMeans& task) : factor(task.factor), shift(task.shift) {}
+        T operator()(Sum sum) const
+        {
+            const uint64_t mean = sum * factor >> shift;
+            return T(mean < most ? mean : most);
+        }
+    };
+};
+
+template <>
+template <>
+struct Integers<uint8_t>::Mean<uint16_t> {
+    uint16_t factor;
+    explicit Mean(const OwnBoxMeans& task) : factor(task.upperFactor) {}
+    uint8_t operator()(uint16_t sum) const
     {
-        uint64_t mean = sum * uint64_t{task.factor} >> task.shift;
-        return T(mean < T(-1) ? mean : T(-1));
-    }
-    // Of sums of 16 bits the factor leaves the upper half of a product; the area is less than 258 then, and not 1.
-    static Value mean(uint16_t sum, const OwnBoxMeans& task)
-    {
-        auto factor = uint16_t(task.factor << (16 - task.shift));
-        auto mean = uint16_t(uint32_t{sum} * factor >> 16);
-        return T(mean < T(-1) ? mean : T(-1));
+        const auto mean = uint16_t(sum * unsigned{factor} >> 16);
+        return uint8_t(mean < most ? mean : most);
     }
 };
 
 struct Reals {
     using Value = float;
-    static Value mean(double sum, const OwnBoxMeans& task) { return float(sum * (1.0 / double(task.area))); }
+    template <class Sum>
+    struct Mean {
+        double scale;
+        explicit Mean(const OwnBoxMeans& task) : scale(1.0 / double(task.area)) {}
+        float operator()(Sum sum) const { return float(sum * scale); }
+    };
 };
+
+// ---- Adding up ----------------------------------------------------------------------------------------------------
+
+// running[i] = the sum of what stands before sums[i] in its lane.
+template <class Sum>
+void addUpLanes(const Sum* sums, Sum* running, ptrdiff_t n, ptrdiff_t lanes)
+{
+    for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+        Sum sum = 0;
+        running[lane] = sum;
+        for (ptrdiff_t i = lane; i < n; i += lanes) {
+            sum = Sum(sum + sums[i]);
+            running[i + lanes] = sum;
+        }
+    }
+}
+
+#if defined(__AVX2__)
+
+// Sums of 16 or 32 bits side by side.
+template <class Sum>
+inline __m256i plus(__m256i a, __m256i b)
+{
+    return sizeof(Sum) == 2 ? _mm256_add_epi16(a, b) : _mm256_add_epi32(a, b);
+}
+
+// Adds up within vectors by sums of 2, 4 and 8 elements of a lane, first in their halves, and carries the last elements of a
+// lane on to what follows. Vectors may hold any number of lanes that is not more than a half holds.
+template <class Sum>
+struct Adder {
+    static constexpr int inHalf = 16 / int(sizeof(Sum));
+    static constexpr int steps = inHalf == 8 ? 3 : 2;
+    __m256i shift[steps];  // brings each element so much further in its half, behind zeros
+    __m256i last;          // brings the last elements of the lanes to all elements of their lane
+
+    struct Orders {
+        alignas(32) int8_t order[inHalf][steps + 1][32];
+    };
+    static constexpr Orders makeOrders()
+    {
+        Orders orders = {};
+        for (int lanes = 1; lanes <= inHalf; ++lanes)
+            for (int i = 0; i < 32; ++i) {
+                const int element = i / int(sizeof(Sum)), byte = i % int(sizeof(Sum));
+                auto& order = orders.order[lanes - 1];
+                for (int step = 0; step < steps; ++step) {
+                    int from = element % inHalf - (lanes << step);
+                    order[step][i] = int8_t(from < 0 ? -1 : from * int(sizeof(Sum)) + byte);
+                }
+                order[steps][i] = int8_t((inHalf - lanes + element % lanes) * int(sizeof(Sum)) + byte);
+            }
+        return orders;
+    }
+    static constexpr Orders orders = makeOrders();
+
+    explicit Adder(int lanes)
+    {
+        auto* order = reinterpret_cast<const __m256i*>(orders.order[lanes - 1]);
+        for (int step = 0; step < steps; ++step)
+            shift[step] = _mm256_load_si256(order + step);
+        last = _mm256_load_si256(order + steps);
+    }
+
+    // Those of the low half are due in the high one from its first element on.
+    __m256i carryHalf(__m256i sums) const
+    {
+        __m256i low = _mm256_permute2x128_si256(sums, sums, 0x08);
+        return _mm256_shuffle_epi8(low, _mm256_permute2x128_si256(last, last, 0x00));
+    }
+
+    // Adds up a vector; `carry` is what stands before it.
+    __m256i operator()(__m256i sums, __m256i& carry) const
+    {
+        for (int step = 0; step < steps; ++step)
+            sums = plus<Sum>(sums, _mm256_shuffle_epi8(sums, shift[step]));
+        sums = plus<Sum>(plus<Sum>(sums, carryHalf(sums)), carry);
+        carry = _mm256_shuffle_epi8(_mm256_permute2x128_si256(sums, sums, 0x11), last);
+        return sums;
+    }
+};
+
+template <class Sum>
+void addUpVectors(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
+{
+    constexpr ptrdiff_t inVector = 32 / ptrdiff_t(sizeof(Sum));
+    const Adder<Sum> adder(lanes);
+    __m256i carry = _mm256_setzero_si256();
+    for (ptrdiff_t i = 0; i < lanes; ++i)
+        running[i] = 0;
+    // The last vector may pass the end: there is room for it.
+    for (ptrdiff_t i = 0; i < n; i += inVector) {
+        __m256i all = adder(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(sums + i)), carry);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(running + lanes + i), all);
+    }
+}
+
+#endif
+
+template <class Sum>
+void addUp(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
+{
+#if defined(__AVX2__)
+    if constexpr (sizeof(Sum) <= 4)
+        if (lanes <= Adder<Sum>::inHalf)
+            return addUpVectors(sums, running, n, lanes);
+#endif
+    addUpLanes(sums, running, n, lanes);
+}
+
+// ---- Kernels ------------------------------------------------------------------------------------------------------
 
 template <class Depth, class Sum>
 struct Kernel {
@@ -63,51 +191,52 @@ struct Kernel {
             sums[i] = Sum(sums[i] + Sum(plus[i]) - Sum(minus[i]));
     }
 
-    // running[i] = the sum of what stands before sums[i] in its lane.
-    static void addUp(const Sum* sums, Sum* running, ptrdiff_t n, ptrdiff_t lanes)
+    // The same at any pixel: beyond the columns their first or last sum comes again and again.
+    static Sum runningAt(const OwnBoxMeans& task, const Sum* sums, int64_t pixel, ptrdiff_t lane)
     {
-        for (ptrdiff_t i = 0; i < lanes; ++i)
-            running[i] = 0;
-        for (ptrdiff_t i = 0; i < n; ++i)
-            running[i + lanes] = Sum(running[i] + sums[i]);
-    }
-
-    // A box of which a part lies beyond the columns.
-    static Sum edgeSum(const OwnBoxMeans& task, const Sum* sums, int64_t first, ptrdiff_t lane)
-    {
-        const auto* running = static_cast<const Sum*>(task.running);
-        const int64_t end = first + task.size, last = task.columns - 1;
-        const int64_t before = first < 0 ? -first : 0, after = end > task.columns ? end - task.columns : 0;
-        const Sum inside =
-            Sum(running[(end - after) * task.lanes + lane] - running[(first + before) * task.lanes + lane]);
-        return Sum(inside + 1u * Sum(before) * sums[lane] + 1u * Sum(after) * sums[last * task.lanes + lane]);
+        const auto* running = static_cast<const Sum*>(task.running) + ownBoxEdge * task.lanes + lane;
+        const Sum* last = sums + (task.columns - 1) * task.lanes + lane;
+        if (pixel < 0)
+            return Sum(1u * Sum(pixel) * sums[lane]);
+        if (pixel > task.columns)
+            return Sum(running[task.columns * task.lanes] + 1u * Sum(pixel - task.columns) * *last);
+        return running[pixel * task.lanes];
     }
 
     static void means(const OwnBoxMeans& given, const void* from, void* to)
     {
         const OwnBoxMeans task = given;
         const auto* sums = static_cast<const Sum*>(from);
-        auto* running = static_cast<Sum*>(task.running);
         auto* means = static_cast<Value*>(to);
         const ptrdiff_t lanes = task.lanes;
-        addUp(sums, running, task.columns * lanes, lanes);
-        // Boxes inside the columns begin with those of the means from `left` to `right`.
+        Sum* running = static_cast<Sum*>(task.running) + ownBoxEdge * lanes;
+        const typename Depth::template Mean<Sum> mean(task);
+        addUp(sums, running, task.columns * lanes, task.lanes);
+        // Few boxes pass the columns by more than an edge that is filled in: those before `left` and from `right` on.
         auto clamp = [&](int64_t i) { return ptrdiff_t(i < 0 ? 0 : i < task.count ? i : task.count); };
-        const ptrdiff_t left = clamp(-task.first), right = clamp(task.columns - task.size - task.first + 1);
-        for (ptrdiff_t i = 0; i < task.count; ++i) {
-            if (i == left && right > left)
-                i = right;
-            for (ptrdiff_t lane = 0; i < task.count && lane < lanes; ++lane)
-                means[i * lanes + lane] = Depth::mean(edgeSum(task, sums, task.first + i, lane), task);
+        const ptrdiff_t left = clamp(-task.first - ownBoxEdge);
+        const ptrdiff_t right = clamp(task.columns + ownBoxEdge - task.size - task.first + 1);
+        const int64_t low = task.first + left, end = task.first + (right > left ? right : left) - 1 + task.size;
+        for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+            for (int64_t i = low < -ownBoxEdge ? -ownBoxEdge : low; i < 0; ++i)
+                running[i * lanes + lane] = runningAt(task, sums, i, lane);
+            for (int64_t i = task.columns + 1; i <= end && i <= task.columns + ownBoxEdge; ++i)
+                running[i * lanes + lane] = runningAt(task, sums, i, lane);
         }
-        if (right <= left)
-            return;
-        const Sum* low = running + (task.first + left) * lanes;
-        const Sum* high = low + task.size * lanes;
+        auto isInside = [&](ptrdiff_t i) { return i >= left && i < right; };
+        for (ptrdiff_t i = 0; i < task.count; i = isInside(i + 1) ? right : i + 1)
+            for (ptrdiff_t lane = 0; lane < lanes && !isInside(i); ++lane) {
+                const int64_t first = task.first + i;
+                const Sum sum =
+                    Sum(runningAt(task, sums, first + task.size, lane) - runningAt(task, sums, first, lane));
+                means[i * lanes + lane] = mean(sum);
+            }
+        const Sum* first = running + low * lanes;
+        const Sum* last = first + task.size * lanes;
         Value* inside = means + left * lanes;
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < (right - left) * lanes; ++i)
-            inside[i] = Depth::mean(Sum(high[i] - low[i]), task);
+            inside[i] = mean(Sum(last[i] - first[i]));
     }
 
     static constexpr OwnBoxKernel kernel = {sizeof(Sum), add, move, means};

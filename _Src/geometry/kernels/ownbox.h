@@ -4,8 +4,8 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
-// A row of means. The sums over the rows of the boxes are given for `columns` pixels; pixels of boxes before the first or
-// after the last of them are like it.
+// A row of means. The sums over the rows of the boxes are given for `columns` pixels, and as many bytes behind them can be
+// read as a vector has; pixels of boxes before the first or after the last of them are like it.
 struct OwnBoxMeans {
     ptrdiff_t columns;
     int lanes;        // values of a pixel
@@ -15,8 +15,12 @@ struct OwnBoxMeans {
     uint64_t area;    // of a box
     uint32_t factor;  // a mean of integers is sum * factor >> shift
     int shift;
-    void* running;  // scratch: as many sums as the columns have values, and those of one more pixel
+    uint16_t upperFactor;  // of sums of 16 bits, whose means are the upper halves of products
+    void* running;         // scratch: the sums of so many pixels, of one more, and of an edge on both sides
 };
+
+// Pixels on both sides of the columns for which there is room in `running`.
+constexpr int ownBoxEdge = 64;
 
 struct OwnBoxKernel {
     int sumBytes;

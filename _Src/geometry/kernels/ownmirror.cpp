@@ -39,25 +39,32 @@ void reverseAny(const uint8_t* src, uint8_t* dst, ptrdiff_t first, ptrdiff_t n, 
 
 #if defined(__AVX2__)
 
-// Pixels of which a vector of 16 bytes holds some and perhaps a rest, which the next store covers. Answers how many are done.
-ptrdiff_t reverseVectors(const uint8_t* src, uint8_t* dst, ptrdiff_t n, ptrdiff_t bytes)
+// Pixels of which a vector of 16 bytes holds some and a rest, which the next store covers. Answers how many are done.
+template <int bytes>
+ptrdiff_t reverseParts(const uint8_t* src, uint8_t* dst, ptrdiff_t n)
 {
-    const ptrdiff_t pixels = 16 / bytes;
+    constexpr ptrdiff_t pixels = 16 / bytes, step = pixels * bytes;
     alignas(16) int8_t from[16];
     for (ptrdiff_t i = 0; i < 16; ++i)
-        from[i] = int8_t(i < pixels * bytes ? (pixels - 1 - i / bytes) * bytes + i % bytes : -1);
+        from[i] = int8_t(i < step ? (pixels - 1 - i / bytes) * bytes + i % bytes : -1);
     const __m128i order = _mm_load_si128(reinterpret_cast<const __m128i*>(from));
-    // The first load ends with the last pixel, and the last store begins as far from the end as a vector is long.
-    const ptrdiff_t rest = 16 - pixels * bytes;
-    ptrdiff_t done = (rest + bytes - 1) / bytes;
-    reverseAny(src + (n - done) * bytes, dst, 0, done, bytes);
-    const uint8_t* a = src + (n - done - pixels) * bytes;
-    uint8_t* d = dst + done * bytes;
-    for (; done * bytes + 16 <= n * bytes; done += pixels, a -= pixels * bytes, d += pixels * bytes) {
-        __m128i vector = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a));
+    auto move = [=](const uint8_t* a, uint8_t* d) {
+        const __m128i vector = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_shuffle_epi8(vector, order));
-    }
-    return done;
+    };
+    // The first load ends with the last pixel, and the last store ends with the row.
+    constexpr ptrdiff_t most = 4, rest = (16 - step + bytes - 1) / bytes;
+    if (n < rest + most * pixels)
+        return 0;
+    reversePixels<bytes>(src + (n - rest) * bytes, dst, 0, rest);
+    const uint8_t* a = src + (n - rest) * bytes - step;
+    uint8_t *d = dst + rest * bytes, *last = dst + n * bytes - 16;
+    for (; d + (most - 1) * step <= last; d += most * step, a -= most * step)
+        for (ptrdiff_t i = 0; i < most; ++i)
+            move(a - i * step, d + i * step);
+    for (; d <= last; d += step, a -= step)
+        move(a, d);
+    return (d - dst) / bytes;
 }
 
 // Pixels of which vectors of 32 bytes hold a whole number.
@@ -89,7 +96,10 @@ ptrdiff_t reverseMost(const uint8_t* src, uint8_t* dst, ptrdiff_t n, ptrdiff_t b
     case 4: return reverseWhole<4>(src, dst, n);
     case 8: return reverseWhole<8>(src, dst, n);
     case 16: return reverseWhole<16>(src, dst, n);
-    default: return bytes < 16 && n * bytes >= 64 ? reverseVectors(src, dst, n, bytes) : 0;
+    case 3: return reverseParts<3>(src, dst, n);
+    case 6: return reverseParts<6>(src, dst, n);
+    case 12: return reverseParts<12>(src, dst, n);
+    default: return 0;
     }
 }
 

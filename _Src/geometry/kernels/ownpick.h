@@ -129,15 +129,26 @@ inline __m256i shuffled(const Shuffle& shuffle, ptrdiff_t vector, const uint8_t*
     return result;
 }
 
-// Calls run.template operator()<loads>() with the number of loads that a shuffle has.
-template <class Run>
-inline void withLoads(const Shuffle& shuffle, Run run)
+// Hands each vector of a result of so many elements of type T, and the element that it begins with, to run.
+template <class T, int loads, class Run>
+inline __attribute__((always_inline)) void forVectors(const Shuffle& given, const uint8_t* src, ptrdiff_t n, Run run)
+{
+    constexpr ptrdiff_t inVector = 32 / sizeof(T);
+    const Shuffle shuffle = given;
+    const ptrdiff_t last = shuffle.vectors - 1;
+    for (ptrdiff_t i = 0; i < last; ++i)
+        run(shuffled<loads>(shuffle, i, src), i * inVector);
+    run(shuffled<loads>(shuffle, last, src), n - inVector);
+}
+
+template <class T, class Run>
+inline __attribute__((always_inline)) void runShuffle(const Shuffle& shuffle, const uint8_t* src, ptrdiff_t n, Run run)
 {
     switch (shuffle.loads) {
-    case 1: return run.template operator()<1>();
-    case 2: return run.template operator()<2>();
-    case 3: return run.template operator()<3>();
-    default: return run.template operator()<4>();
+    case 1: return forVectors<T, 1>(shuffle, src, n, run);
+    case 2: return forVectors<T, 2>(shuffle, src, n, run);
+    case 3: return forVectors<T, 3>(shuffle, src, n, run);
+    default: return forVectors<T, 4>(shuffle, src, n, run);
     }
 }
 
@@ -229,12 +240,8 @@ inline void pickSample(const Pick& pick, const OwnScaleColumns& columns, int val
     }
 #if defined(__AVX2__)
     if (pick.shuffle.loads) {
-        withLoads(pick.shuffle, [&]<int loads>() {
-            const Shuffle shuffle = pick.shuffle;
-            for (ptrdiff_t i = 0; i < shuffle.vectors; ++i) {
-                auto* to = reinterpret_cast<__m256i*>(dst + vectorStart(i, columns.count * pixel));
-                _mm256_storeu_si256(to, shuffled<loads>(shuffle, i, src));
-            }
+        runShuffle<uint8_t>(pick.shuffle, src, columns.count * pixel, [dst](__m256i vector, ptrdiff_t at) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), vector);
         });
         return;
     }

@@ -4,6 +4,7 @@
 // or four samples. The loops over samples that have been picked beside each other are vectorised by the compiler.
 #include "ownscale.h"
 
+#include "ownpack.h"
 #include "ownpick.h"
 
 namespace OWN_ISA {
@@ -24,14 +25,16 @@ template <class T, int acrossShift, int downShift>
 struct FixedLinear {
     using Value = T;
     using Ring = uint16_t;
+    using Wide = int32_t;
     using Weight = int16_t;
     static constexpr int samples = 2, weights = 1;
 
     static void weigh(double fraction, Weight* w) { w[0] = fixedWeight(fraction); }
     static Ring whole(T a) { return Ring(a * one >> acrossShift); }
     static Ring across(T a, T b, Weight w) { return Ring((a * (one - w) + b * w) >> acrossShift); }
-    static T wholeDown(Ring a) { return T(a * one >> downShift); }
-    static T down(Ring a, Ring b, Weight w) { return T((b * w + a * (one - w)) >> downShift); }
+    static int32_t between(int32_t a, int32_t b, const Weight* w) { return b * w[0] + a * (one - w[0]); }
+    static T result(int32_t sum) { return T(sum >> downShift); }
+    static T wholeDown(Ring a) { return result(a * one); }
 };
 using ZoomLinear8 = FixedLinear<uint8_t, 8, 20>;
 using ZoomLinear16 = FixedLinear<uint16_t, 14, 14>;
@@ -39,31 +42,23 @@ using ZoomLinear16 = FixedLinear<uint16_t, 14, 14>;
 struct ZoomLinearReal {
     using Value = float;
     using Ring = float;
+    using Wide = double;
     using Weight = float;
     static constexpr int samples = 2, weights = 1;
 
     static void weigh(double fraction, Weight* w) { w[0] = float(fraction); }
     static float whole(float a) { return a; }
     static float across(float a, float b, float w) { return float(a + (double(b) - a) * w); }
+    static double between(double a, double b, const Weight* w) { return a + (b - a) * w[0]; }
+    static float result(double value) { return float(value); }
     static float wholeDown(float a) { return a; }
-    static float down(float a, float b, float w) { return across(a, b, w); }
 };
-
-// A result in double precision as a value: of integers nearly what is left without the fraction.
-template <class T>
-inline T zoomed(double value)
-{
-    if constexpr (sizeof(T) < 4)
-        return ownRounded<T>(value + indexBias);
-    else
-        return T(value);
-}
 
 // The cubic through four samples, by Newton's differences: those of integers are exact.
 template <class Sample>
-inline double newton(Sample a, Sample b, Sample c, Sample d, double w1, double m, double n)
+inline auto newton(Sample a, Sample b, Sample c, Sample d, double w1, double m, double n)
 {
-    Sample d1 = b - a, d2 = c - b - d1, d3 = b - 2 * c + d - d2;
+    const Sample d1 = b - a, d2 = c - b - d1, d3 = b - (c + c) + d - d2;
     return a + d1 * w1 + d2 * m + d3 * n;
 }
 
@@ -71,6 +66,7 @@ template <class T>
 struct ZoomCubic {
     using Value = T;
     using Ring = float;
+    using Wide = double;
     using Weight = double;
     using Sample = std::conditional_t<sizeof(T) < 4, int32_t, double>;
     static constexpr int samples = 4, weights = 3;
@@ -88,75 +84,100 @@ struct ZoomCubic {
     {
         return float(newton<Sample>(a, b, c, d, w1, m, n));
     }
-    static T wholeDown(float a) { return zoomed<T>(a); }
-    static T down(float a, float b, float c, float d, double w1, double m, double n)
+    template <class Real>
+    static Real between(Real a, Real b, Real c, Real d, const Weight* w)
     {
-        return zoomed<T>(newton<double>(a, b, c, d, w1, m, n));
+        return newton(a, b, c, d, w[0], w[1], w[2]);
     }
+    static T wholeDown(float a) { return result(a); }
+    // Of integers nearly what is left without the fraction. What becomes of them lies far within 32 bits.
+    static T result(double value)
+    {
+        if constexpr (sizeof(T) < 4)
+            return ownSaturated<T>(int32_t(__builtin_irint(value + indexBias)));
+        else
+            return T(value);
+    }
+#if defined(__AVX2__)
+    static __m128i results(__m256d values)
+    {
+        return _mm256_cvtpd_epi32(values + indexBias);
+    }
+#endif
 };
 
 // ---- Methods of orvDecimate ---------------------------------------------------------------------------------------
 
 template <class T>
-inline T decimated(double value)
-{
-    if constexpr (sizeof(T) < 4)
-        return ownTruncated<T>(value);
-    else
-        return T(value);
-}
-
-template <class T>
-struct DecimateLinear {
+struct Decimated {
     using Value = T;
     using Ring = double;
+    using Wide = double;
     using Weight = double;
+
+    static double whole(T a) { return double(a); }
+    static T wholeDown(double a) { return result(a); }
+    static T result(double value)
+    {
+        if constexpr (sizeof(T) < 4)
+            return ownSaturated<T>(int32_t(value));
+        else
+            return T(value);
+    }
+#if defined(__AVX2__)
+    static __m128i results(__m256d values)
+    {
+        return _mm256_cvttpd_epi32(values);
+    }
+#endif
+};
+
+template <class T>
+struct DecimateLinear : Decimated<T> {
     static constexpr int samples = 2, weights = 2;
 
-    static void weigh(double fraction, Weight* w)
+    static void weigh(double fraction, double* w)
     {
         w[0] = 1 - fraction;
         w[1] = fraction;
     }
-    static double whole(T a) { return double(a); }
     static double across(T a, T b, double w0, double w1) { return w0 * a + w1 * b; }
-    static T wholeDown(double a) { return decimated<T>(a); }
-    static T down(double a, double b, double w0, double w1) { return decimated<T>(w0 * a + w1 * b); }
+    template <class Real>
+    static Real between(Real a, Real b, const double* w)
+    {
+        return w[0] * a + w[1] * b;
+    }
 };
 
 // The cubic through four samples, by its coefficients: those of integers are exact. The sixth being a float, flat areas come
 // out a little higher than they are, which keeps whole numbers from falling below themselves.
 template <class Sample>
-inline double polynomial(Sample a, Sample b, Sample c, Sample d, double t, double t2, double t3)
+inline auto polynomial(Sample a, Sample b, Sample c, Sample d, double t, double t2, double t3)
 {
     constexpr double sixth = 1.0f / 6.0f;
-    Sample c1 = 6 * c - 2 * a - 3 * b - d, c2 = 3 * a - 6 * b + 3 * c, c3 = 3 * b - a - 3 * c + d;
+    const Sample c1 = 6 * c - 2 * a - 3 * b - d, c2 = 3 * a - 6 * b + 3 * c, c3 = 3 * b - a - 3 * c + d;
     return (6 * b + t * c1 + t2 * c2 + t3 * c3) * sixth;
 }
 
 template <class T>
-struct DecimateCubic {
-    using Value = T;
-    using Ring = double;
-    using Weight = double;
+struct DecimateCubic : Decimated<T> {
     using Sample = std::conditional_t<sizeof(T) < 4, int32_t, double>;
     static constexpr int samples = 4, weights = 3;
 
-    static void weigh(double t, Weight* w)
+    static void weigh(double t, double* w)
     {
         w[0] = t;
         w[1] = t * t;
         w[2] = t * t * t;
     }
-    static double whole(T a) { return double(a); }
     static double across(T a, T b, T c, T d, double t, double t2, double t3)
     {
         return polynomial<Sample>(a, b, c, d, t, t2, t3);
     }
-    static T wholeDown(double a) { return decimated<T>(a); }
-    static T down(double a, double b, double c, double d, double t, double t2, double t3)
+    template <class Real>
+    static Real between(Real a, Real b, Real c, Real d, const double* w)
     {
-        return decimated<T>(polynomial<double>(a, b, c, d, t, t2, t3));
+        return polynomial(a, b, c, d, w[0], w[1], w[2]);
     }
 };
 
@@ -168,10 +189,9 @@ struct Table {
     typename M::Weight* weights[M::weights];
     typename M::Value* samples[M::samples];
     // For weights in fixed point:
-    Shuffle pairs;      // brings the two samples of a value side by side
-    bool below;         // one of the weights is below 0
-    int16_t* quarters;  // four times the weight, or so much less than that of the second sample
-    int16_t* nearest;   // multiplies both samples by 64 or 0
+    bool below;        // one of the weights is below 0
+    Shuffle pairs;     // brings the two samples of a value side by side
+    int16_t* factors;  // of the pairs
 };
 
 template <class M>
@@ -195,39 +215,28 @@ int64_t tableBytes(const OwnScaleColumns& columns)
 
 #if defined(__AVX2__)
 
-// Where the bytes of both samples of each value stand.
-const int32_t* bytesOfPairs(const OwnScaleColumns& columns, int valueBytes, Memory& memory)
+// Where the bytes of both samples of each value stand; the nearer of two bytes comes first.
+template <class M>
+const int32_t* bytesOfPairs(const OwnScaleColumns& columns, const Table<M>& table, Memory& memory)
 {
+    using Weight = typename M::Weight;
+    constexpr int bytes = sizeof(typename M::Value);
     const ptrdiff_t lanes = columns.lanes;
-    auto* from = memory.take<int32_t>(columns.values() * 2 * valueBytes);
+    auto* from = memory.take<int32_t>(columns.values() * 2 * bytes);
     int32_t* next = from;
+    const Weight* weights = table.weights[0];
     for (ptrdiff_t i = 0; i < columns.count; ++i)
-        for (ptrdiff_t k = 0; k < lanes; ++k)
-            for (ptrdiff_t sample = 0; sample < 2; ++sample)
-                for (ptrdiff_t byte = 0; byte < valueBytes; ++byte)
-                    *next++ = int32_t(((columns.index[i] - columns.base + sample) * lanes + k) * valueBytes + byte);
+        for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+            const bool swapped = bytes == 1 && weights[i * lanes + lane] > one / 2;
+            const auto value = int32_t((columns.index[i] - columns.base + swapped) * lanes + lane);
+            const auto other = int32_t(value + (swapped ? -lanes : lanes));
+            for (int byte = 0; byte < bytes; ++byte) {
+                next[byte] = value * bytes + byte;
+                next[bytes + byte] = other * bytes + byte;
+            }
+            next += 2 * bytes;
+        }
     return from;
-}
-
-// What both samples of each value are multiplied by.
-void makePairs(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
-{
-    table.quarters = memory.take<int16_t>(n);
-    table.nearest = memory.take<int16_t>(n);
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        int32_t w = table.weights[0][i];
-        table.quarters[i] = int16_t(w * 4);
-        table.nearest[i] = w < one / 2 ? 64 : 64 << 8;
-    }
-}
-
-void makePairs(Table<ZoomLinear16>& table, Memory& memory, ptrdiff_t n)
-{
-    table.quarters = memory.take<int16_t>(n * 2);
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        table.quarters[i * 2] = int16_t(one - table.weights[0][i]);
-        table.quarters[i * 2 + 1] = table.weights[0][i];
-    }
 }
 
 inline __m256i wordsAt(const int16_t* words, ptrdiff_t i)
@@ -235,38 +244,49 @@ inline __m256i wordsAt(const int16_t* words, ptrdiff_t i)
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(words + i));
 }
 
-// Sixteen values at a time. With a and b the samples, 64 a + (64 (b - a) 4 w >> 16) is what the weights make of them; a weight
-// whose quadruple would not fit begins at b.
+// Sixteen values at a time. With a the nearer sample and b the other, 64 a + (64 (a - b) f >> 16) is what the weights make of
+// them; f is four times the weight of b, negative, which fits 16 bits.
+void makeFactors(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
+{
+    table.factors = memory.take<int16_t>(n);
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        const int32_t w = table.weights[0][i];
+        table.factors[i] = int16_t(w > one / 2 ? 4 * (w - one) : -4 * w);
+    }
+}
+
 void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear8>& table, const uint8_t* src, uint16_t* ring)
 {
-    withLoads(table.pairs, [&]<int loads>() {
-        const Shuffle pairs = table.pairs;
-        const __m256i slope = _mm256_set1_epi16(int16_t(0x40C0));
-        for (ptrdiff_t i = 0; i < pairs.vectors; ++i) {
-            const ptrdiff_t at = vectorStart(i, columns.values() * 2) / 2;
-            __m256i samples = shuffled<loads>(pairs, i, src);
-            __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(samples, slope), wordsAt(table.quarters, at));
-            __m256i from = _mm256_maddubs_epi16(samples, wordsAt(table.nearest, at));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring + at), _mm256_add_epi16(from, part));
-        }
+    const __m256i slope = _mm256_set1_epi16(int16_t(0xC040)), nearer = _mm256_set1_epi16(0x0040);
+    const int16_t* factors = table.factors;
+    runShuffle<uint16_t>(table.pairs, src, columns.values(), [=](__m256i pairs, ptrdiff_t i) {
+        __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(pairs, slope), wordsAt(factors, i));
+        __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(pairs, nearer), part);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring + i), sum);
     });
 }
 
 // Eight values at a time, as signed words, which makes the sum less by 32768 times the weights.
+void makeFactors(Table<ZoomLinear16>& table, Memory& memory, ptrdiff_t n)
+{
+    table.factors = memory.take<int16_t>(n * 2);
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        table.factors[i * 2] = int16_t(one - table.weights[0][i]);
+        table.factors[i * 2 + 1] = table.weights[0][i];
+    }
+}
+
 void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear16>& table, const uint8_t* src, uint16_t* ring)
 {
-    withLoads(table.pairs, [&]<int loads>() {
-        const Shuffle pairs = table.pairs;
-        const __m256i sign = _mm256_set1_epi16(INT16_MIN), back = _mm256_set1_epi32(32768 * one);
-        const __m256i low = _mm256_set1_epi32(0xFFFF);
-        for (ptrdiff_t i = 0; i < pairs.vectors; ++i) {
-            const ptrdiff_t at = vectorStart(i, columns.values() * 4) / 4;
-            __m256i samples = _mm256_xor_si256(shuffled<loads>(pairs, i, src), sign);
-            __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(samples, wordsAt(table.quarters, at * 2)), back);
-            sum = _mm256_and_si256(_mm256_srai_epi32(sum, 14), low);
-            __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(ring + at), _mm256_castsi256_si128(words));
-        }
+    const __m256i sign = _mm256_set1_epi16(INT16_MIN), back = _mm256_set1_epi32(32768 * one);
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    const int16_t* factors = table.factors;
+    runShuffle<uint32_t>(table.pairs, src, columns.values(), [=](__m256i pairs, ptrdiff_t i) {
+        __m256i samples = _mm256_xor_si256(pairs, sign);
+        __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(samples, wordsAt(factors, i * 2)), back);
+        sum = _mm256_and_si256(_mm256_srai_epi32(sum, 14), low);
+        __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(ring + i), _mm256_castsi256_si128(words));
     });
 }
 
@@ -285,24 +305,28 @@ void prepare(const OwnScaleColumns& columns)
         samples = memory.take<typename M::Value>(n);
     for (auto& weights : table.weights)
         weights = memory.take<Weight>(n);
-    makePick(table.pick, memory, columns, bytes);
-    if (columns.samples == 1)
-        return;
-    for (ptrdiff_t i = 0; i < columns.count; ++i) {
+    bool below = false;
+    for (ptrdiff_t i = 0; i < columns.count && columns.samples > 1; ++i) {
         Weight w[M::weights];
         M::weigh(columns.fraction[i], w);
-        table.below = table.below || w[0] < 0;
+        below |= w[0] < 0;
         for (int k = 0; k < M::weights; ++k)
             for (ptrdiff_t lane = 0; lane < lanes; ++lane)
                 table.weights[k][i * lanes + lane] = w[k];
     }
+    table.below = below;
 #if defined(__AVX2__)
     if constexpr (isFixed<M>) {
-        makePairs(table, memory, n);
-        makeShuffle(table.pairs, memory, bytesOfPairs(columns, bytes, memory), n * 2 * bytes,
-                    columns.sourceCount * lanes * bytes);
+        if (columns.samples > 1) {
+            makeFactors(table, memory, n);
+            makeShuffle(table.pairs, memory, bytesOfPairs(columns, table, memory), n * 2 * bytes,
+                        columns.sourceCount * lanes * bytes);
+        }
+        if (table.pairs.loads)
+            return;
     }
 #endif
+    makePick(table.pick, memory, columns, bytes);
 }
 
 template <class M>
@@ -358,54 +382,80 @@ void across(const OwnScaleColumns& columns, const void* src, void* to)
 
 // ---- The step across rows -----------------------------------------------------------------------------------------
 
-// Without weights below 0 the rows are at most 64 times the largest value, and the product with their difference fits: what
-// is cut off of the one sum is what is cut off of both parts.
-void downFixed(const uint16_t* __restrict a, const uint16_t* __restrict b, int32_t w, void* dst, ptrdiff_t n)
+// Without weights below 0 the rows are at most 64 times the largest value. The weights make of them the nearer row and a part
+// of its difference from the other, which the upper half of a product gives: four times the lesser weight, negative, fits
+// 16 bits.
+void downFixed(const uint16_t* a, const uint16_t* b, int32_t w, uint8_t* dst, ptrdiff_t n)
 {
-    if (w == one) {
-        a = b;
-        w = 0;
+    const bool swapped = w > one / 2;
+    const uint16_t* __restrict nearer = swapped ? b : a, * __restrict other = swapped ? a : b;
+    const auto factor = int16_t(swapped ? 4 * (w - one) : -4 * w);
+    auto plain = [=](ptrdiff_t i) {
+        auto part = int16_t((int16_t(nearer[i] - other[i]) * factor) >> 16);
+        return uint8_t(uint16_t(nearer[i] + part) >> 6);
+    };
+#if defined(__AVX2__)
+    const __m256i factors = _mm256_set1_epi16(factor);
+    auto sixteen = [=](ptrdiff_t i) {
+        const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(nearer + i));
+        const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(other + i));
+        __m256i part = _mm256_mulhi_epi16(_mm256_sub_epi16(first, second), factors);
+        return _mm256_srli_epi16(_mm256_add_epi16(first, part), 6);
+    };
+    auto store = [=](ptrdiff_t i) {
+        __m256i bytes = _mm256_packus_epi16(sixteen(i), sixteen(i + 16));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), _mm256_permute4x64_epi64(bytes, 0xD8));
+    };
+    if (n >= 32) {
+        for (ptrdiff_t i = 0; i < n - 32; i += 32)
+            store(i);
+        return store(n - 32);
     }
-    const auto twice = int16_t(w * 2);
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        auto difference = int16_t((b[i] - a[i]) * 2);
-        auto part = int16_t((difference * twice) >> 16);
-        ownStore(dst, i, uint8_t(uint16_t(a[i] + part) >> 6));
-    }
+#endif
+    for (ptrdiff_t i = 0; i < n; ++i)
+        dst[i] = plain(i);
 }
 
 template <class M>
 void down(const OwnScaleColumns& columns, const void* const* rows, int samples, double fraction, void* dst)
 {
-    using Ring = typename M::Ring;
+    using Value = typename M::Value;
+    using Wide = typename M::Wide;
     const ptrdiff_t n = columns.values();
-    const auto* a = static_cast<const Ring*>(rows[0]);
+    const typename M::Ring* row[M::samples] = {};
+    for (int i = 0; i < samples; ++i)
+        row[i] = static_cast<const typename M::Ring*>(rows[i]);
+    const auto* a = row[0];
     if (samples == 1) {
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
             ownStore(dst, i, M::wholeDown(a[i]));
         return;
     }
+    const auto *b = row[1], *c = row[M::samples - 2], *d = row[M::samples - 1];
     typename M::Weight w[M::weights];
     M::weigh(fraction, w);
-    const auto* b = static_cast<const Ring*>(rows[1]);
     if constexpr (std::is_same_v<M, ZoomLinear8>)
         if (!tableOf<M>(columns).below && w[0] >= 0)
-            return downFixed(a, b, w[0], dst, n);
-    if constexpr (M::samples == 2) {
-#pragma GCC ivdep
-        for (ptrdiff_t i = 0; i < n; ++i)
-            if constexpr (M::weights == 1)
-                ownStore(dst, i, M::down(a[i], b[i], w[0]));
+            return downFixed(a, b, w[0], static_cast<uint8_t*>(dst), n);
+#if defined(__AVX2__)
+    if constexpr (!isFixed<M> && sizeof(Value) < 4) {
+        auto four = [=](ptrdiff_t i) {
+            if constexpr (M::samples == 2)
+                return M::results(M::between(realsAt(a, i), realsAt(b, i), w));
             else
-                ownStore(dst, i, M::down(a[i], b[i], w[0], w[1]));
-    } else {
-        const auto* c = static_cast<const Ring*>(rows[2]);
-        const auto* d = static_cast<const Ring*>(rows[3]);
-#pragma GCC ivdep
-        for (ptrdiff_t i = 0; i < n; ++i)
-            ownStore(dst, i, M::down(a[i], b[i], c[i], d[i], w[0], w[1], w[2]));
+                return M::results(M::between(realsAt(a, i), realsAt(b, i), realsAt(c, i), realsAt(d, i), w));
+        };
+        if (storeFours<Value>(dst, n, four))
+            return;
     }
+#endif
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        if constexpr (M::samples == 2)
+            ownStore<Value>(dst, i, M::result(M::between(Wide(a[i]), Wide(b[i]), w)));
+        else
+            ownStore<Value>(dst, i, M::result(M::between(Wide(a[i]), Wide(b[i]), Wide(c[i]), Wide(d[i]), w)));
 }
 
 template <class M>
