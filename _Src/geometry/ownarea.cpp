@@ -1,10 +1,7 @@
 #include "ownarea.h"
 
-#include <cstring>
-
 #include "../core/ownlines.h"
 #include "kernels/ownarea.h"
-#include "kernels/ownbox.h"
 
 namespace {
 
@@ -28,9 +25,8 @@ public:
           block(part),
           across(call.x->need({block.x, block.width})),
           down(call.y->need({block.y, block.height})),
-          lines(src, dst, nullptr, {0, 0, 0, 0}, 1, 1),
+          lines(src, dst, nullptr, {0, 0, 0, 0}, ownAreaRows, 1),
           depth(ownDepthIndex(dst.depth)),
-          kernel(ownAreaKernels().depths[depth]),
           isExact(sumsAreExact(call, dst.depth))
     {
     }
@@ -43,38 +39,7 @@ private:
     OwnSpan across, down;  // what the block needs
     OwnLines lines;
     OwnDepthIndex depth;
-    const OwnAreaKernel& kernel;
     bool isExact;
-
-    // Means of whole pixels: the sums of rows come first.
-    bool makeWhole()
-    {
-        const int32_t pixels = call.x->most, rows = call.y->most;
-        const bool narrow = depth != OWN_16U && rows <= UINT16_MAX / UINT8_MAX;
-        const OwnBoxKernel& add = narrow ? ownBoxKernels().bits16[depth] : ownBoxKernels().bits32[depth];
-        const ptrdiff_t values = ptrdiff_t(across.count) * lines.step();
-        OwnScratch<uint8_t> sums(int64_t{values} * add.sumBytes);
-        if (!sums)
-            return false;
-        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
-            lines.begin(pass);
-            for (int32_t y = 0; y < block.height; ++y) {
-                memset(sums.data, 0, size_t(values) * size_t(add.sumBytes));
-                for (int32_t row = 0; row < rows; ++row)
-                    add.add(lines.source(y * rows + row, 0), sums.data, values, 1);
-                const void* all = sums.data;
-                void* to = lines.target(y, 0);
-                if (narrow)
-                    kernel.store16(static_cast<const uint16_t*>(all), pixels, lines.step(), call.scale, to,
-                                   block.width);
-                else
-                    kernel.store32(static_cast<const uint32_t*>(all), pixels, lines.step(), call.scale, to,
-                                   block.width);
-                lines.store(y, 1);
-            }
-        }
-        return true;
-    }
 
     OwnAreaColumns columns() const
     {
@@ -93,31 +58,96 @@ private:
         return columns;
     }
 
-    bool makeCut()
+    // Means of whole pixels: the sums of rows come first.
+    bool makeWhole()
     {
+        if (depth == OWN_8U && lines.step() == 1 && call.x->most == 2 && call.y->most == 2)
+            return halve();
+        const int32_t rows = call.y->most;
+        const OwnAreaKernels& kernels = ownAreaKernels();
+        const bool narrow = depth != OWN_16U && rows <= UINT16_MAX / UINT8_MAX;
+        const OwnWholeKernel& kernel = narrow ? kernels.whole16[depth] : kernels.whole32[depth];
         OwnAreaColumns cells = columns();
-        OwnScratch<uint8_t> table(kernel.tableBytes(cells));
-        OwnScratch<float> line(cells.values()), sums(cells.values());
-        if (!table || !line || !sums)
+        const ptrdiff_t values = ptrdiff_t(across.count) * lines.step();
+        OwnScratch<uint8_t> sums(int64_t{values} * kernel.sumBytes), table(kernel.tableBytes(cells));
+        if (!sums || !table)
             return false;
         cells.table = table.data;
         kernel.prepare(cells);
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
-            int32_t held = INT32_MIN;  // the row whose sums `line` has: neighbouring cells share one
+            for (int32_t y = 0; y < block.height; ++y) {
+                for (int32_t done = 0; done < rows; done += ownAreaRows) {
+                    const void* some[ownAreaRows];
+                    const int count = ownMin(ownAreaRows, rows - done);
+                    for (int i = 0; i < count; ++i)
+                        some[i] = lines.source(y * rows + done + i, i);
+                    kernel.sum(some, count, done == 0, sums.data, values);
+                }
+                kernel.store(cells, sums.data, call.scale, lines.target(y, 0));
+                lines.store(y, 1);
+            }
+        }
+        return true;
+    }
+
+    bool halve()
+    {
+        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+            lines.begin(pass);
+            for (int32_t y = 0; y < block.height; ++y) {
+                const auto* upper = static_cast<const uint8_t*>(lines.source(y * 2, 0));
+                const auto* lower = static_cast<const uint8_t*>(lines.source(y * 2 + 1, 1));
+                ownAreaKernels().halve(upper, lower, static_cast<uint8_t*>(lines.target(y, 0)), block.width);
+                lines.store(y, 1);
+            }
+        }
+        return true;
+    }
+
+    float rowWeight(int32_t cell, int32_t row) const
+    {
+        const OwnAreaAxis& y = *call.y;
+        return row == 0 ? y.firstWeight.data[cell] : row == y.pixels.data[cell] - 1 ? y.lastWeight.data[cell] : 1.0f;
+    }
+
+    // The sums of neighbouring cells share rows, which stay in a ring of lines. Cells of many rows are summed in a line of
+    // their own.
+    bool makeCut()
+    {
+        const OwnAreaKernel& kernel = ownAreaKernels().cut[depth];
+        OwnAreaColumns cells = columns();
+        const ptrdiff_t n = cells.values();
+        OwnScratch<uint8_t> table(kernel.tableBytes(cells));
+        OwnScratch<float> ring(int64_t{n} * ownAreaRows), sums(n);
+        if (!table || !ring || !sums)
+            return false;
+        cells.table = table.data;
+        kernel.prepare(cells);
+        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+            lines.begin(pass);
+            int32_t held[ownAreaRows] = {-1, -1, -1, -1};  // the rows in the ring
+            auto line = [&](int32_t row) {
+                const int32_t place = row - down.first, slot = place % ownAreaRows;
+                float* sum = ring.data + slot * n;
+                if (held[slot] != place)
+                    kernel.across(cells, lines.source(place, 0), sum);
+                held[slot] = place;
+                return static_cast<const float*>(sum);
+            };
             for (int32_t y = 0; y < block.height; ++y) {
                 const int32_t cell = block.y + y, first = call.y->index.data[cell], rows = call.y->pixels.data[cell];
-                memset(sums.data, 0, size_t(cells.values()) * sizeof(float));
-                for (int32_t row = 0; row < rows; ++row) {
-                    if (held != first + row)
-                        kernel.across(cells, lines.source(first + row - down.first, 0), line.data);
-                    held = first + row;
-                    const float weight = row == 0          ? call.y->firstWeight.data[cell]
-                                         : row == rows - 1 ? call.y->lastWeight.data[cell]
-                                                           : 1.0f;
-                    ownAreaKernels().add(line.data, weight, sums.data, cells.values());
-                }
-                kernel.store(sums.data, call.scale, lines.target(y, 0), cells.values());
+                const float* some[ownAreaRows] = {sums.data};
+                float weights[ownAreaRows] = {1};
+                const bool few = rows <= ownAreaRows;
+                for (int32_t row = 0; row < rows; ++row)
+                    if (few) {
+                        some[row] = line(first + row);
+                        weights[row] = rowWeight(cell, row);
+                    } else {
+                        ownAreaKernels().add(line(first + row), rowWeight(cell, row), row == 0, sums.data, n);
+                    }
+                kernel.store(some, weights, few ? rows : 1, call.scale, lines.target(y, 0), n);
                 lines.store(y, 1);
             }
         }

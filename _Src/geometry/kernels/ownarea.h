@@ -4,6 +4,9 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
+// The most rows that a kernel takes at a time.
+constexpr int ownAreaRows = 4;
+
 // The cells along a row. All pixels of a cell but the first and the last weigh 1.
 struct OwnAreaColumns {
     ptrdiff_t count;        // cells
@@ -19,22 +22,33 @@ struct OwnAreaColumns {
     ptrdiff_t values() const { return count * lanes; }
 };
 
+// Cells that may cut pixels: sums are floats.
 struct OwnAreaKernel {
     int64_t (*tableBytes)(const OwnAreaColumns& columns);
     void (*prepare)(const OwnAreaColumns& columns);
     // The sums of the cells in one row, added up from left to right.
     void (*across)(const OwnAreaColumns& columns, const void* src, float* sums);
-    // Means of n sums: integers are rounded to nearest, halves upward; bits are 0 or 255.
-    void (*store)(const float* sums, double scale, void* dst, ptrdiff_t n);
-    // Means of whole pixels, whose sums over rows are given in 16 or 32 bits: of `pixels` pixels side by side.
-    void (*store16)(const uint16_t* sums, ptrdiff_t pixels, ptrdiff_t lanes, double scale, void* dst, ptrdiff_t count);
-    void (*store32)(const uint32_t* sums, ptrdiff_t pixels, ptrdiff_t lanes, double scale, void* dst, ptrdiff_t count);
+    // Means of n sums of `count` rows with their weights: integers are rounded to nearest, halves upward; bits are 0 or 255.
+    void (*store)(const float* const* rows, const float* weights, int count, double scale, void* dst, ptrdiff_t n);
+};
+
+// Cells of whole pixels, `most` by as many rows, whose sums are integers that a float holds: rows come first.
+struct OwnWholeKernel {
+    int sumBytes;
+    int64_t (*tableBytes)(const OwnAreaColumns& columns);
+    void (*prepare)(const OwnAreaColumns& columns);
+    // Adds `count` rows of n values to sums, or, if they are the first, stores their sums.
+    void (*sum)(const void* const* rows, int count, bool first, void* sums, ptrdiff_t n);
+    void (*store)(const OwnAreaColumns& columns, const void* sums, double scale, void* dst);
 };
 
 struct OwnAreaKernels {
-    // sums[i] += row[i] * weight, for n values.
-    void (*add)(const float* row, float weight, float* sums, ptrdiff_t n);
-    OwnAreaKernel depths[OWN_DEPTHS];  // 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F
+    // sums[i] += row[i] * weight, for n values, or, if the row is the first, row[i] * weight.
+    void (*add)(const float* row, float weight, bool first, float* sums, ptrdiff_t n);
+    OwnAreaKernel cut[OWN_DEPTHS];                            // 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F
+    OwnWholeKernel whole16[OWN_DEPTHS], whole32[OWN_DEPTHS];  // by the bits of the sums; none for 32F
+    // Means of two by two values of 8U.
+    void (*halve)(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, ptrdiff_t n);
 };
 
 OWN_KERNEL_TABLE(OwnAreaKernels, ownAreaKernels)

@@ -15,6 +15,33 @@ inline __m256d realsAt(const double* p, ptrdiff_t i)
     return _mm256_loadu_pd(p + i);
 }
 
+// Integers as numbers.
+inline __m256d realsAt(const uint8_t* p, ptrdiff_t i)
+{
+    return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_loadu_si32(p + i)));
+}
+inline __m256d realsAt(const uint16_t* p, ptrdiff_t i)
+{
+    return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + i))));
+}
+inline __m256 eightAt(const uint8_t* p)
+{
+    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
+}
+inline __m256 eightAt(const uint16_t* p)
+{
+    return _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))));
+}
+
+inline void storeReals(float* p, ptrdiff_t i, __m256d values)
+{
+    _mm_storeu_ps(p + i, _mm256_cvtpd_ps(values));
+}
+inline void storeReals(double* p, ptrdiff_t i, __m256d values)
+{
+    _mm256_storeu_pd(p + i, values);
+}
+
 // Stores n values; four(i) answers values i to i + 3 as integers, which are cut to the type's range. The last vector overlaps
 // the one before it. False if there are fewer values than a vector has.
 template <class T, class Four>

@@ -30,11 +30,10 @@ struct FixedLinear {
     static constexpr int samples = 2, weights = 1;
 
     static void weigh(double fraction, Weight* w) { w[0] = fixedWeight(fraction); }
-    static Ring whole(T a) { return Ring(a * one >> acrossShift); }
-    static Ring across(T a, T b, Weight w) { return Ring((a * (one - w) + b * w) >> acrossShift); }
-    static int32_t between(int32_t a, int32_t b, const Weight* w) { return b * w[0] + a * (one - w[0]); }
+    static int32_t between(int32_t a, int32_t b, const Weight* w) { return a * (one - w[0]) + b * w[0]; }
+    static int32_t whole(int32_t a) { return a * one; }
+    static Ring kept(int32_t sum) { return Ring(sum >> acrossShift); }
     static T result(int32_t sum) { return T(sum >> downShift); }
-    static T wholeDown(Ring a) { return result(a * one); }
 };
 using ZoomLinear8 = FixedLinear<uint8_t, 8, 20>;
 using ZoomLinear16 = FixedLinear<uint16_t, 14, 14>;
@@ -47,28 +46,23 @@ struct ZoomLinearReal {
     static constexpr int samples = 2, weights = 1;
 
     static void weigh(double fraction, Weight* w) { w[0] = float(fraction); }
-    static float whole(float a) { return a; }
-    static float across(float a, float b, float w) { return float(a + (double(b) - a) * w); }
-    static double between(double a, double b, const Weight* w) { return a + (b - a) * w[0]; }
+    template <class Real, class W>
+    static Real between(Real a, Real b, const W* w)
+    {
+        return a + (b - a) * w[0];
+    }
+    static double whole(double a) { return a; }
+    static float kept(double value) { return float(value); }
     static float result(double value) { return float(value); }
-    static float wholeDown(float a) { return a; }
 };
 
-// The cubic through four samples, by Newton's differences: those of integers are exact.
-template <class Sample>
-inline auto newton(Sample a, Sample b, Sample c, Sample d, double w1, double m, double n)
-{
-    const Sample d1 = b - a, d2 = c - b - d1, d3 = b - (c + c) + d - d2;
-    return a + d1 * w1 + d2 * m + d3 * n;
-}
-
+// The cubic through four samples, by Newton's differences.
 template <class T>
 struct ZoomCubic {
     using Value = T;
     using Ring = float;
     using Wide = double;
     using Weight = double;
-    using Sample = std::conditional_t<sizeof(T) < 4, int32_t, double>;
     static constexpr int samples = 4, weights = 3;
 
     static void weigh(double fraction, Weight* w)
@@ -79,17 +73,14 @@ struct ZoomCubic {
         w[1] = position * (position + 1) * 0.5;
         w[2] = (position - 1) * w[1] * third;
     }
-    static float whole(T a) { return float(a); }
-    static float across(T a, T b, T c, T d, double w1, double m, double n)
+    template <class Real, class W>
+    static Real between(Real a, Real b, Real c, Real d, const W* w)
     {
-        return float(newton<Sample>(a, b, c, d, w1, m, n));
+        const Real d1 = b - a, d2 = c - b - d1, d3 = b - (c + c) + d - d2;
+        return a + d1 * w[0] + d2 * w[1] + d3 * w[2];
     }
-    template <class Real>
-    static Real between(Real a, Real b, Real c, Real d, const Weight* w)
-    {
-        return newton(a, b, c, d, w[0], w[1], w[2]);
-    }
-    static T wholeDown(float a) { return result(a); }
+    static double whole(double a) { return a; }
+    static float kept(double value) { return float(value); }
     // Of integers nearly what is left without the fraction. What becomes of them lies far within 32 bits.
     static T result(double value)
     {
@@ -115,8 +106,8 @@ struct Decimated {
     using Wide = double;
     using Weight = double;
 
-    static double whole(T a) { return double(a); }
-    static T wholeDown(double a) { return result(a); }
+    static double whole(double a) { return a; }
+    static double kept(double value) { return value; }
     static T result(double value)
     {
         if constexpr (sizeof(T) < 4)
@@ -141,27 +132,17 @@ struct DecimateLinear : Decimated<T> {
         w[0] = 1 - fraction;
         w[1] = fraction;
     }
-    static double across(T a, T b, double w0, double w1) { return w0 * a + w1 * b; }
-    template <class Real>
-    static Real between(Real a, Real b, const double* w)
+    template <class Real, class W>
+    static Real between(Real a, Real b, const W* w)
     {
         return w[0] * a + w[1] * b;
     }
 };
 
-// The cubic through four samples, by its coefficients: those of integers are exact. The sixth being a float, flat areas come
-// out a little higher than they are, which keeps whole numbers from falling below themselves.
-template <class Sample>
-inline auto polynomial(Sample a, Sample b, Sample c, Sample d, double t, double t2, double t3)
-{
-    constexpr double sixth = 1.0f / 6.0f;
-    const Sample c1 = 6 * c - 2 * a - 3 * b - d, c2 = 3 * a - 6 * b + 3 * c, c3 = 3 * b - a - 3 * c + d;
-    return (6 * b + t * c1 + t2 * c2 + t3 * c3) * sixth;
-}
-
+// The cubic through four samples, by its coefficients. The sixth being a float, flat areas come out a little higher than they
+// are, which keeps whole numbers from falling below themselves.
 template <class T>
 struct DecimateCubic : Decimated<T> {
-    using Sample = std::conditional_t<sizeof(T) < 4, int32_t, double>;
     static constexpr int samples = 4, weights = 3;
 
     static void weigh(double t, double* w)
@@ -170,14 +151,12 @@ struct DecimateCubic : Decimated<T> {
         w[1] = t * t;
         w[2] = t * t * t;
     }
-    static double across(T a, T b, T c, T d, double t, double t2, double t3)
+    template <class Real, class W>
+    static Real between(Real a, Real b, Real c, Real d, const W* w)
     {
-        return polynomial<Sample>(a, b, c, d, t, t2, t3);
-    }
-    template <class Real>
-    static Real between(Real a, Real b, Real c, Real d, const double* w)
-    {
-        return polynomial(a, b, c, d, w[0], w[1], w[2]);
+        constexpr double sixth = 1.0f / 6.0f;
+        const Real c1 = c * 6 - a * 2 - b * 3 - d, c2 = a * 3 - b * 6 + c * 3, c3 = b * 3 - a - c * 3 + d;
+        return (b * 6 + w[0] * c1 + w[1] * c2 + w[2] * c3) * sixth;
     }
 };
 
@@ -329,27 +308,60 @@ void prepare(const OwnScaleColumns& columns)
     makePick(table.pick, memory, columns, bytes);
 }
 
+// The rows of two or four samples.
+template <class M, class T>
+struct Rows {
+    const T *a, *b, *c, *d;
+
+    explicit Rows(const T* const* rows) : a(rows[0]), b(rows[1]), c(rows[M::samples - 2]), d(rows[M::samples - 1]) {}
+
+    // What the samples at a place make; load(row, i) brings one of them, the weights are those of the place or of the row.
+    template <class Load, class W>
+    __attribute__((always_inline)) auto between(Load load, ptrdiff_t i, const W* w) const
+    {
+        if constexpr (M::samples == 2)
+            return M::between(load(a, i), load(b, i), w);
+        else
+            return M::between(load(a, i), load(b, i), load(c, i), load(d, i), w);
+    }
+    auto at(ptrdiff_t i, const typename M::Weight* w) const
+    {
+        return between([](const T* row, ptrdiff_t k) { return typename M::Wide(row[k]); }, i, w);
+    }
+#if defined(__AVX2__)
+    template <class W>
+    auto fourAt(ptrdiff_t i, const W* w) const
+    {
+        return between([](const T* row, ptrdiff_t k) { return realsAt(row, k); }, i, w);
+    }
+#endif
+};
+
 template <class M>
-void acrossSamples(const OwnScaleColumns& columns, const Table<M>& table, const void* src,
+void acrossSamples(const OwnScaleColumns& columns, const Table<M>& given, const void* src,
                    typename M::Ring* __restrict ring)
 {
+    using Value = typename M::Value;
+    const Table<M> table = given;
     const ptrdiff_t n = columns.values();
     for (int k = 0; k < columns.samples; ++k)
-        pickSample(table.pick, columns, sizeof(typename M::Value), src, k, table.samples[k]);
-    const auto *a = table.samples[0], *b = table.samples[1];
-    const auto* w0 = table.weights[0];
-    if constexpr (M::samples == 2 && M::weights == 1) {
-        for (ptrdiff_t i = 0; i < n; ++i)
-            ring[i] = M::across(a[i], b[i], w0[i]);
-    } else if constexpr (M::samples == 2) {
-        const auto* w1 = table.weights[1];
-        for (ptrdiff_t i = 0; i < n; ++i)
-            ring[i] = M::across(a[i], b[i], w0[i], w1[i]);
-    } else {
-        const auto *c = table.samples[2], *d = table.samples[3];
-        const auto *w1 = table.weights[1], *w2 = table.weights[2];
-        for (ptrdiff_t i = 0; i < n; ++i)
-            ring[i] = M::across(a[i], b[i], c[i], d[i], w0[i], w1[i], w2[i]);
+        pickSample(table.pick, columns, sizeof(Value), src, k, table.samples[k]);
+    const Rows<M, Value> rows(table.samples);
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    if constexpr (!isFixed<M>)
+        for (; i + 4 <= n; i += 4) {
+            __m256d w[M::weights];
+            for (int k = 0; k < M::weights; ++k)
+                w[k] = realsAt(table.weights[k], i);
+            storeReals(ring, i, rows.fourAt(i, w));
+        }
+#endif
+    for (; i < n; ++i) {
+        typename M::Weight w[M::weights];
+        for (int k = 0; k < M::weights; ++k)
+            w[k] = table.weights[k][i];
+        ring[i] = M::kept(rows.at(i, w));
     }
 }
 
@@ -363,7 +375,7 @@ void across(const OwnScaleColumns& columns, const void* src, void* to)
         const Value* samples = table.samples[0];
         pickSample(table.pick, columns, sizeof(Value), src, 0, table.samples[0]);
         for (ptrdiff_t i = 0; i < columns.values(); ++i)
-            ring[i] = M::whole(samples[i]);
+            ring[i] = M::kept(M::whole(samples[i]));
         return;
     }
 #if defined(__AVX2__)
@@ -377,7 +389,7 @@ void across(const OwnScaleColumns& columns, const void* src, void* to)
     acrossSamples<M>(columns, table, src, ring);
     if (columns.whole >= 0)
         for (ptrdiff_t lane = 0; lane < columns.lanes; ++lane)
-            ring[lane] = M::whole(ownLoad<Value>(src, columns.whole * columns.lanes + lane));
+            ring[lane] = M::kept(M::whole(ownLoad<Value>(src, columns.whole * columns.lanes + lane)));
 }
 
 // ---- The step across rows -----------------------------------------------------------------------------------------
@@ -417,45 +429,34 @@ void downFixed(const uint16_t* a, const uint16_t* b, int32_t w, uint8_t* dst, pt
 }
 
 template <class M>
-void down(const OwnScaleColumns& columns, const void* const* rows, int samples, double fraction, void* dst)
+void down(const OwnScaleColumns& columns, const void* const* given, int samples, double fraction, void* dst)
 {
     using Value = typename M::Value;
-    using Wide = typename M::Wide;
+    using Ring = typename M::Ring;
     const ptrdiff_t n = columns.values();
-    const typename M::Ring* row[M::samples] = {};
+    const Ring* ring[M::samples] = {};
     for (int i = 0; i < samples; ++i)
-        row[i] = static_cast<const typename M::Ring*>(rows[i]);
-    const auto* a = row[0];
+        ring[i] = static_cast<const Ring*>(given[i]);
+    const Rows<M, Ring> rows(ring);
     if (samples == 1) {
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
-            ownStore(dst, i, M::wholeDown(a[i]));
+            ownStore<Value>(dst, i, M::result(M::whole(rows.a[i])));
         return;
     }
-    const auto *b = row[1], *c = row[M::samples - 2], *d = row[M::samples - 1];
     typename M::Weight w[M::weights];
     M::weigh(fraction, w);
     if constexpr (std::is_same_v<M, ZoomLinear8>)
         if (!tableOf<M>(columns).below && w[0] >= 0)
-            return downFixed(a, b, w[0], static_cast<uint8_t*>(dst), n);
+            return downFixed(rows.a, rows.b, w[0], static_cast<uint8_t*>(dst), n);
 #if defined(__AVX2__)
-    if constexpr (!isFixed<M> && sizeof(Value) < 4) {
-        auto four = [=](ptrdiff_t i) {
-            if constexpr (M::samples == 2)
-                return M::results(M::between(realsAt(a, i), realsAt(b, i), w));
-            else
-                return M::results(M::between(realsAt(a, i), realsAt(b, i), realsAt(c, i), realsAt(d, i), w));
-        };
-        if (storeFours<Value>(dst, n, four))
+    if constexpr (!isFixed<M> && sizeof(Value) < 4)
+        if (storeFours<Value>(dst, n, [=](ptrdiff_t i) { return M::results(rows.fourAt(i, w)); }))
             return;
-    }
 #endif
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
-        if constexpr (M::samples == 2)
-            ownStore<Value>(dst, i, M::result(M::between(Wide(a[i]), Wide(b[i]), w)));
-        else
-            ownStore<Value>(dst, i, M::result(M::between(Wide(a[i]), Wide(b[i]), Wide(c[i]), Wide(d[i]), w)));
+        ownStore<Value>(dst, i, M::result(rows.at(i, w)));
 }
 
 template <class M>
