@@ -61,8 +61,10 @@ private:
     // Means of whole pixels: the sums of rows come first.
     bool makeWhole()
     {
-        if (depth == OWN_8U && lines.step() == 1 && call.x->most == 2 && call.y->most == 2)
-            return halve();
+        if (const OwnHalve halve = halfKernel()) {
+            makeHalf(halve);
+            return true;
+        }
         const int32_t rows = call.y->most;
         const OwnAreaKernels& kernels = ownAreaKernels();
         const bool narrow = depth != OWN_16U && rows <= UINT16_MAX / UINT8_MAX;
@@ -91,18 +93,25 @@ private:
         return true;
     }
 
-    bool halve()
+    OwnHalve halfKernel() const
+    {
+        if (call.x->most != 2 || call.y->most != 2 || lines.step() > 4)
+            return nullptr;
+        const OwnAreaKernels& kernels = ownAreaKernels();
+        return depth == OWN_8U    ? kernels.halve8[lines.step()]
+               : depth == OWN_16U ? kernels.halve16[lines.step()]
+                                  : nullptr;
+    }
+
+    void makeHalf(OwnHalve halve)
     {
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
             for (int32_t y = 0; y < block.height; ++y) {
-                const auto* upper = static_cast<const uint8_t*>(lines.source(y * 2, 0));
-                const auto* lower = static_cast<const uint8_t*>(lines.source(y * 2 + 1, 1));
-                ownAreaKernels().halve(upper, lower, static_cast<uint8_t*>(lines.target(y, 0)), block.width);
+                halve(lines.source(y * 2, 0), lines.source(y * 2 + 1, 1), lines.target(y, 0), block.width);
                 lines.store(y, 1);
             }
         }
-        return true;
     }
 
     float rowWeight(int32_t cell, int32_t row) const

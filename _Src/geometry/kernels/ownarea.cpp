@@ -322,24 +322,87 @@ struct WholeKernel {
     static constexpr OwnWholeKernel kernel = {sizeof(Sum), tableBytes, prepare, sum, store};
 };
 
-void halve(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, ptrdiff_t n)
+// ---- Halves -------------------------------------------------------------------------------------------------------
+
+// Pixels from `first` on.
+template <class T, int lanes>
+void halvePixels(const void* upper, const void* lower, void* dst, ptrdiff_t first, ptrdiff_t n)
 {
-    ptrdiff_t i = 0;
+    const OwnValues<T> a = {upper}, b = {lower};
+    for (ptrdiff_t i = first; i < n; ++i)
+        for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+            const ptrdiff_t left = i * 2 * lanes + lane, right = left + lanes;
+            ownStore(dst, i * lanes + lane, T((a[left] + a[right] + b[left] + b[right] + 2) >> 2));
+        }
+}
+
 #if defined(__AVX2__)
+
+inline __m256i vectorOf(const uint8_t* low, const uint8_t* high)
+{
+    return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(high), reinterpret_cast<const __m128i*>(low));
+}
+
+// Means, as words, of bytes: `order` brings those of two neighbouring pixels side by side.
+inline __m256i halved(__m256i a, __m256i b, __m256i order)
+{
     const __m256i ones = _mm256_set1_epi8(1), two = _mm256_set1_epi16(2);
-    auto sixteen = [=](ptrdiff_t at) {
-        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(upper + at));
-        const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lower + at));
-        __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(a, ones), _mm256_maddubs_epi16(b, ones));
-        return _mm256_srli_epi16(_mm256_add_epi16(sum, two), 2);
-    };
-    for (; i + 32 <= n; i += 32) {
-        __m256i bytes = _mm256_packus_epi16(sixteen(i * 2), sixteen(i * 2 + 32));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), _mm256_permute4x64_epi64(bytes, 0xD8));
+    a = _mm256_maddubs_epi16(_mm256_shuffle_epi8(a, order), ones);
+    b = _mm256_maddubs_epi16(_mm256_shuffle_epi8(b, order), ones);
+    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(a, b), two), 2);
+}
+
+// Of one value, or of four, which fill vectors. Answers how many pixels are done.
+template <int lanes>
+ptrdiff_t halveWhole(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t n)
+{
+    const __m256i order =
+        lanes == 1 ? _mm256_set_epi64x(0x0F0E0D0C0B0A0908, 0x0706050403020100, 0x0F0E0D0C0B0A0908, 0x0706050403020100)
+                   : _mm256_set_epi64x(0x0F0B0E0A0D090C08, 0x0703060205010400, 0x0F0B0E0A0D090C08, 0x0703060205010400);
+    ptrdiff_t i = 0;
+    for (; (i + 32 / lanes) <= n; i += 32 / lanes, a += 64, b += 64, d += 32) {
+        __m256i low = halved(vectorOf(a, a + 16), vectorOf(b, b + 16), order);
+        __m256i high = halved(vectorOf(a + 32, a + 48), vectorOf(b + 32, b + 48), order);
+        __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), bytes);
     }
+    return i;
+}
+
+// Of three values: four pixels in each half of a vector, and a rest that the next store covers.
+ptrdiff_t halveThirds(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t n)
+{
+    const __m256i order =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 9, 7, 10, 8, 11, -1, -1, -1, -1));
+    const __m256i close =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1));
+    ptrdiff_t i = 0;
+    for (; i + 10 <= n; i += 8, a += 48, b += 48, d += 24) {
+        __m256i even = halved(vectorOf(a, a + 24), vectorOf(b, b + 24), order);
+        __m256i odd = halved(vectorOf(a + 12, a + 36), vectorOf(b + 12, b + 36), order);
+        __m256i bytes = _mm256_shuffle_epi8(_mm256_packus_epi16(even, odd), close);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(bytes));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 12), _mm256_extracti128_si256(bytes, 1));
+    }
+    return i;
+}
+
 #endif
-    for (; i < n; ++i)
-        dst[i] = uint8_t((upper[i * 2] + upper[i * 2 + 1] + lower[i * 2] + lower[i * 2 + 1] + 2) >> 2);
+
+template <int lanes>
+void halve8(const void* upper, const void* lower, void* dst, ptrdiff_t n)
+{
+    ptrdiff_t done = 0;
+#if defined(__AVX2__)
+    constexpr auto most = lanes == 3 ? halveThirds : halveWhole < lanes == 3 ? 1 : lanes > ;
+    done = most(static_cast<const uint8_t*>(upper), static_cast<const uint8_t*>(lower), static_cast<uint8_t*>(dst), n);
+#endif
+    halvePixels<uint8_t, lanes>(upper, lower, dst, done, n);
+}
+
+void halve16(const void* upper, const void* lower, void* dst, ptrdiff_t n)
+{
+    halvePixels<uint16_t, 1>(upper, lower, dst, 0, n);
 }
 
 constexpr OwnAreaKernel none = {};
@@ -355,7 +418,8 @@ const OwnAreaKernels ownAreaKernels = {
     {WholeKernel<Bits, uint16_t>::kernel, WholeKernel<Integers<uint8_t>, uint16_t>::kernel},
     {WholeKernel<Bits, uint32_t>::kernel, WholeKernel<Integers<uint8_t>, uint32_t>::kernel, noWhole,
      WholeKernel<Integers<uint16_t>, uint32_t>::kernel},
-    halve,
+    {nullptr, halve8<1>, nullptr, halve8<3>, halve8<4>},
+    {nullptr, halve16},
 };
 
 }  // namespace OWN_ISA

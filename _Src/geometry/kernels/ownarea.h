@@ -42,13 +42,16 @@ struct OwnWholeKernel {
     void (*store)(const OwnAreaColumns& columns, const void* sums, double scale, void* dst);
 };
 
+// Makes n pixels of two rows.
+using OwnHalve = void (*)(const void* upper, const void* lower, void* dst, ptrdiff_t n);
+
 struct OwnAreaKernels {
     // sums[i] += row[i] * weight, for n values, or, if the row is the first, row[i] * weight.
     void (*add)(const float* row, float weight, bool first, float* sums, ptrdiff_t n);
     OwnAreaKernel cut[OWN_DEPTHS];                            // 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F
     OwnWholeKernel whole16[OWN_DEPTHS], whole32[OWN_DEPTHS];  // by the bits of the sums; none for 32F
-    // Means of two by two values of 8U.
-    void (*halve)(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, ptrdiff_t n);
+    // Means of two by two pixels, by their values, from 1 to 4: of 8U and 16U; NULL where there is no quicker way.
+    OwnHalve halve8[5], halve16[5];
 };
 
 OWN_KERNEL_TABLE(OwnAreaKernels, ownAreaKernels)
