@@ -66,3 +66,19 @@ private:
     const uint8_t* sourceStart = nullptr;  // of the pass
     uint8_t* targetStart = nullptr;
 };
+
+// How many rows are worth storing at a time.
+constexpr int32_t ownLinesBand = 8;
+
+// Makes all rows of a pass of lines that have so many slots for results: make(y, row) is to fill row y.
+template <class Make>
+void ownMakeLines(OwnLines& lines, Make make)
+{
+    for (int32_t y = 0; y < lines.height();) {
+        const int32_t rows = ownMin(ownLinesBand, lines.height() - y);
+        for (int32_t i = 0; i < rows; ++i)
+            make(y + i, lines.target(y + i, i));
+        lines.store(y, rows);
+        y += rows;
+    }
+}

@@ -60,7 +60,35 @@ void reverseRow(const OwnLines& lines, int valueBytes, const void* from, void* t
     if (valueBytes)
         ownMirrorKernels().reverse(src, dst, lines.width(), ptrdiff_t(lines.step()) * valueBytes);
     else
-        ownMirrorKernels().reverseBits(src, dst, lines.width());
+        ownMirrorKernels().reverseLanes(src, dst, lines.width());
+}
+
+// Turns rows of bits around, some at a time: their bytes first, and then what they begin with is brought to where the
+// destination's bits begin.
+bool mirrorBits(const Mirror& mirror, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    OwnGeometry from, to, under = mask ? ownMaskStart(*mask) : OwnGeometry{};
+    if (!ownPlaneGeometry(src, from) || !ownPlaneGeometry(dst, to))
+        return true;
+    const int64_t bits = int64_t{from.bit} + to.width, bytes = (bits + 7) / 8;
+    OwnScratch<uint8_t> rows(bytes * ownLinesBand);
+    if (!rows)
+        return false;
+    const OwnPixelOp copy = ownPixelOp(ownRowKernels().copy[OWN_1U], ORV_DEPTH_1U, nullptr);
+    const int32_t height = to.height;
+    OwnGeometry reversed = {rows.data, ptrdiff_t(bytes), 0, 1, 1, int32_t(bytes * 8 - bits), to.width, ownLinesBand};
+    for (int32_t y = 0; y < height; y += to.height) {
+        to.height = ownMin(ownLinesBand, height - y);
+        for (int32_t i = 0; i < to.height; ++i) {
+            const int32_t row = mirror.rows ? height - 1 - y - i : y + i;
+            ownMirrorKernels().reverseBits(from.start + row * from.rowStep, rows.data + i * bytes, ptrdiff_t(bytes));
+        }
+        const OwnGeometry images[2] = {reversed, to};
+        ownProcessPixels(copy, images, 2, mask ? &under : nullptr);
+        to.start += to.height * to.rowStep;
+        under.start += to.height * under.rowStep;
+    }
+    return true;
 }
 
 // Mirrors a region into another image's, of the same size.
@@ -70,16 +98,17 @@ bool mirrorPlain(const Mirror& mirror, const OrvImage& src, const OrvImage& dst,
         copyUpwards(src, dst, mask);
         return true;
     }
-    OwnLines lines(src, dst, mask, {0, 0, 0, 0}, 1, 1);
+    if (dst.depth == ORV_DEPTH_1U)
+        return mirrorBits(mirror, src, dst, mask);
+    OwnLines lines(src, dst, mask, {0, 0, 0, 0}, 1, ownLinesBand);
     if (!lines)
         return false;
     for (int32_t pass = 0; pass < lines.passes(); ++pass) {
         lines.begin(pass);
-        for (int32_t y = 0; y < lines.height(); ++y) {
+        ownMakeLines(lines, [&](int32_t y, void* to) {
             const void* from = lines.source(mirror.rows ? lines.height() - 1 - y : y, 0);
-            reverseRow(lines, ownValueBytes(dst.depth), from, lines.target(y, 0));
-            lines.store(y, 1);
-        }
+            reverseRow(lines, ownValueBytes(dst.depth), from, to);
+        });
     }
     return true;
 }

@@ -25,7 +25,7 @@ public:
           block(part),
           across(call.x->need({block.x, block.width})),
           down(call.y->need({block.y, block.height})),
-          lines(src, dst, nullptr, {0, 0, 0, 0}, ownAreaRows, 1),
+          lines(src, dst, nullptr, {0, 0, 0, 0}, ownAreaRows, ownLinesBand),
           depth(ownDepthIndex(dst.depth)),
           isExact(sumsAreExact(call, dst.depth))
     {
@@ -78,7 +78,7 @@ private:
         kernel.prepare(cells);
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
-            for (int32_t y = 0; y < block.height; ++y) {
+            ownMakeLines(lines, [&](int32_t y, void* to) {
                 for (int32_t done = 0; done < rows; done += ownAreaRows) {
                     const void* some[ownAreaRows];
                     const int count = ownMin(ownAreaRows, rows - done);
@@ -86,9 +86,8 @@ private:
                         some[i] = lines.source(y * rows + done + i, i);
                     kernel.sum(some, count, done == 0, sums.data, values);
                 }
-                kernel.store(cells, sums.data, call.scale, lines.target(y, 0));
-                lines.store(y, 1);
-            }
+                kernel.store(cells, sums.data, call.scale, to);
+            });
         }
         return true;
     }
@@ -107,10 +106,9 @@ private:
     {
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
-            for (int32_t y = 0; y < block.height; ++y) {
-                halve(lines.source(y * 2, 0), lines.source(y * 2 + 1, 1), lines.target(y, 0), block.width);
-                lines.store(y, 1);
-            }
+            ownMakeLines(lines, [&](int32_t y, void* to) {
+                halve(lines.source(y * 2, 0), lines.source(y * 2 + 1, 1), to, block.width);
+            });
         }
     }
 
@@ -144,7 +142,7 @@ private:
                 held[slot] = place;
                 return static_cast<const float*>(sum);
             };
-            for (int32_t y = 0; y < block.height; ++y) {
+            ownMakeLines(lines, [&](int32_t y, void* to) {
                 const int32_t cell = block.y + y, first = call.y->index.data[cell], rows = call.y->pixels.data[cell];
                 const float* some[ownAreaRows] = {sums.data};
                 float weights[ownAreaRows] = {1};
@@ -156,9 +154,8 @@ private:
                     } else {
                         ownAreaKernels().add(line(first + row), rowWeight(cell, row), row == 0, sums.data, n);
                     }
-                kernel.store(some, weights, few ? rows : 1, call.scale, lines.target(y, 0), n);
-                lines.store(y, 1);
-            }
+                kernel.store(some, weights, few ? rows : 1, call.scale, to, n);
+            });
         }
         return true;
     }

@@ -20,7 +20,7 @@ public:
           block(part),
           across(call.x->need({block.x, block.width})),
           down(call.y->need({block.y, block.height})),
-          lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, 1),
+          lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, ownLinesBand),
           valueBytes(ownValueBytes(dst.depth)),
           columns(columnsOf()),
           ringStep((columns.values() * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~ptrdiff_t{31}),
@@ -80,20 +80,18 @@ private:
         const size_t bytes = size_t(columns.values()) * size_t(ownMax(valueBytes, 1));
         int32_t made = -1;
         const void* previous = nullptr;
-        for (int32_t y = 0; y < block.height; ++y) {
-            int32_t row = call.y->index.data[block.y + y];
-            void* to = lines.target(y, 0);
-            if (row != made) {
+        ownMakeLines(lines, [&](int32_t y, void* to) {
+            const int32_t row = call.y->index.data[block.y + y];
+            if (row == made) {
+                memcpy(to, previous, bytes);
+            } else {
                 picker().pick(columns, source(row), to);
                 if (!valueBytes)
                     ownScaleKernels().spreadBits(static_cast<uint8_t*>(to), columns.values());
-            } else if (to != previous) {
-                memcpy(to, previous, bytes);
             }
-            lines.store(y, 1);
             made = row;
             previous = to;
-        }
+        });
     }
 
     void interpolate()
@@ -102,7 +100,7 @@ private:
         int32_t held[mostSamples];  // the rows in the ring
         for (int32_t& row : held)
             row = INT32_MIN;
-        for (int32_t y = 0; y < block.height; ++y) {
+        ownMakeLines(lines, [&](int32_t y, void* to) {
             const int32_t place = block.y + y;
             const bool whole = axis.firstIsWhole && place == 0;
             const int32_t first = whole ? 0 : axis.index.data[place];
@@ -118,9 +116,8 @@ private:
                 rows[i] = row;
             }
             double fraction = axis.fraction ? axis.fraction.data[place] : 0;
-            call.kernel->down(columns, rows, samples, fraction, lines.target(y, 0));
-            lines.store(y, 1);
-        }
+            call.kernel->down(columns, rows, samples, fraction, to);
+        });
     }
 };
 

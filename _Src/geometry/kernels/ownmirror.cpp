@@ -114,15 +114,26 @@ void reverse(const uint8_t* src, uint8_t* dst, ptrdiff_t n, ptrdiff_t bytes)
     reverseAny(src, dst, done, n, bytes);
 }
 
-void reverseBits(const uint8_t* src, uint8_t* dst, ptrdiff_t n)
+void reverseLanes(const uint8_t* src, uint8_t* dst, ptrdiff_t n)
 {
     for (ptrdiff_t i = 0; i < n; ++i)
         dst[i] = uint8_t(-src[n - 1 - i]);
 }
 
+// The bits of a byte in the other direction: halves, quarters and single bits change places.
+void reverseBits(const uint8_t* src, uint8_t* dst, ptrdiff_t n)
+{
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        unsigned byte = src[n - 1 - i];
+        byte = byte >> 4 | (byte & 0x0F) << 4;
+        byte = (byte & 0xCC) >> 2 | (byte & 0x33) << 2;
+        dst[i] = uint8_t((byte & 0xAA) >> 1 | (byte & 0x55) << 1);
+    }
+}
+
 }  // namespace
 
 extern const OwnMirrorKernels ownMirrorKernels;
-const OwnMirrorKernels ownMirrorKernels = {reverse, reverseBits};
+const OwnMirrorKernels ownMirrorKernels = {reverse, reverseLanes, reverseBits};
 
 }  // namespace OWN_ISA
