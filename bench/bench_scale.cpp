@@ -61,7 +61,8 @@ void addMasked(const Case& one, Call call)
          one.text(), 1, copies(2)});
 }
 
-// A method at the depths and channels: those of 8U have bounds of their own, a byte of the others may take twice as long.
+// A method at the depths and channels: those of 8U have bounds of their own, a byte of the others may take twice as
+// long.
 template <class Call>
 void addDepths(const std::string& name, int large, int small, bool enlarges, double one, double four, Call call)
 {

@@ -9,24 +9,12 @@
 #include "checks.h"
 #include "model.h"
 #include "naiveborder.h"
-#include "refusals.h"
 #include "reports.h"
-#include "testheap.h"
+#include "scaling.h"
 
 namespace {
 
 constexpr double bias = -0.49999;
-
-struct Ratio {
-    int dst, src;
-    double factor() const { return double(src) / dst; }
-};
-
-struct Scaling {
-    Ratio x, y;
-    int method;
-    int maskX = 0, maskY = 0;  // of orvDecimateBlur
-};
 
 // The source along an axis: the region before and after it is cut, and the image.
 struct Line {
@@ -401,29 +389,13 @@ struct Model {
 };
 
 struct Function {
-    const char* name;
-    void (*call)(OrvImage* const* images, const Scaling& s);
+    const ScaleFunction& scale;
     void (Model::*model)();
 };
 
-const Function functions[] = {
-    {"orvZoom",
-     [](OrvImage* const* i, const Scaling& s) { orvZoom(i[0], i[1], s.x.dst, s.x.src, s.y.dst, s.y.src, s.method); },
-     &Model::zoom},
-    {"orvResize",
-     [](OrvImage* const* i, const Scaling& s) { orvResize(i[0], i[1], s.x.dst, s.x.src, s.y.dst, s.y.src, s.method); },
-     &Model::zoom},
-    {"orvDecimate",
-     [](OrvImage* const* i, const Scaling& s) {
-         orvDecimate(i[0], i[1], s.x.dst, s.x.src, s.y.dst, s.y.src, s.method);
-     },
-     &Model::decimate},
-    {"orvDecimateBlur",
-     [](OrvImage* const* i, const Scaling& s) {
-         orvDecimateBlur(i[0], i[1], s.x.dst, s.x.src, s.y.dst, s.y.src, s.method, s.maskX, s.maskY);
-     },
-     &Model::decimateBlur},
-};
+constexpr Function zoomFunction = {scaleFunctions[0], &Model::zoom}, resizeFunction = {scaleFunctions[1], &Model::zoom},
+                   decimateFunction = {scaleFunctions[2], &Model::decimate},
+                   blurFunction = {scaleFunctions[3], &Model::decimateBlur};
 
 void expectScaled(const Function& function, const Scene& scene, const Scaling& scaling)
 {
@@ -431,7 +403,7 @@ void expectScaled(const Function& function, const Scene& scene, const Scaling& s
     const std::vector<uint32_t> before = src.values();
     Model model{scene, scaling};
     (model.*function.model)();
-    EXPECT_EQ(reportsOf([&] { function.call(scene.pointers().data(), scaling); }), "");
+    EXPECT_EQ(reportsOf([&] { function.scale.call(scene.pointers().data(), scaling); }), "");
     const std::vector<uint32_t> got = dst.values();
     for (size_t i = 0; i < got.size(); ++i)
         ASSERT_TRUE(sameValue(model.depth, got[i], model.values[i]))
@@ -507,30 +479,123 @@ void runRandom(const Function& function, int rounds, const std::function<Scaling
 
 TEST(Scale, ZoomsEveryPixelInEveryLayout)
 {
-    runRandom(functions[0], 1500, [](Random& random) {
+    runRandom(zoomFunction, 1500, [](Random& random) {
         return Scaling{randomRatio(random, false), randomRatio(random, false), random.below(3)};
     });
 }
 
 TEST(Scale, ResizesEveryPixelInEveryLayout)
 {
-    runRandom(functions[1], 3000, [](Random& random) {
+    runRandom(resizeFunction, 3000, [](Random& random) {
         return Scaling{randomRatio(random, random.below(2)), randomRatio(random, random.below(2)), random.below(3)};
     });
 }
 
 TEST(Scale, DecimatesEveryPixelInEveryLayout)
 {
-    runRandom(functions[2], 3000, [](Random& random) {
+    runRandom(decimateFunction, 3000, [](Random& random) {
         return Scaling{randomRatio(random, true), randomRatio(random, true), random.below(4)};
+    });
+}
+
+// Ratios for which there are ways of their own, in all layouts.
+TEST(Scale, DecimatesByWholeRatios)
+{
+    runRandom(decimateFunction, 600, [](Random& random) {
+        Ratio x = {1, random.between(1, 5)}, y = {1, random.below(3) ? x.src : random.between(1, 9)};
+        return Scaling{x, y, ORV_INTER_SUPER};
     });
 }
 
 TEST(Scale, DecimatesTheMeansOfBoxesInEveryLayout)
 {
-    runRandom(functions[3], 2000, [](Random& random) {
-        int most = random.below(8) ? 8 : 70;
+    runRandom(blurFunction, 800, [](Random& random) {
+        int most = random.below(12) ? 8 : 70;
         return Scaling{randomRatio(random, true), randomRatio(random, true), random.below(3), random.below(most),
                        random.below(most)};
     });
+}
+
+// What is taken from columns of 0, 10, 20 and so on, of as many rows as columns.
+TEST(Scale, TakesWhatIsNearAndMeansOfAreas)
+{
+    struct Case {
+        const Function& function;
+        int width;
+        Scaling scaling;
+        std::vector<int> expected;
+    };
+    const Ratio same = {1, 1};
+    const Function &zoom = zoomFunction, &resize = resizeFunction, &decimate = decimateFunction, &blur = blurFunction;
+    for (const Case& one : {
+             Case{resize, 6, {same, same, ORV_INTER_NN}, {0, 10, 20, 30, 40, 50}},
+             {resize, 6, {{1, 2}, same, ORV_INTER_NN}, {0, 20, 40}},
+             {resize, 6, {{2, 3}, same, ORV_INTER_NN}, {0, 20, 30, 50}},
+             {zoom, 3, {{2, 1}, same, ORV_INTER_NN}, {0, 0, 10, 10, 20, 20}},
+             {zoom, 3, {{5, 3}, same, ORV_INTER_LINEAR}, {0, 5, 10, 15, 20}},
+             {zoom, 3, {{7, 3}, same, ORV_INTER_CUBIC}, {0, 3, 6, 10, 13, 16, 20}},  // lines, being 3 wide
+             {zoom, 4, {{7, 4}, same, ORV_INTER_CUBIC}, {0, 5, 10, 15, 20, 25, 30}},
+             {zoom, 1, {{3, 1}, same, ORV_INTER_CUBIC}, {0, 0, 0}},
+             {resize, 4, {{1, 4}, same, ORV_INTER_LINEAR}, {0}},  // a step of 0
+             {decimate, 7, {same, same, ORV_INTER_CUBIC}, {0, 10, 20, 30, 40, 50, 60}},
+             {decimate, 6, {{1, 2}, same, ORV_INTER_LINEAR}, {0, 20, 40}},
+             {decimate, 6, {{2, 3}, same, ORV_INTER_NN}, {0, 20, 30, 50}},
+             {decimate, 6, {{2, 3}, same, ORV_INTER_LINEAR}, {0, 15, 30, 45}},
+             {decimate, 6, {{2, 3}, same, ORV_INTER_SUPER}, {3, 17, 33, 47}},  // 5 / 1.5 and so on
+             {decimate, 7, {{2, 3}, same, ORV_INTER_SUPER}, {3, 17, 33, 47}},
+             {decimate, 8, {{1, 4}, same, ORV_INTER_SUPER}, {15, 55}},
+             {decimate, 3, {{1, 3}, same, ORV_INTER_SUPER}, {0}},         // too small: the nearest
+             {blur, 8, {{1, 2}, {1, 2}, ORV_INTER_NN}, {0, 15, 35, 65}},  // boxes -1 to 0, 1 to 2, ...
+             {blur, 8, {same, same, ORV_INTER_CUBIC, 3, 3}, {3, 10, 20, 30, 40, 50, 60, 66}},
+         }) {
+        PictureSpec spec = {.width = one.width, .height = std::max(one.width, 4)};
+        Picture src(spec);
+        src.fill([](int x, int, int) { return x * 10; });
+        spec.width = 12;
+        Picture dst(spec);
+        dst.fill([](int, int, int) { return 255; });
+        SCOPED_TRACE(testing::Message() << one.function.scale.name << ' ' << one.width << " by " << one.scaling.x.dst
+                                        << '/' << one.scaling.x.src << ", method " << one.scaling.method);
+        OrvImage* images[] = {src, dst};
+        EXPECT_EQ(reportsOf([&] { one.function.scale.call(images, one.scaling); }), "");
+        for (int x = 0; x < 12; ++x)
+            EXPECT_EQ(dst.get(x, 0), size_t(x) < one.expected.size() ? one.expected[size_t(x)] : 255) << x;
+    }
+}
+
+// Positions a hair before a pixel make weights below 0, whose products pass the range of what is kept between the steps.
+TEST(Scale, CutsTheBitsOfWeightsBelowNothing)
+{
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_16U})
+        for (int channels : {1, 3}) {
+            for (const auto& [width, ratio] : {std::pair{108, Ratio{7222, 4799}}, {167, Ratio{22427, 34909}}}) {
+                PictureSpec src = {.depth = depth, .channels = channels, .width = width, .height = width};
+                PictureSpec dst = src;
+                dst.width = dst.height = 170;
+                Scene scene({{{src, 0, {}, 0}, {dst, 1, {}, 1}}});
+                const double most = depth == ORV_DEPTH_8U ? 255 : 65535;
+                scene.images[0]->fill([&](int x, int y, int) { return x % 2 == y % 2 ? most : 0; });
+                expectScaled(resizeFunction, scene, {ratio, ratio, ORV_INTER_LINEAR});
+            }
+        }
+}
+
+// Neighbours that a pixel is not made of do not reach it: infinity times nothing is no number.
+TEST(Scale, KeepsInfinityWhereItIs)
+{
+    auto scale = [](const Function& function, OrvROI roi, const Scaling& scaling) {
+        PictureSpec spec = {.depth = ORV_DEPTH_32F, .width = 6, .height = 6, .roi = roi};
+        Picture src(spec), dst({.depth = ORV_DEPTH_32F, .width = 9, .height = 9});
+        src.fill([](int, int, int) { return HUGE_VAL; });
+        dst.fill([](int, int, int) { return 0; });
+        OrvImage* images[] = {src, dst};
+        function.scale.call(images, scaling);
+        return std::pair(dst.get(0, 0), dst.get(1, 1));
+    };
+    const Ratio three = {3, 1}, part = {2, 3};
+    const OrvROI all = {0, 0, 0, 6, 6}, pixel = {0, 3, 2, 1, 1};
+    EXPECT_EQ(scale(zoomFunction, pixel, {three, three, ORV_INTER_LINEAR}).second, HUGE_VAL);
+    EXPECT_EQ(scale(decimateFunction, all, {part, part, ORV_INTER_LINEAR}).first, HUGE_VAL);
+    EXPECT_EQ(scale(decimateFunction, all, {part, part, ORV_INTER_CUBIC}).first, HUGE_VAL);
+    EXPECT_EQ(scale(decimateFunction, all, {part, part, ORV_INTER_SUPER}), std::pair(HUGE_VAL, HUGE_VAL));
 }

@@ -1,5 +1,5 @@
-// Rows of a rectangle of plain memory in the form in which filters compute on them: the values side by side, whatever the
-// layouts. Rows of bits are bytes, 0 or 1 on the way in and 0 or 255 on the way out.
+// Rows of a rectangle of plain memory in the form in which filters compute on them: the values side by side, whatever
+// the layouts. Rows of bits are bytes, 0 or 1 on the way in and 0 or 255 on the way out.
 //
 //   OwnLines lines(src, dst, mask, reach, 2, 1);
 //   for (int32_t pass = 0; pass < lines.passes(); ++pass) {
@@ -19,9 +19,9 @@ int32_t ownLineStep(const OrvImage& src, const OrvImage& dst);
 
 class OwnLines {
 public:
-    // The regions of the destination and of the mask, which may be NULL, have one size, and that of the source has it too
-    // unless the operation changes sizes; around the source's, `reach` may be read. `sourceSlots` and `targetSlots` are how
-    // many rows are in use at a time.
+    // The regions of the destination and of the mask, which may be NULL, have one size, and that of the source has it
+    // too unless the operation changes sizes; around the source's, `reach` may be read. `sourceSlots` and `targetSlots`
+    // are how many rows are in use at a time.
     OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int sourceSlots,
              int targetSlots);
 
@@ -35,8 +35,8 @@ public:
     int32_t passes() const { return together ? 1 : dst.channels; }
     void begin(int32_t pass);
 
-    // Values from pixel to pixel in the rows; the last of them may be one that is not processed, and can be read also in the
-    // last pixel.
+    // Values from pixel to pixel in the rows; the last of them may be one that is not processed, and can be read also
+    // in the last pixel.
     int32_t step() const { return rowStep; }
 
     // Values of a row of `pixels` pixels, as far as the last processed one.

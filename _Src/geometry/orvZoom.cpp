@@ -132,8 +132,8 @@ bool scaleMask(const Zoom& zoom, OwnSize size, OwnTempImage& made)
 
 // ---- The scaler ---------------------------------------------------------------------------------------------------
 
-// The first pixel's centre meets the first pixel's, and the last the last's; without interpolation a whole ratio repeats or
-// leaves out pixels instead. Both lengths are those of the regions before they are cut.
+// The first pixel's centre meets the first pixel's, and the last the last's; without interpolation a whole ratio
+// repeats or leaves out pixels instead. Both lengths are those of the regions before they are cut.
 bool makeAxis(OwnScaleAxis& axis, OwnScaleMethod method, const Ratio& ratio, int32_t wanted, const OwnScaleLine& line,
               int32_t count)
 {

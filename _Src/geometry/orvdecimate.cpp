@@ -99,7 +99,8 @@ bool passesChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, const R
     return !bad && orvGetErrStatus() >= 0;
 }
 
-// The method that the image and its region are large enough for. Where all samples fall on pixels, nothing is interpolated.
+// The method that the image and its region are large enough for. Where all samples fall on pixels, nothing is
+// interpolated.
 Method methodFor(const OrvImage& src, const Ratio& x, const Ratio& y, int32_t interpolate)
 {
     const bool area = interpolate == ORV_INTER_SUPER;

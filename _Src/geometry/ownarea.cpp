@@ -118,8 +118,8 @@ private:
         return row == 0 ? y.firstWeight.data[cell] : row == y.pixels.data[cell] - 1 ? y.lastWeight.data[cell] : 1.0f;
     }
 
-    // The sums of neighbouring cells share rows, which stay in a ring of lines. Cells of many rows are summed in a line of
-    // their own.
+    // The sums of neighbouring cells share rows, which stay in a ring of lines. Cells of many rows are summed in a line
+    // of their own.
     bool makeCut()
     {
         const OwnAreaKernel& kernel = ownAreaKernels().cut[depth];

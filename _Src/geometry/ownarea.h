@@ -12,6 +12,6 @@ struct OwnArea {
     double scale;  // of the sum of a cell
 };
 
-// Makes all cells of the axes. The regions are cut at the images' edges and hold them; images have one depth and process the
-// same number of channels.
+// Makes all cells of the axes. The regions are cut at the images' edges and hold them; images have one depth and
+// process the same number of channels.
 OwnBlockResult ownRunArea(const OwnArea& call);

@@ -1,12 +1,12 @@
-// Operations that make a rectangle of the destination of a rectangle that lies elsewhere in the source: the division of their
-// work into blocks of plain memory.
+// Operations that make a rectangle of the destination of a rectangle that lies elsewhere in the source: the division of
+// their work into blocks of plain memory.
 //
 //   images without tiles     one block
 //   destination tiled        tile by tile
 //   only the source tiled    in blocks of the operation's choice
 //
-// What a block needs is read where it lies, or, if the source is tiled, copied from its tiles: first the destination's tile is
-// opened, then those of the source are, for reading, and closed.
+// What a block needs is read where it lies, or, if the source is tiled, copied from its tiles: first the destination's
+// tile is opened, then those of the source are, for reading, and closed.
 #pragma once
 
 #include "../core/ownborder.h"
@@ -33,15 +33,15 @@ struct OwnBlocks {
 
     // What a block needs of the source: inside the image, and not empty.
     OwnBlock (*need)(const void* task, const OwnBlock& block);
-    // Makes a block: the regions of working headers of plain memory, that of the source being what the block needs. False if
-    // there is no memory.
+    // Makes a block: the regions of working headers of plain memory, that of the source being what the block needs.
+    // False if there is no memory.
     bool (*make)(const void* task, const OwnBlock& block, const OrvImage& src, const OrvImage& dst,
                  const OrvImage* mask);
     const void* task;
 };
 
-// Runs an operation over its blocks. When a tile does not come or memory is refused, what was opened stays open and what was
-// done stays done.
+// Runs an operation over its blocks. When a tile does not come or memory is refused, what was opened stays open and
+// what was done stays done.
 OwnBlockResult ownRunBlocks(const OwnBlocks& call);
 
 // The working header of a part of an image's region.

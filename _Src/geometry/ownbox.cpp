@@ -26,7 +26,8 @@ const OwnBoxKernel& kernelFor(uint32_t depth, const OwnBox* box)
     return area <= UINT32_MAX / largest ? kernels.bits32[index] : kernels.bits64[index];
 }
 
-// The eight leading bits of 1 / area, rounded, and by how much they are to be shifted. Nothing is left of the largest areas.
+// The eight leading bits of 1 / area, rounded, and by how much they are to be shifted. Nothing is left of the largest
+// areas.
 void setFactor(OwnBoxMeans& task)
 {
     auto scale = uint64_t(std::rint(1.0 / double(task.area) * 4294967296.0 - 0.49999));

@@ -5,8 +5,8 @@
 #include "kernels/ownbox.h"
 #include "ownscaleaxis.h"
 
-// The boxes along an axis: that of a pixel begins `before` pixels before it. A box that passes the image's edge meets the
-// edge's pixel again and again.
+// The boxes along an axis: that of a pixel begins `before` pixels before it. A box that passes the image's edge meets
+// the edge's pixel again and again.
 struct OwnBoxAxis {
     int32_t size, before;
     int32_t low, high;  // the first and the last pixel of the image, from the region's start

@@ -23,7 +23,7 @@ public:
           lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, ownLinesBand),
           valueBytes(ownValueBytes(dst.depth)),
           columns(columnsOf()),
-          ringStep((columns.values() * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~ptrdiff_t{31}),
+          ringStep((int64_t{columns.values()} * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~int64_t{31}),
           table(call.kernel ? call.kernel->tableBytes(columns) : picker().tableBytes(columns)),
           ring(ringStep * call.y->samples),
           boxes(call.box, lines, src.depth, across, down)
@@ -51,7 +51,7 @@ private:
     OwnLines lines;
     int valueBytes;
     OwnScaleColumns columns;
-    ptrdiff_t ringStep;
+    int64_t ringStep;  // bytes from row to row of the ring
     OwnScratch<uint8_t> table, ring;
     OwnBoxRows boxes;
 

@@ -1,5 +1,5 @@
-// Scaling, along one axis: for each pixel of the destination, the pixels of the source that it is made of. Positions run by
-// addition of a step, so that they carry its rounding along; pixels count from the start of the regions.
+// Scaling, along one axis: for each pixel of the destination, the pixels of the source that it is made of. Positions
+// run by addition of a step, so that they carry its rounding along; pixels count from the start of the regions.
 #pragma once
 
 #include "../core/ownscratch.h"
@@ -34,14 +34,14 @@ struct OwnScaleAxis {
 };
 
 // Positions of orvZoom, orvResize and orvDecimateBlur. The index is that of the pixel at or before a position or, by a
-// hair, after it. A position that rounding has carried over the region's end is moved to it. Lines and cubics through four
-// pixels end with the last pixel of the region or of the image. The image has at least 4 pixels for a cubic, 2 for a line.
-// False if there is no memory.
+// hair, after it. A position that rounding has carried over the region's end is moved to it. Lines and cubics through
+// four pixels end with the last pixel of the region or of the image. The image has at least 4 pixels for a cubic, 2 for
+// a line. False if there is no memory.
 bool ownZoomAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleLine& line, double start, double step,
                  int32_t count);
 
-// Positions of orvDecimate, as many as lie in the region with all that they need, but not more than `most`. An axis whose
-// positions are pixels is not interpolated.
+// Positions of orvDecimate, as many as lie in the region with all that they need, but not more than `most`. An axis
+// whose positions are pixels is not interpolated.
 bool ownDecimateAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleLine& line, bool exact, double step,
                      int32_t most);
 

@@ -1,7 +1,7 @@
 // Kernels of the means of areas.
 //
-// Sums are floats and are added up in the order of the pixels. Where all pixels are whole and the sums are integers that a float
-// holds, the order does not matter, and rows come first.
+// Sums are floats and are added up in the order of the pixels. Where all pixels are whole and the sums are integers
+// that a float holds, the order does not matter, and rows come first.
 #include "ownarea.h"
 
 #include "ownpack.h"

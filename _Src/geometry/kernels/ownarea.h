@@ -28,7 +28,8 @@ struct OwnAreaKernel {
     void (*prepare)(const OwnAreaColumns& columns);
     // The sums of the cells in one row, added up from left to right.
     void (*across)(const OwnAreaColumns& columns, const void* src, float* sums);
-    // Means of n sums of `count` rows with their weights: integers are rounded to nearest, halves upward; bits are 0 or 255.
+    // Means of n sums of `count` rows with their weights: integers are rounded to nearest, halves upward; bits are 0 or
+    // 255.
     void (*store)(const float* const* rows, const float* weights, int count, double scale, void* dst, ptrdiff_t n);
 };
 

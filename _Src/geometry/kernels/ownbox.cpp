@@ -1,7 +1,8 @@
 // Kernels of the means of boxes.
 //
-// Sums over the rows of a box move down with it. Along a row they are added up from its start, so that the sum of a box is
-// the difference of two of these, whatever its size. Integer sums are modular: what does not fit on the way cancels out.
+// Sums over the rows of a box move down with it. Along a row they are added up from its start, so that the sum of a box
+// is the difference of two of these, whatever its size. Integer sums are modular: what does not fit on the way cancels
+// out.
 #include "ownbox.h"
 
 namespace OWN_ISA {
@@ -83,8 +84,8 @@ inline __m256i plus(__m256i a, __m256i b)
     return sizeof(Sum) == 2 ? _mm256_add_epi16(a, b) : _mm256_add_epi32(a, b);
 }
 
-// Adds up within vectors by sums of 2, 4 and 8 elements of a lane, first in their halves, and carries the last elements of a
-// lane on to what follows. Vectors may hold any number of lanes that is not more than a half holds.
+// Adds up within vectors by sums of 2, 4 and 8 elements of a lane, first in their halves, and carries the last elements
+// of a lane on to what follows. Vectors may hold any number of lanes that is not more than a half holds.
 template <class Sum>
 struct Adder {
     static constexpr int inHalf = 16 / int(sizeof(Sum));

@@ -4,8 +4,8 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
-// A row of means. The sums over the rows of the boxes are given for `columns` pixels, and as many bytes behind them can be
-// read as a vector has; pixels of boxes before the first or after the last of them are like it.
+// A row of means. The sums over the rows of the boxes are given for `columns` pixels, and as many bytes behind them can
+// be read as a vector has; pixels of boxes before the first or after the last of them are like it.
 struct OwnBoxMeans {
     ptrdiff_t columns;
     int lanes;        // values of a pixel
@@ -31,7 +31,8 @@ struct OwnBoxKernel {
     void (*means)(const OwnBoxMeans& task, const void* sums, void* means);
 };
 
-// By the bits of the sums; of 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F, where all are of double precision.
+// By the bits of the sums; of 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F, where all are of double
+// precision.
 struct OwnBoxKernels {
     OwnBoxKernel bits16[OWN_DEPTHS], bits32[OWN_DEPTHS], bits64[OWN_DEPTHS];
 };

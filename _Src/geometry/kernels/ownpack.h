@@ -42,8 +42,8 @@ inline void storeReals(double* p, ptrdiff_t i, __m256d values)
     _mm256_storeu_pd(p + i, values);
 }
 
-// Stores n values; four(i) answers values i to i + 3 as integers, which are cut to the type's range. The last vector overlaps
-// the one before it. False if there are fewer values than a vector has.
+// Stores n values; four(i) answers values i to i + 3 as integers, which are cut to the type's range. The last vector
+// overlaps the one before it. False if there are fewer values than a vector has.
 template <class T, class Four>
 inline __attribute__((always_inline)) bool storeFours(void* dst, ptrdiff_t n, Four four)
 {

@@ -31,8 +31,8 @@ inline int64_t roomFor(int64_t count, int64_t bytes)
 
 // ---- Shuffles -----------------------------------------------------------------------------------------------------
 
-// Vectors of 32 bytes of a result, each half of which is put together of some loads of 16 bytes. The last vector may overlap
-// the one before it.
+// Vectors of 32 bytes of a result, each half of which is put together of some loads of 16 bytes. The last vector may
+// overlap the one before it.
 struct Shuffle {
     static constexpr int mostLoads = 4;
 
@@ -74,7 +74,8 @@ inline int32_t lowestOf(const int32_t* from, int& loads)
     return low;
 }
 
-// The order of those of 16 bytes that a load at `start` brings and the loads before it, up to `before`, have not brought.
+// The order of those of 16 bytes that a load at `start` brings and the loads before it, up to `before`, have not
+// brought.
 inline void makeOrder(const int32_t* from, int32_t start, int32_t before, uint8_t* order)
 {
     for (int i = 0; i < 16; ++i) {

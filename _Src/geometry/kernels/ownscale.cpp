@@ -1,7 +1,8 @@
 // Kernels of scaling.
 //
-// A method is a record: the type of its values and of the values between its two steps, its weights, and what it makes of two
-// or four samples. The loops over samples that have been picked beside each other are vectorised by the compiler.
+// A method is a record: the type of its values and of the values between its two steps, its weights, and what it makes
+// of two or four samples. The loops over samples that have been picked beside each other are vectorised by the
+// compiler.
 #include "ownscale.h"
 
 #include "ownpack.h"
@@ -139,8 +140,8 @@ struct DecimateLinear : Decimated<T> {
     }
 };
 
-// The cubic through four samples, by its coefficients. The sixth being a float, flat areas come out a little higher than they
-// are, which keeps whole numbers from falling below themselves.
+// The cubic through four samples, by its coefficients. The sixth being a float, flat areas come out a little higher
+// than they are, which keeps whole numbers from falling below themselves.
 template <class T>
 struct DecimateCubic : Decimated<T> {
     static constexpr int samples = 4, weights = 3;
@@ -223,8 +224,8 @@ inline __m256i wordsAt(const int16_t* words, ptrdiff_t i)
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(words + i));
 }
 
-// Sixteen values at a time. With a the nearer sample and b the other, 64 a + (64 (a - b) f >> 16) is what the weights make of
-// them; f is four times the weight of b, negative, which fits 16 bits.
+// Sixteen values at a time. With a the nearer sample and b the other, 64 a + (64 (a - b) f >> 16) is what the weights
+// make of them; f is four times the weight of b, negative, which fits 16 bits.
 void makeFactors(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
 {
     table.factors = memory.take<int16_t>(n);
@@ -315,7 +316,8 @@ struct Rows {
 
     explicit Rows(const T* const* rows) : a(rows[0]), b(rows[1]), c(rows[M::samples - 2]), d(rows[M::samples - 1]) {}
 
-    // What the samples at a place make; load(row, i) brings one of them, the weights are those of the place or of the row.
+    // What the samples at a place make; load(row, i) brings one of them, the weights are those of the place or of the
+    // row.
     template <class Load, class W>
     __attribute__((always_inline)) auto between(Load load, ptrdiff_t i, const W* w) const
     {
@@ -394,9 +396,9 @@ void across(const OwnScaleColumns& columns, const void* src, void* to)
 
 // ---- The step across rows -----------------------------------------------------------------------------------------
 
-// Without weights below 0 the rows are at most 64 times the largest value. The weights make of them the nearer row and a part
-// of its difference from the other, which the upper half of a product gives: four times the lesser weight, negative, fits
-// 16 bits.
+// Without weights below 0 the rows are at most 64 times the largest value. The weights make of them the nearer row and
+// a part of its difference from the other, which the upper half of a product gives: four times the lesser weight,
+// negative, fits 16 bits.
 void downFixed(const uint16_t* a, const uint16_t* b, int32_t w, uint8_t* dst, ptrdiff_t n)
 {
     const bool swapped = w > one / 2;

@@ -1,5 +1,5 @@
-// Kernels of scaling: samples that lie beside each other become a pixel, first along the rows of the source, then across rows
-// that have been made so.
+// Kernels of scaling: samples that lie beside each other become a pixel, first along the rows of the source, then
+// across rows that have been made so.
 #pragma once
 
 #include "../../core/kernels/ownrow.h"
