@@ -563,7 +563,8 @@ TEST(Scale, TakesWhatIsNearAndMeansOfAreas)
     }
 }
 
-// Positions a hair before a pixel make weights below 0, whose products pass the range of what is kept between the steps.
+// Positions a hair before a pixel make weights below 0, whose products pass the range of what is kept between the
+// steps.
 TEST(Scale, CutsTheBitsOfWeightsBelowNothing)
 {
     for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_16U})

@@ -19,7 +19,7 @@ struct OwnAreaColumns {
     const float *firstWeight, *lastWeight;
     void* table;  // of tableBytes, filled by prepare
 
-    ptrdiff_t values() const { return count * lanes; }
+    __attribute__((always_inline)) ptrdiff_t values() const { return count * lanes; }
 };
 
 // Cells that may cut pixels: sums are floats.

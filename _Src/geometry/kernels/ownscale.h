@@ -17,7 +17,7 @@ struct OwnScaleColumns {
     ptrdiff_t whole;         // the source pixel that the first destination pixel takes as it is; negative for none
     void* table;             // of tableBytes, filled by prepare
 
-    ptrdiff_t values() const { return count * lanes; }
+    __attribute__((always_inline)) ptrdiff_t values() const { return count * lanes; }
 };
 
 // Copies samples.
