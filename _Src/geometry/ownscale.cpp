@@ -82,7 +82,7 @@ private:
         const void* previous = nullptr;
         ownMakeLines(lines, [&](int32_t y, void* to) {
             const int32_t row = call.y->index.data[block.y + y];
-            if (row == made) {
+            if (previous && row == made) {
                 memcpy(to, previous, bytes);
             } else {
                 picker().pick(columns, source(row), to);

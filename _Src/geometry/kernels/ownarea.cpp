@@ -10,21 +10,22 @@
 namespace OWN_ISA {
 namespace {
 
+constexpr double half = 0.5;
+
 // What becomes of a mean, by depth.
 struct Bits {
     using Value = uint8_t;
-    static uint8_t result(double mean) { return mean + 0.5 >= 1 ? 255 : 0; }
+    static uint8_t result(double mean) { return mean + half >= 1 ? 255 : 0; }
 };
 
-// Means of integers lie within 32 bits.
 template <class T>
 struct Integers {
     using Value = T;
-    static T result(double mean) { return ownSaturated<T>(int32_t(mean + 0.5)); }
+    static T result(double mean) { return ownTruncated<T>(mean + half); }
 #if defined(__AVX2__)
     static __m128i results(__m256d means)
     {
-        return _mm256_cvttpd_epi32(means + 0.5);
+        return _mm256_cvttpd_epi32(means + half);
     }
 #endif
 };
@@ -298,10 +299,10 @@ struct WholeKernel {
         // Of a power of two of integers the mean is a shift.
         const int shift = -__builtin_ilogb(scale);
         if (sizeof(T) < 4 && scale == __builtin_ldexp(1, -shift) && !std::is_same_v<Depth, Bits>) {
-            const uint32_t half = (1u << shift) >> 1;
+            const uint32_t rounding = (1u << shift) >> 1;
 #pragma GCC ivdep
             for (ptrdiff_t i = 0; i < n; ++i)
-                ownStore(dst, i, T((sumOf(i) + half) >> shift));
+                ownStore(dst, i, T((sumOf(i) + rounding) >> shift));
             return;
         }
 #pragma GCC ivdep
@@ -394,8 +395,11 @@ void halve8(const void* upper, const void* lower, void* dst, ptrdiff_t n)
 {
     ptrdiff_t done = 0;
 #if defined(__AVX2__)
-    constexpr auto most = lanes == 3 ? halveThirds : halveWhole < lanes == 3 ? 1 : lanes > ;
-    done = most(static_cast<const uint8_t*>(upper), static_cast<const uint8_t*>(lower), static_cast<uint8_t*>(dst), n);
+    const auto *a = static_cast<const uint8_t*>(upper), *b = static_cast<const uint8_t*>(lower);
+    if constexpr (lanes == 3)
+        done = halveThirds(a, b, static_cast<uint8_t*>(dst), n);
+    else
+        done = halveWhole<lanes>(a, b, static_cast<uint8_t*>(dst), n);
 #endif
     halvePixels<uint8_t, lanes>(upper, lower, dst, done, n);
 }

@@ -82,11 +82,11 @@ struct ZoomCubic {
     }
     static double whole(double a) { return a; }
     static float kept(double value) { return float(value); }
-    // Of integers nearly what is left without the fraction. What becomes of them lies far within 32 bits.
+    // Of integers nearly what is left without the fraction.
     static T result(double value)
     {
         if constexpr (sizeof(T) < 4)
-            return ownSaturated<T>(int32_t(__builtin_irint(value + indexBias)));
+            return ownRounded<T>(value + indexBias);
         else
             return T(value);
     }
@@ -112,7 +112,7 @@ struct Decimated {
     static T result(double value)
     {
         if constexpr (sizeof(T) < 4)
-            return ownSaturated<T>(int32_t(value));
+            return ownTruncated<T>(value);
         else
             return T(value);
     }
