@@ -18,24 +18,14 @@ constexpr const char* source = "orvZoom";
 // Both entries run one driver, which reports in the name of the first.
 constexpr OwnReport report{"orvZoom", source};
 
-constexpr double indexBias = -0.49999;
-
-// The destination's size by the source's, along an axis.
-struct Ratio {
-    int32_t dst, src;
-
-    double factor() const { return double(src) / dst; }
-    bool exact() const { return ownMax(dst, src) % ownMin(dst, src) == 0; }
-};
-
 struct Zoom {
     OrvImage* src;
     OrvImage* dst;
-    Ratio x, y;
+    OwnScaleRatio x, y;
     OwnScaleMethod method;
 };
 
-bool passesChecks(OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y, int32_t interpolate)
+bool passesChecks(OrvImage* src, OrvImage* dst, const OwnScaleRatio& x, const OwnScaleRatio& y, int32_t interpolate)
 {
     if (!report.goodImage(src) || !report.goodImage(dst))
         return false;
@@ -79,21 +69,14 @@ OwnSize limitedSize(const OrvImage& image)
     return {rect.width, rect.height};
 }
 
-// How many of `most` pixels of the destination a source of that length fills, at least 1.
-int32_t filled(int32_t length, const Ratio& ratio, int32_t most)
-{
-    double count = std::rint(length / ratio.factor() + indexBias);
-    return count >= most ? most : count < 1 ? 1 : int32_t(count);
-}
-
 // ---- Masks --------------------------------------------------------------------------------------------------------
 
 // A length of the source in whole pixels for one of the destination.
-int32_t roundedSource(const Ratio& ratio, int32_t length)
+int32_t roundedSource(const OwnScaleRatio& ratio, int32_t length)
 {
-    double source = std::rint(ratio.factor() * length + indexBias);
+    double source = std::rint(ratio.factor() * length + ownIndexBias);
     if (source < 1)
-        source = std::rint(length / ratio.factor() + indexBias);
+        source = std::rint(length / ratio.factor() + ownIndexBias);
     return source < INT32_MAX ? int32_t(source) : INT32_MAX;
 }
 
@@ -134,15 +117,15 @@ bool scaleMask(const Zoom& zoom, OwnSize size, OwnTempImage& made)
 
 // The first pixel's centre meets the first pixel's, and the last the last's; without interpolation a whole ratio
 // repeats or leaves out pixels instead. Both lengths are those of the regions before they are cut.
-bool makeAxis(OwnScaleAxis& axis, OwnScaleMethod method, const Ratio& ratio, int32_t wanted, const OwnScaleLine& line,
-              int32_t count)
+bool makeAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleRatio& ratio, int32_t wanted,
+              const OwnScaleLine& line, int32_t count)
 {
     const bool nearest = method == OwnScaleMethod::nearest;
-    const double ideal = double(ratio.dst) * wanted / ratio.src;
-    if (nearest && ratio.exact())
+    if (nearest && ratio.exact()) {
+        const double ideal = double(ratio.dst) * wanted / ratio.src;
         return ownZoomAxis(axis, method, line, 0, wanted / ideal, count);
-    const double step = ideal > 1 ? (wanted - 1) / (ideal - 1) : 0;
-    return ownZoomAxis(axis, method, line, nearest ? 0.5 : 0, step, count);
+    }
+    return ownZoomAxis(axis, method, line, nearest ? 0.5 : 0, ownZoomStep(ratio, wanted), count);
 }
 
 const OwnScaleKernel* kernelFor(OwnScaleMethod method, uint32_t depth)
@@ -173,7 +156,7 @@ void scale(const Zoom& zoom)
     OwnSize to = limitedSize(*zoom.dst);
     if (from.width < 1 || from.height < 1 || to.width < 1 || to.height < 1)
         return;
-    to = {filled(from.width, zoom.x, to.width), filled(from.height, zoom.y, to.height)};
+    to = {ownFilledPixels(zoom.x, from.width, to.width), ownFilledPixels(zoom.y, from.height, to.height)};
     OwnTempImage made;
     if (zoom.src->maskROI && !scaleMask(zoom, to, made))
         return;
@@ -201,7 +184,7 @@ bool isAlphaAlone(const OrvImage& image)
     return image.alphaChannel != 0 && image.nChannels == 1;
 }
 
-void zoomImage(OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y, int32_t interpolate)
+void zoomImage(OrvImage* src, OrvImage* dst, const OwnScaleRatio& x, const OwnScaleRatio& y, int32_t interpolate)
 {
     if (passesChecks(src, dst, x, y, interpolate) && !isAlphaAlone(*src) && !isAlphaAlone(*dst))
         scale({src, dst, x, y, methodFor(*src, interpolate)});

@@ -15,15 +15,11 @@ namespace {
 
 constexpr const char* source = "orvdecimate";
 
-// The destination's size by the source's, along an axis.
-struct Ratio {
-    int32_t dst, src;
-
-    double factor() const { return double(src) / dst; }
-    bool exact() const { return src % dst == 0; }
-    // Whole pixels of the destination for a length of the source.
-    int64_t whole(int32_t length) const { return int64_t{length} * dst / src; }
-};
+// Whole pixels of the destination for a length of the source.
+int64_t wholePixels(const OwnScaleRatio& ratio, int32_t length)
+{
+    return int64_t{length} * ratio.dst / ratio.src;
+}
 
 // The sources' regions as an axis sees them.
 OwnScaleLine lineX(const OrvImage& image)
@@ -69,7 +65,7 @@ void tell(const OwnReport& report, OwnBlockResult result, const char* noMemory =
 enum class Method { nearest, linear, cubic, area };
 
 // Every fault is told. False if there is one, or an earlier one of the thread.
-bool passesChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y,
+bool passesChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnScaleRatio& x, const OwnScaleRatio& y,
                   int32_t interpolate)
 {
     if (!report.goodImage(src) || !report.goodImage(dst))
@@ -101,27 +97,27 @@ bool passesChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, const R
 
 // The method that the image and its region are large enough for. Where all samples fall on pixels, nothing is
 // interpolated.
-Method methodFor(const OrvImage& src, const Ratio& x, const Ratio& y, int32_t interpolate)
+Method methodFor(const OrvImage& src, const OwnScaleRatio& x, const OwnScaleRatio& y, int32_t interpolate)
 {
     const bool area = interpolate == ORV_INTER_SUPER;
     if (src.width < 4 || src.height < 4)
         return Method::nearest;
     if (!area && x.exact() && y.exact())
         return Method::nearest;
-    if (x.whole(lineX(src).length) < 1 || y.whole(lineY(src).length) < 1)
+    if (wholePixels(x, lineX(src).length) < 1 || wholePixels(y, lineY(src).length) < 1)
         return Method::nearest;
     if (!area && src.depth == ORV_DEPTH_1U)
         return Method::nearest;
     return Method(interpolate);
 }
 
-OwnBlockResult decimateAreas(OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y)
+OwnBlockResult decimateAreas(OrvImage* src, OrvImage* dst, const OwnScaleRatio& x, const OwnScaleRatio& y)
 {
     const OwnScaleLine across = lineX(*src), down = lineY(*src);
     const OwnRect to = ownRoiRect(*dst);
     // Cells that the source covers in part are left out.
-    auto count = [](const Ratio& ratio, int32_t length, int32_t most) {
-        int64_t whole = ratio.whole(length);
+    auto count = [](const OwnScaleRatio& ratio, int32_t length, int32_t most) {
+        int64_t whole = wholePixels(ratio, length);
         return whole < most ? int32_t(whole) : most;
     };
     const double stepX = float(x.factor()), stepY = float(y.factor());
@@ -132,7 +128,8 @@ OwnBlockResult decimateAreas(OrvImage* src, OrvImage* dst, const Ratio& x, const
     return ownRunArea({src, dst, &axisX, &axisY, 1 / (stepX * stepY)});
 }
 
-OwnBlockResult decimateSamples(OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y, Method method)
+OwnBlockResult decimateSamples(OrvImage* src, OrvImage* dst, const OwnScaleRatio& x, const OwnScaleRatio& y,
+                               Method method)
 {
     const OwnScaleKernels& kernels = ownScaleKernels();
     const OwnDepthIndex depth = ownDepthIndex(src->depth);
@@ -151,8 +148,8 @@ OwnBlockResult decimateSamples(OrvImage* src, OrvImage* dst, const Ratio& x, con
 // ---- orvDecimateBlur ----------------------------------------------------------------------------------------------
 
 // Every other fault ends the call; a bad method ends it after the other checks.
-bool passesBlurChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y,
-                      int32_t interpolate, OwnSize mask)
+bool passesBlurChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnScaleRatio& x,
+                      const OwnScaleRatio& y, int32_t interpolate, OwnSize mask)
 {
     const bool badMethod =
         report.when(interpolate != ORV_INTER_NN && interpolate != ORV_INTER_LINEAR && interpolate != ORV_INTER_CUBIC,
@@ -207,29 +204,19 @@ bool passesBlurChecks(const OwnReport& report, OrvImage* src, OrvImage* dst, con
     return !badMethod;
 }
 
-// From the centre of the first pixel to that of the last, on both sides; 0 where the destination has but one.
-double stepOf(const Ratio& ratio, int32_t length)
+double stepOf(const OwnScaleRatio& ratio, int32_t length)
 {
-    if (ratio.src == ratio.dst)
-        return 1;
-    const double ideal = double(ratio.dst) * length / ratio.src;
-    return ideal > 1 ? (length - 1) / (ideal - 1) : 0;
+    return ratio.src == ratio.dst ? 1 : ownZoomStep(ratio, length);
 }
 
-int32_t blurCount(const Ratio& ratio, int32_t length, int32_t most)
-{
-    double count = std::rint(length / ratio.factor() - 0.49999);
-    return count < most ? int32_t(count) : most;
-}
-
-OwnBoxAxis boxAxis(const Ratio& ratio, int32_t size, const OwnScaleLine& line)
+OwnBoxAxis boxAxis(const OwnScaleRatio& ratio, int32_t size, const OwnScaleLine& line)
 {
     if (size == 0)
         size = int32_t(std::rint(ratio.factor() + 0.00001));
     return {size, size / 2, -line.offset, line.imageLength - 1 - line.offset};
 }
 
-OwnScaleMethod blurMethodFor(const OrvImage& src, const Ratio& x, const Ratio& y, int32_t interpolate)
+OwnScaleMethod blurMethodFor(const OrvImage& src, const OwnScaleRatio& x, const OwnScaleRatio& y, int32_t interpolate)
 {
     const bool unscaled = x.src == x.dst && y.src == y.dst;
     if (unscaled || src.depth == ORV_DEPTH_1U || interpolate == ORV_INTER_NN || src.width < 2 || src.height < 2)
@@ -239,8 +226,8 @@ OwnScaleMethod blurMethodFor(const OrvImage& src, const Ratio& x, const Ratio& y
     return OwnScaleMethod::cubic;
 }
 
-OwnBlockResult decimateBoxes(OrvImage* src, OrvImage* dst, const Ratio& x, const Ratio& y, OwnScaleMethod method,
-                             OwnSize mask)
+OwnBlockResult decimateBoxes(OrvImage* src, OrvImage* dst, const OwnScaleRatio& x, const OwnScaleRatio& y,
+                             OwnScaleMethod method, OwnSize mask)
 {
     const OwnScaleLine across = lineX(*src), down = lineY(*src);
     const OwnRect to = ownRoiRect(*dst);
@@ -253,8 +240,8 @@ OwnBlockResult decimateBoxes(OrvImage* src, OrvImage* dst, const Ratio& x, const
                                    : method == OwnScaleMethod::cubic ? &kernels.zoomCubic[depth]
                                                                      : nullptr;
     OwnScaleAxis axisX, axisY;
-    if (!ownZoomAxis(axisX, method, across, 0, stepX, blurCount(x, across.length, to.width)) ||
-        !ownZoomAxis(axisY, method, down, 0, stepY, blurCount(y, down.length, to.height)))
+    if (!ownZoomAxis(axisX, method, across, 0, stepX, ownFilledPixels(x, across.length, to.width)) ||
+        !ownZoomAxis(axisY, method, down, 0, stepY, ownFilledPixels(y, down.length, to.height)))
         return OwnBlockResult::noMemory;
     const OwnBox box = {boxAxis(x, mask.width, across), boxAxis(y, mask.height, down)};
     const bool blurs = box.x.size > 1 || box.y.size > 1;
@@ -267,7 +254,7 @@ void ORV_CALL orvDecimate(OrvImage* srcImage, OrvImage* dstImage, int32_t xDst, 
                           int32_t ySrc, int32_t interpolate)
 {
     constexpr OwnReport report{"orvDecimate", source};
-    const Ratio x = {xDst, xSrc}, y = {yDst, ySrc};
+    const OwnScaleRatio x = {xDst, xSrc}, y = {yDst, ySrc};
     if (!passesChecks(report, srcImage, dstImage, x, y, interpolate) || hasNothing(*srcImage, *dstImage))
         return;
     const Method method = methodFor(*srcImage, x, y, interpolate);
@@ -282,7 +269,7 @@ void ORV_CALL orvDecimateBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t xD
                               int32_t ySrc, int32_t interpolate, int32_t xMaskSize, int32_t yMaskSize)
 {
     constexpr OwnReport report{"orvDecimateBlur", source};
-    const Ratio x = {xDst, xSrc}, y = {yDst, ySrc};
+    const OwnScaleRatio x = {xDst, xSrc}, y = {yDst, ySrc};
     const OwnSize mask = {xMaskSize, yMaskSize};
     if (!passesBlurChecks(report, srcImage, dstImage, x, y, interpolate, mask) || hasNothing(*srcImage, *dstImage))
         return;

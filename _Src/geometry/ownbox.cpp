@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "../core/ownregion.h"
+#include "kernels/ownscale.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ const OwnBoxKernel& kernelFor(uint32_t depth, const OwnBox* box)
 // areas.
 void setFactor(OwnBoxMeans& task)
 {
-    auto scale = uint64_t(std::rint(1.0 / double(task.area) * 4294967296.0 - 0.49999));
+    auto scale = uint64_t(std::rint(1.0 / double(task.area) * 4294967296.0 + ownIndexBias));
     task.factor = 0;
     task.shift = 8;
     if (scale == 0)

@@ -2,12 +2,9 @@
 
 #include <cmath>
 
-#include "../core/ownregion.h"
+#include "kernels/ownscale.h"
 
 namespace {
-
-// Just less than a half: a position a hair before a pixel counts as on it.
-constexpr double indexBias = -0.49999;
 
 template <class T>
 bool allocate(OwnScratch<T>& block, int64_t count)
@@ -43,6 +40,18 @@ void placeCubic(OwnScaleAxis& axis, int32_t i, double position, int32_t index, c
 
 }  // namespace
 
+int32_t ownFilledPixels(const OwnScaleRatio& ratio, int32_t length, int32_t most)
+{
+    const double count = std::rint(length / ratio.factor() + ownIndexBias);
+    return count >= most ? most : count < 1 ? 1 : int32_t(count);
+}
+
+double ownZoomStep(const OwnScaleRatio& ratio, int32_t length)
+{
+    const double ideal = double(ratio.dst) * length / ratio.src;
+    return ideal > 1 ? (length - 1) / (ideal - 1) : 0;
+}
+
 bool ownZoomAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleLine& line, double start, double step,
                  int32_t count)
 {
@@ -52,7 +61,7 @@ bool ownZoomAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleLine& 
         return false;
     double position = start;
     for (int32_t i = 0; i < count; ++i, position += step) {
-        const double place = position + indexBias;
+        const double place = position + ownIndexBias;
         const int32_t index = place < last ? int32_t(std::lrint(place)) : last;
         if (axis.samples == 1)
             axis.index[i] = index;

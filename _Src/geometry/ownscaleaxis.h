@@ -2,6 +2,7 @@
 // run by addition of a step, so that they carry its rounding along; pixels count from the start of the regions.
 #pragma once
 
+#include "../core/ownregion.h"
 #include "../core/ownscratch.h"
 
 // What is scaled along an axis: the region, cut at the image's edges, and the image that it lies in.
@@ -10,6 +11,21 @@ struct OwnScaleLine {
     int32_t offset;  // of the region in the image
     int32_t imageLength;
 };
+
+// The destination's size by the source's along an axis, in numbers from 1 on.
+struct OwnScaleRatio {
+    int32_t dst, src;
+
+    double factor() const { return double(src) / dst; }
+    bool exact() const { return ownMax(dst, src) % ownMin(dst, src) == 0; }
+};
+
+// How many of `most` pixels of the destination a source of that length fills, at least 1.
+int32_t ownFilledPixels(const OwnScaleRatio& ratio, int32_t length, int32_t most);
+
+// The step at which the centres of the last pixels meet when those of the first do; 0 where the destination has but
+// one.
+double ownZoomStep(const OwnScaleRatio& ratio, int32_t length);
 
 // Pixels side by side, counted from the start of a region.
 struct OwnSpan {

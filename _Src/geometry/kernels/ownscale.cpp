@@ -13,12 +13,11 @@ namespace {
 
 // ---- Methods of orvZoom and orvResize -----------------------------------------------------------------------------
 
-constexpr double indexBias = -0.49999;
 constexpr int32_t one = 16384;  // of weights in 14 bits after the point
 
 inline int16_t fixedWeight(double fraction)
 {
-    return int16_t(__builtin_rint(fraction * one + indexBias));
+    return int16_t(__builtin_rint(fraction * one + ownIndexBias));
 }
 
 // Results are stored as they come, cut to the type's bits: a weight may lie a hair below 0.
@@ -86,14 +85,14 @@ struct ZoomCubic {
     static T result(double value)
     {
         if constexpr (sizeof(T) < 4)
-            return ownRounded<T>(value + indexBias);
+            return ownRounded<T>(value + ownIndexBias);
         else
             return T(value);
     }
 #if defined(__AVX2__)
     static __m128i results(__m256d values)
     {
-        return _mm256_cvtpd_epi32(values + indexBias);
+        return _mm256_cvtpd_epi32(values + ownIndexBias);
     }
 #endif
 };

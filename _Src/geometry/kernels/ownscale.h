@@ -5,6 +5,10 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
+// What is added before rounding to nearest, where the fraction is to be cut off: a number that rounding has left a hair
+// below an integer counts as that integer.
+constexpr double ownIndexBias = -0.49999;
+
 // What the rows of a destination are made of, along a row.
 struct OwnScaleColumns {
     ptrdiff_t count;        // pixels of a destination row, at least 1
