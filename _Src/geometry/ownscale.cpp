@@ -12,6 +12,9 @@ constexpr OwnSize cutSize = {64, 64};
 
 constexpr int mostSamples = 4;
 
+// Rows of the ring, a power of two: those of a pixel's samples, of which the last may have been made with the next one.
+constexpr int slots = 8;
+
 // One block.
 class Piece {
 public:
@@ -25,7 +28,8 @@ public:
           columns(columnsOf()),
           ringStep((int64_t{columns.values()} * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~int64_t{31}),
           table(call.kernel ? call.kernel->tableBytes(columns) : picker().tableBytes(columns)),
-          ring(ringStep * call.y->samples),
+          ring(call.kernel ? ringStep * slots : 0),
+          goesByTwo(!call.box && down.count <= 2 * int64_t{block.height}),
           boxes(call.box, lines, src.depth, across, down)
     {
     }
@@ -53,6 +57,8 @@ private:
     OwnScaleColumns columns;
     int64_t ringStep;  // bytes from row to row of the ring
     OwnScratch<uint8_t> table, ring;
+    bool goesByTwo;       // all rows are needed, so that two may be made at a time
+    int32_t held[slots];  // the rows in the ring, from the first that is needed on
     OwnBoxRows boxes;
 
     OwnScaleColumns columnsOf() const
@@ -94,26 +100,37 @@ private:
         });
     }
 
+    // Makes row `row` of the ring, counted from the first that is needed, and perhaps the next one too.
+    void makeRing(int32_t row)
+    {
+        const int count = goesByTwo && row + 1 < down.count ? 2 : 1;
+        const void* from[2] = {};
+        void* to[2] = {};
+        for (int i = 0; i < count; ++i) {
+            from[i] = call.box ? boxes.row(down.first + row + i) : lines.source(row + i, i);
+            to[i] = slot(row + i);
+            held[(row + i) & (slots - 1)] = row + i;
+        }
+        call.kernel->across(columns, from, count, to);
+    }
+
+    uint8_t* slot(int32_t row) const { return ring.data + (row & (slots - 1)) * ringStep; }
+
     void interpolate()
     {
         const OwnScaleAxis& axis = *call.y;
-        int32_t held[mostSamples];  // the rows in the ring
         for (int32_t& row : held)
-            row = INT32_MIN;
+            row = -1;
         ownMakeLines(lines, [&](int32_t y, void* to) {
             const int32_t place = block.y + y;
             const bool whole = axis.firstIsWhole && place == 0;
-            const int32_t first = whole ? 0 : axis.index.data[place];
+            const int32_t first = (whole ? 0 : axis.index.data[place]) - down.first;
             const int samples = whole ? 1 : axis.samples;
             const void* rows[mostSamples];
             for (int i = 0; i < samples; ++i) {
-                // The first row that is needed has slot 0; the number of slots is a power of two.
-                const int slot = (first + i - down.first) & (axis.samples - 1);
-                uint8_t* row = ring.data + slot * ringStep;
-                if (held[slot] != first + i)
-                    call.kernel->across(columns, source(first + i), row);
-                held[slot] = first + i;
-                rows[i] = row;
+                if (held[(first + i) & (slots - 1)] != first + i)
+                    makeRing(first + i);
+                rows[i] = slot(first + i);
             }
             double fraction = axis.fraction ? axis.fraction.data[place] : 0;
             call.kernel->down(columns, rows, samples, fraction, to);

@@ -52,7 +52,7 @@ inline __attribute__((always_inline)) bool storeFours(void* dst, ptrdiff_t n, Fo
         __m128i low = _mm_packus_epi32(four(i), four(i + 4)), vector = low;
         if constexpr (sizeof(T) == 1)
             vector = _mm_packus_epi16(low, _mm_packus_epi32(four(i + 8), four(i + 12)));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(static_cast<T*>(dst) + i), vector);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(static_cast<uint8_t*>(dst) + i * ptrdiff_t(sizeof(T))), vector);
     };
     if (n < inVector)
         return false;

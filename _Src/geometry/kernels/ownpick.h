@@ -115,35 +115,44 @@ inline void makeShuffle(Shuffle& shuffle, Memory& memory, const int32_t* from, p
     shuffle.vectors = vectors;
 }
 
-template <int loads>
-inline __m256i shuffled(const Shuffle& shuffle, ptrdiff_t vector, const uint8_t* src)
+// Vector `vector` of the results of so many sources, which are alike.
+template <int loads, int sources>
+inline __attribute__((always_inline)) void shuffled(const Shuffle& shuffle, ptrdiff_t vector,
+                                                    const uint8_t* const (&src)[sources], __m256i (&result)[sources])
 {
-    __m256i result = _mm256_setzero_si256();
     for (int load = 0; load < loads; ++load) {
-        const ptrdiff_t place = vector * loads + load;
-        auto* low = reinterpret_cast<const __m128i*>(src + shuffle.starts[place * 2]);
-        auto* high = reinterpret_cast<const __m128i*>(src + shuffle.starts[place * 2 + 1]);
-        auto* order = reinterpret_cast<const __m256i*>(shuffle.order + place * 32);
-        __m256i part = _mm256_shuffle_epi8(_mm256_loadu2_m128i(high, low), _mm256_loadu_si256(order));
-        result = load ? _mm256_or_si256(result, part) : part;
+        const ptrdiff_t place = vector * loads + load, low = shuffle.starts[place * 2],
+                        high = shuffle.starts[place * 2 + 1];
+        const __m256i order = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(shuffle.order + place * 32));
+        for (int i = 0; i < sources; ++i) {
+            __m256i part = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src[i] + high),
+                                               reinterpret_cast<const __m128i*>(src[i] + low));
+            part = _mm256_shuffle_epi8(part, order);
+            result[i] = load ? _mm256_or_si256(result[i], part) : part;
+        }
     }
-    return result;
 }
 
-// Hands each vector of a result of so many elements of type T, and the element that it begins with, to run.
-template <class T, int loads, class Run>
-inline __attribute__((always_inline)) void forVectors(const Shuffle& given, const uint8_t* src, ptrdiff_t n, Run run)
+// Hands each vector of the results, of so many elements of type T, and the element that it begins with, to run.
+template <class T, int loads, int sources, class Run>
+inline __attribute__((always_inline)) void forVectors(const Shuffle& given, const uint8_t* const (&src)[sources],
+                                                      ptrdiff_t n, Run run)
 {
     constexpr ptrdiff_t inVector = 32 / sizeof(T);
     const Shuffle shuffle = given;
     const ptrdiff_t last = shuffle.vectors - 1;
-    for (ptrdiff_t i = 0; i < last; ++i)
-        run(shuffled<loads>(shuffle, i, src), i * inVector);
-    run(shuffled<loads>(shuffle, last, src), n - inVector);
+    __m256i vectors[sources];
+    for (ptrdiff_t i = 0; i < last; ++i) {
+        shuffled<loads>(shuffle, i, src, vectors);
+        run(vectors, i * inVector);
+    }
+    shuffled<loads>(shuffle, last, src, vectors);
+    run(vectors, n - inVector);
 }
 
-template <class T, class Run>
-inline __attribute__((always_inline)) void runShuffle(const Shuffle& shuffle, const uint8_t* src, ptrdiff_t n, Run run)
+template <class T, int sources, class Run>
+inline __attribute__((always_inline)) void runShuffle(const Shuffle& shuffle, const uint8_t* const (&src)[sources],
+                                                      ptrdiff_t n, Run run)
 {
     switch (shuffle.loads) {
     case 1: return forVectors<T, 1>(shuffle, src, n, run);
@@ -241,9 +250,11 @@ inline void pickSample(const Pick& pick, const OwnScaleColumns& columns, int val
     }
 #if defined(__AVX2__)
     if (pick.shuffle.loads) {
-        runShuffle<uint8_t>(pick.shuffle, src, columns.count * pixel, [dst](__m256i vector, ptrdiff_t at) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), vector);
-        });
+        const uint8_t* const sources[1] = {src};
+        runShuffle<uint8_t>(pick.shuffle, sources, columns.count * pixel,
+                            [dst](const __m256i(&vectors)[1], ptrdiff_t at) {
+                                _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), vectors[0]);
+                            });
         return;
     }
 #endif

@@ -234,14 +234,24 @@ void makeFactors(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
     }
 }
 
-void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear8>& table, const uint8_t* src, uint16_t* ring)
+template <int rows>
+void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear8>& table, const uint8_t* const (&src)[rows],
+                 uint16_t* const (&given)[rows])
 {
     const __m256i slope = _mm256_set1_epi16(int16_t(0xC040)), nearer = _mm256_set1_epi16(0x0040);
     const int16_t* factors = table.factors;
-    runShuffle<uint16_t>(table.pairs, src, columns.values(), [=](__m256i pairs, ptrdiff_t i) {
-        __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(pairs, slope), wordsAt(factors, i));
-        __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(pairs, nearer), part);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring + i), sum);
+    struct {
+        uint16_t* row[rows];
+    } ring;
+    for (int k = 0; k < rows; ++k)
+        ring.row[k] = given[k];
+    runShuffle<uint16_t>(table.pairs, src, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
+        const __m256i factor = wordsAt(factors, i);
+        for (int k = 0; k < rows; ++k) {
+            __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(pairs[k], slope), factor);
+            __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(pairs[k], nearer), part);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring.row[k] + i), sum);
+        }
     });
 }
 
@@ -255,17 +265,26 @@ void makeFactors(Table<ZoomLinear16>& table, Memory& memory, ptrdiff_t n)
     }
 }
 
-void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear16>& table, const uint8_t* src, uint16_t* ring)
+template <int rows>
+void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear16>& table, const uint8_t* const (&src)[rows],
+                 uint16_t* const (&given)[rows])
 {
     const __m256i sign = _mm256_set1_epi16(INT16_MIN), back = _mm256_set1_epi32(32768 * one);
     const __m256i low = _mm256_set1_epi32(0xFFFF);
     const int16_t* factors = table.factors;
-    runShuffle<uint32_t>(table.pairs, src, columns.values(), [=](__m256i pairs, ptrdiff_t i) {
-        __m256i samples = _mm256_xor_si256(pairs, sign);
-        __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(samples, wordsAt(factors, i * 2)), back);
-        sum = _mm256_and_si256(_mm256_srai_epi32(sum, 14), low);
-        __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(ring + i), _mm256_castsi256_si128(words));
+    struct {
+        uint16_t* row[rows];
+    } ring;
+    for (int k = 0; k < rows; ++k)
+        ring.row[k] = given[k];
+    runShuffle<uint32_t>(table.pairs, src, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
+        const __m256i factor = wordsAt(factors, i * 2);
+        for (int k = 0; k < rows; ++k) {
+            __m256i sum = _mm256_madd_epi16(_mm256_xor_si256(pairs[k], sign), factor);
+            sum = _mm256_and_si256(_mm256_srai_epi32(_mm256_add_epi32(sum, back), 14), low);
+            __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(ring.row[k] + i), _mm256_castsi256_si128(words));
+        }
     });
 }
 
@@ -367,11 +386,10 @@ void acrossSamples(const OwnScaleColumns& columns, const Table<M>& given, const 
 }
 
 template <class M>
-void across(const OwnScaleColumns& columns, const void* src, void* to)
+void acrossRow(const OwnScaleColumns& columns, const void* src, typename M::Ring* ring)
 {
     using Value = typename M::Value;
     const Table<M>& table = tableOf<M>(columns);
-    auto* ring = static_cast<typename M::Ring*>(to);
     if (columns.samples == 1) {
         const Value* samples = table.samples[0];
         pickSample(table.pick, columns, sizeof(Value), src, 0, table.samples[0]);
@@ -379,18 +397,30 @@ void across(const OwnScaleColumns& columns, const void* src, void* to)
             ring[i] = M::kept(M::whole(samples[i]));
         return;
     }
-#if defined(__AVX2__)
-    if constexpr (isFixed<M>) {
-        if (table.pairs.loads) {
-            acrossPairs(columns, table, static_cast<const uint8_t*>(src), ring);
-            return;
-        }
-    }
-#endif
     acrossSamples<M>(columns, table, src, ring);
     if (columns.whole >= 0)
         for (ptrdiff_t lane = 0; lane < columns.lanes; ++lane)
             ring[lane] = M::kept(M::whole(ownLoad<Value>(src, columns.whole * columns.lanes + lane)));
+}
+
+template <class M>
+void across(const OwnScaleColumns& columns, const void* const* src, int rows, void* const* to)
+{
+    using Ring = typename M::Ring;
+#if defined(__AVX2__)
+    if constexpr (isFixed<M>)
+        if (const Table<M>& table = tableOf<M>(columns); table.pairs.loads) {
+            const uint8_t* const from[2] = {static_cast<const uint8_t*>(src[0]), static_cast<const uint8_t*>(src[1])};
+            Ring* const ring[2] = {static_cast<Ring*>(to[0]), static_cast<Ring*>(to[1])};
+            if (rows == 2)
+                return acrossPairs(columns, table, from, ring);
+            const uint8_t* const one[1] = {from[0]};
+            Ring* const oneRing[1] = {ring[0]};
+            return acrossPairs(columns, table, one, oneRing);
+        }
+#endif
+    for (int i = 0; i < rows; ++i)
+        acrossRow<M>(columns, src[i], static_cast<Ring*>(to[i]));
 }
 
 // ---- The step across rows -----------------------------------------------------------------------------------------

@@ -36,7 +36,8 @@ struct OwnScaleKernel {
     int ringBytes;  // of a value between the two steps
     int64_t (*tableBytes)(const OwnScaleColumns& columns);
     void (*prepare)(const OwnScaleColumns& columns);
-    void (*across)(const OwnScaleColumns& columns, const void* src, void* ring);
+    // One row or two.
+    void (*across)(const OwnScaleColumns& columns, const void* const* src, int rows, void* const* ring);
     // One row of values made of as many as `samples`, 1, 2 or 4.
     void (*down)(const OwnScaleColumns& columns, const void* const* rows, int samples, double fraction, void* dst);
 };
