@@ -98,14 +98,28 @@ void OwnBoxRows::restart(int64_t first)
     }
 }
 
+// Moves the boxes down to row `first`.
+void OwnBoxRows::move(int64_t first)
+{
+    while (top < first) {
+        const void *enter[ownBoxRows], *leave[ownBoxRows];
+        const int count = int(first - top < ownBoxRows ? first - top : ownBoxRows);
+        for (int i = 0; i < count; ++i) {
+            enter[i] = source(top + i + box->y.size, 2 * i);
+            leave[i] = source(top + i, 2 * i + 1);
+        }
+        kernel.move(enter, leave, count, sums.data, values);
+        top += count;
+    }
+}
+
 const void* OwnBoxRows::row(int32_t y)
 {
     const int64_t first = int64_t{y} - box->y.before;
     if (top == noTop || first - top >= box->y.size)
         restart(first);
     else
-        for (; top < first; ++top)
-            kernel.move(source(top + box->y.size, 0), source(top, 1), sums.data, values);
+        move(first);
     top = first;
     kernel.means(task, sums.data, means.data);
     return means.data;

@@ -21,7 +21,7 @@ OwnSpan ownBoxSpan(const OwnBoxAxis& axis, const OwnSpan& span);
 
 class OwnBoxRows {
 public:
-    static constexpr int slots = 2;  // rows of the source that are in use at a time
+    static constexpr int slots = 2 * ownBoxRows;  // rows of the source that are in use at a time
 
     // The source's region is what the boxes of the pixels `across` and `down` need. Nothing is made without a box.
     OwnBoxRows(const OwnBox* box, OwnLines& lines, uint32_t depth, const OwnSpan& across, const OwnSpan& down);
@@ -49,4 +49,5 @@ private:
 
     const void* source(int64_t y, int slot);
     void restart(int64_t first);
+    void move(int64_t first);
 };

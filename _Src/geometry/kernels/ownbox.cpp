@@ -47,6 +47,13 @@ struct Integers<uint8_t>::Mean<uint16_t> {
         const auto mean = uint16_t(sum * unsigned{factor} >> 16);
         return uint8_t(mean < most ? mean : most);
     }
+#if defined(__AVX2__)
+    // Not yet cut to the range of a byte.
+    __m256i words(__m256i sums) const
+    {
+        return _mm256_mulhi_epu16(sums, _mm256_set1_epi16(int16_t(factor)));
+    }
+#endif
 };
 
 struct Reals {
@@ -133,9 +140,11 @@ struct Adder {
     {
         for (int step = 0; step < steps; ++step)
             sums = plus<Sum>(sums, _mm256_shuffle_epi8(sums, shift[step]));
-        sums = plus<Sum>(plus<Sum>(sums, carryHalf(sums)), carry);
-        carry = _mm256_shuffle_epi8(_mm256_permute2x128_si256(sums, sums, 0x11), last);
-        return sums;
+        sums = plus<Sum>(sums, carryHalf(sums));
+        const __m256i all = plus<Sum>(sums, carry);
+        // The vector's own sums do not wait for the carry, so that only this addition is a link of the chain.
+        carry = plus<Sum>(carry, _mm256_shuffle_epi8(_mm256_permute2x128_si256(sums, sums, 0x11), last));
+        return all;
     }
 };
 
@@ -172,6 +181,7 @@ void addUp(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
 template <class Depth, class Sum>
 struct Kernel {
     using Value = typename Depth::Value;
+    using Mean = typename Depth::template Mean<Sum>;
 
     static void add(const void* row, void* to, ptrdiff_t n, int64_t times)
     {
@@ -183,13 +193,31 @@ struct Kernel {
             sums[i] = Sum(sums[i] + Sum(values[i]) * factor);
     }
 
-    static void move(const void* enter, const void* leave, void* to, ptrdiff_t n)
+    template <int count>
+    static void moveRows(const void* const* enter, const void* const* leave, void* to, ptrdiff_t n)
     {
-        const OwnValues<Value> plus = {enter}, minus = {leave};
+        OwnValues<Value> in[count], out[count];
+        for (int k = 0; k < count; ++k) {
+            in[k] = {enter[k]};
+            out[k] = {leave[k]};
+        }
         auto* sums = static_cast<Sum*>(to);
 #pragma GCC ivdep
-        for (ptrdiff_t i = 0; i < n; ++i)
-            sums[i] = Sum(sums[i] + Sum(plus[i]) - Sum(minus[i]));
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            Sum sum = sums[i];
+            for (int k = 0; k < count; ++k)
+                sum = Sum(sum + Sum(in[k][i]) - Sum(out[k][i]));
+            sums[i] = sum;
+        }
+    }
+
+    static void move(const void* const* enter, const void* const* leave, int count, void* sums, ptrdiff_t n)
+    {
+        switch (count) {
+        case 1: return moveRows<1>(enter, leave, sums, n);
+        case 2: return moveRows<2>(enter, leave, sums, n);
+        default: return moveRows<3>(enter, leave, sums, n);
+        }
     }
 
     // The same at any pixel: beyond the columns their first or last sum comes again and again.
@@ -204,6 +232,31 @@ struct Kernel {
         return running[pixel * task.lanes];
     }
 
+    static void insideMeans(const Sum* first, const Sum* last, const Mean& mean, Value* means, ptrdiff_t n)
+    {
+#if defined(__AVX2__)
+        if constexpr (requires { mean.words(__m256i{}); }) {
+            auto words = [=, &mean](ptrdiff_t i) {
+                const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(last + i));
+                const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(first + i));
+                return mean.words(_mm256_sub_epi16(high, low));
+            };
+            auto store = [=](ptrdiff_t i) {
+                __m256i bytes = _mm256_packus_epi16(words(i), words(i + 16));
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(means + i), _mm256_permute4x64_epi64(bytes, 0xD8));
+            };
+            if (n >= 32) {
+                for (ptrdiff_t i = 0; i < n - 32; i += 32)
+                    store(i);
+                return store(n - 32);
+            }
+        }
+#endif
+#pragma GCC ivdep
+        for (ptrdiff_t i = 0; i < n; ++i)
+            means[i] = mean(Sum(last[i] - first[i]));
+    }
+
     static void means(const OwnBoxMeans& given, const void* from, void* to)
     {
         const OwnBoxMeans task = given;
@@ -211,7 +264,7 @@ struct Kernel {
         auto* means = static_cast<Value*>(to);
         const ptrdiff_t lanes = task.lanes;
         Sum* running = static_cast<Sum*>(task.running) + ownBoxEdge * lanes;
-        const typename Depth::template Mean<Sum> mean(task);
+        const Mean mean(task);
         addUp(sums, running, task.columns * lanes, task.lanes);
         // Few boxes pass the columns by more than an edge that is filled in: those before `left` and from `right` on.
         auto clamp = [&](int64_t i) { return ptrdiff_t(i < 0 ? 0 : i < task.count ? i : task.count); };
@@ -233,11 +286,7 @@ struct Kernel {
                 means[i * lanes + lane] = mean(sum);
             }
         const Sum* first = running + low * lanes;
-        const Sum* last = first + task.size * lanes;
-        Value* inside = means + left * lanes;
-#pragma GCC ivdep
-        for (ptrdiff_t i = 0; i < (right - left) * lanes; ++i)
-            inside[i] = mean(Sum(last[i] - first[i]));
+        insideMeans(first, first + task.size * lanes, mean, means + left * lanes, (right - left) * lanes);
     }
 
     static constexpr OwnBoxKernel kernel = {sizeof(Sum), add, move, means};

@@ -22,12 +22,15 @@ struct OwnBoxMeans {
 // Pixels on both sides of the columns for which there is room in `running`.
 constexpr int ownBoxEdge = 64;
 
+// The most rows that a kernel takes at a time.
+constexpr int ownBoxRows = 3;
+
 struct OwnBoxKernel {
     int sumBytes;
     // sums[i] += row[i] * times, for n values.
     void (*add)(const void* row, void* sums, ptrdiff_t n, int64_t times);
-    // sums[i] += enter[i] - leave[i].
-    void (*move)(const void* enter, const void* leave, void* sums, ptrdiff_t n);
+    // sums[i] += enter[i] - leave[i], for `count` rows of both.
+    void (*move)(const void* const* enter, const void* const* leave, int count, void* sums, ptrdiff_t n);
     void (*means)(const OwnBoxMeans& task, const void* sums, void* means);
 };
 
