@@ -98,10 +98,11 @@ struct Adder {
     static constexpr int inHalf = 16 / int(sizeof(Sum));
     static constexpr int steps = inHalf == 8 ? 3 : 2;
     __m256i shift[steps];  // brings each element so much further in its half, behind zeros
-    __m256i last;          // brings the last elements of the lanes to all elements of their lane
+    __m256i last;          // brings the last elements of the lanes to all elements of their lane in the next vector
+    __m256i turn;          // does the same with what all elements of a lane have
 
     struct Orders {
-        alignas(32) int8_t order[inHalf][steps + 1][32];
+        alignas(32) int8_t order[inHalf][steps + 2][32];
     };
     static constexpr Orders makeOrders()
     {
@@ -115,6 +116,9 @@ struct Adder {
                     order[step][i] = int8_t(from < 0 ? -1 : from * int(sizeof(Sum)) + byte);
                 }
                 order[steps][i] = int8_t((inHalf - lanes + element % lanes) * int(sizeof(Sum)) + byte);
+                // The element of the same half that is of the lane.
+                const int lane = (2 * inHalf - lanes + element % lanes) % lanes, half = element / inHalf * inHalf;
+                order[steps + 1][i] = int8_t((lanes + lane - half % lanes) % lanes * int(sizeof(Sum)) + byte);
             }
         return orders;
     }
@@ -126,6 +130,7 @@ struct Adder {
         for (int step = 0; step < steps; ++step)
             shift[step] = _mm256_load_si256(order + step);
         last = _mm256_load_si256(order + steps);
+        turn = _mm256_load_si256(order + steps + 1);
     }
 
     // Those of the low half are due in the high one from its first element on.
@@ -142,8 +147,9 @@ struct Adder {
             sums = plus<Sum>(sums, _mm256_shuffle_epi8(sums, shift[step]));
         sums = plus<Sum>(sums, carryHalf(sums));
         const __m256i all = plus<Sum>(sums, carry);
-        // The vector's own sums do not wait for the carry, so that only this addition is a link of the chain.
-        carry = plus<Sum>(carry, _mm256_shuffle_epi8(_mm256_permute2x128_si256(sums, sums, 0x11), last));
+        // The vector's own sums do not wait for the carry, so that the chain has short links.
+        carry = plus<Sum>(_mm256_shuffle_epi8(carry, turn),
+                          _mm256_shuffle_epi8(_mm256_permute2x128_si256(sums, sums, 0x11), last));
         return all;
     }
 };
