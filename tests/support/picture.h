@@ -60,6 +60,7 @@ struct PictureSpec {
     int tileWidth = 0;  // 0 for a plain image
     int tileHeight = 0;
     int extraStep = 0;                 // bytes between the rows of a plain image, above what they need
+    bool wholeBytes = false;           // rows of bits in tiles may be written to the end of their last byte
     uint64_t seed = 1;                 // of the pixels
     const char* name = "A";            // in the tile log
     TileLog* log = nullptr;            // NULL for a log of the picture's own
