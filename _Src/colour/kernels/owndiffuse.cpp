@@ -25,30 +25,31 @@ inline double withError(double sum, double error, double weight)
     return sum + error * weight;
 }
 
-// What a pixel takes over from its neighbours. e0(k) is the error k pixels beside it in its row, e1(k) in the row above and
-// e2(k) in the one above that. The order of the additions is part of the result.
+// A value with what it takes over from its neighbours. e0(k) is the error k pixels beside it in its row, e1(k) in the row above
+// and e2(k) in the one above that. The order of the additions is part of the result.
 struct FloydSteinberg {
     static constexpr int rowsAbove = 1;
 
-    template <class E2, class E1, class E0>
-    static auto carried(E2, E1 e1, E0 e0)
+    template <class Real, class E2, class E1, class E0>
+    static Real withErrors(Real value, E2, E1 e1, E0 e0)
     {
-        return withError(withError(e1(1) * 3.0, e1(0), 5.0) + e1(-1), e0(-1), 7.0) * 0.0625;
+        Real sum = withError(withError(e1(1) * 3.0, e1(0), 5.0) + e1(-1), e0(-1), 7.0);
+        return withError(value, sum, 0.0625);  // a power of two is exact, too
     }
 };
 
-template <int outer, int middle, int inner, int sum>
+template <int outer, int middle, int inner, int all>
 struct TwoRowsAbove {
     static constexpr int rowsAbove = 2;
 
-    template <class E2, class E1, class E0>
-    static auto carried(E2 e2, E1 e1, E0 e0)
+    template <class Real, class E2, class E1, class E0>
+    static Real withErrors(Real value, E2 e2, E1 e1, E0 e0)
     {
         constexpr double a = outer, b = middle, c = inner;
-        auto above = withError(withError(withError(e2(-2), e2(-1), a), e2(0), b), e2(1), a) + e2(2);
-        auto beside = withError(withError(above, e1(-2), a), e1(-1), b);
-        beside = withError(withError(withError(beside, e1(0), c), e1(1), b), e1(2), a);
-        return withError(withError(beside, e0(-2), b), e0(-1), c) * double(1.0f / sum);
+        Real sum = withError(withError(withError(e2(-2), e2(-1), a), e2(0), b), e2(1), a) + e2(2);
+        sum = withError(withError(withError(sum, e1(-2), a), e1(-1), b), e1(0), c);
+        sum = withError(withError(sum, e1(1), b), e1(2), a);
+        return value + withError(withError(sum, e0(-2), b), e0(-1), c) * double(1.0f / all);
     }
 };
 using Jarvis = TwoRowsAbove<3, 5, 7, 48>;
@@ -98,10 +99,10 @@ void diffuseRow(const Task& task, ptrdiff_t row, OwnErrorRows& errors)
         load(task.source(start, row), task.src.pixelStep, values, n);
         for (ptrdiff_t i = 0; i < n; ++i) {
             ptrdiff_t x = start + i;
-            double carried = Filter::carried([=](int k) { return double(above2[x + k]); },
-                                             [=](int k) { return double(above[x + k]); },
-                                             [=](int k) { return k == -1 ? last : last2; });
-            auto result = quantised<form>(q, values[i] + carried, task.threshold(x, row));
+            double value = Filter::withErrors(
+                values[i], [=](int k) { return double(above2[x + k]); }, [=](int k) { return double(above[x + k]); },
+                [=](int k) { return k == -1 ? last : last2; });
+            auto result = quantised<form>(q, value, task.threshold(x, row));
             codes[i] = int32_t(result.code);
             made[x] = float(result.error);
             last2 = last;
@@ -134,7 +135,6 @@ struct Lanes {
         _mm256_store_pd(values, low);
         _mm256_store_pd(values + 4, high);
     }
-    __m256 floats() const { return _mm256_set_m128(_mm256_cvtpd_ps(high), _mm256_cvtpd_ps(low)); }
     __m256i integers() const { return _mm256_set_m128i(_mm256_cvttpd_epi32(high), _mm256_cvttpd_epi32(low)); }
 };
 inline Lanes operator+(Lanes a, Lanes b)
@@ -279,16 +279,19 @@ void diffuseEight(const Task& task, ptrdiff_t row, OwnErrorRows& errors)
         if (task.dither.noise.values)
             stageThresholds(task, row, step, thresholds);
         for (int i = 0; i < block; ++i, ++now) {
-            Lanes carried = Filter::carried([&](int k) { return Lanes::of(past.above2[now - 2 * block + k]); },
-                                            [&](int k) { return Lanes::of(past.above[now - block + k]); },
-                                            [&](int k) { return k == -1 ? last : last2; });
-            Lanes value = Lanes::of(values[i]) + carried, limit = Lanes::of(thresholds[i]);
+            Lanes value = Filter::withErrors(
+                Lanes::of(values[i]), [&](int k) { return Lanes::of(past.above2[now - 2 * block + k]); },
+                [&](int k) { return Lanes::of(past.above[now - block + k]); },
+                [&](int k) { return k == -1 ? last : last2; });
+            Lanes limit = Lanes::of(thresholds[i]);
             auto low = quantised<form>(q, value.low, limit.low);
             auto high = quantised<form>(q, value.high, limit.high);
             _mm256_store_si256(reinterpret_cast<__m256i*>(codes[i]), Lanes{low.code, high.code}.integers());
-            __m256 error = Lanes{low.error, high.error}.floats();
+            // From half to half: the next pixel waits for nothing else.
+            __m128 lowError = _mm256_cvtpd_ps(low.error), highError = _mm256_cvtpd_ps(high.error);
             last2 = last;
-            last = Lanes::of(error);
+            last = {_mm256_cvtps_pd(lowError), _mm256_cvtps_pd(highError)};
+            __m256 error = _mm256_set_m128(highError, lowError);
             _mm256_store_ps(made[i], error);
             error = moved(error, above + step + i + block);
             Lanes::of(error).store(past.above[now]);

@@ -126,7 +126,7 @@ inline __attribute__((always_inline)) Quantised<Real> quantised(const OwnQuantis
     auto over = value >= q.full;
     auto under = value < q.least;
     result.code = over ? zero + q.top : under ? zero + q.bottom : result.code;
-    result.error = over ? zero : under ? zero : result.error;
+    result.error = (over | under) ? zero : result.error;
     return result;
 }
 
