@@ -38,7 +38,14 @@ void quantisePiece(const OwnQuantiser& quantiser, const double* __restrict value
                    int32_t* __restrict codes, ptrdiff_t n)
 {
     const OwnQuantiser q = quantiser;
-    for (ptrdiff_t i = 0; i < n; ++i)
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    for (; i + 4 <= n; i += 4) {
+        Four code = quantised<form>(q, ownLoad<Four>(values + i), ownLoad<Four>(thresholds + i)).code;
+        ownStore(codes + i, 0, __builtin_convertvector(code, FourCodes));
+    }
+#endif
+    for (; i < n; ++i)
         codes[i] = int32_t(quantised<form>(q, values[i], thresholds[i]).code);
 }
 
@@ -117,8 +124,11 @@ void orderBits(const OwnDither& dither, const OwnGeometry& src, const OwnGeometr
         for (ptrdiff_t i = 0; i < most && i < width; ++i)
             least[i] = i < 4 ? leastAbove<S>(dither, dither.matrix[phase][i] * dither.span) : least[i - 4];
         for (ptrdiff_t x = 0; x < width; x += most) {
-            OwnTestRows rows = {valueAt(src, dither.from, 0, x, phase), least, nullptr,
-                                {valueAt(dst, OWN_1U, 0, x, phase), 0}, width - x < most ? width - x : most};
+            OwnTestRows rows = {valueAt(src, dither.from, 0, x, phase),
+                                least,
+                                nullptr,
+                                {valueAt(dst, OWN_1U, 0, x, phase), 0},
+                                width - x < most ? width - x : most};
             rows.count = (dst.height - phase + 3) / 4;
             rows.aStep = 4 * src.rowStep;
             rows.bitStep = 4 * dst.rowStep;
@@ -149,7 +159,9 @@ constexpr OwnTestKernel noTest = {nullptr, nullptr};
 
 extern const OwnDitherKernels ownDitherKernels;
 const OwnDitherKernels ownDitherKernels = {
-    narrowOf<uint16_t, uint8_t>, narrowOf<int32_t, uint8_t>,  narrowOf<int32_t, uint16_t>,
+    narrowOf<uint16_t, uint8_t>,
+    narrowOf<int32_t, uint8_t>,
+    narrowOf<int32_t, uint16_t>,
     {noTest, bitsOf<uint8_t>, noTest, bitsOf<uint16_t>, noTest, bitsOf<int32_t>, noTest},
     order,
 };

@@ -98,6 +98,10 @@ inline Real nearest(Real value)
     return (value + ulpIsOne) - ulpIsOne;
 }
 
+// Four numbers side by side.
+typedef double Four __attribute__((vector_size(32)));
+typedef int32_t FourCodes __attribute__((vector_size(16)));
+
 template <class Real>
 struct Quantised {
     Real code;   // a whole number
@@ -118,8 +122,8 @@ inline __attribute__((always_inline)) Quantised<Real> quantised(const OwnQuantis
         const Real low = below * q.step;
         auto higher = value - low > threshold;
         const Real level = higher ? low + q.step : low;
-        Real code = form == OwnLevelForm::codes ? (higher ? below + 1.0 : below) * q.code
-                                                : nearest(level * q.scale - q.less);
+        Real code =
+            form == OwnLevelForm::codes ? (higher ? below + 1.0 : below) * q.code : nearest(level * q.scale - q.less);
         code = code < q.bottom ? zero + q.bottom : code;
         result = {code > q.top ? zero + q.top : code, value - level};
     }
