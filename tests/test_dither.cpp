@@ -5,7 +5,8 @@
 
 #include "checks.h"
 #include "model.h"
-#include "testheap.h"
+#include "refusals.h"
+#include "reports.h"
 
 namespace {
 
@@ -194,8 +195,8 @@ void expectReduced(Picture& src, Picture& dst, const Call& call)
 }
 
 const std::pair<uint32_t, uint32_t> pairs[] = {
-    {ORV_DEPTH_8U, ORV_DEPTH_8U},   {ORV_DEPTH_8U, ORV_DEPTH_1U},   {ORV_DEPTH_16U, ORV_DEPTH_16U},
-    {ORV_DEPTH_16U, ORV_DEPTH_8U},  {ORV_DEPTH_16U, ORV_DEPTH_1U},  {ORV_DEPTH_32S, ORV_DEPTH_32S},
+    {ORV_DEPTH_8U, ORV_DEPTH_8U},   {ORV_DEPTH_8U, ORV_DEPTH_1U},  {ORV_DEPTH_16U, ORV_DEPTH_16U},
+    {ORV_DEPTH_16U, ORV_DEPTH_8U},  {ORV_DEPTH_16U, ORV_DEPTH_1U}, {ORV_DEPTH_32S, ORV_DEPTH_32S},
     {ORV_DEPTH_32S, ORV_DEPTH_16U}, {ORV_DEPTH_32S, ORV_DEPTH_8U}, {ORV_DEPTH_32S, ORV_DEPTH_1U},
 };
 const int kinds[] = {ORV_DITHER_NONE, ORV_DITHER_FS, ORV_DITHER_JJH, ORV_DITHER_STUCKEY, ORV_DITHER_BAYER};
@@ -245,6 +246,7 @@ TEST(Dither, IsAsTheSerialOneInEveryLayout)
             spec->origin = random.below(2);
             spec->align = 4 << random.below(4);
             spec->extraStep = random.below(3);
+            spec->offset = random.below(4);
             spec->wholeBytes = true;
             if (random.below(3) == 0)
                 spec->width += random.below(10), spec->height += random.below(10);
@@ -277,9 +279,131 @@ TEST(Dither, OfConstantsInEveryPairAndKind)
                         continue;
                     SCOPED_TRACE(testing::Message() << depthName(from) << " to " << depthName(to) << ", kind " << kind
                                                     << ", " << share << " in " << levels);
-                    Picture src({.depth = from, .width = 75, .height = 33}), dst({.depth = to, .width = 75, .height = 33});
+                    Picture src({.depth = from, .width = 75, .height = 33}),
+                        dst({.depth = to, .width = 75, .height = 33});
                     double low = from == ORV_DEPTH_32S ? -2147483648.0 : 0;
                     src.fill([&, from = from](int, int, int) { return low + std::floor(share * fullOf(from)); });
                     expectReduced(src, dst, {0, kind, levels});
                 }
+}
+
+TEST(Dither, ChecksInItsOrder)
+{
+    const Call good = {0, ORV_DITHER_FS, 2};
+    Call call = good;
+    auto set = [&](int Call::*field, int value) { return [&call, field, value](auto) { call.*field = value; }; };
+    auto reduce = [&](OrvImage* const* images) {
+        Call now = std::exchange(call, good);
+        orvReduceBits(images[0], images[1], now.noise, now.kind, now.levels);
+    };
+    const FaultOf fault{"orvReduceBits"};
+    const Fault levels = fault(-5, "You incorrectly have set an amount of levels", set(&Call::levels, 258));
+    PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+    expectFaultsInOrder(
+        {spec, spec}, reduce,
+        {
+            fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0)),
+            fault(-10, "Incorrect Image", setField(1, &OrvImage::width, 0)),
+            fault(-5, "((srcImage->depth& ORV_DEPTH_MASK) < (dstImage->depth& ORV_DEPTH_MASK))",
+                  setField(1, &OrvImage::depth, ORV_DEPTH_16S)),
+            fault(-5, "(srcImage->dataOrder!=dstImage->dataOrder)", setField(1, &OrvImage::dataOrder, 1)),
+            fault(-5, "(( noise < 0 ) || ( noise > 100 ))", set(&Call::noise, -1)),
+            fault(-5, "(( noise < 0 ) || ( noise > 100 ))", set(&Call::noise, 101)),
+            fault(-5, "(srcImage->alphaChannel!=dstImage->alphaChannel)", setChannels(1, 2, 2)),
+            fault(-5, "(srcImage->nChannels < dstImage->nChannels)", setChannels(0, 2, 0)),
+            fault(-5,
+                  "ditherType != ORV_DITHER_NONE && ditherType != ORV_DITHER_FS && ditherType != ORV_DITHER_JJH && "
+                  "ditherType != ORV_DITHER_STUCKEY && ditherType != ORV_DITHER_BAYER",
+                  set(&Call::kind, 3)),
+            fault(-5, "!( ( srcImage->depth == ORV_DEPTH_32S ) || ((srcImage->depth & ORV_DEPTH_SIGN)==0))",
+                  setField(0, &OrvImage::depth, ORV_DEPTH_8S)),
+            fault(-5, "!( ( dstImage->depth == ORV_DEPTH_32S ) || ((dstImage->depth & ORV_DEPTH_SIGN)==0))",
+                  setField(1, &OrvImage::depth, ORV_DEPTH_8S)),
+            levels,
+            fault(-5, " Depth 1u is for Gray, only", setField(1, &OrvImage::nChannels, 1)),
+            fault(-4, "Out of memory", refuseMemory()),
+        });
+    for (int few : {1, 0, INT32_MIN})
+        expectFaultsInOrder({spec, spec}, reduce, {{levels.report, set(&Call::levels, few)}});
+    spec.channels = 1;
+    expectFaultsInOrder(
+        {spec, spec}, reduce,
+        {fault(-5, "( (srcImage->depth == ORV_DEPTH_1U ))", setField(0, &OrvImage::depth, ORV_DEPTH_1U)),
+         fault(-5, "(( noise < 0 ) || ( noise > 100 ))", set(&Call::noise, -1))});
+    expectFaultsInOrder({spec, {.depth = ORV_DEPTH_1U, .width = 9, .height = 9}}, reduce,
+                        {{levels.report, set(&Call::levels, 4)}});
+    Picture picture(spec);
+    EXPECT_EQ(reportsOf([&] { orvReduceBits(picture, picture, 0, ORV_DITHER_FS, 0); }),
+              "-5 orvReduceBits This function isn`t in-plase function\n");
+    EXPECT_EQ(reportsOf([&] { orvReduceBits(picture, nullptr, 0, ORV_DITHER_FS, 2); }),
+              "-9 orvReduceBits Incorrect Image\n");
+}
+
+// An old failure stops the call from the test of the kind on; depths without kernels end it without a word.
+TEST(Dither, DoesNothingAfterAFailureOrWithoutKernels)
+{
+    PictureSpec spec = {.width = 9, .height = 9};
+    Picture src(spec), dst({.width = 9, .height = 9, .seed = 2});
+    std::vector<uint8_t> before = dst.bytes();
+    Reports reports;
+    orvSetErrStatus(ORV_STATUS_ERROR);
+    orvReduceBits(src, dst, 0, ORV_DITHER_NONE, 2);
+    orvReduceBits(src, dst, 101, ORV_DITHER_NONE, 2);
+    orvReduceBits(src, dst, 0, ORV_DITHER_FS, 1);
+    orvReduceBits(src, dst, 0, 0, 1);
+    EXPECT_EQ(reports.entries.size(), 2u);
+    EXPECT_TRUE(dst.bytes() == before);
+    orvSetErrStatus(0);
+    reports.take();
+    Picture floats({.depth = ORV_DEPTH_32F, .width = 9, .height = 9}), alpha({.alpha = 1, .width = 9, .height = 9});
+    orvReduceBits(floats, dst, 0, ORV_DITHER_FS, 2);
+    dst->alphaChannel = 1;
+    orvReduceBits(alpha, dst, 0, ORV_DITHER_FS, 2);
+    EXPECT_TRUE(dst.bytes() == before);
+    EXPECT_EQ(reports.take(), "");
+}
+
+TEST(Dither, OpensTiles)
+{
+    auto callsOf = [](int kind, bool srcTiled, bool dstTiled) {
+        TileLog log;
+        PictureSpec spec = {.channels = 2, .width = 16, .height = 12, .tileHeight = 8, .name = "S", .log = &log};
+        spec.tileWidth = srcTiled ? 8 : 0;
+        Picture src(spec);
+        spec.name = "D";
+        spec.tileWidth = dstTiled ? 16 : 0;
+        Picture dst(spec);
+        EXPECT_EQ(reportsOf([&] { orvReduceBits(src, dst, 0, kind, 2); }), "");
+        return log.text();
+    };
+    const std::string top = "S read 0 0\nS read 1 0\nS release 1 0\nS release 0 0\n",
+                      bottom = "S read 0 1\nS read 1 1\nS release 1 1\nS release 0 1\n",
+                      intoTop = "D write 0 0\nD release 0 0\n", intoBottom = "D write 0 1\nD release 0 1\n";
+    EXPECT_EQ(callsOf(ORV_DITHER_BAYER, true, true),
+              "D write 0 0\n" + top + "D release 0 0\nD write 0 1\n" + bottom + "D release 0 1\n");
+    EXPECT_EQ(callsOf(ORV_DITHER_NONE, true, false),
+              "S read 0 0\nS release 0 0\nS read 1 0\nS release 1 0\n"
+              "S read 0 1\nS release 0 1\nS read 1 1\nS release 1 1\n");
+    std::string strips = top + intoTop + bottom + intoBottom;
+    EXPECT_EQ(callsOf(ORV_DITHER_FS, true, true), strips + strips);
+    EXPECT_EQ(callsOf(ORV_DITHER_FS, true, false), top + bottom + top + bottom);
+    EXPECT_EQ(callsOf(ORV_DITHER_FS, false, true), intoTop + intoBottom + intoTop + intoBottom);
+}
+
+TEST(Dither, LosesNothingWhereMemoryOrATileIsRefused)
+{
+    for (int kind : {ORV_DITHER_NONE, ORV_DITHER_STUCKEY, ORV_DITHER_BAYER})
+        for (int tiled = 0; tiled < 4; ++tiled) {
+            PictureSpec src = {.depth = ORV_DEPTH_16U, .channels = 3, .width = 20, .height = 20, .tileHeight = 8};
+            src.tileWidth = tiled & 1 ? 8 : 0;
+            PictureSpec dst = src;
+            dst.depth = ORV_DEPTH_8U;
+            dst.tileWidth = tiled & 2 ? 16 : 0;
+            const Operation operation = {.name = "orvReduceBits", .call = [kind](OrvImage* const* images) {
+                                             orvReduceBits(images[0], images[1], 30, kind, 4);
+                                         }};
+            SCOPED_TRACE(testing::Message() << kind << ' ' << tiled);
+            bool refused = expectNothingLost(operation, {{{src, 0, {}, 0}, {dst, 1, {}, 1}}});
+            EXPECT_TRUE(refused || (!tiled && kind != ORV_DITHER_STUCKEY));
+        }
 }
