@@ -13,11 +13,8 @@ struct Case {
 };
 
 constexpr Case cases[] = {
-    {"none", ORV_DITHER_NONE, 2},
-    {"ordered", ORV_DITHER_BAYER, 8},
-    {"Floyd-Steinberg", ORV_DITHER_FS, 100},
-    {"Jarvis", ORV_DITHER_JJH, 160},
-    {"Stucki", ORV_DITHER_STUCKEY, 160},
+    {"none", ORV_DITHER_NONE, 2},    {"ordered", ORV_DITHER_BAYER, 8},    {"Floyd-Steinberg", ORV_DITHER_FS, 100},
+    {"Jarvis", ORV_DITHER_JJH, 160}, {"Stucki", ORV_DITHER_STUCKEY, 160},
 };
 
 void addRow(const Case& one, uint32_t from, uint32_t to, int channels, int size, int noise, double bound)

@@ -228,7 +228,7 @@ TEST(Dither, IsAsTheSerialOneInEveryLayout)
 {
     Random random(5);
     Picture mask({.depth = ORV_DEPTH_1U, .width = 9, .height = 9});
-    for (int round = 0; round < 3600 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 2700 && !testing::Test::HasFailure(); ++round) {
         auto [from, to] = pairs[round % std::size(pairs)];
         Call call = {random.below(2) ? random.between(1, 100) : 0, kinds[random.below(5)], 0};
         call.levels = call.kind == ORV_DITHER_NONE ? random.between(-3, 3) : randomLevels(random, to);
@@ -310,7 +310,8 @@ TEST(Dither, ChecksInItsOrder)
             fault(-5, "(( noise < 0 ) || ( noise > 100 ))", set(&Call::noise, -1)),
             fault(-5, "(( noise < 0 ) || ( noise > 100 ))", set(&Call::noise, 101)),
             fault(-5, "(srcImage->alphaChannel!=dstImage->alphaChannel)", setChannels(1, 2, 2)),
-            fault(-5, "(srcImage->nChannels < dstImage->nChannels)", setChannels(0, 2, 0)),
+            fault(-5, "(srcImage->nChannels < dstImage->nChannels)",
+                  [](auto images) { images[0]->nChannels = 2, images[1]->nChannels = 3; }),
             fault(-5,
                   "ditherType != ORV_DITHER_NONE && ditherType != ORV_DITHER_FS && ditherType != ORV_DITHER_JJH && "
                   "ditherType != ORV_DITHER_STUCKEY && ditherType != ORV_DITHER_BAYER",

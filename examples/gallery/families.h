@@ -8,12 +8,13 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds;
 extern const Family blurs;
+extern const Family dithers;
 extern const Family fourier, cosines, wavelets;
 
 inline std::vector<const Family*> families()
 {
     return {&coreMoves,  &corePixels, &twoImages, &scalars, &unary,   &comparisons,
-            &thresholds, &blurs,      &fourier,   &cosines, &wavelets};
+            &thresholds, &blurs,      &dithers,   &fourier, &cosines, &wavelets};
 }
 
 }  // namespace gallery

@@ -225,7 +225,7 @@ void storeBitBlocks(const Task& task, ptrdiff_t row, ptrdiff_t step, const int32
         pending[lane] = pending[lane] << block | uint32_t(four);
     }
     const ptrdiff_t width = task.dst.width;
-    const int firstWhole = step & block ? 0 : 1;  // the lanes that have whole bytes now
+    const int firstWhole = step & block ? 0 : 1;                   // the lanes that have whole bytes now
     if (isInside<lanes>(task, step, 1) && step + block < width) {  // no row ends with half a byte
         uint8_t* to = task.target(step - firstWhole * block, row + firstWhole);
         for (int lane = firstWhole; lane < lanes; lane += 2) {
