@@ -364,7 +364,7 @@ bool levelsFit(uint32_t depth, int32_t levels)
     return steps > 0 && steps <= (depth == ORV_DEPTH_32S ? int64_t{2147483648} : int64_t{1} << ownDepthBits(depth));
 }
 
-void reduce(Reduction& work, int32_t noise, int32_t levels)
+void reduce(Reduction work, int32_t noise, int32_t levels)
 {
     bool ordered = work.kind == ORV_DITHER_BAYER;
     // Diffusion into tiles goes by way of the source's depth.
