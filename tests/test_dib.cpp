@@ -218,7 +218,7 @@ std::string textOf(const BitmapSpec& spec, const PictureSpec& picture)
 TEST(Dib, IsReadAsThePlainReaderDoes)
 {
     Random random(3);
-    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 2000 && !testing::Test::HasFailure(); ++round) {
         Bitmap bitmap(randomBitmap(random));
         setMasks(bitmap, random);
         int width = bitmap.spec.width, height = std::abs(bitmap.spec.height);
@@ -242,7 +242,7 @@ TEST(Dib, IsReadAsThePlainReaderDoes)
 TEST(Dib, IsWrittenAsThePlainWriterDoes)
 {
     Random random(4);
-    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 2000 && !testing::Test::HasFailure(); ++round) {
         Bitmap bitmap(randomBitmap(random));
         setMasks(bitmap, random);
         int width = bitmap.spec.width, height = std::abs(bitmap.spec.height);

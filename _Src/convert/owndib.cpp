@@ -266,6 +266,28 @@ void makeTable(const OwnBitmap& bitmap, ChangeWords change, uint32_t (&table)[25
         change(table, ptrdiff_t(values));
 }
 
+// The short ways from pixels of eight bits to images of 8U without alpha; false for other images.
+bool readBytesByTable(const OwnBitmap& bitmap, const Exchange& exchange, const uint32_t* table)
+{
+    const OrvImage& image = exchange.image;
+    bool planes = image.dataOrder == ORV_DATA_ORDER_PLANE || image.nChannels == 1;
+    if (bitmap.header.biBitCount != 8 || image.depth != ORV_DEPTH_8U || image.nChannels > 3)
+        return false;
+    uint8_t bytes[3][256];
+    for (int c = 0; c < image.nChannels; ++c)
+        for (int i = 0; i < 256; ++i)
+            bytes[c][i] = uint8_t(table[i] >> 8 * (image.nChannels == 1 ? 2 : c));
+    for (int32_t y = 0; y < exchange.height; ++y) {
+        const uint8_t* from = exchange.bitmapRow(y);
+        OwnDibRow to = exchange.imageRow(y, 0);
+        if (planes)
+            ownDibKernels().lookUp[image.nChannels > 1](from, bytes, to.channel, exchange.width);
+        else
+            ownDibKernels().to24(from, table, to.channel[0], exchange.width);
+    }
+    return true;
+}
+
 }  // namespace
 
 void ownReadBitmap(const OwnBitmap& bitmap, const uint8_t* pixels, const OrvImage& image)
@@ -281,6 +303,8 @@ void ownReadBitmap(const OwnBitmap& bitmap, const uint8_t* pixels, const OrvImag
     OwnDibFormat format = {};
     if (bitmap.header.biBitCount <= 8) {
         makeTable(bitmap, change, table);
+        if (readBytesByTable(bitmap, exchange, table))
+            return;
         format.table = table;
         change = nullptr;
     } else if (bitmap.header.biBitCount != 24) {
@@ -305,32 +329,20 @@ struct PaletteSearch {
 
     // A size of 0 is for bitmaps without a palette.
     explicit PaletteSearch(uint32_t entries)
-        : size(entries), padded((size + 7) / 8 * 8), block(size ? 4 * padded + OWN_DIB_SEARCHED : 1)
+        : size(entries), padded((size + 7) / 8 * 8), block(size ? padded + OWN_DIB_CELLS + 8 * OWN_DIB_EIGHTS : 1)
     {
     }
 
     OwnDibPalette make(const OwnBitmap& bitmap)
     {
-        constexpr int16_t farOff = 1000;
-        const auto lastCode = int32_t(1u << bitmap.header.biBitCount) - 1;
-        uint32_t* words = block.data;
-        auto* blueGreen = reinterpret_cast<int16_t*>(words + padded);
-        auto* red = reinterpret_cast<int16_t*>(words + 2 * padded);
-        auto* codes = reinterpret_cast<int32_t*>(words + 3 * padded);
-        uint32_t* searched = words + 4 * padded;
-        for (int32_t i = 0; i < padded; ++i) {
-            bool exists = i < size;
-            uint32_t colour = exists ? ownPaletteEntry(bitmap, uint32_t(i)) : 0;
-            words[i] = colour;
-            blueGreen[2 * i] = exists ? int16_t(colour & 0xFF) : farOff;
-            blueGreen[2 * i + 1] = exists ? int16_t(colour >> 8 & 0xFF) : farOff;
-            red[2 * i] = exists ? int16_t(colour >> 16) : farOff;
-            red[2 * i + 1] = 0;
-            codes[i] = ownMin(i, lastCode);
+        const int64_t lastCode = (int64_t{1} << bitmap.header.biBitCount) - 1;
+        uint32_t *words = block.data, *cells = words + padded;
+        for (int64_t i = 0; i < padded; ++i) {
+            int64_t entry = i < size ? i : 0, code = entry < lastCode ? entry : lastCode;
+            words[i] = uint32_t(code << 24) | ownPaletteEntry(bitmap, uint32_t(entry));
         }
-        memset(searched, 0, OWN_DIB_SEARCHED * sizeof *searched);
-        searched[0] = 1 << 8;
-        return {words, blueGreen, red, codes, int32_t(padded), size == 256, searched};
+        memset(cells, 0, OWN_DIB_CELLS * sizeof *cells);
+        return {words, int32_t(padded), size == 256, cells, cells + OWN_DIB_CELLS, 0};
     }
 };
 
@@ -350,10 +362,13 @@ bool ownWriteBitmap(const OwnBitmap& bitmap, uint8_t* pixels, const OrvImage& im
         return false;
     uint32_t words[OWN_DIB_PIECE];
     OwnDibFormat format = {};
-    if (indices)
-        format.palette = search.make(bitmap);
-    else if (bitmap.header.biBitCount != 24)
+    OwnDibPalette palette;
+    if (indices) {
+        palette = search.make(bitmap);
+        format.palette = &palette;
+    } else if (bitmap.header.biBitCount != 24) {
         format.masks = masksOf(bitmap);
+    }
     ChangeWords change = writingChange(image);
     auto load = ownDibKernels().load[ownDibImage(image)];
     auto write = ownDibKernels().write[ownDibBits(bitmap.header)];

@@ -89,56 +89,109 @@ void write24(const uint32_t* words, const OwnDibFormat&, uint8_t* row, ptrdiff_t
 
 // ---- The nearest entries of a palette -----------------------------------------------------------------------------
 
-// A colour's code, below its distance.
-uint32_t nearest(const OwnDibPalette& palette, uint32_t colour)
+// The code of the nearest of n entries, a multiple of eight.
+uint8_t nearest(const uint32_t* entries, ptrdiff_t n, uint32_t colour)
 {
 #if defined(__AVX2__)
-    auto eightAt = [](const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); };
-    const __m256i blueGreen = _mm256_set1_epi32(int32_t((colour & 0xFF) | (colour & 0xFF00) << 8));
-    const __m256i red = _mm256_set1_epi32(int32_t(colour >> 16));
+    const __m256i every = _mm256_set1_epi32(0x00FF00FF), low = _mm256_set1_epi32(0xFF);
+    const __m256i blueRed = _mm256_set1_epi32(int32_t(colour & 0xFF00FF));
+    const __m256i green = _mm256_set1_epi32(int32_t(colour >> 8 & 0xFF));
     __m256i nearest = _mm256_set1_epi32(INT32_MAX);
-    for (int32_t i = 0; i < palette.padded; i += 8) {
-        __m256i bg = _mm256_sub_epi16(eightAt(palette.blueGreen + 2 * i), blueGreen);
-        __m256i r = _mm256_sub_epi16(eightAt(palette.red + 2 * i), red);
-        __m256i distance = _mm256_add_epi32(_mm256_madd_epi16(bg, bg), _mm256_madd_epi16(r, r));
-        __m256i found = _mm256_or_si256(_mm256_slli_epi32(distance, 8), eightAt(palette.codes + i));
-        nearest = _mm256_min_epu32(nearest, found);
+    for (ptrdiff_t i = 0; i < n; i += 8) {
+        const __m256i entry = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(entries + i));
+        const __m256i br = _mm256_sub_epi16(_mm256_and_si256(entry, every), blueRed);
+        const __m256i g = _mm256_sub_epi16(_mm256_and_si256(_mm256_srli_epi32(entry, 8), low), green);
+        const __m256i distance = _mm256_add_epi32(_mm256_madd_epi16(br, br), _mm256_madd_epi16(g, g));
+        nearest =
+            _mm256_min_epu32(nearest, _mm256_or_si256(_mm256_slli_epi32(distance, 8), _mm256_srli_epi32(entry, 24)));
     }
     __m128i four = _mm_min_epu32(_mm256_castsi256_si128(nearest), _mm256_extracti128_si256(nearest, 1));
     four = _mm_min_epu32(four, _mm_shuffle_epi32(four, 0x4E));
     four = _mm_min_epu32(four, _mm_shuffle_epi32(four, 0xB1));
-    return uint32_t(_mm_cvtsi128_si32(four));
+    return uint8_t(_mm_cvtsi128_si32(four));
 #else
-    const int32_t b = int32_t(colour & 0xFF), g = int32_t(colour >> 8 & 0xFF), r = int32_t(colour >> 16);
     uint32_t nearest = UINT32_MAX;
-    for (int32_t i = 0; i < palette.padded; ++i) {
-        const int32_t db = palette.blueGreen[2 * i] - b, dg = palette.blueGreen[2 * i + 1] - g;
-        const int32_t dr = palette.red[2 * i] - r;
-        const uint32_t found = uint32_t(db * db + dg * dg + dr * dr) << 8 | uint32_t(palette.codes[i]);
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        uint32_t distance = 0;
+        for (int k = 0; k < 24; k += 8) {
+            const auto difference = int32_t(entries[i] >> k & 0xFF) - int32_t(colour >> k & 0xFF);
+            distance += uint32_t(difference * difference);
+        }
+        const uint32_t found = distance << 8 | entries[i] >> 24;
         nearest = found < nearest ? found : nearest;
     }
-    return nearest;
+    return uint8_t(nearest);
 #endif
 }
 
-uint8_t codeOf(const OwnDibPalette& palette, uint32_t colour)
+constexpr int cellBits = 3;  // of a component in a cell
+
+uint32_t cellOf(uint32_t colour)
 {
-    const uint32_t grey = colour & 0xFF;
-    if (palette.greys && colour == grey * 0x010101 && palette.words[grey] == colour)
-        return uint8_t(palette.codes[grey]);
-    return uint8_t(nearest(palette, colour));
+    return (colour & 0xFF) >> cellBits | (colour >> 8 & 0xFF) >> cellBits << 5 | (colour >> 16) >> cellBits << 10;
 }
 
-// Colours that came lately are not searched again.
-void nearestCodes(const OwnDibPalette& palette, const uint32_t* words, uint8_t* codes, ptrdiff_t n)
-{
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        const uint32_t colour = words[i] & 0xFFFFFF;
-        uint32_t& searched = palette.searched[ownDibPlace(colour)];
-        if (searched >> 8 != colour)
-            searched = colour << 8 | codeOf(palette, colour);
-        codes[i] = uint8_t(searched);
+// The squares of the distances from an entry to the nearest and to the farthest colour of a cell, whose first colour is given.
+struct Distances {
+    int32_t least, most;
+
+    Distances(uint32_t entry, uint32_t first) : least(0), most(0)
+    {
+        for (int k = 0; k < 24; k += 8) {
+            const int32_t below = int32_t(first >> k & 0xFF) - int32_t(entry >> k & 0xFF);
+            const int32_t above = -below - ((1 << cellBits) - 1);
+            const int32_t outside = below > above ? below : above, inside = outside > 0 ? outside : 0;
+            const int32_t lowEnd = below < 0 ? -below : below, highEnd = above < 0 ? -above : above;
+            const int32_t farther = lowEnd > highEnd ? lowEnd : highEnd;
+            least += inside * inside;
+            most += farther * farther;
+        }
     }
+};
+
+// Lists the entries that are as near to some colour of the cell as the nearest one may be far. The list is empty if there is
+// no room for it.
+uint32_t listCell(OwnDibPalette& palette, uint32_t colour)
+{
+    const uint32_t first = colour & (0xFFu >> cellBits << cellBits) * 0x010101;
+    const uint32_t* words = palette.words;
+    int32_t bound = INT32_MAX;
+    for (int32_t i = 0; i < palette.padded; ++i) {
+        const int32_t most = Distances(words[i], first).most;
+        bound = most < bound ? most : bound;
+    }
+    uint32_t* list = palette.eights + 8 * ptrdiff_t(palette.used);
+    const ptrdiff_t room = 8 * ptrdiff_t(OWN_DIB_EIGHTS - palette.used);
+    ptrdiff_t n = 0;
+    for (int32_t i = 0; i < palette.padded; i += 8) {
+        int32_t least[8];
+        for (int32_t k = 0; k < 8; ++k)
+            least[k] = Distances(words[i + k], first).least;
+        for (int32_t k = 0; k < 8; ++k)
+            if (least[k] <= bound) {
+                if (n == room)
+                    return 0;
+                list[n++] = words[i + k];
+            }
+    }
+    for (; n & 7; ++n)
+        list[n] = list[0];
+    const auto begin = uint32_t(palette.used), count = uint32_t(n / 8);
+    palette.used += int32_t(count);
+    return count << 16 | begin;
+}
+
+uint8_t codeOf(OwnDibPalette& palette, uint32_t colour)
+{
+    const uint32_t grey = colour & 0xFF;
+    if (palette.greys && colour == grey * 0x010101 && (palette.words[grey] & 0xFFFFFF) == colour)
+        return uint8_t(palette.words[grey] >> 24);
+    uint32_t& cell = palette.cells[cellOf(colour)];
+    if (!cell)
+        cell = listCell(palette, colour);
+    if (!cell)
+        return nearest(palette.words, palette.padded, colour);
+    return nearest(palette.eights + 8 * ptrdiff_t(cell & 0xFFFF), ptrdiff_t(cell >> 16) * 8, colour);
 }
 
 template <int bits>
@@ -146,7 +199,8 @@ void writeIndices(const uint32_t* words, const OwnDibFormat& format, uint8_t* ro
 {
     constexpr int perByte = 8 / bits;
     uint8_t codes[OWN_DIB_PIECE + perByte];
-    nearestCodes(format.palette, words, codes, n);
+    for (ptrdiff_t i = 0; i < n; ++i)
+        codes[i] = codeOf(*format.palette, words[i] & 0xFFFFFF);
     for (int k = 0; k < perByte; ++k)
         codes[n + k] = 0;
     for (ptrdiff_t i = 0; i < n; i += perByte) {
@@ -230,6 +284,75 @@ void store(const uint32_t* words, const OwnDibRow& row, ptrdiff_t n)
         storeChannels<T, channels, channels>(words, row, n);
 }
 
+// ---- Tables -------------------------------------------------------------------------------------------------------
+
+#if defined(__AVX2__)
+// A table of 256 bytes as sixteen parts, of which a shuffle finds one of sixteen values and answers 0 for a negative index.
+// An index less the number of values before a part, in signed saturated arithmetic, is negative for later parts; the second
+// half's indices have their sign turned. Each part but a half's first holds what changes from the part before, so that those up
+// to the index's own part add up to its value.
+struct ByteTable {
+    __m256i part[16];
+
+    explicit ByteTable(const uint8_t* table)
+    {
+        __m128i before = _mm_setzero_si128();
+        for (int i = 0; i < 16; ++i) {
+            if (i == 8)
+                before = _mm_setzero_si128();
+            __m128i values = _mm_loadu_si128(reinterpret_cast<const __m128i*>(table) + i);
+            part[i] = _mm256_broadcastsi128_si256(_mm_xor_si128(values, before));
+            before = values;
+        }
+    }
+};
+
+template <int channels>
+void lookUpVectors(const uint8_t* row, const uint8_t (*tables)[256], uint8_t* const* bytes, ptrdiff_t n)
+{
+    static_assert(channels == 1 || channels == 3);
+    const ByteTable table[3] = {ByteTable(tables[0]), ByteTable(tables[channels / 2]), ByteTable(tables[channels - 1])};
+    for (ptrdiff_t i = 0; i + 32 <= n; i += 32) {
+        const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row + i));
+        const __m256i high = _mm256_xor_si256(low, _mm256_set1_epi8(-128));
+        __m256i values[channels] = {};
+#pragma GCC unroll 8
+        for (int k = 0; k < 8; ++k) {
+            const __m256i before = _mm256_set1_epi8(int8_t(16 * k));
+            const __m256i lowLeft = _mm256_subs_epi8(low, before), highLeft = _mm256_subs_epi8(high, before);
+#pragma GCC unroll 3
+            for (int c = 0; c < channels; ++c) {
+                values[c] = _mm256_xor_si256(values[c], _mm256_shuffle_epi8(table[c].part[k], lowLeft));
+                values[c] = _mm256_xor_si256(values[c], _mm256_shuffle_epi8(table[c].part[8 + k], highLeft));
+            }
+        }
+        for (int c = 0; c < channels; ++c)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes[c] + i), values[c]);
+    }
+}
+#endif
+
+template <int channels>
+void lookUp(const uint8_t* row, const uint8_t (*tables)[256], uint8_t* const* bytes, ptrdiff_t n)
+{
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    lookUpVectors<channels>(row, tables, bytes, n);
+    i = n & ~31;
+#endif
+    for (; i < n; ++i)
+        for (int c = 0; c < channels; ++c)
+            bytes[c][i] = tables[c][row[i]];
+}
+
+void to24(const uint8_t* row, const uint32_t* table, uint8_t* bytes, ptrdiff_t n)
+{
+    for (; n > 1; --n, bytes += 3)
+        ownStore(bytes, 0, table[*row++]);  // the fourth byte is the next pixel's
+    for (int k = 0; k < 3 && n; ++k)
+        bytes[k] = uint8_t(table[*row] >> 8 * k);
+}
+
 // ---- Colours ------------------------------------------------------------------------------------------------------
 
 void swap(uint32_t* words, ptrdiff_t n)
@@ -264,6 +387,8 @@ const OwnDibKernels ownDibKernels = {
      load<uint16_t, 4>},
     {storeHighBits, store<uint8_t, 1>, store<uint8_t, 3>, store<uint8_t, 4>, store<uint16_t, 1>, store<uint16_t, 3>,
      store<uint16_t, 4>},
+    {lookUp<1>, lookUp<3>},
+    to24,
     swap,
     toGrey,
     spread,

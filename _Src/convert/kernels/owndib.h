@@ -16,32 +16,27 @@ struct OwnDibMasks {
     uint32_t always;  // what components that are nowhere have in a word
 };
 
-// A search for the nearest colours of a palette.
+// A search for the nearest colours of a palette. The cube of colours is divided into cells, and for each cell in which a colour
+// is searched those entries are listed that can be the nearest ones of a colour in it, by eights, whose last is filled up.
+enum { OWN_DIB_CELLS = 1 << 15, OWN_DIB_EIGHTS = 1 << 15 };
 struct OwnDibPalette {
-    const uint32_t* words;  // the entries, their fourth byte 0
-    // For eight entries at a time, filled up with entries that are far from every colour: B and G of each, R of each, and what
-    // the entry is written as. Of equally near ones the first has the lowest code.
-    const int16_t* blueGreen;
-    const int16_t* red;
-    const int32_t* codes;
-    int32_t padded;  // entries with those that fill up
-    bool greys;      // 256 entries: a grey that has the index of its own value is found there
-    // Colours that have been searched, each above its code, at places that the colours tell. At first no colour is at its place:
-    // that of 0 is the first one, where any other stands.
-    uint32_t* searched;
-};
+    // The entries, filled up to a multiple of eight with others of them: what each is written as above its colour. Of equally
+    // near ones the first has the lowest code.
+    const uint32_t* words;
+    int32_t padded;
+    bool greys;  // 256 entries: a grey that has the index of its own value is found there
 
-enum { OWN_DIB_SEARCHED = 1 << 14 };
-OWN_INLINE uint32_t ownDibPlace(uint32_t colour)
-{
-    return colour * 0x9E3779B1u >> (32 - 14);
-}
+    // Of each cell the number of its eights above the first one's place, 0 for none yet.
+    uint32_t* cells;
+    uint32_t* eights;  // room for OWN_DIB_EIGHTS
+    int32_t used;
+};
 
 // What the pixels of a bitmap mean.
 struct OwnDibFormat {
-    OwnDibMasks masks;      // of 16 and 32 bits
-    const uint32_t* table;  // of 1, 4 and 8 bits: the word of each value
-    OwnDibPalette palette;  // the same for writing
+    OwnDibMasks masks;       // of 16 and 32 bits
+    const uint32_t* table;   // of 1, 4 and 8 bits: the word of each value
+    OwnDibPalette* palette;  // the same for writing
 };
 
 // A row of an image: where its channels begin, and how many values lie from pixel to pixel.
@@ -72,6 +67,10 @@ struct OwnDibKernels {
     // Between the pixels of an image's row and n words. Of bits those behind the last stay.
     void (*load[OWN_DIB_IMAGES])(const OwnDibRow& row, uint32_t* words, ptrdiff_t n);
     void (*store[OWN_DIB_IMAGES])(const uint32_t* words, const OwnDibRow& row, ptrdiff_t n);
+
+    // From a row of bytes: by one or three tables of bytes, and by a table of words to three bytes each.
+    void (*lookUp[2])(const uint8_t* row, const uint8_t (*tables)[256], uint8_t* const* bytes, ptrdiff_t n);
+    void (*to24)(const uint8_t* row, const uint32_t* table, uint8_t* bytes, ptrdiff_t n);
 
     void (*swap)(uint32_t* words, ptrdiff_t n);    // B and R
     void (*toGrey)(uint32_t* words, ptrdiff_t n);  // the grey of the colour into the place of R
