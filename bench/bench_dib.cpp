@@ -1,5 +1,5 @@
-// Bitmaps: pixels in and out, palettes, the run-length code. Rows without a copy to be held against tell in their names what
-// they may take.
+// Bitmaps: pixels in and out, palettes, the run-length code. Rows without a copy to be held against tell in their names
+// what they may take.
 #include <cmath>
 #include <cstring>
 #include <vector>

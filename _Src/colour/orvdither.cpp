@@ -168,8 +168,8 @@ private:
     OwnBorderedImage copy;
 };
 
-// Hands the geometry of a rectangle of the destination, which lies in one tile if there are any, to store(geometry). False
-// after a report, or if store() is.
+// Hands the geometry of a rectangle of the destination, which lies in one tile if there are any, to store(geometry).
+// False after a report, or if store() is.
 template <class Store>
 bool storeRect(const Reduction& work, const OwnRect& rect, Store store)
 {
@@ -264,8 +264,8 @@ struct Diffusion {
     }
 };
 
-// One channel of a strip, which lies in one row of the destination's tiles: into a row of pixels of the source's depth, from
-// which each tile takes its part.
+// One channel of a strip, which lies in one row of the destination's tiles: into a row of pixels of the source's depth,
+// from which each tile takes its part.
 bool diffuseIntoTiles(const Reduction& work, Diffusion& diffusion, const OwnGeometry& src, const OwnRect& strip,
                       int32_t channel, OwnGeometry made)
 {
@@ -288,8 +288,8 @@ bool diffuseIntoTiles(const Reduction& work, Diffusion& diffusion, const OwnGeom
     return true;
 }
 
-// Errors pass from row to row and from the last row of a channel to the first one of the next, so that whole rows are done
-// channel by channel.
+// Errors pass from row to row and from the last row of a channel to the first one of the next, so that whole rows are
+// done channel by channel.
 bool diffuse(const Reduction& work, Diffusion& diffusion)
 {
     const OrvTileInfo* tiles = work.tiles();

@@ -51,17 +51,17 @@ bool ownPaletteIsRamp(const OwnBitmap& bitmap);
 // Writes the fixed palette of the bitmap's palette size, if there is one; `grey` for an image of one channel.
 void ownSetFixedPalette(const OwnBitmap& bitmap, bool grey);
 
-// Writes a palette for the image's pixels into the bitmap, and its size into the copy of the header: never more entries than
-// there are now. Returns 1, or 0 if there is no memory, the image's colours have no known order, or pixels have more than 8
-// bits.
+// Writes a palette for the image's pixels into the bitmap, and its size into the copy of the header: never more entries
+// than there are now. Returns 1, or 0 if there is no memory, the image's colours have no known order, or pixels have
+// more than 8 bits.
 int32_t ownMedCutPalette(OwnBitmap& bitmap, const OrvImage& image);
 
-// Expands the run-length coded pixels at `data` into rows, the first one as in the data; pixels that are left out are 0. NULL
-// after a report if they are not well formed, or if there is no memory. The caller frees the block.
+// Expands the run-length coded pixels at `data` into rows, the first one as in the data; pixels that are left out are
+// 0. NULL after a report if they are not well formed, or if there is no memory. The caller frees the block.
 uint8_t* ownRLEDecompress(const OwnReport& report, const OwnBitmapHeader& header, const uint8_t* data);
 
-// Codes the rows at `data` in place, and says so in the header; or leaves them and makes the header one of uncompressed pixels,
-// if the code is no shorter. Returns 1, or 0 after a report if there is no memory; then nothing has changed.
+// Codes the rows at `data` in place, and says so in the header; or leaves them and makes the header one of uncompressed
+// pixels, if the code is no shorter. Returns 1, or 0 after a report if there is no memory; then nothing has changed.
 int32_t ownRLECompress(const OwnReport& report, OwnBitmapHeader& header, uint8_t* data);
 
 // The order of an image's colours.
@@ -74,7 +74,7 @@ OwnDibImage ownDibImage(const OrvImage& image);
 // The kind of a bitmap's pixels; OWN_DIB_BITS for none that is known.
 OwnDibBits ownDibBits(const OwnBitmapHeader& header);
 
-// Both copy the common part of the upper left corners of a bitmap and of a plain image, whose kinds are known. `pixels` are the
-// bitmap's rows. Writing is false if there is no memory.
+// Both copy the common part of the upper left corners of a bitmap and of a plain image, whose kinds are known. `pixels`
+// are the bitmap's rows. Writing is false if there is no memory.
 void ownReadBitmap(const OwnBitmap& bitmap, const uint8_t* pixels, const OrvImage& image);
 bool ownWriteBitmap(const OwnBitmap& bitmap, uint8_t* pixels, const OrvImage& image);

@@ -1,8 +1,8 @@
 // Palettes by median cut.
 //
-// P. Heckbert, "Color image quantization for frame buffer display", SIGGRAPH 1982: the colours of an image, on a grid of 6 bits
-// for each component, lie in a box; boxes are split in two at the median of their longest side until there are enough; each
-// gives its mean colour. An image of one channel is the same with one axis and all of its 8 bits.
+// P. Heckbert, "Color image quantization for frame buffer display", SIGGRAPH 1982: the colours of an image, on a grid
+// of 6 bits for each component, lie in a box; boxes are split in two at the median of their longest side until there
+// are enough; each gives its mean colour. An image of one channel is the same with one axis and all of its 8 bits.
 #include <cstring>
 
 #include "../core/ownregion.h"
@@ -26,8 +26,8 @@ struct Histogram {
     static constexpr int shift(int axis) { return axis * gridBits; }
 };
 
-// Calls visit(first, step) with the row of each channel that is named, from its most significant bytes on: of the pixels
-// `step` bytes apart.
+// Calls visit(first, step) with the row of each channel that is named, from its most significant bytes on: of the
+// pixels `step` bytes apart.
 template <class Visit>
 void forRows(const OrvImage& image, Visit visit)
 {

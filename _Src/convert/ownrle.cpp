@@ -1,8 +1,8 @@
 // The run-length code of bitmaps.
 //
 // A code is pairs of bytes: (n, v) is a run of n pixels; (0, 0) ends a row, (0, 1) the bitmap; (0, 2, dx, dy) moves on;
-// (0, n) with n from 3 on is followed by n pixels, filled up to an even number of bytes. With four bits a pixel a run takes
-// the two nibbles of v in turn, and pixels are packed two in a byte.
+// (0, n) with n from 3 on is followed by n pixels, filled up to an even number of bytes. With four bits a pixel a run
+// takes the two nibbles of v in turn, and pixels are packed two in a byte.
 #include <cstring>
 
 #include "../core/ownlayout.h"

@@ -1,9 +1,10 @@
 // Kernels of error diffusion.
 //
-// Along a row every pixel waits for the error of the one before it. Rows do not wait for each other's ends: a row may follow
-// the one above it a few pixels behind. So the fast form (owndiffuselanes.h) takes many rows at once, one a lane of its
-// vectors, and what is left of the rows goes one by one. Errors are kept as floats and all else is computed in double
-// precision, where the product of an error and a weight is exact: a fused multiplication has the bits of two steps.
+// Along a row every pixel waits for the error of the one before it. Rows do not wait for each other's ends: a row may
+// follow the one above it a few pixels behind. So the fast form (owndiffuselanes.h) takes many rows at once, one a lane
+// of its vectors, and what is left of the rows goes one by one. Errors are kept as floats and all else is computed in
+// double precision, where the product of an error and a weight is exact: a fused multiplication has the bits of two
+// steps.
 #if defined(__AVX2__)
 #pragma GCC target("fma")
 #include "owndiffuselanes.h"

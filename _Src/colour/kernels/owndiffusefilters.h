@@ -14,8 +14,8 @@ inline double withError(double sum, double error, double weight)
     return sum + error * weight;
 }
 
-// A value with what it takes over from its neighbours. e0(k) is the error k pixels beside it in its row, e1(k) in the row above
-// and e2(k) in the one above that. The order of the additions is part of the result.
+// A value with what it takes over from its neighbours. e0(k) is the error k pixels beside it in its row, e1(k) in the
+// row above and e2(k) in the one above that. The order of the additions is part of the result.
 struct FloydSteinberg {
     static constexpr int rowsAbove = 1;
 

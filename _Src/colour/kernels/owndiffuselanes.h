@@ -1,4 +1,5 @@
-// For the kernel sources of error diffusion: many rows at once, one a lane of vectors, each a few pixels behind the row above.
+// For the kernel sources of error diffusion: many rows at once, one a lane of vectors, each a few pixels behind the row
+// above.
 #pragma once
 
 #include <immintrin.h>
@@ -9,7 +10,8 @@
 namespace OWN_ISA {
 namespace {
 
-// The pixels that a row is behind the one above it, whose errors it needs up to two pixels on. Rows go by blocks of as many.
+// The pixels that a row is behind the one above it, whose errors it needs up to two pixels on. Rows go by blocks of as
+// many.
 constexpr int block = 4;
 
 // ---- Lanes --------------------------------------------------------------------------------------------------------
@@ -74,8 +76,8 @@ inline __attribute__((always_inline)) void storeWide(const __m256 (&lanes)[n], d
     }
 }
 
-// What the rows above left behind, by the step at which it was made, for a while. At a step a lane needs the errors of the
-// row above from a block ago, and those of the row above that from two blocks ago.
+// What the rows above left behind, by the step at which it was made, for a while. At a step a lane needs the errors of
+// the row above from a block ago, and those of the row above that from two blocks ago.
 template <int lanes>
 struct Past {
     static constexpr int kept = 3 * block;
@@ -123,8 +125,8 @@ inline __m256d fourAt(const int32_t* p)
     return _mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))) + 2147483648.0;
 }
 
-// A block of a row. What is not a pixel lies beyond every image's brightest value, whatever error comes to it, and so leaves
-// no error.
+// A block of a row. What is not a pixel lies beyond every image's brightest value, whatever error comes to it, and so
+// leaves no error.
 template <class S>
 inline __m256d blockAt(const Task& task, ptrdiff_t x, ptrdiff_t row)
 {
@@ -272,7 +274,8 @@ StoreBlocks<lanes> blockStorerOf(OwnDepthIndex depth)
 
 // ---- The rows -----------------------------------------------------------------------------------------------------
 
-// As many rows as there are lanes, from `row` on. The errors of the last two take the place of those of the rows before them.
+// As many rows as there are lanes, from `row` on. The errors of the last two take the place of those of the rows before
+// them.
 template <class Filter, OwnLevelForm form, int lanes>
 void diffuseTogether(const Task& task, ptrdiff_t row, OwnErrorRows& errors)
 {

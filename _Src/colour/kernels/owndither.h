@@ -42,8 +42,8 @@ struct OwnDither {
     OwnNoise noise;
 };
 
-// Errors of rows, of the row before in rows[0] and of the one before that in rows[1]; rows[2] is free. Around a row's errors
-// there is room for those of OWN_ERROR_MARGIN pixels; all that is not a pixel's is 0.
+// Errors of rows, of the row before in rows[0] and of the one before that in rows[1]; rows[2] is free. Around a row's
+// errors there is room for those of OWN_ERROR_MARGIN pixels; all that is not a pixel's is 0.
 enum { OWN_ERROR_MARGIN = 96 };
 struct OwnErrorRows {
     float* rows[3];
@@ -56,8 +56,8 @@ struct OwnDitherKernels {
     OwnRowKernel from16Uto8U, from32Sto8U, from32Sto16U;
     OwnTestKernel bits[OWN_DEPTHS];
 
-    // Ordered dither of all channels of a rectangle; (x, y) is its upper left pixel's place in the noise. To bits without
-    // noise, bits behind a row keep their values.
+    // Ordered dither of all channels of a rectangle; (x, y) is its upper left pixel's place in the noise. To bits
+    // without noise, bits behind a row keep their values.
     void (*order)(const OwnDither& dither, const OwnGeometry& src, const OwnGeometry& dst, uint32_t x, uint32_t y);
 };
 

@@ -131,7 +131,8 @@ uint32_t cellOf(uint32_t colour)
     return (colour & 0xFF) >> cellBits | (colour >> 8 & 0xFF) >> cellBits << 5 | (colour >> 16) >> cellBits << 10;
 }
 
-// The squares of the distances from an entry to the nearest and to the farthest colour of a cell, whose first colour is given.
+// The squares of the distances from an entry to the nearest and to the farthest colour of a cell, whose first colour is
+// given.
 struct Distances {
     int32_t least, most;
 
@@ -149,8 +150,8 @@ struct Distances {
     }
 };
 
-// Lists the entries that are as near to some colour of the cell as the nearest one may be far. The list is empty if there is
-// no room for it.
+// Lists the entries that are as near to some colour of the cell as the nearest one may be far. The list is empty if
+// there is no room for it.
 uint32_t listCell(OwnDibPalette& palette, uint32_t colour)
 {
     const uint32_t first = colour & (0xFFu >> cellBits << cellBits) * 0x010101;
@@ -287,10 +288,10 @@ void store(const uint32_t* words, const OwnDibRow& row, ptrdiff_t n)
 // ---- Tables -------------------------------------------------------------------------------------------------------
 
 #if defined(__AVX2__)
-// A table of 256 bytes as sixteen parts, of which a shuffle finds one of sixteen values and answers 0 for a negative index.
-// An index less the number of values before a part, in signed saturated arithmetic, is negative for later parts; the second
-// half's indices have their sign turned. Each part but a half's first holds what changes from the part before, so that those up
-// to the index's own part add up to its value.
+// A table of 256 bytes as sixteen parts, of which a shuffle finds one of sixteen values and answers 0 for a negative
+// index. An index less the number of values before a part, in signed saturated arithmetic, is negative for later parts;
+// the second half's indices have their sign turned. Each part but a half's first holds what changes from the part
+// before, so that those up to the index's own part add up to its value.
 struct ByteTable {
     __m256i part[16];
 

@@ -1,5 +1,5 @@
-// Kernels of the exchange with bitmaps. Between rows of bitmaps and rows of images pixels are words of four components: B in
-// the low byte, then G, R and A.
+// Kernels of the exchange with bitmaps. Between rows of bitmaps and rows of images pixels are words of four components:
+// B in the low byte, then G, R and A.
 #pragma once
 
 #include "../../core/kernels/ownbits.h"
@@ -8,20 +8,21 @@
 // Rows go by pieces of at most so many pixels, which begin at multiples of it.
 enum { OWN_DIB_PIECE = 512 };
 
-// Where each component of a word stands in a pixel of 16 or 32 bits: from bit `down` on after it has been moved down by `up`
-// bits, its low bits then being those of the mask.
+// Where each component of a word stands in a pixel of 16 or 32 bits: from bit `down` on after it has been moved down by
+// `up` bits, its low bits then being those of the mask.
 struct OwnDibMasks {
     uint32_t mask[4];
     uint32_t down[4], up[4];
     uint32_t always;  // what components that are nowhere have in a word
 };
 
-// A search for the nearest colours of a palette. The cube of colours is divided into cells, and for each cell in which a colour
-// is searched those entries are listed that can be the nearest ones of a colour in it, by eights, whose last is filled up.
+// A search for the nearest colours of a palette. The cube of colours is divided into cells, and for each cell in which
+// a colour is searched those entries are listed that can be the nearest ones of a colour in it, by eights, whose last
+// is filled up.
 enum { OWN_DIB_CELLS = 1 << 15, OWN_DIB_EIGHTS = 1 << 15 };
 struct OwnDibPalette {
-    // The entries, filled up to a multiple of eight with others of them: what each is written as above its colour. Of equally
-    // near ones the first has the lowest code.
+    // The entries, filled up to a multiple of eight with others of them: what each is written as above its colour. Of
+    // equally near ones the first has the lowest code.
     const uint32_t* words;
     int32_t padded;
     bool greys;  // 256 entries: a grey that has the index of its own value is found there
@@ -59,8 +60,8 @@ enum OwnDibImage {
 };
 
 struct OwnDibKernels {
-    // Between the pixels of a bitmap's row and n words. Writing touches no byte but those of the pixels; of the last one of
-    // bits or nibbles it clears what is left.
+    // Between the pixels of a bitmap's row and n words. Writing touches no byte but those of the pixels; of the last
+    // one of bits or nibbles it clears what is left.
     void (*read[OWN_DIB_BITS])(const uint8_t* row, const OwnDibFormat& format, uint32_t* words, ptrdiff_t n);
     void (*write[OWN_DIB_BITS])(const uint32_t* words, const OwnDibFormat& format, uint8_t* row, ptrdiff_t n);
 
