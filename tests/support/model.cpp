@@ -265,6 +265,30 @@ void applyModel(const Operation& operation, const Scene& scene, const Area& part
                 applyToPixel(operation, sides, x, y);
 }
 
+void forSelectedPixels(const Scene& scene,
+                       const std::function<void(int x, int y, const std::vector<PixelBits>& images)>& visit)
+{
+    std::vector<Side> sides, masks;
+    for (Picture* picture : scene.images)
+        sides.emplace_back(picture);
+    for (Picture* mask : scene.masks)
+        if (mask)
+            masks.emplace_back(mask);
+    Area common = commonArea(scene);
+    std::vector<PixelBits> images(sides.size());
+    for (int y = 0; y < common.height; ++y)
+        for (int x = 0; x < common.width; ++x) {
+            if (!std::ranges::all_of(masks, [&](const Side& mask) { return mask.get(x, y, 0) != 0; }))
+                continue;
+            for (size_t i = 0; i < sides.size(); ++i) {
+                images[i].clear();
+                for (size_t c = 0; c < sides[i].channels.size(); ++c)
+                    images[i].push_back(sides[i].get(x, y, c));
+            }
+            visit(x, y, images);
+        }
+}
+
 // ---- Walks --------------------------------------------------------------------------------------------------------
 
 namespace {
