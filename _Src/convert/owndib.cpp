@@ -229,7 +229,7 @@ struct Exchange {
     }
 };
 
-// True if the bitmap's pixels and those of the image are the same bytes.
+// True if the bitmap's pixels are the same bytes as those of the image, with which it may share them.
 bool areSame(const OwnBitmap& bitmap, const OrvImage& image)
 {
     bool bytes = image.depth == ORV_DEPTH_8U && image.dataOrder == ORV_DATA_ORDER_PIXEL;
@@ -295,7 +295,7 @@ void ownReadBitmap(const OwnBitmap& bitmap, const uint8_t* pixels, const OrvImag
     const Exchange exchange(bitmap, pixels, image);
     if (areSame(bitmap, image)) {
         for (int32_t y = 0; y < exchange.height; ++y)
-            memcpy(exchange.imageRow(y), exchange.bitmapRow(y), size_t(bytesOfPixels(bitmap, exchange.width)));
+            memmove(exchange.imageRow(y), exchange.bitmapRow(y), size_t(bytesOfPixels(bitmap, exchange.width)));
         return;
     }
     ChangeWords change = readingChange(image);
@@ -353,7 +353,7 @@ bool ownWriteBitmap(const OwnBitmap& bitmap, uint8_t* pixels, const OrvImage& im
     const Exchange exchange(bitmap, pixels, image);
     if (areSame(bitmap, image)) {
         for (int32_t y = 0; y < exchange.height; ++y)
-            memcpy(exchange.bitmapRow(y), exchange.imageRow(y), size_t(bytesOfPixels(bitmap, exchange.width)));
+            memmove(exchange.bitmapRow(y), exchange.imageRow(y), size_t(bytesOfPixels(bitmap, exchange.width)));
         return true;
     }
     bool indices = bitmap.header.biBitCount <= 8;

@@ -9,14 +9,16 @@ extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds;
 extern const Family blurs;
 extern const Family dithers;
+extern const Family bitmaps;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
 
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves, &corePixels, &twoImages, &scalars,  &unary,    &comparisons, &thresholds, &blurs,
-            &dithers,   &fourier,    &cosines,   &wavelets, &contrast, &measures,    &generators, &userFunctions};
+    return {&coreMoves,  &corePixels, &twoImages, &scalars,    &unary,        &comparisons,
+            &thresholds, &blurs,      &dithers,   &bitmaps,    &fourier,      &cosines,
+            &wavelets,   &contrast,   &measures,  &generators, &userFunctions};
 }
 
 }  // namespace gallery
