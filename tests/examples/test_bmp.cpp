@@ -13,7 +13,7 @@ bool hasNetpbm()
 
 bool run(const std::string& command)
 {
-    return system((command + " 2> /dev/null").c_str()) == 0;
+    return system(("(" + command + ") 2> /dev/null").c_str()) == 0;
 }
 
 // The pixels of a PNM file of 1 or 8 bits, as R, G, B.
@@ -109,7 +109,7 @@ TEST(Bmp, FilesThatAreNotWholeAreRefused)
 {
     const std::string bmp = RESULTS "cut.bmp", cut = RESULTS "cut-off.bmp", png = RESULTS "cut.png";
     ASSERT_EQ(runExample("bmp", PHOTOS "camera.png " + bmp + " 8 rle").exitCode, 0);
-    for (std::string bytes : {"0", "1", "53", "54", "1000", "100000", "262000"}) {
+    for (std::string bytes : {"0", "1", "53", "54", "1000", "100000", "-1"}) {
         ASSERT_TRUE(run("head -c " + bytes + ' ' + bmp + " > " + cut));
         EXPECT_EQ(runExample("bmp", cut + ' ' + png).exitCode, 1) << bytes;
     }
