@@ -121,11 +121,8 @@ struct Layout {
 
 void copyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int32_t n)
 {
-    uint8_t* first = dst + (to >> 3);
-    int bit = int(to & 7);
-    uint8_t before = uint8_t(*first & ~(0xFF >> bit));
-    ownRowKernels().alignBits(src + (from >> 3), int(from & 7), first, bit, n);
-    *first |= before;
+    ownRunBits(ownRowKernels().copy[OWN_1U],
+               {src + (from >> 3), int(from & 7), nullptr, 0, nullptr, {dst + (to >> 3), int(to & 7)}, 0}, n);
 }
 
 bool bitAt(const uint8_t* row, int64_t x)

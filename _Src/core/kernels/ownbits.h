@@ -6,15 +6,6 @@
 // d[i] = 255 where the test of a[i] and b[i], or of a[i] alone, holds, otherwise 0.
 using OwnTestLanes = void (*)(const void* a, const void* b, const void* scalar, uint8_t* d, ptrdiff_t n);
 
-// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
-// 7 - maskBit of *mask. Bits around them stay.
-struct OwnBitPlace {
-    uint8_t* data;
-    int bit;
-    const uint8_t* mask = nullptr;
-    int maskBit = 0;
-};
-
 // Rows of n values: where the first one begins, where its bits go, and how many bytes lie from row to row.
 struct OwnTestRows {
     const void* a;

@@ -1,5 +1,4 @@
-// Row kernels: what an operation does to one row of values in plain memory, which may lie at any address. Rows of 1U are bytes
-// of eight pixels.
+// Row kernels: what an operation does to rows of values in plain memory, which may lie at any address.
 //
 // Every pointwise operation is a small record with a function on values; the templates here make row kernels of it. The
 // traversals (ownpixels.h) bring rows of every layout into this form.
@@ -34,10 +33,40 @@ using OwnMasked = void (*)(const void* a, const void* b, void* d, const uint8_t*
 
 enum { OWN_MASKED_LEAST = 64 };
 
+// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
+// 7 - maskBit of *mask. Bits around them stay.
+struct OwnBitPlace {
+    uint8_t* data;
+    int bit;
+    const uint8_t* mask = nullptr;
+    int maskBit = 0;
+};
+
+// Rows of n bits: where the first one begins and how many bytes lie from row to row.
+struct OwnBitRows {
+    const uint8_t* a;
+    int aBit;
+    const uint8_t* b;
+    int bBit;
+    const void* scalar;
+    OwnBitPlace to;
+    ptrdiff_t n;
+    ptrdiff_t count = 1;
+    ptrdiff_t aStep = 0;
+    ptrdiff_t bStep = 0;
+    ptrdiff_t bitStep = 0;
+    ptrdiff_t maskStep = 0;
+};
+
+// The same as OwnRun for bits, under the mask if there is one.
+using OwnBitRun = void (*)(const OwnBitRows& rows);
+
+// A kernel of values has the first two, one of bits the last alone.
 struct OwnRowKernel {
     OwnRun run;
     OwnSelect select;
     OwnMasked masked = nullptr;  // a quicker way for values under a mask; may be missing
+    OwnBitRun bits = nullptr;
 };
 
 // For kernel sources only: the templates.
@@ -89,7 +118,7 @@ inline __attribute__((always_inline)) Vector<T> vectorAt(const void* p, ptrdiff_
     return vector;
 }
 
-// A lane of a byte selects bit by bit, since bytes may be eight pixels of 1U.
+// A lane of a byte selects bit by bit, which is the same.
 template <class T>
 inline T select(Lane<T> lane, T yes, T no)
 {

@@ -1,6 +1,7 @@
 // Kernels of the image-and-scalar and unary operations.
 #include "ownscalar.h"
 
+#include "../../core/kernels/ownbitrows.h"
 #include "ownvalues.h"
 
 namespace OWN_ISA {
@@ -116,11 +117,6 @@ struct Square : Unary<T> {
     T operator()(T a) const { return multiplySat(a, a); }
 };
 
-struct Same : Unary<uint8_t> {
-    using Unary<uint8_t>::Unary;
-    uint8_t operator()(uint8_t a) const { return a; }
-};
-
 template <class T, T lowest, T highest>
 struct SignLimit : Unary<T> {
     using Unary<T>::Unary;
@@ -151,10 +147,10 @@ constexpr OwnRowKernel rows = OneSourceRows<Op>::kernel;
 
 }  // namespace
 
-#define OWN_BITWISE(Op)                                                                                  \
-    {                                                                                                    \
-        rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint16_t>>, rows<Op<uint16_t>>, \
-            rows<Op<uint32_t>>, none                                                                     \
+#define OWN_BITWISE(Bits, Op)                                                                                       \
+    {                                                                                                               \
+        bitRows<Bits, 1, byteScalar>, rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint16_t>>, rows<Op<uint16_t>>, \
+            rows<Op<uint32_t>>, none                                                                                \
     }
 
 extern const OwnScalarKernels ownScalarKernels;
@@ -166,15 +162,15 @@ const OwnScalarKernels ownScalarKernels = {
     {none, none, none, none, none, rows<Reverse<int32_t>>, rows<Reverse<float>>},
     {none, rows<Multiply<uint8_t>>, rows<Multiply<int8_t>>, rows<Multiply<uint16_t>>, rows<Multiply<int16_t>>,
      rows<Multiply<int32_t>>, rows<Multiply<float>>},
-    OWN_BITWISE(And),
-    OWN_BITWISE(Or),
-    OWN_BITWISE(Xor),
+    OWN_BITWISE(BitAnd, And),
+    OWN_BITWISE(BitOr, Or),
+    OWN_BITWISE(BitXor, Xor),
     {none, none, rows<SignLimit<int8_t, -128, 127>>, none, rows<SignLimit<int16_t, -32768, 32767>>, none, none},
     {none, rows<ShiftLeft<uint8_t>>, rows<ShiftLeft<uint8_t>>, rows<ShiftLeft<uint16_t>>, rows<ShiftLeft<uint16_t>>,
      rows<ShiftLeft<uint32_t>>, none},
     {none, rows<ShiftRight<uint8_t>>, rows<ShiftRight<int8_t>>, rows<ShiftRight<uint16_t>>, rows<ShiftRight<int16_t>>,
      rows<ShiftRight<int32_t>>, none},
-    {rows<Same>, rows<Square<uint8_t>>, rows<Square<int8_t>>, rows<Square<uint16_t>>, rows<Square<int16_t>>,
+    {bitRows<BitFirst, 1>, rows<Square<uint8_t>>, rows<Square<int8_t>>, rows<Square<uint16_t>>, rows<Square<int16_t>>,
      rows<Square<int32_t>>, rows<Square<float>>},
     {none, none, rows<Absolute<int8_t, INT8_MIN>>, none, rows<Absolute<int16_t, INT16_MIN>>,
      rows<Absolute<int32_t, INT32_MIN>>, rows<AbsoluteFloat>},
