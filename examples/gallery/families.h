@@ -8,14 +8,24 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
+extern const Family scaling, mirrors;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
 
+// clang-format off
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves, &corePixels, &twoImages, &scalars,  &unary,    &comparisons, &thresholds, &compositing,
-            &blurs,     &fourier,    &cosines,   &wavelets, &contrast, &measures,    &generators, &userFunctions};
+    return {
+        &coreMoves, &corePixels,
+        &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
+        &blurs,
+        &scaling, &mirrors,
+        &fourier, &cosines, &wavelets,
+        &contrast, &measures,
+        &generators, &userFunctions,
+    };
 }
+// clang-format on
 
 }  // namespace gallery
