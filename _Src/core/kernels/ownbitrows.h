@@ -123,9 +123,9 @@ template <class Logic, int sources, uint8_t (*scalarOf)(const void*) = noScalar>
 struct BitRows {
     static void run(const OwnBitRows& rows)
     {
-        const bool masked = rows.to.mask != nullptr;
         const bool shifted = (sources > 0 && rows.aBit != rows.to.bit) || (sources > 1 && rows.bBit != rows.to.bit) ||
-                             (masked && rows.to.maskBit != rows.to.bit);
+                             (rows.to.mask && rows.to.maskBit != rows.to.bit);
+        const bool masked = rows.to.mask != nullptr;
         if (shifted)
             masked ? runAs<true, true>(rows) : runAs<false, true>(rows);
         else

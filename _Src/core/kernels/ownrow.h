@@ -146,6 +146,8 @@ inline __attribute__((always_inline)) void computeBlock(void* to, ptrdiff_t star
     }
 }
 
+constexpr ptrdiff_t cacheLine = 64;
+
 // Stores value(i) for n values. Rows are short as often as long, so there are no loops over what is left at the ends:
 // blocks overlap there, and those between lie on cache lines. In place a value must not be computed twice; there the last
 // block is computed before anything is stored.
@@ -171,29 +173,26 @@ inline __attribute__((always_inline)) void storeRow(void* d, ptrdiff_t n, bool i
         return;
     }
     computeBlock<D, block>(d, 0, value);
-    constexpr ptrdiff_t cacheLine = 64;
-    ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & (cacheLine - 1));
+    ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & uintptr_t(cacheLine - 1));
     for (ptrdiff_t i = aligned / ptrdiff_t(sizeof(D)); i < n - block; i += block)
         computeBlock<D, block>(at(i), i, value);
     computeBlock<D, block>(at(n - block), n - block, value);
 }
 
-// Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in
-// a row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for
-// nothing. The bits are those of a value, powers of two.
+// Calls row(a, b, d) for every row and, if it fetches, brings those that come soon into the cache. The processor foresees what
+// follows in a row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait
+// for nothing. The bits are those of a value, powers of two.
 template <uintptr_t sourceBits, uintptr_t resultBits, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
     constexpr uintptr_t distance = 512;  // bytes ahead
     constexpr uintptr_t longest = 1024;  // what is fetched of a row
-    constexpr uintptr_t cacheLine = 64;
-    constexpr uintptr_t bitsOfBoth[] = {sourceBits, resultBits};
-    constexpr uintptr_t widest = bitsOfBoth[sourceBits < resultBits];
     auto* a = static_cast<const uint8_t*>(rows.a);
     auto* b = static_cast<const uint8_t*>(rows.b);
     auto* d = static_cast<uint8_t*>(rows.d);
     const ptrdiff_t count = rows.count, aStep = rows.aStep, bStep = rows.bStep, dStep = rows.dStep;
-    uintptr_t bytes = uintptr_t(rows.n) * widest / 8;
+    constexpr uintptr_t bitsOfBoth[] = {sourceBits, resultBits};
+    uintptr_t bytes = uintptr_t(rows.n) * bitsOfBoth[sourceBits < resultBits] / 8;
     const ptrdiff_t ahead = bytes && bytes < distance ? ptrdiff_t(distance / bytes) : 1;
     bytes = bytes < longest ? bytes : longest;
     for (ptrdiff_t y = 0; y < count; ++y) {
@@ -202,12 +201,14 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
             auto nextA = reinterpret_cast<uintptr_t>(a) + uintptr_t(ahead * aStep);
             auto nextB = reinterpret_cast<uintptr_t>(b) + uintptr_t(ahead * bStep);
             auto nextD = reinterpret_cast<uintptr_t>(d) + uintptr_t(ahead * dStep);
-            for (uintptr_t i = 0; i < bytes; i += cacheLine) {
-                __builtin_prefetch(reinterpret_cast<const void*>(nextA + i / (widest / sourceBits)));
+            uintptr_t i = 0;
+            do {
+                __builtin_prefetch(reinterpret_cast<const void*>(nextA + i));
                 if constexpr (sources > 1)
-                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + i / (widest / sourceBits)));
-                __builtin_prefetch(reinterpret_cast<const void*>(nextD + i / (widest / resultBits)));
-            }
+                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + i));
+                __builtin_prefetch(reinterpret_cast<const void*>(nextD + i));
+                i += uintptr_t(cacheLine);
+            } while (resultBits > 1 && i < bytes);
         }
         row(a, b, d);
         a += aStep;
