@@ -89,19 +89,36 @@ struct Xor : WithValue<T> {
     T operator()(T a) const { return a ^ this->value; }
 };
 
+// Vectors have no shifts of bytes: words are shifted, and what came over from the neighbour byte is masked out.
 template <class T>
 struct ShiftLeft {
     using Source = T;
     using Result = T;
-    int count;
-    explicit ShiftLeft(const void* scalar) : count(*static_cast<const int*>(scalar)) {}
+    uint8_t count;
+    explicit ShiftLeft(const void* scalar) : count(uint8_t(*static_cast<const int*>(scalar))) {}
     T operator()(T a) const { return T(a << count); }
+    Vector<T> operator()(Vector<T> a) const
+    {
+        if constexpr (sizeof(T) > 1)
+            return a << (Vector<T>{} + T(count));
+        else
+            return Vector<T>(Vector<uint16_t>(a) << (Vector<uint16_t>{} + uint16_t(count))) & T(0xFF << count);
+    }
 };
 
 template <class T>
 struct ShiftRight : ShiftLeft<T> {
     using ShiftLeft<T>::ShiftLeft;
     T operator()(T a) const { return T(a >> this->count); }
+    Vector<T> operator()(Vector<T> a) const
+    {
+        if constexpr (sizeof(T) > 1)
+            return a >> (Vector<T>{} + T(this->count));
+        // The sign, which has come in as one bit, goes on to the bits above it.
+        const T sign = T(T(-1) < 0 ? 0x80 >> this->count : 0);
+        auto words = Vector<uint16_t>(a) >> (Vector<uint16_t>{} + uint16_t(this->count));
+        return ((Vector<T>(words) & T(0xFF >> this->count)) ^ sign) - sign;
+    }
 };
 
 template <class T>
