@@ -377,6 +377,18 @@ void ownRunBits(const OwnRowKernel& kernel, OwnBitRows rows, int64_t n)
     }
 }
 
+void ownCopyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int64_t n)
+{
+    OwnBitRows rows = {.a = src + (from >> 3),
+                       .aBit = int(from & 7),
+                       .b = nullptr,
+                       .bBit = 0,
+                       .scalar = nullptr,
+                       .to = {dst + (to >> 3), int(to & 7)},
+                       .n = 0};
+    ownRunBits(ownRowKernels().copy[OWN_1U], rows, n);
+}
+
 OwnDepthValue ownDepthValue(uint32_t depth, int32_t value)
 {
     OwnDepthValue scalar;
