@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orv/core.h"
+#include "ownreport.h"
 #include "ownscratch.h"
 
 enum class OwnMaskResult {
@@ -19,3 +20,8 @@ struct OwnMask {
 // Combines up to three masks, each of which may be NULL: a bit of the result is set where it is in all of them, each
 // counted from its own region's start.
 OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& result);
+
+// Combines two masks by orvAnd, so that what masks these have counts too. False if they leave no common area, and after a
+// report: ORV_STATUS_BAD_ARG, "(msk == NULL)" or "(msk->imageData == NULL)", where there is no memory; ORV_STATUS_BACKTRACE,
+// "error_orvAnd". A failure of the past stops nothing.
+bool ownAndMasks(const OwnReport& report, OrvImage* a, OrvImage* b, OwnTempImage& made);

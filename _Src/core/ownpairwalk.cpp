@@ -66,7 +66,8 @@ private:
     {
         bool toTiles = pair.dst->tileInfo;
         OwnWork leading;
-        show(leading, toTiles ? *pair.dst : *pair.src, toTiles ? dst : src, {0, 0, 0, 0, 0, 0, size.width, size.height});
+        show(leading, toTiles ? *pair.dst : *pair.src, toTiles ? dst : src,
+             {0, 0, 0, 0, 0, 0, size.width, size.height});
         return ownGridWalk(leading.image, size, [&](const OwnCell& cell) { return toTiles ? fill(cell) : read(cell); });
     }
 
