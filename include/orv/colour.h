@@ -8,6 +8,24 @@
 extern "C" {
 #endif
 
+/* ---- Colour models ------------------------------------------------------------------------------------------------ */
+
+ORV_API(void) orvColorToGray(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvGrayToColor(OrvImage* src, OrvImage* dst, float weightR, float weightG, float weightB);
+ORV_API(void) orvRGB2HSV(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvHSV2RGB(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvRGB2HLS(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvHLS2RGB(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvRGB2XYZ(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvXYZ2RGB(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvRGB2LUV(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvLUV2RGB(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvRGB2YUV(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvYUV2RGB(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvRGB2YCrCb(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvYCrCb2RGB(OrvImage* src, OrvImage* dst);
+ORV_API(void) orvYCC2RGB(OrvImage* src, OrvImage* dst);
+
 #ifdef __cplusplus
 }
 #endif

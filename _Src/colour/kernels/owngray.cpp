@@ -1,0 +1,148 @@
+// Colour to grey and back.
+#include "owngray.h"
+
+#include "ownsteps.h"
+
+namespace OWN_ISA {
+namespace {
+
+// ---- To grey ------------------------------------------------------------------------------------------------------
+
+// The weighted sum of a colour of 8U or 16U. The weights' sum is 255.
+template <class Sum, class T>
+OWN_INLINE Sum sumOf(T r, T g, T b)
+{
+    return Sum(Sum(54 * r) + Sum(183 * g) + Sum(18 * b));
+}
+
+// The same at 32S, of the values without their low bits. The weights' sum is 512.
+template <int lost>
+OWN_INLINE int32_t sumOf32(int32_t r, int32_t g, int32_t b)
+{
+    return (r >> lost) * 109 + (g >> lost) * 366 + (b >> lost) * 37;
+}
+
+template <class S, class D>
+struct Gray;
+
+template <>
+struct Gray<uint8_t, uint8_t> {
+    static uint8_t of(uint8_t r, uint8_t g, uint8_t b) { return uint8_t(sumOf<uint16_t>(r, g, b) >> 8); }
+};
+template <>
+struct Gray<uint8_t, uint16_t> {
+    static uint16_t of(uint8_t r, uint8_t g, uint8_t b) { return sumOf<uint16_t>(r, g, b); }
+};
+template <>
+struct Gray<uint8_t, bool> {
+    static bool of(uint8_t r, uint8_t g, uint8_t b) { return sumOf<uint16_t>(r, g, b) >> 15; }
+};
+template <>
+struct Gray<uint16_t, uint16_t> {
+    static uint16_t of(uint16_t r, uint16_t g, uint16_t b) { return uint16_t(sumOf<uint32_t>(r, g, b) >> 8); }
+};
+template <>
+struct Gray<uint16_t, uint8_t> {
+    static uint8_t of(uint16_t r, uint16_t g, uint16_t b) { return uint8_t(sumOf<uint32_t>(r, g, b) >> 16); }
+};
+template <>
+struct Gray<uint16_t, bool> {
+    static bool of(uint16_t r, uint16_t g, uint16_t b) { return sumOf<uint32_t>(r, g, b) >> 23; }
+};
+template <>
+struct Gray<int32_t, uint16_t> {
+    static uint16_t of(int32_t r, int32_t g, int32_t b) { return uint16_t(sumOf32<11>(r, g, b) >> 13); }
+};
+template <>
+struct Gray<int32_t, uint8_t> {
+    static uint8_t of(int32_t r, int32_t g, int32_t b) { return uint8_t(sumOf32<11>(r, g, b) >> 21); }
+};
+template <>
+struct Gray<int32_t, bool> {
+    static bool of(int32_t r, int32_t g, int32_t b) { return sumOf32<10>(r, g, b) >= 1 << 29; }
+};
+
+// D is bool for 1U, whose results are bytes of 0 or 255.
+template <class S, class D>
+void toGray(const void* const* from, void* const* to, ptrdiff_t n, const void*)
+{
+    const OwnValues<S> r = {from[0]}, g = {from[1]}, b = {from[2]};
+    void* gray = to[0];
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        const D value = Gray<S, D>::of(r[i], g[i], b[i]);
+        if constexpr (std::is_same_v<D, bool>)
+            ownStore<uint8_t>(gray, i, value ? 0xFF : 0);
+        else
+            ownStore<D>(gray, i, value);
+    }
+}
+
+// ---- To colour ----------------------------------------------------------------------------------------------------
+
+template <class T>
+struct Colour {
+    uint32_t weight;
+    int shift;
+    Colour(const OwnGrayWeights& weights, int i) : weight(weights.weights[i]), shift(weights.shift) {}
+    T operator()(T gray) const { return T(gray * weight >> shift); }
+};
+
+// The shift is the number of a value's bits, so that words are wide enough.
+template <>
+struct Colour<uint8_t> {
+    uint16_t weight;
+    Colour(const OwnGrayWeights& weights, int i) : weight(uint16_t(weights.weights[i])) {}
+    uint8_t operator()(uint8_t gray) const { return uint8_t(uint16_t(gray * weight) >> 8); }
+};
+
+template <>
+struct Colour<int32_t> {
+    uint32_t weight;
+    Colour(const OwnGrayWeights& weights, int i) : weight(weights.weights[i]) {}
+    int32_t operator()(int32_t gray) const
+    {
+        const auto low = int32_t(weight * (uint32_t(gray) & 0xFFFF));
+        return int32_t(uint32_t(low >> 15) + 2 * weight * uint32_t(gray >> 16));
+    }
+};
+
+// A bit, which comes as 0 or 1.
+template <>
+struct Colour<bool> {
+    uint8_t value;
+    Colour(const OwnGrayWeights& weights, int i) : value(Colour<uint8_t>(weights, i)(255)) {}
+    uint8_t operator()(uint8_t bit) const { return bit ? value : 0; }
+};
+
+template <class T>
+void toColour(const void* const* from, void* const* to, ptrdiff_t n, const void* scalar)
+{
+    using Value = std::conditional_t<std::is_same_v<T, bool>, uint8_t, T>;
+    const OwnValues<Value> gray = {from[0]};
+    for (int i = 0; i < 3; ++i) {
+        const Colour<T> colour(*static_cast<const OwnGrayWeights*>(scalar), i);
+        void* row = to[i];
+#pragma GCC ivdep
+        for (ptrdiff_t k = 0; k < n; ++k)
+            ownStore<Value>(row, k, colour(gray[k]));
+    }
+}
+
+}  // namespace
+
+extern const OwnGraySteps ownGraySteps;
+const OwnGraySteps ownGraySteps = {
+    .toGray =
+        {
+            {},
+            {toGray<uint8_t, bool>, toGray<uint8_t, uint8_t>, nullptr, toGray<uint8_t, uint16_t>},
+            {},
+            {toGray<uint16_t, bool>, toGray<uint16_t, uint8_t>, nullptr, toGray<uint16_t, uint16_t>},
+            {},
+            {toGray<int32_t, bool>, toGray<int32_t, uint8_t>, nullptr, toGray<int32_t, uint16_t>},
+        },
+    .toColour = {toColour<bool>, toColour<uint8_t>, nullptr, toColour<uint16_t>, nullptr, toColour<int32_t>},
+};
+
+}  // namespace OWN_ISA
