@@ -84,8 +84,8 @@ struct Rgb2YCrCb {
 };
 
 struct YCrCb2Rgb {
-    // Not a number stays what it is.
-    static double above0(double x) { return x < 0 ? 0 : x; }
+    // What is not a number is 0 too.
+    static double above0(double x) { return x > 0 ? x : 0; }
     static Numbers of(const Numbers& v)
     {
         return {above0(plus(v.x - 0.7009999752044678f, 1.4019999504089355f, v.z)),
