@@ -438,3 +438,293 @@ TEST(Colour, IsItsFormulaAtEveryColour)
         }
     }
 }
+
+// ---- Grey ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+double grayOf(uint32_t from, uint32_t to, const Pixel& v)
+{
+    auto high = [&](int lost) {
+        return Pixel{floor(ldexp(v[0], -lost)), floor(ldexp(v[1], -lost)), floor(ldexp(v[2], -lost))};
+    };
+    if (from == s32)
+        return to == ORV_DEPTH_1U ? sum(high(10), 109, 366, 37) >= 536870912
+                                  : floor(ldexp(sum(high(11), 109, 366, 37), to == u16 ? -13 : -21));
+    double w = sum(v, 54, 183, 18);
+    if (to == ORV_DEPTH_1U)
+        return floor(w / 256) > (from == u8 ? 127 : 32767);
+    return from == to ? floor(w / 256) : to == u16 ? w : floor(w / 65536);
+}
+
+// The weighted value; bits are 0 or 1.
+double weighted(uint32_t from, uint32_t to, double g, std::array<float, 3> weights, int colour)
+{
+    std::array<int64_t, 3> w;
+    auto scaled = [&](double one) {
+        for (size_t i = 0; i < 3; ++i)
+            w[i] = int64_t(one * weights[i]);
+        return ((w[0] | w[1] | w[2]) & 0xFFFF) != 0;
+    };
+    auto c = size_t(colour);
+    if (to == s32) {
+        if (!scaled(32768))
+            w = {6968, 23434, 2364};
+        int64_t h = int64_t(floor(g / 65536)), l = int64_t(g) & 0xFFFF;
+        return double((int32_t(w[c] * l) >> 15) + 2 * w[c] * h);
+    }
+    if (to == u16)
+        return scaled(32768) ? double(int64_t(g) * (w[c] & 0xFFFF) >> 15)
+                             : double(int64_t(g) * std::array{109, 366, 37}[c] >> 9);
+    if (!scaled(256))
+        w = {54, 183, 18};
+    return double((from == ORV_DEPTH_1U ? 255 * int64_t(g) : int64_t(g)) * (w[c] & 0xFFFF) >> 8);
+}
+
+// A gray image and a colour one of random layouts that go together. `toColour`: the gray one is the source.
+struct GrayPair {
+    PictureSpec gray, colour;
+
+    GrayPair(Random& random, uint32_t grayDepth, uint32_t colourDepth, bool toColour)
+    {
+        int width = random.below(4) ? random.between(1, 90) : random.between(250, 600), height = random.between(1, 20);
+        int origin = random.below(2);
+        auto image = [&](uint32_t depth, int channels, const char* model, const char* sequence) {
+            PictureSpec spec = {.depth = depth, .channels = channels, .order = random.below(2), .origin = origin};
+            spec.width = width + random.below(9);
+            spec.height = height + random.below(3);
+            spec.roi = random.below(2) ? std::optional(OrvROI{channels, 3, 2, 5, 6}) : std::nullopt;
+            spec.tileWidth = random.below(3) ? 0 : 8 * random.between(1, 5);
+            spec.tileHeight = 8;
+            spec.extraStep = random.below(9);
+            spec.offset = random.below(9);
+            spec.seed = random.bits();
+            spec.colorModel = model;
+            spec.channelSeq = sequence;
+            return spec;
+        };
+        colour = image(colourDepth, random.between(3, 5), "RGB", random.below(2) ? "BGRA" : "RGBA");
+        gray = image(grayDepth, 1, random.below(2) ? "Gray" : "GRAY", "G\0\0");
+        if (toColour && colour.order == planes)
+            gray.order = planes;
+        if (gray.order == planes && grayDepth != ORV_DEPTH_1U)
+            gray.channels = random.between(1, 3);
+    }
+};
+
+}  // namespace
+
+TEST(Colour, BecomesGrayInEveryLayout)
+{
+    Random random(6);
+    for (uint32_t from : {u8, u16, s32})
+        for (uint32_t to : {ORV_DEPTH_1U, u8, u16})
+            for (int round = 0; round < 40 && !testing::Test::HasFailure(); ++round) {
+                const GrayPair pair(random, to, from, false);
+                Picture src(pair.colour), dst(pair.gray), before(pair.gray);
+                if (round == 1)
+                    src.fill([=](int, int, int) { return from == s32 ? half - 1 : top(from); });
+                EXPECT_EQ(reportsOf([&] { orvColorToGray(src, dst); }), "");
+                int width = std::min(src->width, dst->width), height = std::min(src->height, dst->height);
+                for (int y = 0; y < height; ++y)
+                    for (int x = 0; x < width; ++x) {
+                        Pixel v;
+                        for (int c = 0; c < 3; ++c)
+                            v[size_t(c)] = src.get(x, y, channelOf(pair.colour.channelSeq, true, c));
+                        before.setRaw(x, y, 0, uint32_t(int64_t(grayOf(from, to, v))));
+                    }
+                EXPECT_EQ(dst.values(), before.values());
+                EXPECT_EQ(src.faults() + dst.faults(), "");
+            }
+}
+
+TEST(Colour, ComesOfGrayInEveryLayout)
+{
+    Random random(7);
+    const std::array<float, 3> weights[] = {{0, 0, 0}, {0.2f, 0.5f, 1},    {1, 1, 1},           {-0.5f, 1.75f, 3},
+                                            {2, 4, 0}, {1e-6f, -1e-6f, 0}, {256, 65536, 1e20f}, {NAN, 0, INFINITY}};
+    for (auto [from, to] : {std::pair(ORV_DEPTH_1U, u8), {u8, u8}, {u16, u16}, {s32, s32}})
+        for (int round = 0; round < 80 && !testing::Test::HasFailure(); ++round) {
+            std::array<float, 3> w = weights[round % 8];
+            const GrayPair pair(random, from, to, true);
+            Picture src(pair.gray), dst(pair.colour), before(pair.colour);
+            EXPECT_EQ(reportsOf([&] { orvGrayToColor(src, dst, w[0], w[1], w[2]); }), "");
+            for (float& weight : w)
+                weight = fabsf(weight) < 1e18f ? weight : 0;  // has no low bits
+            int width = std::min(src->width, dst->width), height = std::min(src->height, dst->height);
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x)
+                    for (int c = 0; c < 3; ++c)
+                        before.setRaw(x, y, channelOf(pair.colour.channelSeq, true, c),
+                                      uint32_t(int64_t(weighted(from, to, src.get(x, y), w, c))));
+            EXPECT_EQ(dst.values(), before.values()) << depthName(from) << ' ' << round;
+            EXPECT_EQ(src.faults() + dst.faults(), "");
+        }
+}
+
+// ---- The frame ----------------------------------------------------------------------------------------------------
+
+namespace {
+
+const char* const pairMessage =
+    "(src->nChannels < 3 ) || (dst->nChannels != 3 ) || (src->depth != dst->depth) || "
+    "(src->dataOrder != dst->dataOrder) || (src->origin != dst->origin)";
+const char* const noRegions = "src & dst roi must be NULL";
+
+FaultMaker setText(int image, char (OrvImage::*field)[4], const char* text)
+{
+    return [=](OrvImage* const* images) { strncpy(images[image]->*field, text, 4); };
+}
+
+// A plane or pixel image of a model.
+PictureSpec modelSpec(const char* model, uint32_t depth = u8, int channels = 3)
+{
+    return {.depth = depth, .channels = channels, .width = 8, .height = 8, .colorModel = model, .channelSeq = model};
+}
+
+}  // namespace
+
+TEST(Colour, ChecksInOrder)
+{
+    OrvROI roi = {0, 0, 0, 8, 8};
+    for (const Conversion& conversion : conversions) {
+        if (conversion.fromOrder >= 0)
+            continue;
+        SCOPED_TRACE(conversion.name);
+        const FaultOf fault{std::string("orv") + conversion.name};
+        const std::string model = conversion.from;
+        bool isYuv = strstr(conversion.name, "YUV") != nullptr;
+        std::vector<Fault> faults = {
+            fault(-10, "Incorrect Image", setField(0, &OrvImage::width, 0)),
+            fault(-13, "Incorrect Image", setField(1, &OrvImage::widthStep, 0)),
+        };
+        int rgb = conversion.fromRgb() ? 0 : 1;
+        if (rgb == 0 || !isYuv) {
+            faults.push_back(
+                fault(-5, "colorModel must be RGB instead of rgb ", setText(rgb, &OrvImage::colorModel, "rgb")));
+            faults.push_back(fault(-5, "channelSeq must be RGB or BGR instead of GRBA ",
+                                   setText(rgb, &OrvImage::channelSeq, "GRBA")));
+        }
+        if (rgb == 1) {
+            faults.push_back(fault(-5, "src-> colorModel must be " + model + " instead of XYYZ",
+                                   setText(0, &OrvImage::colorModel, "XYYZ")));
+            faults.push_back(
+                fault(-5, "src-> channelSeq must be " + model + " instead of ", setText(0, &OrvImage::channelSeq, "")));
+        }
+        faults.push_back(fault(-5, noRegions, setField(0, &OrvImage::roi, &roi)));
+        faults.push_back(fault(-5, noRegions, setField(1, &OrvImage::roi, &roi)));
+        faults.push_back(
+            fault(-5, isYuv ? "src1->depth != src2->depth" : pairMessage, setField(1, &OrvImage::depth, ORV_DEPTH_8S)));
+        faults.push_back(fault(-5, pairMessage, setField(0, &OrvImage::nChannels, 2)));
+        faults.push_back(fault(-5, pairMessage, setField(1, &OrvImage::nChannels, 4)));
+        faults.push_back(fault(-5, pairMessage, setField(1, &OrvImage::origin, 1)));
+        faults.push_back(fault(-5, pairMessage, setField(rgb, &OrvImage::dataOrder, 1)));
+        uint32_t depth = conversion.depths[0];
+        expectFaultsInOrder(
+            {modelSpec(conversion.from, depth), modelSpec(conversion.to, depth)},
+            [&](OrvImage* const* images) { conversion.call(images[0], images[1]); }, faults);
+        if (isYuv) {  // planes that pixels go to, or come of, are three too
+            PictureSpec pixelSpec = modelSpec("RGB"), planeSpec = modelSpec("YUV", u8, 2);
+            planeSpec.order = planes;
+            Picture inPixels(pixelSpec), inPlanes(planeSpec);
+            Picture &src = rgb == 0 ? inPixels : inPlanes, &dst = rgb == 0 ? inPlanes : inPixels;
+            EXPECT_EQ(reportsOf([&] { conversion.call(src, dst); }), fault(-5, pairMessage, {}).report);
+        }
+        // A depth that there is nothing for is told when the model has been written, once and before any tile.
+        PictureSpec wrong = modelSpec(conversion.from, ORV_DEPTH_16S), result = modelSpec(conversion.to, ORV_DEPTH_16S);
+        result.colorModel = conversion.fromRgb() ? "XXX" : "RGB";
+        result.tileWidth = result.tileHeight = 8;
+        Picture src(wrong), dst(result);
+        EXPECT_EQ(reportsOf([&] { conversion.call(src, dst); }),
+                  "-5 own" + std::string(conversion.name) + ' ' + conversion.refusal + '\n');
+        EXPECT_EQ(std::string(dst->colorModel, 4), conversion.to + std::string(1, '\0'));
+        EXPECT_EQ(std::string(dst->channelSeq, 4), conversion.to + std::string(1, '\0'));
+        EXPECT_EQ(dst.log().text(), "");
+        EXPECT_EQ(dst.values(), Picture(result).values());
+    }
+}
+
+TEST(Colour, ChecksGrayInOrder)
+{
+    const FaultOf toGray{"orvColorToGray"}, toColour{"orvGrayToColor"}, ownToGray{"ownColorToGray"},
+        ownToColour{"ownGrayToColor"};
+    const PictureSpec colour = {.channels = 3, .width = 8, .height = 8}, gray = {.width = 8, .height = 8};
+    expectFaultsInOrder(
+        {colour, gray}, [](OrvImage* const* images) { orvColorToGray(images[0], images[1]); },
+        {
+            toGray(-10, "Incorrect Image", setField(0, &OrvImage::width, 0)),
+            toGray(-13, "Incorrect Image", setField(1, &OrvImage::widthStep, 0)),
+            toGray(-5, "colorModel must be RGB instead of GRAY ", setText(0, &OrvImage::colorModel, "GRAY")),
+            toGray(-5, "channelSeq must be RGB or BGR instead of RGC ", setText(0, &OrvImage::channelSeq, "RGC")),
+            toGray(-5, "colorModel must be GRAY instead of gray ", setText(1, &OrvImage::colorModel, "gray")),
+            toGray(-5, "channelSeq must be G instead of gG ", setText(1, &OrvImage::channelSeq, "gG")),
+            toGray(-5, "(dst-> dataOrder == ORV_DATA_ORDER_PIXEL) && (dst-> nChannels != 1)",
+                   setField(1, &OrvImage::nChannels, 2)),
+            toGray(-5, "src->origin != dst->origin", setField(0, &OrvImage::origin, 1)),
+            ownToGray(-5, "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now",
+                      setField(1, &OrvImage::depth, s32)),
+            toGray(-5, pairMessage, setField(0, &OrvImage::nChannels, 2)),
+        });
+    auto call = [](OrvImage* const* images) { orvGrayToColor(images[0], images[1], 1, 1, 1); };
+    const Fault faults[] = {
+        toColour(-5,
+                 "(src->dataOrder==ORV_DATA_ORDER_PIXEL) && (dst->dataOrder == ORV_DATA_ORDER_PLANE) is not supported",
+                 setField(1, &OrvImage::dataOrder, 1)),
+        toColour(-5, "(src-> dataOrder == ORV_DATA_ORDER_PIXEL) && (src-> nChannels != 1)",
+                 setField(0, &OrvImage::nChannels, 2)),
+        toColour(-5, "(src->origin != dst->origin)", setField(0, &OrvImage::origin, 1)),
+        toColour(-5, pairMessage, setField(1, &OrvImage::nChannels, 2)),
+    };
+    expectFaultsInOrder(
+        {gray, colour}, call,
+        {
+            toColour(-10, "Incorrect Image", setField(0, &OrvImage::width, 0)),
+            toColour(-13, "Incorrect Image", setField(1, &OrvImage::widthStep, 0)),
+            toColour(-5, "colorModel must be RGB instead of GRAY ", setText(1, &OrvImage::colorModel, "GRAY")),
+            toColour(-5, "colorModel must be GRAY instead of gray ", setText(0, &OrvImage::colorModel, "gray")),
+            toColour(-5, "src-> depth != dst-> depth && src-> depth != 1U", setField(0, &OrvImage::depth, u16)),
+            faults[0],
+            faults[1],
+            faults[2],
+            faults[3],
+        });
+    PictureSpec bits = gray, words = colour;
+    bits.depth = ORV_DEPTH_1U;
+    words.depth = u16;
+    expectFaultsInOrder({bits, words}, call,
+                        {toColour(-5, "src-> depth == dst-> depth && dst-> depth != 8U", [](OrvImage* const*) {})});
+    PictureSpec bitColour = bits;
+    bitColour.colorModel = bitColour.channelSeq = "RGB";
+    expectFaultsInOrder({bits, bitColour}, call, {ownToColour(-5, integers, [](OrvImage* const*) {})});
+}
+
+TEST(Colour, LosesNothingWhereMemoryOrATileIsRefused)
+{
+    PictureSpec src = modelSpec("RGB"), dst = modelSpec("HSV");
+    src.width = dst.width = 30;
+    src.height = 20;
+    src.tileWidth = src.tileHeight = 8;
+    const Operation operation = {.name = "orvRGB2HSV",
+                                 .call = [](OrvImage* const* images) { orvRGB2HSV(images[0], images[1]); }};
+    for (int tileWidth : {0, 16}) {
+        dst.tileWidth = tileWidth;
+        dst.tileHeight = 8;
+        const Layout layout = {{{src, 0, {}, 0}, {dst, 1, {}, 1}}};
+        EXPECT_TRUE(expectNothingLost(operation, layout));
+    }
+    TileLog log;
+    src.log = dst.log = &log;
+    src.name = "S";
+    dst.name = "D";
+    dst.height = 3;
+    Picture from(src), to(dst);
+    auto call = [&] { orvRGB2HSV(from, to); };
+    EXPECT_EQ(reportsOf(call), "");
+    EXPECT_EQ(log.text(),
+              "D write 0 0\nS read 0 0\nS read 1 0\nS release 1 0\nS release 0 0\nD release 0 0\n"
+              "D write 1 0\nS read 2 0\nS read 3 0\nS release 3 0\nS release 2 0\nD release 1 0\n");
+    log.refuse = 1;
+    EXPECT_EQ(reportsOf(call), "-2 orvRGB2HSV Error get tile to write\n");
+    log.refuse = 2;
+    EXPECT_EQ(reportsOf(call), "-2 orvRGB2HSV Error get tile to read\n");
+}

@@ -26,6 +26,20 @@ ORV_API(void) orvRGB2YCrCb(OrvImage* src, OrvImage* dst);
 ORV_API(void) orvYCrCb2RGB(OrvImage* src, OrvImage* dst);
 ORV_API(void) orvYCC2RGB(OrvImage* src, OrvImage* dst);
 
+/* ---- Colour twist ------------------------------------------------------------------------------------------------- */
+
+typedef struct OrvColorTwist {
+    int32_t data[16];
+    int32_t scalingValue;
+} OrvColorTwist;
+
+ORV_API(OrvColorTwist*) orvCreateColorTwist(const int32_t* data, int32_t scalingValue);
+ORV_API(void) orvSetColorTwist(OrvColorTwist* cTwist, const int32_t* data, int32_t scalingValue);
+ORV_API(void) orvDeleteColorTwist(OrvColorTwist* cTwist);
+ORV_API(void)
+orvApplyColorTwist(OrvImage* srcImage, OrvImage* dstImage, const OrvColorTwist* cTwist, int32_t offset);
+ORV_API(void) orvColorTwistFP(OrvImage* srcImage, OrvImage* dstImage, const float* TwistFP);
+
 #ifdef __cplusplus
 }
 #endif
