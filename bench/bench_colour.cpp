@@ -81,9 +81,46 @@ void addGray(int size)
            [](OrvImage* src, OrvImage* dst) { orvGrayToColor(src, dst, 0.2f, 0.5f, 0.9f); });
 }
 
+// Matrices of sepia, with factors of 14 bits and of 20.
+constexpr int32_t sepia[16] = {6439, 12599, 3097, 0, 5718, 11239, 2753, 0, 4456, 8749, 2146, 0, 0, 0, 0, 0};
+
+void addTwists(int size)
+{
+    auto row = [=](const char* name, const Layout& layout, int bits, double most) {
+        OrvColorTwist twist = {};
+        for (int i = 0; i < 16; ++i)
+            twist.data[i] = sepia[i] << (bits - 14);
+        twist.scalingValue = bits;
+        addRow(name, layout, "RGB", layout, "RGB", most,
+               [=](OrvImage* src, OrvImage* dst) { orvApplyColorTwist(src, dst, &twist, 5); });
+    };
+    const Layout layout = {.channels = 3, .width = size};
+    Layout four = layout, inPlanes = layout, words = layout, reals = inPlanes;
+    four.channels = 4;
+    inPlanes.order = reals.order = planes;
+    words.depth = ORV_DEPTH_16U;
+    reals.depth = ORV_DEPTH_32F;
+    row("orvApplyColorTwist 8U", layout, 14, 30);
+    row("orvApplyColorTwist 8U, wide factors", layout, 20, 30);
+    row("orvApplyColorTwist 8U planes", inPlanes, 14, 30);
+    row("orvApplyColorTwist 8U of 4 channels", four, 14, 0);
+    row("orvApplyColorTwist 16U", words, 12, 0);
+    row("orvApplyColorTwist 16U, wide factors", words, 20, 0);
+    add({"orvColorTwistFP 32F planes, " + std::to_string(size),
+         [=] {
+             static float matrix[16];
+             for (int i = 0; i < 16; ++i)
+                 matrix[i] = float(sepia[i]) / 16384;
+             Image src(reals, slotA), dst(reals, slotD);
+             orvColorTwistFP(src, dst, matrix);
+         },
+         copyRow(size, ORV_DEPTH_32F, 3), 1, copies(1.5)});
+}
+
 const bool added = [] {
     for (int size : {512, 2048}) {
         addGray(size);
+        addTwists(size);
         for (const Conversion& one : conversions) {
             if (one.bytes)
                 addConversion(one, ORV_DEPTH_8U, 1, size);
