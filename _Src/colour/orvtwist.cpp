@@ -73,7 +73,7 @@ OwnTripleStep stepFor(const OwnTwist& twist, uint32_t depth)
 {
     const OwnTwistKernels& kernels = ownTwistKernels();
     const int index = depth == ORV_DEPTH_16U;
-    bool words = depth == ORV_DEPTH_8U;
+    bool words = true;
     for (int row = 0; row < 3; ++row) {
         // The extremes lie in corners of the colour cube.
         const int32_t* m = twist.matrix + 4 * row;
@@ -85,7 +85,7 @@ OwnTripleStep stepFor(const OwnTwist& twist, uint32_t depth)
         if (least < INT32_MIN || most > INT32_MAX)
             return kernels.any[index];
     }
-    return words ? kernels.words : kernels.whole[index];
+    return words ? kernels.words[index] : kernels.whole[index];
 }
 
 }  // namespace

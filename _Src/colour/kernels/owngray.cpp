@@ -1,7 +1,7 @@
 // Colour to grey and back.
 #include "owngray.h"
 
-#include "ownsteps.h"
+#include "ownforms.h"
 
 namespace OWN_ISA {
 namespace {
@@ -78,6 +78,31 @@ void toGray(const void* const* from, void* const* to, ptrdiff_t n, const void*)
     }
 }
 
+#if defined(__AVX2__)
+// Sums of half of the bytes, as words.
+template <class Unpack>
+OWN_INLINE __m256i sumOf(__m256i r, __m256i g, __m256i b, Unpack unpack)
+{
+    const __m256i zero = _mm256_setzero_si256();
+    auto times = [=](__m256i bytes, int16_t weight) {
+        return _mm256_mullo_epi16(unpack(bytes, zero), _mm256_set1_epi16(weight));
+    };
+    return _mm256_add_epi16(_mm256_add_epi16(times(r, 54), times(g, 183)), times(b, 18));
+}
+
+void bytesToGray(const void* const* from, void* const* to, ptrdiff_t n, const void*)
+{
+    for (ptrdiff_t i = 0; i < n; i += 32) {
+        const __m256i r = vectorOf(from[0], i), g = vectorOf(from[1], i), b = vectorOf(from[2], i);
+        const __m256i low = sumOf(r, g, b, [](__m256i v, __m256i w) { return _mm256_unpacklo_epi8(v, w); });
+        const __m256i high = sumOf(r, g, b, [](__m256i v, __m256i w) { return _mm256_unpackhi_epi8(v, w); });
+        storeVector(to[0], i, _mm256_packus_epi16(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8)));
+    }
+}
+#else
+constexpr OwnTripleStep bytesToGray = toGray<uint8_t, uint8_t>;
+#endif
+
 // ---- To colour ----------------------------------------------------------------------------------------------------
 
 template <class T>
@@ -136,7 +161,7 @@ const OwnGraySteps ownGraySteps = {
     .toGray =
         {
             {},
-            {toGray<uint8_t, bool>, toGray<uint8_t, uint8_t>, nullptr, toGray<uint8_t, uint16_t>},
+            {toGray<uint8_t, bool>, bytesToGray, nullptr, toGray<uint8_t, uint16_t>},
             {},
             {toGray<uint16_t, bool>, toGray<uint16_t, uint8_t>, nullptr, toGray<uint16_t, uint16_t>},
             {},

@@ -63,11 +63,11 @@ OWN_INLINE HueQuotients hueQuotients(__m256i first, __m256i second, __m256i b, _
 
 // `isHls`: HLS, otherwise HSV.
 template <bool isHls>
-void rgbToHue(const void* const* from, void* const* to, ptrdiff_t n, const void*)
+void rgbToHueBytes(const void* const* from, void* const* to, ptrdiff_t n, const void*)
 {
     const __m256i one = _mm256_set1_epi8(1), all = _mm256_set1_epi8(-1);
     for (ptrdiff_t i = 0; i < n; i += 32) {
-        const __m256i r = bytesAt(from[0], i), g = bytesAt(from[1], i), b = bytesAt(from[2], i);
+        const __m256i r = vectorOf(from[0], i), g = vectorOf(from[1], i), b = vectorOf(from[2], i);
         const __m256i most = _mm256_max_epu8(_mm256_max_epu8(r, g), b);
         const __m256i least = _mm256_min_epu8(_mm256_min_epu8(r, g), b);
         const __m256i chroma = _mm256_sub_epi8(most, least);
@@ -93,14 +93,13 @@ void rgbToHue(const void* const* from, void* const* to, ptrdiff_t n, const void*
         if constexpr (isHls)  // the average, rounded down
             lightness =
                 _mm256_sub_epi8(_mm256_avg_epu8(most, least), _mm256_and_si256(_mm256_xor_si256(most, least), one));
-        auto store = [=](void* row, __m256i bytes) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(static_cast<uint8_t*>(row) + i), bytes);
-        };
-        store(to[0], hue);
-        store(to[isHls ? 1 : 2], lightness);
-        store(to[isHls ? 2 : 1], quotients.saturation);
+        storeVector(to[0], i, hue);
+        storeVector(to[isHls ? 1 : 2], i, lightness);
+        storeVector(to[isHls ? 2 : 1], i, quotients.saturation);
     }
 }
+
+// ---- Back ---------------------------------------------------------------------------------------------------------
 
 // Sector and weight of every hue.
 template <class Sector>
@@ -114,7 +113,7 @@ struct SectorTable {
         for (int hue = 0; hue < 256; ++hue) {
             const Sector place(double(hue) * 360 / 255);
             weights[hue] = place.weight;
-            if (place.sector == sectors + 1 && place.sector < 6)
+            if (place.sector > sectors && sectors < 5)
                 begins[++sectors] = uint8_t(hue);
         }
     }
@@ -122,6 +121,54 @@ struct SectorTable {
 
 template <class Sector>
 constexpr SectorTable<Sector> sectorTable = {};
+
+// Sectors of 32 hues.
+struct Sectors {
+    __m256i isFrom[6];  // at or beyond the beginning of sector 1 to 5
+    __m256i position;   // 2 hue - 85 sector: 85 are a sector
+    __m256i isOdd;
+
+    template <class Sector>
+    static Sectors of(__m256i hue)
+    {
+        Sectors sectors;
+        sectors.position = _mm256_add_epi8(hue, hue);
+        sectors.isOdd = _mm256_setzero_si256();
+        for (int k = 1; k < 6; ++k) {
+            const __m256i begin = _mm256_set1_epi8(int8_t(sectorTable<Sector>.begins[k]));
+            const __m256i isFrom = _mm256_cmpeq_epi8(_mm256_max_epu8(hue, begin), hue);
+            sectors.position = _mm256_sub_epi8(sectors.position, _mm256_and_si256(isFrom, _mm256_set1_epi8(85)));
+            sectors.isOdd = _mm256_xor_si256(sectors.isOdd, isFrom);
+            sectors.isFrom[k] = isFrom;
+        }
+        return sectors;
+    }
+};
+
+// The values of 32 colours.
+struct ColourBytes {
+    __m256i least, between, most;
+};
+
+// From sector to sector each channel falls or rises in turn.
+OWN_INLINE void storeColours(const Sectors& sectors, const ColourBytes& v, void* const* to, ptrdiff_t i)
+{
+    const __m256i* isFrom = sectors.isFrom;
+    __m256i red = chosen(isFrom[1], v.between, v.most), green = chosen(isFrom[1], v.most, v.between);
+    __m256i blue = chosen(isFrom[2], v.between, v.least);
+    red = chosen(isFrom[2], v.least, red);
+    red = chosen(isFrom[4], v.between, red);
+    red = chosen(isFrom[5], v.most, red);
+    green = chosen(isFrom[3], v.between, green);
+    green = chosen(isFrom[4], v.least, green);
+    blue = chosen(isFrom[3], v.most, blue);
+    blue = chosen(isFrom[5], v.between, blue);
+    storeVector(to[0], i, red);
+    storeVector(to[1], i, green);
+    storeVector(to[2], i, blue);
+}
+
+// ---- In double precision ------------------------------------------------------------------------------------------
 
 OWN_INLINE __m256d fourNumbers(const uint8_t* bytes)
 {
@@ -131,20 +178,29 @@ OWN_INLINE __m256d fourNumbers(const uint8_t* bytes)
     return _mm256_sub_pd(_mm256_or_pd(_mm256_castsi256_pd(number), large), large);
 }
 
-template <int64_t divisor>
-OWN_INLINE __m256d dividedBy(__m256d x)
+// Numbers of a table, by four bytes.
+OWN_INLINE __m256d fourOf(const double* table, const uint8_t* places)
 {
-    constexpr double inverse = 1 / double(divisor), high = double(float(inverse)), low = inverse - high;
-    constexpr double rest = ((1 - high * divisor) - low * divisor) / divisor;
-    return _mm256_fmadd_pd(x, _mm256_set1_pd(inverse), _mm256_mul_pd(x, _mm256_set1_pd(rest)));
+    const __m256d all = _mm256_castsi256_pd(_mm256_set1_epi8(-1));
+    return _mm256_mask_i32gather_pd(_mm256_setzero_pd(), table, _mm_cvtepu8_epi32(_mm_loadu_si32(places)), all, 8);
 }
 
-// The values of four colours but the largest at HSV, which is V itself.
+// The low bytes of 32 numbers toward zero.
+OWN_INLINE __m256i lowBytes(const __m128i (&numbers)[8])
+{
+    const __m128i low = _mm_set1_epi16(0xFF);
+    __m128i words[4];
+    for (int k = 0; k < 4; ++k)
+        words[k] = _mm_and_si128(_mm_packs_epi32(numbers[2 * k], numbers[2 * k + 1]), low);
+    return _mm256_setr_m128i(_mm_packus_epi16(words[0], words[1]), _mm_packus_epi16(words[2], words[3]));
+}
+
 struct HsvColours {
-    static constexpr int results = 2;
-    static constexpr bool lastIsFirst = true;  // 360 degrees are 0
-    using Sector = HsvSector;
-    static void of(const uint8_t* saturations, const uint8_t* values, __m256d weight, __m256d (&result)[3])
+    static constexpr int base = 2, saturation = 1;  // rows
+    using Sector = HsvSector<double>;
+
+    // Least and between of four colours; the most is V itself.
+    static void numbers(const uint8_t* values, const uint8_t* saturations, __m256d weight, __m256d (&result)[3])
     {
         const __m256d one = _mm256_set1_pd(1), value = fourNumbers(values);
         const __m256d saturation = dividedBy<255>(fourNumbers(saturations));
@@ -154,18 +210,19 @@ struct HsvColours {
 };
 
 struct HlsColours {
-    static constexpr int results = 3;
-    static constexpr bool lastIsFirst = false;
-    using Sector = HlsSector;
-    static void of(const uint8_t* lightnesses, const uint8_t* saturations, __m256d weight, __m256d (&result)[3])
+    static constexpr int base = 1, saturation = 2;
+    using Sector = HlsSector<double>;
+
+    // Least, between and most of four colours.
+    static void numbers(const uint8_t* lightnesses, const uint8_t* saturations, __m256d weight, __m256d (&result)[3])
     {
         const __m256d one = _mm256_set1_pd(1), full = _mm256_set1_pd(255);
         const __m256d lightness = dividedBy<255>(fourNumbers(lightnesses));
         const __m256d saturation = dividedBy<255>(fourNumbers(saturations));
-        const __m256d isDark = _mm256_cmp_pd(lightness, _mm256_set1_pd(0.5), _CMP_LE_OQ);
+        // Of the two forms, for dark and for light colours, the right one is the lesser by far.
         const __m256d dark = _mm256_mul_pd(_mm256_add_pd(one, saturation), lightness);
         const __m256d light = _mm256_sub_pd(_mm256_add_pd(lightness, saturation), _mm256_mul_pd(lightness, saturation));
-        const __m256d most = _mm256_blendv_pd(light, dark, isDark);
+        const __m256d most = _mm256_min_pd(dark, light);
         const __m256d least = _mm256_sub_pd(_mm256_add_pd(lightness, lightness), most);
         const __m256d part = dividedBy<60>(_mm256_mul_pd(_mm256_sub_pd(most, least), weight));
         result[0] = _mm256_mul_pd(full, least);
@@ -174,65 +231,133 @@ struct HlsColours {
     }
 };
 
-// Numbers of a table, by four bytes.
-OWN_INLINE __m256d fourOf(const double* table, const uint8_t* places)
+template <class Colours>
+OWN_INLINE ColourBytes bytesByNumbers(const void* const* from, ptrdiff_t i)
 {
-    const __m256d all = _mm256_castsi256_pd(_mm256_set1_epi8(-1));
-    return _mm256_mask_i32gather_pd(_mm256_setzero_pd(), table, _mm_cvtepu8_epi32(_mm_loadu_si32(places)), all, 8);
+    auto row = [=](int k) { return static_cast<const uint8_t*>(from[k]) + i; };
+    __m128i numbers[3][8];
+    for (int k = 0; k < 8; ++k) {
+        __m256d result[3] = {};
+        Colours::numbers(row(Colours::base) + 4 * k, row(Colours::saturation) + 4 * k,
+                         fourOf(sectorTable<typename Colours::Sector>.weights, row(0) + 4 * k), result);
+        for (int j = 0; j < 3; ++j)
+            numbers[j][k] = _mm256_cvttpd_epi32(result[j]);
+    }
+    return {lowBytes(numbers[0]), lowBytes(numbers[1]), lowBytes(numbers[2])};
 }
 
-template <class Colours>
-void hueToRgb(const void* const* from, void* const* to, ptrdiff_t n, const void*)
+void hsvToRgb(const void* const* from, void* const* to, ptrdiff_t n, const void*)
 {
-    using Table = SectorTable<typename Colours::Sector>;
-    static constexpr const Table& table = sectorTable<typename Colours::Sector>;
-    auto* hues = static_cast<const uint8_t*>(from[0]);
-    auto *second = static_cast<const uint8_t*>(from[1]), *third = static_cast<const uint8_t*>(from[2]);
     for (ptrdiff_t i = 0; i < n; i += 32) {
-        __m128i numbers[3][8];
-        for (int k = 0; k < 8; ++k) {
-            const ptrdiff_t at = i + 4 * k;
-            __m256d result[3];
-            Colours::of(second + at, third + at, fourOf(table.weights, hues + at), result);
-            for (int j = 0; j < Colours::results; ++j)
-                numbers[j][k] = _mm256_cvttpd_epi32(result[j]);
+        ColourBytes bytes = bytesByNumbers<HsvColours>(from, i);
+        bytes.most = vectorOf(from[HsvColours::base], i);
+        const __m256i hue = vectorOf(from[0], i);
+        // 360 degrees are 0.
+        const __m256i turned = _mm256_andnot_si256(_mm256_cmpeq_epi8(hue, _mm256_set1_epi8(-1)), hue);
+        storeColours(Sectors::of<HsvSector<double>>(turned), bytes, to, i);
+    }
+}
+
+// ---- HLS in whole numbers -----------------------------------------------------------------------------------------
+//
+// With the lightness l and the saturation s in 255ths, e = s min(l, 255 - l), and a factor k in 85ths that the hue gives, from
+// -85 to 85, the least value is l - e / 255, the most l + e / 255, and the one between l + e k / 21675. Quotients in double
+// precision give the same, but where one is a whole number they may fall short of it. These few colours are computed so.
+
+// Sixteen colours as words.
+struct ColourWords {
+    __m256i least, between, most, isWhole, isNearWhole;
+};
+
+OWN_INLINE ColourWords hlsWords(__m256i lightness, __m256i saturation, __m256i height, __m256i factor)
+{
+    const __m256i zero = _mm256_setzero_si256(), one = _mm256_set1_epi16(1);
+    const __m256i e = _mm256_mullo_epi16(saturation, height);
+    const __m256i quotient = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(e, one), _mm256_srli_epi16(e, 8)), 8);
+    const __m256i rest = _mm256_sub_epi16(e, _mm256_mullo_epi16(quotient, _mm256_set1_epi16(255)));
+    ColourWords words;
+    words.isWhole = _mm256_cmpeq_epi16(rest, zero);
+    words.most = _mm256_add_epi16(lightness, quotient);
+    words.least = _mm256_sub_epi16(_mm256_sub_epi16(lightness, one), _mm256_add_epi16(quotient, words.isWhole));
+    const __m256i low = _mm256_mullo_epi16(e, factor), high = _mm256_mulhi_epi16(e, factor);
+    const __m256i products[2] = {_mm256_unpacklo_epi16(low, high), _mm256_unpackhi_epi16(low, high)};
+    const __m256i bases[2] = {_mm256_unpacklo_epi16(lightness, zero), _mm256_unpackhi_epi16(lightness, zero)};
+    __m256i between[2], isNear[2];
+    for (int k = 0; k < 2; ++k) {
+        // Other quotients are 4.6e-5 away from a whole number, and single precision loses less than 2e-5.
+        const __m256 value = _mm256_fmadd_ps(_mm256_cvtepi32_ps(products[k]), _mm256_set1_ps(1.0f / 21675),
+                                             _mm256_cvtepi32_ps(bases[k]));
+        const __m256 off = _mm256_sub_ps(value, _mm256_round_ps(value, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        const __m256 distance = _mm256_andnot_ps(_mm256_set1_ps(-0.0f), off);
+        between[k] = _mm256_cvttps_epi32(value);
+        isNear[k] = _mm256_castps_si256(_mm256_cmp_ps(distance, _mm256_set1_ps(2.3e-5f), _CMP_LT_OQ));
+    }
+    words.between = _mm256_packs_epi32(between[0], between[1]);
+    words.isNearWhole = _mm256_packs_epi32(isNear[0], isNear[1]);
+    return words;
+}
+
+// 32 colours; `open` gets a bit for each with a whole quotient.
+OWN_INLINE ColourBytes hlsBytes(const void* const* from, ptrdiff_t i, const Sectors& sectors, uint32_t& open)
+{
+    const __m256i zero = _mm256_setzero_si256(), all = _mm256_set1_epi8(-1), sector = _mm256_set1_epi8(85);
+    const __m256i lightness = vectorOf(from[1], i), saturation = vectorOf(from[2], i);
+    const __m256i height = _mm256_min_epu8(lightness, _mm256_xor_si256(lightness, all));
+    const __m256i twice = _mm256_add_epi8(sectors.position, sectors.position);
+    const __m256i factor = chosen(sectors.isOdd, _mm256_sub_epi8(sector, twice), _mm256_sub_epi8(twice, sector));
+    const __m256i sign = _mm256_cmpgt_epi8(zero, factor);
+    const ColourWords low = hlsWords(_mm256_unpacklo_epi8(lightness, zero), _mm256_unpacklo_epi8(saturation, zero),
+                                     _mm256_unpacklo_epi8(height, zero), _mm256_unpacklo_epi8(factor, sign));
+    const ColourWords high = hlsWords(_mm256_unpackhi_epi8(lightness, zero), _mm256_unpackhi_epi8(saturation, zero),
+                                      _mm256_unpackhi_epi8(height, zero), _mm256_unpackhi_epi8(factor, sign));
+    const ColourBytes bytes = {_mm256_packus_epi16(low.least, high.least),
+                               _mm256_packus_epi16(low.between, high.between),
+                               _mm256_packus_epi16(low.most, high.most)};
+    // Nothing falls short of 0, and neither black nor grey is a quotient.
+    const __m256i isWhole =
+        _mm256_andnot_si256(_mm256_cmpeq_epi8(bytes.least, zero), _mm256_packs_epi16(low.isWhole, high.isWhole));
+    const __m256i isNear = _mm256_packs_epi16(low.isNearWhole, high.isNearWhole);
+    const __m256i isPlain = _mm256_or_si256(_mm256_cmpeq_epi8(saturation, zero), _mm256_cmpeq_epi8(lightness, zero));
+    open = uint32_t(_mm256_movemask_epi8(_mm256_andnot_si256(isPlain, _mm256_or_si256(isWhole, isNear))));
+    return bytes;
+}
+
+// Computes the colours of a strip once more whose bits are set.
+template <size_t words>
+OWN_INLINE void recompute(const uint64_t (&open)[words], const void* const* from, void* const* to, ptrdiff_t start)
+{
+    for (size_t k = 0; k < words; ++k)
+        for (uint64_t left = open[k]; left; left &= left - 1) {
+            const ptrdiff_t i = start + ptrdiff_t(k) * 64 + __builtin_ctzll(left);
+            auto number = [=](int row) { return double(ownLoad<uint8_t>(from[row], i)); };
+            const HueValues<double> values = hlsValues<uint8_t>(number(0), number(1), number(2));
+            const int32_t most = int32_t(values.most), between = int32_t(values.between), least = int32_t(values.least);
+            const Triple<int32_t> colour = inSector(int32_t(values.sector), most, between, least);
+            ownStore(to[0], i, uint8_t(colour.x));
+            ownStore(to[1], i, uint8_t(colour.y));
+            ownStore(to[2], i, uint8_t(colour.z));
         }
-        // The low bytes.
-        __m256i bytes[3];
-        for (int j = 0; j < Colours::results; ++j) {
-            const __m128i low = _mm_set1_epi16(0xFF);
-            __m128i words[4];
-            for (int k = 0; k < 4; ++k)
-                words[k] = _mm_and_si128(_mm_packs_epi32(numbers[j][2 * k], numbers[j][2 * k + 1]), low);
-            bytes[j] = _mm256_setr_m128i(_mm_packus_epi16(words[0], words[1]), _mm_packus_epi16(words[2], words[3]));
+}
+
+void hlsToRgb(const void* const* from, void* const* to, ptrdiff_t n, const void*)
+{
+    constexpr int few = 6;
+    constexpr ptrdiff_t strip = 256;
+    for (ptrdiff_t start = 0; start < n; start += strip) {
+        uint64_t open[strip / 64] = {};
+        const ptrdiff_t end = n - start < strip ? n : start + strip;
+        for (ptrdiff_t i = start; i < end; i += 32) {
+            const Sectors sectors = Sectors::of<HlsSector<double>>(vectorOf(from[0], i));
+            uint32_t mask;
+            ColourBytes bytes = hlsBytes(from, i, sectors, mask);
+            if (__builtin_popcount(mask) > few) {
+                bytes = bytesByNumbers<HlsColours>(from, i);
+                mask = 0;
+            }
+            open[(i - start) / 64] |= uint64_t{mask} << (i & 32);
+            storeColours(sectors, bytes, to, i);
         }
-        if constexpr (Colours::results < 3)
-            bytes[2] = bytesAt(third, i);
-        const __m256i least = bytes[0], between = bytes[1], most = bytes[2];
-        __m256i hue = bytesAt(hues, i);
-        if constexpr (Colours::lastIsFirst)
-            hue = _mm256_andnot_si256(_mm256_cmpeq_epi8(hue, _mm256_set1_epi8(-1)), hue);
-        __m256i isFrom[6];  // at or beyond the beginning of a sector
-        for (int k = 1; k < 6; ++k) {
-            const __m256i begin = _mm256_set1_epi8(int8_t(table.begins[k]));
-            isFrom[k] = _mm256_cmpeq_epi8(_mm256_max_epu8(hue, begin), hue);
-        }
-        auto store = [=](void* row, __m256i result) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(static_cast<uint8_t*>(row) + i), result);
-        };
-        // From sector to sector each channel falls or rises in turn.
-        __m256i red = chosen(isFrom[1], between, most), green = chosen(isFrom[1], most, between);
-        __m256i blue = chosen(isFrom[2], between, least);
-        red = chosen(isFrom[2], least, red);
-        red = chosen(isFrom[4], between, red);
-        red = chosen(isFrom[5], most, red);
-        green = chosen(isFrom[3], between, green);
-        green = chosen(isFrom[4], least, green);
-        blue = chosen(isFrom[3], most, blue);
-        blue = chosen(isFrom[5], between, blue);
-        store(to[0], red);
-        store(to[1], green);
-        store(to[2], blue);
+        recompute(open, from, to, start);
     }
 }
 

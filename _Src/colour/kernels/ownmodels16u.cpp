@@ -3,6 +3,7 @@
 
 #if defined(__AVX2__)
 #pragma GCC target("fma")
+#define OWN_FUSES
 #include <immintrin.h>
 #endif
 
@@ -20,9 +21,10 @@ struct Xyz2Rgb {
     using OfBytes =
         Forms<Form{53092, -25185, -8168, 8192, 6}, Form{-15880, 30736, 681, 8192, 6}, Form{912, -3343, 17323, 8192, 6}>;
     static constexpr bool wraps = false;
-    static Triple<int32_t> of(const Triple<int32_t>& v)
+    template <class L>
+    static auto of(const Triple<L>& v)
     {
-        return OfBytes::of(Triple<int32_t>{v.x >> 8, v.y >> 8, v.z >> 8});
+        return OfBytes::of(Triple<L>{v.x >> 8, v.y >> 8, v.z >> 8});
     }
 };
 
@@ -43,23 +45,20 @@ using Rgb2YCrCb = Forms<Form{4899, 9617, 1868, 8192, 14}, Form{-2765, -5427, 819
 using YCrCb2Rgb = Forms<Form{0, 0, 22970, -752669475, 14, 1}, Form{0, -5638, -11700, 568122915 + 16383, 14, 1},
                         Form{0, 29032, 0, -951306060, 14, 1}>;
 
-template <class C>
-constexpr OwnTripleStep step = stepThree<Whole<C, uint16_t>>;
-
 }  // namespace
 
 extern const OwnModels ownModels16U;
 const OwnModels ownModels16U = {
-    .rgb2hsv = stepThree<Rgb2Hsv<uint16_t>>,
-    .hsv2rgb = stepThree<Hsv2Rgb<uint16_t>>,
-    .rgb2hls = stepThree<Rgb2Hls<uint16_t>>,
-    .hls2rgb = stepThree<Hls2Rgb<uint16_t>>,
-    .rgb2xyz = step<Rgb2Xyz>,
-    .xyz2rgb = step<Xyz2Rgb>,
-    .rgb2yuv = step<Rgb2Yuv>,
-    .yuv2rgb = step<Yuv2Rgb>,
-    .rgb2ycrcb = step<Rgb2YCrCb>,
-    .ycrcb2rgb = step<YCrCb2Rgb>,
+    .rgb2hsv = rgbToHue<uint16_t, false>,
+    .hsv2rgb = hueToRgb<uint16_t, false>,
+    .rgb2hls = rgbToHue<uint16_t, true>,
+    .hls2rgb = hueToRgb<uint16_t, true>,
+    .rgb2xyz = stepHalves<Rgb2Xyz>,
+    .xyz2rgb = stepHalves<Xyz2Rgb>,
+    .rgb2yuv = stepHalves<Rgb2Yuv>,
+    .yuv2rgb = stepHalves<Yuv2Rgb>,
+    .rgb2ycrcb = stepHalves<Rgb2YCrCb>,
+    .ycrcb2rgb = stepHalves<YCrCb2Rgb>,
 };
 
 }  // namespace OWN_ISA

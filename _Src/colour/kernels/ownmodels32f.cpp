@@ -4,6 +4,7 @@
 // Products of two values of single precision are exact in double precision, so that a fused step gives the same bits as two.
 #if defined(__AVX2__)
 #pragma GCC target("fma")
+#define OWN_FUSES
 #endif
 
 #include "ownsteps.h"
@@ -32,7 +33,7 @@ OWN_INLINE double times(float factor, double value)
 }
 OWN_INLINE double plus(double sum, float factor, double value)
 {
-#if defined(__FMA__)
+#if defined(OWN_FUSES)
     return __builtin_fma(double(factor), value, sum);
 #else
     return sum + double(factor) * value;

@@ -10,7 +10,7 @@ using Numbers = Triple<double>;
 // A number whose low bits are kept where it leaves the range.
 OWN_INLINE int32_t low(double x)
 {
-    return HueRange<int32_t>::low(x);
+    return int32_t(int64_t(x));
 }
 
 // A number that is cut to the range.
@@ -84,10 +84,10 @@ struct YCrCb2Rgb {
 
 extern const OwnModels ownModels32S;
 const OwnModels ownModels32S = {
-    .rgb2hsv = stepThree<Rgb2Hsv<int32_t>>,
-    .hsv2rgb = stepThree<Hsv2Rgb<int32_t>>,
-    .rgb2hls = stepThree<Rgb2Hls<int32_t>>,
-    .hls2rgb = stepThree<Hls2Rgb<int32_t>>,
+    .rgb2hsv = rgbToHue<int32_t, false>,
+    .hsv2rgb = hueToRgb<int32_t, false>,
+    .rgb2hls = rgbToHue<int32_t, true>,
+    .hls2rgb = hueToRgb<int32_t, true>,
     .rgb2xyz = stepThree<Truncated<Rgb2Xyz>>,
     .xyz2rgb = stepThree<Truncated<Xyz2Rgb>>,
     .rgb2yuv = stepThree<Truncated<Rgb2Yuv>>,

@@ -3,6 +3,7 @@
 
 #if defined(__AVX2__)
 #pragma GCC target("fma")
+#define OWN_FUSES
 #include <immintrin.h>
 #endif
 
@@ -113,23 +114,24 @@ struct Ycc2Rgb {
     }
 };
 
-#if !defined(__AVX2__)
-template <bool isHls>
-constexpr OwnTripleStep rgbToHue = isHls ? stepThree<Rgb2Hls<uint8_t>> : stepThree<Rgb2Hsv<uint8_t>>;
-template <class Colours>
-constexpr OwnTripleStep hueToRgb = stepThree<Colours>;
-using HsvColours = Hsv2Rgb<uint8_t>;
-using HlsColours = Hls2Rgb<uint8_t>;
+// ---- Hues ---------------------------------------------------------------------------------------------------------
+
+#if defined(__AVX2__)
+constexpr OwnTripleStep rgb2hsv = rgbToHueBytes<false>, hsv2rgb = hsvToRgb;
+constexpr OwnTripleStep rgb2hls = rgbToHueBytes<true>, hls2rgb = hlsToRgb;
+#else
+constexpr OwnTripleStep rgb2hsv = rgbToHue<uint8_t, false>, hsv2rgb = hueToRgb<uint8_t, false>;
+constexpr OwnTripleStep rgb2hls = rgbToHue<uint8_t, true>, hls2rgb = hueToRgb<uint8_t, true>;
 #endif
 
 }  // namespace
 
 extern const OwnModels ownModels8U;
 const OwnModels ownModels8U = {
-    .rgb2hsv = rgbToHue<false>,
-    .hsv2rgb = hueToRgb<HsvColours>,
-    .rgb2hls = rgbToHue<true>,
-    .hls2rgb = hueToRgb<HlsColours>,
+    .rgb2hsv = rgb2hsv,
+    .hsv2rgb = hsv2rgb,
+    .rgb2hls = rgb2hls,
+    .hls2rgb = hls2rgb,
     .rgb2xyz = stepBytes<Rgb2Xyz>,
     .xyz2rgb = stepBytes<Xyz2Rgb>,
     .rgb2yuv = stepBytes<Rgb2Yuv>,

@@ -13,7 +13,7 @@ struct OwnTwist {
 
 // By 8U and 16U as index 0 and 1.
 struct OwnTwistKernels {
-    OwnTripleStep words;     // 8U, for factors of 16 bits and sums of 32 bits
+    OwnTripleStep words[2];  // for factors of 16 bits and sums of 32
     OwnTripleStep whole[2];  // for sums of 32 bits
     OwnTripleStep any[2];
     OwnTripleStep real;  // 32F; the scalar is a matrix of 16 floats
