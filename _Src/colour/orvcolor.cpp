@@ -146,10 +146,31 @@ void convertPiece(void* task, const OrvImage& src, const OrvImage& dst, const Or
 }
 
 // The whole images, as far as both reach.
-void convert(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnTripleOp op)
+void walk(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnPairPiece piece, void* task)
 {
     ownPairWalk(report, {.src = src, .dst = dst, .whole = true},
-                {ORV_STATUS_ERROR, "Error get tile to read", "Error get tile to write"}, convertPiece, &op);
+                {ORV_STATUS_ERROR, "Error get tile to read", "Error get tile to write"}, piece, task);
+}
+
+void convert(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnTripleOp op)
+{
+    walk(report, src, dst, convertPiece, &op);
+}
+
+// Pixels of 8U that need not be brought apart.
+struct GrayPixels {
+    OwnGrayPixels run;
+    bool isBgr;
+};
+
+void grayPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage*)
+{
+    const auto& gray = *static_cast<const GrayPixels*>(task);
+    OwnGeometry from, to;
+    ownPlaneGeometry(src, from);
+    ownPlaneGeometry(dst, to);
+    for (int32_t y = 0; y < from.height; ++y)
+        gray.run(from.start + y * from.rowStep, from.pixelStep, gray.isBgr, to.start + y * to.rowStep, from.width);
 }
 
 // A conversion between RGB and another model: its name in headers, the name under which it refuses a depth, and its steps.
@@ -249,7 +270,12 @@ void ORV_CALL orvColorToGray(OrvImage* src, OrvImage* dst)
         return;
     if (report.when(src->nChannels < 3, ORV_STATUS_BAD_ARG, pairMessage))
         return;
-    convert(report, src, dst, {step, rgbValues(*src), oneValue(*dst)});
+    GrayPixels gray = {ownGraySteps().pixelsToGray, src->channelSeq[0] == 'B'};
+    const bool areBytes = src->depth == ORV_DEPTH_8U && dst->depth == ORV_DEPTH_8U;
+    if (gray.run && areBytes && src->dataOrder == ORV_DATA_ORDER_PIXEL && src->nChannels <= 4)
+        walk(report, src, dst, grayPiece, &gray);
+    else
+        convert(report, src, dst, {step, rgbValues(*src), oneValue(*dst)});
 }
 
 void ORV_CALL orvGrayToColor(OrvImage* src, OrvImage* dst, float weightR, float weightG, float weightB)

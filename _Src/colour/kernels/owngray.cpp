@@ -99,8 +99,64 @@ void bytesToGray(const void* const* from, void* const* to, ptrdiff_t n, const vo
         storeVector(to[0], i, _mm256_packus_epi16(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8)));
     }
 }
+
+// The bytes of eight pixels as the first, the second twice, and the third: half of them lie from the first byte on, half end
+// with the last.
+template <int step>
+OWN_INLINE __m256i eightPixels(const uint8_t* pixels)
+{
+    constexpr int late = step == 3 ? 4 : 0;  // where the second half begins in its sixteen bytes
+    auto* first = reinterpret_cast<const __m128i*>(pixels);
+    auto* second = reinterpret_cast<const __m128i*>(pixels + 8 * step - 16);
+    constexpr auto take = [](int i, int from) { return char(i / 4 * step + (i % 4 + 1) / 2 + from); };
+    const __m256i places =
+        _mm256_setr_epi8(take(0, 0), take(1, 0), take(2, 0), take(3, 0), take(4, 0), take(5, 0), take(6, 0), take(7, 0),
+                         take(8, 0), take(9, 0), take(10, 0), take(11, 0), take(12, 0), take(13, 0), take(14, 0),
+                         take(15, 0), take(0, late), take(1, late), take(2, late), take(3, late), take(4, late),
+                         take(5, late), take(6, late), take(7, late), take(8, late), take(9, late), take(10, late),
+                         take(11, late), take(12, late), take(13, late), take(14, late), take(15, late));
+    return _mm256_shuffle_epi8(_mm256_loadu2_m128i(second, first), places);
+}
+
+// Grey of 32 pixels. The weight of green is divided, so that all are signed bytes and no sum of two products leaves a word.
+template <int step>
+OWN_INLINE void grayOf32(const uint8_t* pixels, __m256i weights, uint8_t* gray)
+{
+    __m256i sums[4];
+    for (int k = 0; k < 4; ++k)
+        sums[k] = _mm256_madd_epi16(_mm256_maddubs_epi16(eightPixels<step>(pixels + k * 8 * step), weights),
+                                    _mm256_set1_epi16(1));
+    const __m256i low = _mm256_srli_epi16(_mm256_packus_epi32(sums[0], sums[1]), 8);
+    const __m256i high = _mm256_srli_epi16(_mm256_packus_epi32(sums[2], sums[3]), 8);
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(gray),
+                        _mm256_permutevar8x32_epi32(_mm256_packus_epi16(low, high), order));
+}
+
+template <int step>
+void pixelsToGray(const uint8_t* pixels, bool isBgr, uint8_t* gray, ptrdiff_t n)
+{
+    const int32_t word = isBgr ? 18 | 110 << 8 | 73 << 16 | 54 << 24 : 54 | 73 << 8 | 110 << 16 | 18 << 24;
+    const __m256i weights = _mm256_set1_epi32(word);
+    if (n < 32) {
+        for (ptrdiff_t i = 0; i < n; ++i, pixels += step)
+            gray[i] = Gray<uint8_t, uint8_t>::of(pixels[isBgr ? 2 : 0], pixels[1], pixels[isBgr ? 0 : 2]);
+        return;
+    }
+    for (ptrdiff_t i = 0; i < n - 32; i += 32)
+        grayOf32<step>(pixels + i * step, weights, gray + i);
+    grayOf32<step>(pixels + (n - 32) * step, weights, gray + n - 32);
+}
+
+void bytePixelsToGray(const void* pixels, ptrdiff_t step, bool isBgr, void* gray, ptrdiff_t n)
+{
+    auto* from = static_cast<const uint8_t*>(pixels);
+    auto* to = static_cast<uint8_t*>(gray);
+    step == 3 ? pixelsToGray<3>(from, isBgr, to, n) : pixelsToGray<4>(from, isBgr, to, n);
+}
 #else
 constexpr OwnTripleStep bytesToGray = toGray<uint8_t, uint8_t>;
+constexpr OwnGrayPixels bytePixelsToGray = nullptr;
 #endif
 
 // ---- To colour ----------------------------------------------------------------------------------------------------
@@ -168,6 +224,7 @@ const OwnGraySteps ownGraySteps = {
             {toGray<int32_t, bool>, toGray<int32_t, uint8_t>, nullptr, toGray<int32_t, uint16_t>},
         },
     .toColour = {toColour<bool>, toColour<uint8_t>, nullptr, toColour<uint16_t>, nullptr, toColour<int32_t>},
+    .pixelsToGray = bytePixelsToGray,
 };
 
 }  // namespace OWN_ISA
