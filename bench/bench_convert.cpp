@@ -36,6 +36,8 @@ const bool added = [] {
                     addRow("orvScale", from, to, size, most, orvScale);
             }
         auto scaleFP = [](OrvImage* src, OrvImage* dst) { orvScaleFP(src, dst, -0.5f, 12000.0f); };
+        auto scaleTo1 = [](OrvImage* src, OrvImage* dst) { orvScaleFP(src, dst, 0, 1); };
+        addRow("orvScaleFP 0 to 1", ORV_DEPTH_8U, ORV_DEPTH_32F, size, 5, scaleTo1);
         addRow("orvScaleFP", ORV_DEPTH_8U, ORV_DEPTH_32F, size, 5, scaleFP);
         addRow("orvScaleFP", ORV_DEPTH_32F, ORV_DEPTH_8U, size, 5, scaleFP);
         for (uint32_t depth : {ORV_DEPTH_16U, ORV_DEPTH_16S, ORV_DEPTH_32S}) {

@@ -193,8 +193,12 @@ TEST(Scale, ComputesExactly)
     forEveryPair(
         [&](uint32_t from, uint32_t to) { expectRow(from, to, everyValue(from), scaleRule(from, to), orvScale); });
     // Ranges about 0, within it, wide and narrow; floats at the steps of the result, between them and outside.
-    for (auto [least, most] :
-         {std::pair(0.0f, 1.0f), {-1.0f, 1.0f}, {-3e38f, 3e38f}, {7.0f, 7.0000005f}, {-1e-30f, 0.0f}})
+    for (auto [least, most] : {std::pair(0.0f, 1.0f),
+                               {-1.0f, 1.0f},
+                               {-3e38f, 3e38f},
+                               {7.0f, 7.0000005f},
+                               {-1e-30f, 0.0f},
+                               {-1e-45f, 3e-45f}})
         for (uint32_t depth : integers) {
             auto call = [least = least, most = most](OrvImage* src, OrvImage* dst) {
                 orvScaleFP(src, dst, least, most);
