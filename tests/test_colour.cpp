@@ -433,8 +433,8 @@ TEST(Colour, IsItsFormulaAtEveryColour)
                 Pixel result = conversion.formula(u8, {double(first), double(at >> 8), double(at & 255)});
                 for (int c = 0; c < 3; ++c)
                     if (valueAt(dst, at, c) != uint8_t(int(result[size_t(c)])))
-                        FAIL() << conversion.name << ' ' << first << ' ' << (at >> 8) << ' ' << (at & 255)
-                               << ", value " << c;
+                        FAIL() << conversion.name << ' ' << first << ' ' << (at >> 8) << ' ' << (at & 255) << ", value "
+                               << c;
             }
         }
     }

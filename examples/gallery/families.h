@@ -8,17 +8,28 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
-extern const Family colourModels, colourTwists;
-extern const Family depths;
+extern const Family scaling, mirrors;
+extern const Family colourModels, colourTwists, dithers;
+extern const Family depths, bitmaps;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
 
+// clang-format off
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,   &corePixels, &twoImages,    &scalars,      &unary,        &comparisons, &thresholds,
-            &compositing, &blurs,      &colourModels, &colourTwists, &depths,       &fourier,     &cosines,
-            &wavelets,    &contrast,   &measures,     &generators,   &userFunctions};
+    return {
+        &coreMoves, &corePixels,
+        &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
+        &blurs,
+        &scaling, &mirrors,
+        &colourModels, &colourTwists, &dithers,
+        &depths, &bitmaps,
+        &fourier, &cosines, &wavelets,
+        &contrast, &measures,
+        &generators, &userFunctions,
+    };
 }
+// clang-format on
 
 }  // namespace gallery
