@@ -40,6 +40,13 @@ bool checkChannels(const OwnReport& report, const OrvImage& src, const OrvImage&
                         "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))");
 }
 
+bool checkLayouts(const OwnReport& report, const OrvImage& src, const OrvImage& dst)
+{
+    if (report.when(src.dataOrder != dst.dataOrder, ORV_STATUS_BAD_ARG, "(srcImage->dataOrder != dstImage->dataOrder)"))
+        return false;
+    return !report.when(src.origin != dst.origin, ORV_STATUS_BAD_ARG, "(srcImage->origin != dstImage->origin)");
+}
+
 void twistPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
     OwnGeometry from, to, under;
@@ -135,10 +142,7 @@ void ORV_CALL orvApplyColorTwist(OrvImage* srcImage, OrvImage* dstImage, const O
     if (report.when(srcImage->depth != ORV_DEPTH_8U && srcImage->depth != ORV_DEPTH_16U, ORV_STATUS_BAD_ARG,
                     "((srcImage->depth != 8) && (srcImage->depth != 16))"))
         return;
-    if (report.when(srcImage->dataOrder != dstImage->dataOrder, ORV_STATUS_BAD_ARG,
-                    "(srcImage->dataOrder != dstImage->dataOrder)"))
-        return;
-    if (report.when(srcImage->origin != dstImage->origin, ORV_STATUS_BAD_ARG, "(srcImage->origin != dstImage->origin)"))
+    if (!checkLayouts(report, *srcImage, *dstImage))
         return;
     if (report.when(srcImage->maskROI && srcImage->origin != srcImage->maskROI->origin, ORV_STATUS_BAD_ARG,
                     "(srcImage->origin != srcImage->maskROI->origin)"))
@@ -165,10 +169,7 @@ void ORV_CALL orvColorTwistFP(OrvImage* srcImage, OrvImage* dstImage, const floa
     if (report.when(srcImage->depth != ORV_DEPTH_32F || dstImage->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG,
                     "((srcImage->depth != 32)|| (dstImage->depth != 32))"))
         return;
-    if (report.when(srcImage->dataOrder != dstImage->dataOrder, ORV_STATUS_BAD_ARG,
-                    "(srcImage->dataOrder != dstImage->dataOrder)"))
-        return;
-    if (report.when(srcImage->origin != dstImage->origin, ORV_STATUS_BAD_ARG, "(srcImage->origin != dstImage->origin)"))
+    if (!checkLayouts(report, *srcImage, *dstImage))
         return;
     if (!checkChannels(report, *srcImage, *dstImage))
         return;
