@@ -55,7 +55,7 @@ void ORV_CALL orvScale(OrvImage* srcImage, OrvImage* dstImage)
     if (!checkLayouts(report, *srcImage, *dstImage))
         return;
     scale(report, srcImage, dstImage,
-          ownScaleKernels().scale[ownDepthIndex(srcImage->depth)][ownDepthIndex(dstImage->depth)], nullptr);
+          ownRangeKernels().scale[ownDepthIndex(srcImage->depth)][ownDepthIndex(dstImage->depth)], nullptr);
 }
 
 void ORV_CALL orvScaleFP(OrvImage* srcImage, OrvImage* dstImage, float minVal, float maxVal)
@@ -76,7 +76,7 @@ void ORV_CALL orvScaleFP(OrvImage* srcImage, OrvImage* dstImage, float minVal, f
     if (!checkLayouts(report, *srcImage, *dstImage))
         return;
     const OwnFloatRange range = {minVal, maxVal};
-    const OwnScaleKernels& kernels = ownScaleKernels();
+    const OwnRangeKernels& kernels = ownRangeKernels();
     scale(report, srcImage, dstImage,
           ofFloat ? kernels.ofFloat[ownDepthIndex(dstImage->depth)] : kernels.toFloat[ownDepthIndex(srcImage->depth)],
           &range);

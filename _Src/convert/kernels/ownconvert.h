@@ -21,11 +21,11 @@ struct OwnConvertKernels {
     void (*values[3])(const uint8_t* bits, int bit, const void* zero, const void* one, void* d, ptrdiff_t n);
 };
 
-struct OwnScaleKernels {
+struct OwnRangeKernels {
     OwnDepthPairs scale;               // the ranges of integers of 8 bits and more, onto each other
     OwnRowKernel toFloat[OWN_DEPTHS];  // the scalar is an OwnFloatRange
     OwnRowKernel ofFloat[OWN_DEPTHS];
 };
 
 OWN_KERNEL_TABLE(OwnConvertKernels, ownConvertKernels)
-OWN_KERNEL_TABLE(OwnScaleKernels, ownScaleKernels)
+OWN_KERNEL_TABLE(OwnRangeKernels, ownRangeKernels)

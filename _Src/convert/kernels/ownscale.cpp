@@ -203,8 +203,8 @@ using FloatToBytes = OneSourceRows<OfFloat<uint8_t>>;
 
 }  // namespace
 
-extern const OwnScaleKernels ownScaleKernels;
-const OwnScaleKernels ownScaleKernels = {
+extern const OwnRangeKernels ownRangeKernels;
+const OwnRangeKernels ownRangeKernels = {
     {nullptr, scaleFrom<uint8_t>, scaleFrom<int8_t>, scaleFrom<uint16_t>, scaleFrom<int16_t>, scaleFrom<int32_t>},
     {{},
      BytesToFloat::kernel,
