@@ -9,8 +9,8 @@ extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
 extern const Family scaling, mirrors;
-extern const Family dithers;
-extern const Family bitmaps;
+extern const Family colourModels, colourTwists, dithers;
+extern const Family depths, bitmaps;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
@@ -22,8 +22,9 @@ inline std::vector<const Family*> families()
         &coreMoves, &corePixels,
         &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
         &blurs,
-        &dithers, &bitmaps,
         &scaling, &mirrors,
+        &colourModels, &colourTwists, &dithers,
+        &depths, &bitmaps,
         &fourier, &cosines, &wavelets,
         &contrast, &measures,
         &generators, &userFunctions,
