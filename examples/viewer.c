@@ -88,6 +88,12 @@ static void blur(struct Picture* from, struct Picture* to)
     orvBlur(from->image, to->image, 9, 9, 4, 4);
 }
 
+/* The rows of a bitmap stand from the bottom up, so that a turn by 90 degrees goes clockwise. */
+static void turn(struct Picture* from, struct Picture* to)
+{
+    orvRotate(from->image, to->image, 90, 0, from->image->width - 1, ORV_INTER_NN);
+}
+
 /* Black and white, by the grey that a bitmap gives to an image of one channel. */
 static void threshold(struct Picture* from, struct Picture* to)
 {
@@ -113,6 +119,7 @@ static const struct Operation {
     void (*run)(struct Picture* from, struct Picture* to);
     int turns; /* width and height change places */
 } operations[] = {{'b', "Blur\tB", blur, 0},
+                  {'r', "Rotate\tR", turn, 1},
                   {'t', "Threshold\tT", threshold, 0},
                   {'d', "Dither\tD", dither, 0}};
 enum { operationCount = sizeof operations / sizeof *operations };
