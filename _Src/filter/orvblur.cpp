@@ -112,7 +112,7 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
     if (combined == OwnMaskResult::empty)
         return;
     if (combined == OwnMaskResult::noMemory ||
-        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) != OwnNeighbourResult::done)
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window, true}) != OwnNeighbourResult::done)
         report(ORV_STATUS_NO_MEMORY, "Allocation failure");
 }
 
