@@ -405,9 +405,7 @@ uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, i
     if (!Reader(image, -1, x, width).read(y, height, block.data, ptrdiff_t(rowBytes)))
         return nullptr;
     *step = int32_t(rowBytes);
-    uint8_t* result = block.data;
-    block.data = nullptr;
-    return result;
+    return block.release();
 }
 
 bool ownBorderedRow(OrvImage* image, int32_t channel, int32_t x, int32_t y, int32_t n, void* values)
