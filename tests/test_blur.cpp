@@ -5,8 +5,7 @@
 #include <cmath>
 
 #include "checks.h"
-#include "model.h"
-#include "naiveborder.h"
+#include "neighbours.h"
 #include "reports.h"
 #include "testheap.h"
 
@@ -35,28 +34,6 @@ uint32_t naiveMean(Picture& src, const Window& window, int x, int y, int c)
     return meanOf(depth, sum, window);
 }
 
-// All values of the destination after a blur.
-std::vector<uint32_t> naiveBlur(const Scene& scene, const Window& window)
-{
-    Picture &src = *scene.images[0], &dst = scene.destination();
-    Area common = commonArea(scene), from = areaOf(src), to = areaOf(dst);
-    std::vector<int> read = channelsOf(src.layout()), write = channelsOf(dst.layout());
-    std::vector<uint32_t> values = dst.values();
-    for (int y = 0; y < common.height; ++y)
-        for (int x = 0; x < common.width; ++x) {
-            auto isSet = [=](const Picture* mask) {
-                return !mask || mask->raw(areaOf(*mask).x + x, areaOf(*mask).y + y) != 0;
-            };
-            if (!isSet(scene.masks[0]) || !isSet(scene.masks[1]))
-                continue;
-            for (size_t i = 0; i < read.size(); ++i) {
-                int at = ((to.y + y) * dst->width + to.x + x) * dst->nChannels + write[i];
-                values[size_t(at)] = naiveMean(src, window, from.x + x, from.y + y, read[i]);
-            }
-        }
-    return values;
-}
-
 void call(OrvImage* const* images, const Window& window)
 {
     orvBlur(images[0], images[1], window.nCols, window.nRows, window.anchorX, window.anchorY);
@@ -64,48 +41,9 @@ void call(OrvImage* const* images, const Window& window)
 
 void expectBlurred(const Scene& scene, const Window& window)
 {
-    Picture &src = *scene.images[0], &dst = scene.destination();
-    std::vector<uint32_t> before = src.values(), expected = naiveBlur(scene, window);
-    EXPECT_EQ(reportsOf([&] { call(scene.pointers().data(), window); }), "");
-    std::vector<uint32_t> got = dst.values();
-    for (size_t i = 0; i < got.size(); ++i)
-        ASSERT_EQ(got[i], expected[i]) << "value " << i;
-    EXPECT_TRUE(&src == &dst || src.values() == before);
-    EXPECT_EQ(scene.faults(), "");
-    EXPECT_EQ(scene.openTiles(), 0);
-}
-
-// An image that processes `count` channels, in one of the ways that there are.
-PictureSpec randomSpec(Random& random, uint32_t depth, int count)
-{
-    PictureSpec spec;
-    spec.depth = depth;
-    bool coi = count == 1 && random.below(3) == 0;
-    bool alpha = depth != ORV_DEPTH_1U && random.below(3) == 0;
-    spec.channels = depth == ORV_DEPTH_1U ? 1 : coi ? random.between(1, 10) : count + alpha;
-    spec.alpha = alpha ? spec.channels : 0;
-    spec.order = random.below(2);
-    spec.origin = random.below(2);
-    spec.align = 4 << random.below(4);
-    spec.width = random.below(8) ? random.between(1, 40) : random.between(60, 200);
-    spec.height = random.between(1, 40);
-    spec.tileWidth = random.below(3) == 0 ? 8 * random.between(1, 3) : 0;
-    spec.tileHeight = 8 * random.between(1, 2);
-    if (coi || random.below(2))
-        spec.roi = OrvROI{coi ? random.between(1, spec.channels) : 0, random.between(0, spec.width - 1),
-                          random.between(0, spec.height - 1), random.between(1, spec.width + 5),
-                          random.between(1, spec.height + 5)};
-    spec.seed = random.bits();
-    return spec;
-}
-
-std::optional<PictureSpec> randomMask(Random& random)
-{
-    if (random.below(3) == 0)
-        return {};
-    PictureSpec spec = randomSpec(random, ORV_DEPTH_1U, 1);
-    spec.tileWidth = 0;
-    return spec;
+    expectFiltered(
+        scene, [&](Picture& src, int x, int y, int c) { return naiveMean(src, window, x, y, c); },
+        [&](OrvImage* const* images) { call(images, window); });
 }
 
 // Values whose sums are exact as floats, too.
@@ -125,16 +63,11 @@ TEST(Blur, IsTheMeanOfEveryWindowInEveryLayout)
     for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
         uint32_t depth = allDepths[size_t(round) % allDepths.size()];
         int count = depth == ORV_DEPTH_1U || random.below(2) ? 1 : random.between(2, 9);
-        bool inPlace = random.below(4) == 0, sameMask = random.below(8) == 0;
-        Layout layout;
-        layout.images.push_back({randomSpec(random, depth, count), 0, randomMask(random), 0});
-        layout.images.push_back(
-            {randomSpec(random, depth, count), inPlace ? 0 : 1, randomMask(random), sameMask ? 0 : 1});
+        Layout layout = randomNeighbours(random, depth, count);
         Scene scene(layout);
         Picture& src = *scene.images[0];
         fillSmall(src, random);
-        for (int side = 0; side < 4; ++side)
-            orvSetBorderMode(src, random.below(4), 1 << side, random.between(-300, 300));
+        setRandomBorders(src, random);
         int most = random.below(8) ? 12 : 60;
         Window window = {random.between(1, most), random.between(1, most / 2), 0, 0};
         if (window.nCols == 1 && window.nRows == 1)
@@ -306,31 +239,7 @@ TEST(Blur, ChecksInTheirOrder)
 
 TEST(Blur, EndsWithoutLossWhereMemoryOrATileDoesNotCome)
 {
-    PictureSpec mask = {.depth = ORV_DEPTH_1U, .width = 30, .height = 30}, otherMask = mask;
-    otherMask.seed = 2;
-    for (int kind = 0; kind < 12; ++kind) {
-        bool refusesTiles = kind & 1, inPlace = kind >= 8;
-        PictureSpec src = {.channels = 3, .width = 20, .height = 20, .tileWidth = kind & 2 ? 8 : 0, .tileHeight = 8};
-        PictureSpec dst = src;
-        dst.order = ORV_DATA_ORDER_PLANE;
-        dst.tileWidth = kind & 4 ? 8 : 0;
-        bool refused = true;
-        for (int n = 1; refused; ++n) {
-            SCOPED_TRACE(testing::Message() << kind << ' ' << n);
-            Scene scene({{{src, 0, mask, 0}, {dst, inPlace ? 0 : 1, otherMask, 1}}});
-            int blocks = testheap::blocks();
-            scene.log.refuse = refusesTiles ? n : 0;
-            testheap::refuse(refusesTiles ? 0 : n);
-            std::string told = reportsOf([&] { call(scene.pointers().data(), {5, 5, 2, 2}); });
-            refused = testheap::refused() || scene.log.refused;
-            testheap::refuse(0);
-            EXPECT_EQ(scene.faults(), "");
-            EXPECT_EQ(testheap::blocks(), blocks);
-            EXPECT_TRUE(refused || scene.openTiles() == 0);
-            EXPECT_TRUE(refused ? told.ends_with("-4 orvBlur Allocation failure\n") : told.empty()) << told;
-            ASSERT_LT(n, 1000);
-        }
-    }
+    expectNoLoss([](OrvImage* const* images) { call(images, {5, 5, 2, 2}); }, "-4 orvBlur Allocation failure\n", true);
 }
 
 TEST(Blur, SetsBordersSideBySide)
