@@ -1,5 +1,7 @@
 #include "ownlines.h"
 
+#include <cstring>
+
 #include "kernels/ownrows.h"
 #include "ownpixels.h"
 
@@ -12,13 +14,14 @@ OwnGeometry geometryOf(const OrvImage& image)
     return geometry;
 }
 
-// Up to some channels are processed together, also with one among them that is not: that costs less than to bring
+// Up to some channels are processed together, also with one behind them that is not: that costs less than to bring
 // the others together.
 bool fitTogether(const OrvImage& src, const OrvImage& dst)
 {
     constexpr int32_t most = 8;
+    OwnChannels channels = ownChannels(src);
     return src.dataOrder == ORV_DATA_ORDER_PIXEL && dst.dataOrder == ORV_DATA_ORDER_PIXEL && src.nChannels <= most &&
-           ownChannels(src).count + 1 >= src.nChannels;
+           channels.first == 0 && channels.count + 1 >= src.nChannels;
 }
 
 // Slots begin where vectors like to.
@@ -36,7 +39,9 @@ int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
 
 OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
                    int sourceSlots, int targetSlots)
-    : src(geometryOf(source)),
+    : image(source),
+      region(ownRoiRect(source)),
+      src(geometryOf(source)),
       dst(geometryOf(target)),
       mask(under ? ownMaskStart(*under) : OwnGeometry{}),
       masked(under),
@@ -47,37 +52,59 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       together(fitTogether(source, target)),
       rowStep(ownLineStep(source, target)),
       processed(together ? src.channels : 1),
-      gathers(!srcBytes || src.pixelStep != rowStep),
+      ends(source, int64_t{region.x} - around.left, int64_t{src.width} + around.left + around.right, rowStep),
+      gathers(!srcBytes || src.pixelStep != rowStep || ends.any()),
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
+      readsBeyondRows(region.y < around.top || source.height - region.yEnd < around.bottom),
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
       lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
       targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
-      sourceRows(gathers ? sourceBytes * sourceSlots : 0),
-      targetRows(scatters ? targetBytes * targetSlots : 0)
+      sourceRows(usesSlots() ? sourceBytes * sourceSlots : 0),
+      targetRows(scatters ? targetBytes * targetSlots : 0),
+      bits(srcBytes ? 0 : slotBytes(sourceBytes / 8 + 1, 1))
 {
 }
 
 void OwnLines::begin(int32_t pass)
 {
+    channel = together ? -1 : ownChannels(image).first + pass;
     sourceStart = ownChannelStart(src, pass, srcBytes);
     targetStart = ownChannelStart(dst, pass, dstBytes);
 }
 
 const void* OwnLines::source(int32_t y, int slot)
 {
+    uint8_t* line = sourceRows.data + slot * sourceBytes;
+    int64_t at = int64_t{region.y} + y;
+    if (at < 0 || at >= image.height)
+        return sourceBeyond(int32_t(at), line);
     const uint8_t* row = sourceStart + y * src.rowStep;
-    uint8_t* gathered = sourceRows.data + slot * sourceBytes;
-    int64_t pixels = int64_t{src.width} + reach.left + reach.right;
-    if (!srcBytes) {
-        int64_t position = int64_t{src.bit} - reach.left;
-        ownRowKernels().unpackBits(row + (position >> 3), int(position & 7), gathered, ptrdiff_t(pixels));
-        return gathered;
-    }
-    row -= ptrdiff_t(reach.left) * src.pixelStep * srcBytes;
+    const ptrdiff_t pixelBytes = ptrdiff_t(src.pixelStep) * srcBytes;
     if (!gathers)
-        return row;
-    ownRowKernels().gather[ownSizeIndex(srcBytes)](row, src.pixelStep, 1, gathered, ptrdiff_t(pixels));
-    return gathered;
+        return row - reach.left * pixelBytes;
+    int64_t first = ends.before - reach.left;  // that is the image's own, from the region on
+    int64_t own = int64_t{src.width} + reach.left + reach.right - ends.before - ends.after;
+    uint8_t* inside = line + ends.before * rowStep * ownMax(srcBytes, 1);
+    if (!srcBytes)
+        ownRowKernels().unpackBits(row + ((src.bit + first) >> 3), int((src.bit + first) & 7), inside, ptrdiff_t(own));
+    else if (src.pixelStep == rowStep)
+        memcpy(inside, row + first * pixelBytes, size_t(own * pixelBytes));
+    else
+        ownRowKernels().gather[ownSizeIndex(srcBytes)](row + first * pixelBytes, src.pixelStep, 1, inside,
+                                                       ptrdiff_t(own));
+    if (ends.any())
+        ends.fill(srcBytes ? row - region.x * pixelBytes : row - (region.x >> 3), line);
+    return line;
+}
+
+// A row above or below the image: these are few.
+const void* OwnLines::sourceBeyond(int32_t y, uint8_t* line)
+{
+    int32_t pixels = src.width + reach.left + reach.right;
+    ownBorderedRow(&image, channel, region.x - reach.left, y, pixels, srcBytes ? line : bits.data);
+    if (!srcBytes)
+        ownRowKernels().unpackBits(bits.data, 0, line, pixels);
+    return line;
 }
 
 void* OwnLines::target(int32_t y, int slot)

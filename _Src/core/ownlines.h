@@ -19,13 +19,17 @@ int32_t ownLineStep(const OrvImage& src, const OrvImage& dst);
 
 class OwnLines {
 public:
-    // The regions of the images and of the mask, which may be NULL, have one size; around that of the source, `reach` may be
-    // read. `sourceSlots` and `targetSlots` are how many rows are in use at a time.
+    // The regions of the images and of the mask, which may be NULL, have one size. Around that of the source, `reach` is
+    // read; what lies beyond the edges of the source comes from its border modes. `sourceSlots` and `targetSlots` are how
+    // many rows are in use at a time.
     OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int sourceSlots,
              int targetSlots);
 
     // False if there is no memory.
-    explicit operator bool() const { return (!gathers || sourceRows) && (!scatters || targetRows); }
+    explicit operator bool() const
+    {
+        return ends && (!usesSlots() || sourceRows) && (srcBytes || bits) && (!scatters || targetRows);
+    }
 
     int32_t width() const { return src.width; }  // in pixels
     int32_t height() const { return src.height; }
@@ -50,17 +54,26 @@ public:
     void store(int32_t y, int32_t rows);
 
 private:
+    bool usesSlots() const { return gathers || readsBeyondRows; }
+    const void* sourceBeyond(int32_t y, uint8_t* line);
+
+    OrvImage image;  // the source
+    OwnRect region;
     OwnGeometry src, dst, mask;
     bool masked;
     OwnReach reach;
     uint32_t dstDepth;
-    int srcBytes, dstBytes;           // of a value; 0 for bits
-    bool together;                    // all channels in one pass
-    int32_t rowStep, processed;       // values of a pixel in the rows
+    int srcBytes, dstBytes;      // of a value; 0 for bits
+    bool together;               // all channels in one pass
+    int32_t rowStep, processed;  // values of a pixel in the rows
+    OwnRowEnds ends;
     bool gathers, scatters;           // rows pass through memory of their own
+    bool readsBeyondRows;             // above or below the image
     int64_t sourceBytes;              // of a slot
     int64_t lanesBytes, targetBytes;  // of a slot's results, and of all, which ends with a row of bits for 1U
     OwnScratch<uint8_t> sourceRows, targetRows;
+    OwnScratch<uint8_t> bits;              // a row of them, from beyond the image
+    int32_t channel = 0;                   // of the pass; -1 for all
     const uint8_t* sourceStart = nullptr;  // of the pass
     uint8_t* targetStart = nullptr;
 };

@@ -28,7 +28,9 @@ public:
         bool inPlace = call.src == call.dst;
         if (call.dst->tileInfo)
             return inPlace ? runTilesInPlace() : runTiles(whole, nullptr);
-        return inPlace || call.src->tileInfo ? runBordered(whole) : runBands(whole);
+        if (inPlace || call.src->tileInfo)
+            return runBordered(whole);
+        return call.throughLines ? runDirect(whole) : runBands(whole);
     }
 
 private:
@@ -64,6 +66,12 @@ private:
         OwnWork src;
         show(src, *call.src, part);
         return runPiece(src.image, dst, part);
+    }
+    Result runDirect(const Part& part) const
+    {
+        OwnWork dst;
+        show(dst, *call.dst, part);
+        return runDirect(part, dst.image);
     }
     Result runCopied(const Part& part, const OrvImage& dst) const
     {
@@ -109,11 +117,7 @@ private:
         rest.width -= after;
         if (result == Result::done)
             result = run({rest.x + rest.width, rest.y, after, rest.height});
-        if (result != Result::done || rest.width <= 0 || rest.height <= 0)
-            return result;
-        OwnWork dst;
-        show(dst, *call.dst, rest);
-        return runDirect(rest, dst.image);
+        return result == Result::done && rest.width > 0 && rest.height > 0 ? runDirect(rest) : result;
     }
 
     // Writes a part of the region tile by tile: from `copy`, which holds that part, or from the source.
@@ -137,7 +141,7 @@ private:
                 src.setRegion(copy->work.roi.xOffset + cell.x, copy->work.roi.yOffset + cell.y, cell.width,
                               cell.height);
                 result = runPiece(src.image, dst.image, part);
-            } else if (!call.src->tileInfo && inside(*call.src, sourceRect(part), call.reach)) {
+            } else if (!call.src->tileInfo && (call.throughLines || inside(*call.src, sourceRect(part), call.reach))) {
                 result = runDirect(part, dst.image);
             } else {
                 result = runCopied(part, dst.image);
