@@ -224,6 +224,8 @@ public:
         return true;
     }
 
+    bool tileRefused = false;
+
 private:
     OrvImage& image;
     OrvTileInfo* tiles;
@@ -280,8 +282,10 @@ private:
         });
         int32_t row = cellRowAt(y);
         for (int32_t i = low; i <= high; ++i)
-            if (list[i - low] && !(list[i - low] = ownOpenTile(&image, i, row, ORV_TILE_READ)))
+            if (list[i - low] && !(list[i - low] = ownOpenTile(&image, i, row, ORV_TILE_READ))) {
+                tileRefused = true;
                 return false;
+            }
         firstCell = low;
         cells = list.data;
         copyLines(y, rows, dst, dstStep, dstPlaneStep);
@@ -377,7 +381,8 @@ bool knownLayout(const OrvImage& image)
 
 }  // namespace
 
-uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step)
+uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step,
+                         bool* tileRefused)
 {
     if (width < 1 || height < 1 || !knownLayout(*image))
         return nullptr;
@@ -390,8 +395,12 @@ uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, i
         return nullptr;
     if (image->depth == ORV_DEPTH_1U)
         memset(block.data, 0, size_t(rowBytes * rows));
-    if (!Reader(image, -1, x, width).read(y, height, block.data, ptrdiff_t(rowBytes)))
+    Reader reader(image, -1, x, width);
+    if (!reader.read(y, height, block.data, ptrdiff_t(rowBytes))) {
+        if (tileRefused)
+            *tileRefused = reader.tileRefused;
         return nullptr;
+    }
     *step = int32_t(rowBytes);
     return block.release();
 }
@@ -485,7 +494,7 @@ bool OwnBorderedImage::fetch(OrvImage* image, const OwnRect& rect, const OwnReac
         return false;
     int32_t step;
     orvFree(block.data);
-    block.data = ownBorderedRect(image, int32_t(x), int32_t(y), int32_t(width), int32_t(height), &step);
+    block.data = ownBorderedRect(image, int32_t(x), int32_t(y), int32_t(width), int32_t(height), &step, &tileRefused);
     if (!block)
         return false;
     work.take(*image);

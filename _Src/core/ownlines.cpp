@@ -30,6 +30,22 @@ int64_t slotBytes(int64_t values, int bytes)
     return (values * ownMax(bytes, 1) + 31) & ~int64_t{31};
 }
 
+// Of so many slots; more than there can be where the product is.
+int64_t bytesOfSlots(int64_t bytes, int64_t slots)
+{
+    return slots > INT32_MAX / bytes ? INT64_MAX : bytes * slots;
+}
+
+// Sets n pixels to the one at `from`.
+void repeatPixel(const uint8_t* from, int64_t pixelBytes, int64_t n, uint8_t* to)
+{
+    if (pixelBytes == 1)
+        memset(to, *from, size_t(n));
+    else
+        for (; n > 0; --n, to += pixelBytes)
+            memcpy(to, from, size_t(pixelBytes));
+}
+
 }  // namespace
 
 int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
@@ -38,7 +54,7 @@ int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
 }
 
 OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
-                   int sourceSlots, int targetSlots)
+                   int64_t sourceSlots, int64_t targetSlots, const OwnReach& limit)
     : image(source),
       region(ownRoiRect(source)),
       src(geometryOf(source)),
@@ -46,6 +62,7 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       mask(under ? ownMaskStart(*under) : OwnGeometry{}),
       masked(under),
       reach(around),
+      frame(limit),
       dstDepth(target.depth),
       srcBytes(ownValueBytes(source.depth)),
       dstBytes(ownValueBytes(target.depth)),
@@ -53,14 +70,16 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       rowStep(ownLineStep(source, target)),
       processed(together ? src.channels : 1),
       ends(source, int64_t{region.x} - around.left, int64_t{src.width} + around.left + around.right, rowStep),
-      gathers(!srcBytes || src.pixelStep != rowStep || ends.any()),
+      gathers(!srcBytes || src.pixelStep != rowStep || ends.any() || around.left > limit.left ||
+              around.right > limit.right),
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
-      readsBeyondRows(region.y < around.top || source.height - region.yEnd < around.bottom),
+      readsBeyondRows(region.y < ownMin(around.top, limit.top) ||
+                      source.height - region.yEnd < ownMin(around.bottom, limit.bottom)),
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
       lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
       targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
-      sourceRows(usesSlots() ? sourceBytes * sourceSlots : 0),
-      targetRows(scatters ? targetBytes * targetSlots : 0),
+      sourceRows(usesSlots() ? bytesOfSlots(sourceBytes, sourceSlots) : 0),
+      targetRows(scatters ? bytesOfSlots(targetBytes, targetSlots) : 0),
       bits(srcBytes ? 0 : slotBytes(sourceBytes / 8 + 1, 1))
 {
 }
@@ -72,16 +91,27 @@ void OwnLines::begin(int32_t pass)
     targetStart = ownChannelStart(dst, pass, dstBytes);
 }
 
-const void* OwnLines::source(int32_t y, int slot)
+const void* OwnLines::source(int64_t y, int64_t slot)
 {
+    int64_t last = int64_t{src.height} - 1 + frame.bottom;
+    y = y < -int64_t{frame.top} ? -int64_t{frame.top} : y < last ? y : last;
+    int64_t row = region.y + y;
+    bool beyond = row < 0 || row >= image.height;
+    if (!beyond && !gathers)
+        return sourceStart + ptrdiff_t(y) * src.rowStep - ptrdiff_t(reach.left) * src.pixelStep * srcBytes;
     uint8_t* line = sourceRows.data + slot * sourceBytes;
-    int64_t at = int64_t{region.y} + y;
-    if (at < 0 || at >= image.height)
-        return sourceBeyond(int32_t(at), line);
-    const uint8_t* row = sourceStart + y * src.rowStep;
+    if (beyond)
+        copyRowBeyond(int32_t(row), line);
+    else
+        copyRow(y, line);
+    repeatFrame(line);
+    return line;
+}
+
+void OwnLines::copyRow(int64_t y, uint8_t* line) const
+{
+    const uint8_t* row = sourceStart + ptrdiff_t(y) * src.rowStep;
     const ptrdiff_t pixelBytes = ptrdiff_t(src.pixelStep) * srcBytes;
-    if (!gathers)
-        return row - reach.left * pixelBytes;
     int64_t first = ends.before - reach.left;  // that is the image's own, from the region on
     int64_t own = int64_t{src.width} + reach.left + reach.right - ends.before - ends.after;
     uint8_t* inside = line + ends.before * rowStep * ownMax(srcBytes, 1);
@@ -94,20 +124,29 @@ const void* OwnLines::source(int32_t y, int slot)
                                                        ptrdiff_t(own));
     if (ends.any())
         ends.fill(srcBytes ? row - region.x * pixelBytes : row - (region.x >> 3), line);
-    return line;
 }
 
 // A row above or below the image: these are few.
-const void* OwnLines::sourceBeyond(int32_t y, uint8_t* line)
+void OwnLines::copyRowBeyond(int32_t y, uint8_t* line)
 {
     int32_t pixels = src.width + reach.left + reach.right;
     ownBorderedRow(&image, channel, region.x - reach.left, y, pixels, srcBytes ? line : bits.data);
     if (!srcBytes)
         ownRowKernels().unpackBits(bits.data, 0, line, pixels);
-    return line;
 }
 
-void* OwnLines::target(int32_t y, int slot)
+void OwnLines::repeatFrame(uint8_t* line) const
+{
+    const int64_t pixelBytes = int64_t{rowStep} * ownMax(srcBytes, 1);
+    if (int64_t before = int64_t{reach.left} - frame.left; before > 0)
+        repeatPixel(line + before * pixelBytes, pixelBytes, before, line);
+    if (int64_t after = int64_t{reach.right} - frame.right; after > 0) {
+        uint8_t* end = line + (int64_t{src.width} + reach.left + reach.right - after) * pixelBytes;
+        repeatPixel(end - pixelBytes, pixelBytes, after, end);
+    }
+}
+
+void* OwnLines::target(int32_t y, int64_t slot)
 {
     if (scatters)
         return targetRows.data + slot * targetBytes;
@@ -139,4 +178,27 @@ void OwnLines::store(int32_t y, int32_t rows)
     const OwnGeometry images[2] = {from, to};
     ownProcessPixels(ownPixelOp(move.copy[ownDepthIndex(dstDepth)], dstDepth, nullptr), images, 2,
                      masked ? &under : nullptr);
+}
+
+OwnRowWindow::OwnRowWindow(int32_t nRows, int32_t above, int32_t most)
+    : nRows(nRows), above(above), size(int64_t{nRows} - 1 + most), pointers(size)
+{
+    begin();
+}
+
+void OwnRowWindow::begin()
+{
+    held = slot = 0;
+    last = 0;
+}
+
+const void* const* OwnRowWindow::rows(OwnLines& lines, int32_t y, int32_t count)
+{
+    held -= last;
+    memmove(pointers.data, pointers.data + last, size_t(held) * sizeof *pointers.data);
+    for (last = count; held < int64_t{nRows} - 1 + count; ++held) {
+        pointers[held] = lines.source(int64_t{y} - above + held, slot);
+        slot = slot + 1 == size ? 0 : slot + 1;
+    }
+    return pointers.data;
 }

@@ -17,13 +17,16 @@
 // Values from pixel to pixel in the rows that OwnLines gives.
 int32_t ownLineStep(const OrvImage& src, const OrvImage& dst);
 
+// Pixels are read however far away they lie.
+constexpr OwnReach ownNoFrame = {INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX};
+
 class OwnLines {
 public:
     // The regions of the images and of the mask, which may be NULL, have one size. Around that of the source, `reach` is
-    // read; what lies beyond the edges of the source comes from its border modes. `sourceSlots` and `targetSlots` are how
-    // many rows are in use at a time.
-    OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int sourceSlots,
-             int targetSlots);
+    // read; what lies beyond the edges of the source comes from its border modes, and farther out than `frame` the last pixel
+    // is repeated. `sourceSlots` and `targetSlots` are how many rows are in use at a time.
+    OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int64_t sourceSlots,
+             int64_t targetSlots, const OwnReach& frame = ownNoFrame);
 
     // False if there is no memory.
     explicit operator bool() const
@@ -45,23 +48,25 @@ public:
     ptrdiff_t values(int64_t pixels) const { return ptrdiff_t((pixels - 1) * rowStep + processed); }
 
     // Row y of the source from `reach.left` pixels before the region on. Valid until the slot is used again.
-    const void* source(int32_t y, int slot);
+    const void* source(int64_t y, int64_t slot);
 
     // Where to write row y of the result.
-    void* target(int32_t y, int slot);
+    void* target(int32_t y, int64_t slot);
 
     // Brings the results in slots 0 to rows - 1 to row y and those that follow, under the mask.
     void store(int32_t y, int32_t rows);
 
 private:
     bool usesSlots() const { return gathers || readsBeyondRows; }
-    const void* sourceBeyond(int32_t y, uint8_t* line);
+    void copyRow(int64_t y, uint8_t* line) const;
+    void copyRowBeyond(int32_t y, uint8_t* line);
+    void repeatFrame(uint8_t* line) const;
 
     OrvImage image;  // the source
     OwnRect region;
     OwnGeometry src, dst, mask;
     bool masked;
-    OwnReach reach;
+    OwnReach reach, frame;
     uint32_t dstDepth;
     int srcBytes, dstBytes;      // of a value; 0 for bits
     bool together;               // all channels in one pass
@@ -76,4 +81,33 @@ private:
     int32_t channel = 0;                   // of the pass; -1 for all
     const uint8_t* sourceStart = nullptr;  // of the pass
     uint8_t* targetStart = nullptr;
+};
+
+// The rows of a source that results are made of, band after band from the top down.
+//
+//   OwnRowWindow window(nRows, anchorY, 16);
+//   OwnLines lines(src, dst, mask, reach, window.slots(), 16);
+//   ...
+//   window.begin();
+//   filter(window.rows(lines, 0, 16), ...);  // rows -anchorY and those that follow
+//   filter(window.rows(lines, 16, 16), ...);
+class OwnRowWindow {
+public:
+    // A result is made of nRows rows, from `above` rows above it on. Bands have up to `most` results.
+    OwnRowWindow(int32_t nRows, int32_t above, int32_t most);
+
+    // False if there is no memory.
+    explicit operator bool() const { return bool(pointers); }
+
+    int64_t slots() const { return size; }
+
+    void begin();
+    // The nRows - 1 + count rows of `count` results from row y on, which is where the band before ended.
+    const void* const* rows(OwnLines& lines, int32_t y, int32_t count);
+
+private:
+    int32_t nRows, above;
+    int64_t size, held, slot;
+    int32_t last;  // results of the band before
+    OwnScratch<const void*> pointers;
 };
