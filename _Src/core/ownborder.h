@@ -44,6 +44,12 @@ public:
     // `row` is a row of the image, at column 0 of the first value that is read; `line` receives what lies beyond its ends.
     void fill(const uint8_t* row, uint8_t* line) const;
 
+    // Where in a row the values beyond one of the ends lie; -1 for the side's constant.
+    const int32_t* placesBefore() const { return places.data; }
+    const int32_t* placesAfter() const { return places.data + beforeValues; }
+    int32_t constantBefore() const { return constants[0]; }
+    int32_t constantAfter() const { return constants[1]; }
+
 private:
     int bytes;                         // of a value; 0 for bits
     int64_t beforeValues, lineValues;  // beyond the left end, and of the whole line

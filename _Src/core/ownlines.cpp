@@ -30,12 +30,6 @@ int64_t slotBytes(int64_t values, int bytes)
     return (values * ownMax(bytes, 1) + 31) & ~int64_t{31};
 }
 
-// Of so many slots; more than there can be where the product is.
-int64_t bytesOfSlots(int64_t bytes, int64_t slots)
-{
-    return slots > INT32_MAX / bytes ? INT64_MAX : bytes * slots;
-}
-
 // Sets n pixels to the one at `from`.
 void repeatPixel(const uint8_t* from, int64_t pixelBytes, int64_t n, uint8_t* to)
 {
@@ -47,6 +41,11 @@ void repeatPixel(const uint8_t* from, int64_t pixelBytes, int64_t n, uint8_t* to
 }
 
 }  // namespace
+
+int64_t ownSlotBytes(int64_t bytes, int64_t slots)
+{
+    return slots > INT32_MAX / bytes ? INT64_MAX : bytes * slots;
+}
 
 int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
 {
@@ -78,8 +77,8 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
       lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
       targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
-      sourceRows(usesSlots() ? bytesOfSlots(sourceBytes, sourceSlots) : 0),
-      targetRows(scatters ? bytesOfSlots(targetBytes, targetSlots) : 0),
+      sourceRows(usesSlots() ? ownSlotBytes(sourceBytes, sourceSlots) : 0),
+      targetRows(scatters ? ownSlotBytes(targetBytes, targetSlots) : 0),
       bits(srcBytes ? 0 : slotBytes(sourceBytes / 8 + 1, 1))
 {
 }
@@ -190,15 +189,4 @@ void OwnRowWindow::begin()
 {
     held = slot = 0;
     last = 0;
-}
-
-const void* const* OwnRowWindow::rows(OwnLines& lines, int32_t y, int32_t count)
-{
-    held -= last;
-    memmove(pointers.data, pointers.data + last, size_t(held) * sizeof *pointers.data);
-    for (last = count; held < int64_t{nRows} - 1 + count; ++held) {
-        pointers[held] = lines.source(int64_t{y} - above + held, slot);
-        slot = slot + 1 == size ? 0 : slot + 1;
-    }
-    return pointers.data;
 }

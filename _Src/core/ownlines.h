@@ -11,11 +11,16 @@
 //   }
 #pragma once
 
+#include <cstring>
+
 #include "ownborder.h"
 #include "ownregion.h"
 
 // Values from pixel to pixel in the rows that OwnLines gives.
 int32_t ownLineStep(const OrvImage& src, const OrvImage& dst);
+
+// The bytes of so many slots; where the product is more than there can be, more than that.
+int64_t ownSlotBytes(int64_t bytes, int64_t slots);
 
 // Pixels are read however far away they lie.
 constexpr OwnReach ownNoFrame = {INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX};
@@ -102,8 +107,19 @@ public:
     int64_t slots() const { return size; }
 
     void begin();
-    // The nRows - 1 + count rows of `count` results from row y on, which is where the band before ended.
-    const void* const* rows(OwnLines& lines, int32_t y, int32_t count);
+    // The nRows - 1 + count rows of `count` results from row y on, which is where the band before ended. Lines may be
+    // anything that has a source(y, slot).
+    template <class Lines>
+    const void* const* rows(Lines& lines, int32_t y, int32_t count)
+    {
+        held -= last;
+        memmove(pointers.data, pointers.data + last, size_t(held) * sizeof *pointers.data);
+        for (last = count; held < int64_t{nRows} - 1 + count; ++held) {
+            pointers[held] = lines.source(int64_t{y} - above + held, slot);
+            slot = slot + 1 == size ? 0 : slot + 1;
+        }
+        return pointers.data;
+    }
 
 private:
     int32_t nRows, above;

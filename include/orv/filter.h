@@ -46,6 +46,11 @@ ORV_API(void) orvSetBorderMode(OrvImage* image, int32_t mode, int32_t border, in
 ORV_API(void)
 orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 
+ORV_API(void)
+orvMaxFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+ORV_API(void)
+orvMinFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+
 #ifdef __cplusplus
 }
 #endif

@@ -108,3 +108,18 @@ void expectNoLoss(const FilterCall& call, const std::string& report, bool orders
         }
     }
 }
+
+void makeAlike(Layout& layout, Random& random)
+{
+    const PictureSpec& src = layout.images[0].spec;
+    PictureSpec& dst = layout.images[1].spec;
+    layout.images[1].same = 1;
+    dst.channels = src.channels;
+    dst.alpha = src.alpha;
+    dst.order = src.order;
+    bool coi = src.roi && src.roi->coi;
+    if (coi && !dst.roi)
+        dst.roi = OrvROI{0, 0, 0, dst.width, dst.height};
+    if (dst.roi)
+        dst.roi->coi = coi ? random.between(1, dst.channels) : 0;
+}

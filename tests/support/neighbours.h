@@ -28,3 +28,7 @@ void expectFiltered(const Scene& scene, const NaiveFilter& naive, const FilterCa
 // Refuses every allocation, or every tile, of a call once: plain and tiled images under masks, in place and not. Each must
 // end with `report` as the last line, and without loss. The data orders of the images differ if `ordersDiffer`.
 void expectNoLoss(const FilterCall& call, const std::string& report, bool ordersDiffer, bool inPlace = true);
+
+// Gives the destination the channels and the data order of the source, and a channel of interest where that has one; it is
+// another image than the source.
+void makeAlike(Layout& layout, Random& random);
