@@ -36,9 +36,10 @@ void greatest(OrvImage* src, OrvImage* dst)
 const bool added = [] {
     for (int size : {512, 4096}) {
         for (Case one :
-             {Case{ORV_DEPTH_8U, 1}, {ORV_DEPTH_16U, 1}, {ORV_DEPTH_16S, 1}, {ORV_DEPTH_32S, 1}, {ORV_DEPTH_8U, 3}}) {
-            addRow("orvMaxFilter 3 x 3", one, size, 4, greatest<3>);
-            addRow("orvMaxFilter 31 x 31", one, size, 10, greatest<31>);
+             {Case{ORV_DEPTH_8U, 1}, {ORV_DEPTH_16U, 1}, {ORV_DEPTH_16S, 1}, {ORV_DEPTH_32S, 1}, {ORV_DEPTH_8U, 3}, {ORV_DEPTH_1U, 1}}) {
+            const bool bits = one.depth == ORV_DEPTH_1U;
+            addRow("orvMaxFilter 3 x 3", one, size, bits ? 1 : 4, greatest<3>);
+            addRow("orvMaxFilter 31 x 31", one, size, bits ? 4 : 10, greatest<31>);
         }
     }
     return true;

@@ -46,6 +46,10 @@ ORV_API(void) orvSetBorderMode(OrvImage* image, int32_t mode, int32_t border, in
 ORV_API(void)
 orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 
+ORV_API(void) orvDilate(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+ORV_API(void) orvErode(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+ORV_API(void) orvOpen(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+ORV_API(void) orvClose(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
 ORV_API(void)
 orvMaxFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 ORV_API(void)

@@ -75,6 +75,7 @@ inline ptrdiff_t groupRows(ptrdiff_t nRows, ptrdiff_t count)
 
 struct Columns {
     const void* const* rows;
+    ptrdiff_t first;  // in the rows
     void* const* results;
     ptrdiff_t count, nRows;
     void* scratch;  // a block of values for each result
@@ -85,7 +86,7 @@ template <class Op, class V, int n>
 inline __attribute__((always_inline)) void foldPair(const Columns& columns, ptrdiff_t byte)
 {
     V common[n];
-    auto row = [&](ptrdiff_t i, int k) { return loadAt<V>(columns.rows[i], byte + k * ptrdiff_t(sizeof(V))); };
+    auto row = [&](ptrdiff_t i, int k) { return loadAt<V>(columns.rows[i], columns.first + byte + k * ptrdiff_t(sizeof(V))); };
     auto store = [&](ptrdiff_t i, int k, V v) { storeAt(columns.results[i], byte + k * ptrdiff_t(sizeof(V)), v); };
     const ptrdiff_t nRows = columns.nRows;
     for (int k = 0; k < n; ++k)
@@ -105,7 +106,7 @@ template <class Op, class V, int n>
 inline __attribute__((always_inline)) void foldBlock(const Columns& columns, ptrdiff_t byte)
 {
     V v[n];
-    auto row = [&](ptrdiff_t i, int k) { return loadAt<V>(columns.rows[i], byte + k * ptrdiff_t(sizeof(V))); };
+    auto row = [&](ptrdiff_t i, int k) { return loadAt<V>(columns.rows[i], columns.first + byte + k * ptrdiff_t(sizeof(V))); };
     auto store = [&](ptrdiff_t i, int k, V value) {
         storeAt(columns.results[i], byte + k * ptrdiff_t(sizeof(V)), value);
     };
@@ -356,7 +357,7 @@ void foldBand(const OwnFoldBand& band)
         const ptrdiff_t count = band.count - i < group ? band.count - i : group;
         void* const* results = band.results + i;
         foldColumns<typename Rows::Column, typename Rows::Value>(
-            {band.rows + i, direct ? results : slots, count, band.nRows, block}, Rows::bytes(band));
+            {band.rows + i, band.first, direct ? results : slots, count, band.nRows, block}, Rows::bytes(band));
         for (ptrdiff_t k = 0; k < count && !direct; ++k)
             Rows::fold(band, slots[k], results[k]);
     }

@@ -6,13 +6,14 @@
 
 // A few rows of results, each the fold of nRows rows by nCols pixels.
 struct OwnFoldBand {
-    const void* const* rows;  // count + nRows - 1, of values + (nCols - 1) * step values each
+    const void* const* rows;  // count + nRows - 1, of which values + (nCols - 1) * step values each are read
+    ptrdiff_t first;          // where in the rows these begin, in bytes
     void* const* results;     // count
     ptrdiff_t count;
     ptrdiff_t nRows, nCols;
     ptrdiff_t step;    // values from pixel to pixel
     ptrdiff_t values;  // in a row of the result
-    int bit;           // at 1U: of the first value, in the first byte of the rows
+    int bit;           // at 1U: of the first value, in that byte
     void* scratch;     // of scratchBytes of a band with as many results
 };
 
