@@ -13,16 +13,22 @@ namespace {
 
 using Morphology = void(ORV_CALL*)(OrvImage*, OrvImage*, int32_t);
 
-// A plane of values with what is seen around it.
-using Plane = std::function<uint32_t(int x, int y)>;
+// A row of values from n columns before the region to n columns behind it.
+using Row = std::vector<uint32_t>;
 
-uint32_t fold(const Plane& plane, bool greatest, int x, int y, int n)
+// Folds the windows of a row's middle, whose rows are given.
+Row fold(const std::vector<Row>& rows, bool greatest, int width)
 {
-    uint32_t found = plane(x, y);
-    for (int row = y - n; row <= y + n; ++row)
-        for (int column = x - n; column <= x + n; ++column)
-            found = greatest ? std::max(found, plane(column, row)) : std::min(found, plane(column, row));
-    return found;
+    const size_t side = rows.size();
+    Row result;
+    for (size_t x = 0; x < size_t(width); ++x) {
+        uint32_t found = rows[0][x];
+        for (const Row& row : rows)
+            for (size_t i = x; i < x + side; ++i)
+                found = greatest ? std::max(found, row[i]) : std::min(found, row[i]);
+        result.push_back(found);
+    }
+    return result;
 }
 
 struct MorphologyCase {
@@ -40,43 +46,42 @@ const MorphologyCase cases[] = {
 };
 
 // The results for one channel of a region, row by row. The rings of rows are followed as they turn.
-std::vector<uint32_t> naiveMorphology(Picture& src, const MorphologyCase& one, const Area& from, int c, int n)
+Row naiveMorphology(Picture& src, const MorphologyCase& one, const Area& from, int c, int n)
 {
     const int width = from.width, height = from.height;
-    auto frame = [&](int x, int y) {
-        return naiveRaw(src, from.x + std::clamp(x, -1, width), from.y + std::clamp(y, -1, height), c);
+    auto source = [&](int y) {
+        Row row;
+        for (int x = -n; x < width + n; ++x)
+            row.push_back(naiveRaw(src, from.x + std::clamp(x, -1, width), from.y + std::clamp(y, -1, height), c));
+        return row;
     };
-    std::vector<uint32_t> result;
+    auto window = [&](int y) {
+        std::vector<Row> rows;
+        for (int i = y - n; i <= y + n; ++i)
+            rows.push_back(source(i));
+        return rows;
+    };
+    auto staged = [&](int y) {
+        Row row = source(y);
+        std::ranges::copy(fold(window(y), one.greatest, width), row.begin() + n);
+        return row;
+    };
+    Row result;
+    auto append = [&](const Row& row) { result.insert(result.end(), row.begin(), row.end()); };
     if (!one.twoStages) {
         for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                result.push_back(fold(frame, one.greatest, x, y, n));
+            append(fold(window(y), one.greatest, width));
         return result;
     }
-    // Rows of the source and of the first stage by the row of the source that they hold, oldest first.
-    struct Row {
-        int y;
-        bool folded;
-    };
-    std::vector<Row> second;
+    std::vector<Row> ring;  // the oldest row first
     for (int y = -n; y < n; ++y)
-        second.push_back({y, y >= 0});
-    int middle = n;
-    for (int y = 0; y < height; ++y) {
-        const bool goesOn = y < height - n;
-        second.push_back({middle, goesOn});
-        auto stage = [&](int x, int row) {
-            const Row& at = second[size_t(row)];
-            return at.folded && x >= 0 && x < width ? fold(frame, one.greatest, x, at.y, n) : frame(x, at.y);
-        };
-        for (int x = 0; x < width; ++x)
-            result.push_back(fold(stage, !one.greatest, x, n, n));
-        if (goesOn) {
-            second.erase(second.begin());
-            ++middle;
-        } else {
-            second.pop_back();
-        }
+        ring.push_back(y < 0 ? source(y) : staged(y));
+    for (int y = 0, middle = n; y < height; ++y) {
+        const bool turns = y < height - n;
+        ring.push_back(turns ? staged(middle) : source(middle));
+        append(fold(ring, !one.greatest, width));
+        ring.erase(turns ? ring.begin() : ring.end() - 1);
+        middle += turns;
     }
     return result;
 }
@@ -113,11 +118,11 @@ TEST(Morphology, FoldsWindowsInEveryLayout)
         Area from = commonArea(scene);
         const Area region = areaOf(*scene.images[0]);
         from.x = region.x, from.y = region.y;
-        std::vector<std::vector<uint32_t>> planes(16);
+        std::vector<Row> planes(16);
         expectFiltered(
             scene,
             [&](Picture& picture, int x, int y, int c) {
-                std::vector<uint32_t>& plane = planes[size_t(c)];
+                Row& plane = planes[size_t(c)];
                 if (plane.empty())
                     plane = naiveMorphology(picture, one, from, c, n);
                 return plane[size_t((y - from.y) * from.width + x - from.x)];
