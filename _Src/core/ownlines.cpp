@@ -44,7 +44,7 @@ void repeatPixel(const uint8_t* from, int64_t pixelBytes, int64_t n, uint8_t* to
 
 int64_t ownSlotBytes(int64_t bytes, int64_t slots)
 {
-    return slots > INT32_MAX / bytes ? INT64_MAX : bytes * slots;
+    return slots > INT32_MAX / bytes ? INT32_MAX + int64_t{1} : bytes * slots;
 }
 
 int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)

@@ -108,15 +108,23 @@ public:
 
     void begin();
     // The nRows - 1 + count rows of `count` results from row y on, which is where the band before ended. Lines may be
-    // anything that has a source(y, slot).
+    // anything that has a source(y, slot), or sources(y, n, slot, pointers) for n rows in slots that follow one another.
     template <class Lines>
     const void* const* rows(Lines& lines, int32_t y, int32_t count)
     {
         held -= last;
         memmove(pointers.data, pointers.data + last, size_t(held) * sizeof *pointers.data);
-        for (last = count; held < int64_t{nRows} - 1 + count; ++held) {
-            pointers[held] = lines.source(int64_t{y} - above + held, slot);
-            slot = slot + 1 == size ? 0 : slot + 1;
+        last = count;
+        int64_t end = int64_t{nRows} - 1 + count;
+        while (held < end) {
+            int64_t n = 1;
+            if constexpr (requires { lines.sources(y, n, slot, pointers.data); })
+                lines.sources(int64_t{y} - above + held, n = end - held < size - slot ? end - held : size - slot, slot,
+                              pointers.data + held);
+            else
+                pointers[held] = lines.source(int64_t{y} - above + held, slot);
+            held += n;
+            slot = slot + n == size ? 0 : slot + n;
         }
         return pointers.data;
     }

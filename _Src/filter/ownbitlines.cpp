@@ -4,6 +4,7 @@
 
 #include "../core/kernels/ownrows.h"
 #include "../core/ownpixels.h"
+#include "kernels/ownfold.h"
 
 namespace {
 
@@ -38,83 +39,104 @@ void fillBits(uint8_t* row, int64_t from, int64_t n, bool value)
     fill(last, tail);
 }
 
-// The same to bits that lie at places of another row.
-void gatherBits(const uint8_t* from, const int32_t* places, int64_t n, uint8_t* row, int64_t to)
-{
-    for (int64_t i = 0; i < n; ++i)
-        fillBits(row, to + i, 1, bitAt(from, places[i]));
-}
-
 }  // namespace
 
-OwnBitLines::OwnBitLines(const OrvImage& src, const OrvImage& dst, const OrvImage* under, const OwnReach& around,
+OwnBitLines::OwnBitLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
                          int64_t sourceSlots, int64_t targetSlots, const OwnReach& limit)
-    : image(src),
-      region(ownRoiRect(src)),
-      from(geometryOf(src)),
-      to(geometryOf(dst)),
+    : image(source),
+      region(ownRoiRect(source)),
+      from(geometryOf(source)),
+      to(geometryOf(target)),
       mask(under ? ownMaskStart(*under) : OwnGeometry{}),
       scatters(under || to.bit),
       reach(around),
       frame(limit),
       pixels(int64_t{region.width} + around.left + around.right),
-      ends(src, int64_t{region.x} - around.left, pixels, 1),
-      firstBit(int((int64_t{region.x} - around.left) & 7)),
-      sourceBytes((pixels + firstBit + 7) / 8),
+      firstColumn(region.x - ownMin(ownMin(around.left, limit.left), region.x)),
+      lastColumn(region.xEnd - 1 + ownMin(ownMin(around.right, limit.right), source.width - region.xEnd)),
+      ends(source, int64_t{region.x} - around.left, pixels, 1),
+      leftPlaces(ends.before + 1),
+      copies{.row = source.imageData,
+             .rowStep = source.widthStep,
+             .copy = nullptr,
+             .copyStep = 0,
+             .count = 0,
+             .first = firstColumn >> 3,
+             .last = lastColumn >> 3,
+             .skip = firstColumn & 7,
+             .keep = (lastColumn & 7) + 1,
+             .left = {firstColumn - (int64_t{region.x} - around.left), 0, nullptr, false},
+             .right = {int64_t{region.xEnd} - 1 + around.right - lastColumn, 0, nullptr, false}},
+      before(ownBitEndBytes(copies.left.pixels)),
+      start(before * 8 + copies.skip - copies.left.pixels),
+      sourceBytes(before + copies.last - copies.first + 1 + ownBitEndBytes(copies.right.pixels)),
       targetBytes((int64_t{region.width} + 7) / 8),
-      sourceRows(ownSlotBytes(sourceBytes, sourceSlots)),
+      sourceRows(ownSlotBytes(sourceBytes, sourceSlots) + OWN_FOLD_SLACK),
       targetRows(scatters ? ownSlotBytes(targetBytes, targetSlots) : 0),
       beyond((pixels + 7) / 8)
 {
+    copies.copyStep = ptrdiff_t(sourceBytes);
+    if (ends && leftPlaces)
+        findEnds();
 }
 
-const void* OwnBitLines::source(int64_t y, int64_t slot)
+// Where the pixels beyond the ends are read: within the frame a border mode leads to a place in the row, or to a constant; a
+// frame that ends within the row repeats a pixel of it.
+void OwnBitLines::findEnds()
 {
-    const int64_t last = int64_t{region.height} - 1 + frame.bottom;
-    y = region.y + (y < -int64_t{frame.top} ? -int64_t{frame.top} : y < last ? y : last);
-    uint8_t* line = sourceRows.data + slot * sourceBytes;
-    if (y >= 0 && y < image.height) {
-        copyRow(image.imageData + ptrdiff_t(y) * image.widthStep, line);
-    } else {
-        ownBorderedRow(&image, 0, region.x - reach.left, int32_t(y), int32_t(pixels), beyond.data);
-        ownRowKernels().alignBits(beyond.data, 0, line, firstBit, ptrdiff_t(pixels));
-    }
-    // What lies farther out than the frame.
-    if (int64_t before = int64_t{reach.left} - frame.left; before > 0)
-        fillBits(line, firstBit, before, bitAt(line, firstBit + before));
-    if (int64_t after = int64_t{reach.right} - frame.right; after > 0)
-        fillBits(line, firstBit + pixels - after, after, bitAt(line, firstBit + pixels - after - 1));
-    return line;
-}
-
-// Copies a row of the image and what lies beyond its ends as far as the frame.
-void OwnBitLines::copyRow(const uint8_t* row, uint8_t* line) const
-{
-    const int64_t first = firstBit + ends.before;
-    const int64_t own = pixels - ends.before - ends.after;
-    const int64_t column = region.x - reach.left + ends.before;
-    ownRowKernels().alignBits(row + (column >> 3), int(column & 7), line + (first >> 3), int(first & 7),
-                              ptrdiff_t(own));
-    auto fillEnd = [&](int side, const int32_t* places, int32_t constant, int64_t n, int64_t to) {
-        const int32_t mode = image.borderMode[side] & 3;
-        if (n <= 0)
-            return;
-        if (mode == ORV_BORDER_CONSTANT)
-            fillBits(line, to, n, constant != 0);
-        else if (mode == ORV_BORDER_REPLICATE)
-            fillBits(line, to, n, bitAt(row, places[0]));
-        else
-            gatherBits(row, places, n, line, to);
+    for (int64_t i = 0; i < ends.before; ++i)
+        leftPlaces[ptrdiff_t(i)] = ends.placesBefore()[ends.before - 1 - i];
+    auto find = [](OwnBitEnd& end, int64_t beyondImage, int64_t framed, const int32_t* place, int32_t constant,
+                   const int32_t* edge) {
+        const int64_t places = beyondImage < framed ? beyondImage : framed;
+        end.place = places > 0 ? place : edge;
+        end.constant = places > 0 && *place < 0 && constant != 0;
+        end.places = places > 0 ? (*place < 0 ? 0 : places) : 1;
+        while (end.places > 1 && end.place[end.places - 1] == end.place[end.places - 2])
+            --end.places;
     };
-    const int64_t skipped = reach.left > frame.left ? int64_t{reach.left} - frame.left : 0;
-    fillEnd(2, ends.placesBefore() + skipped, ends.constantBefore(), ends.before - skipped, firstBit + skipped);
-    const int64_t rest = reach.right > frame.right ? int64_t{reach.right} - frame.right : 0;
-    fillEnd(3, ends.placesAfter(), ends.constantAfter(), ends.after - rest, first + own);
+    find(copies.left, ends.before, int64_t{frame.left} - region.x, leftPlaces.data, ends.constantBefore(),
+         &firstColumn);
+    find(copies.right, ends.after, int64_t{frame.right} - (image.width - region.xEnd), ends.placesAfter(),
+         ends.constantAfter(), &lastColumn);
 }
 
-void* OwnBitLines::target(int32_t y, int64_t slot) const
+void OwnBitLines::sources(int64_t y, int64_t n, int64_t slot, const void** rows)
 {
-    return scatters ? targetRows.data + slot * targetBytes : to.start + y * to.rowStep;
+    const int64_t top = -int64_t{frame.top}, bottom = int64_t{region.height} - 1 + frame.bottom;
+    uint8_t* line = sourceRows.data + slot * sourceBytes;
+    for (int64_t i = 0; i < n; ++i)
+        rows[i] = line + i * sourceBytes + (start >> 3);
+    for (int64_t i = 0, count; i < n; i += count, line += count * sourceBytes) {
+        const int64_t framed = y + i < top ? top : y + i < bottom ? y + i : bottom;
+        const int64_t row = region.y + framed;
+        count = 1;
+        if (row < 0 || row >= image.height) {
+            copyBeyond(int32_t(row), line);
+            continue;
+        }
+        // Rows of the image that follow one another are copied at once.
+        if (framed == y + i) {
+            const int64_t room = image.height - row, inFrame = bottom - framed + 1;
+            count = n - i < room ? n - i : room;
+            count = count < inFrame ? count : inFrame;
+        }
+        copies.row = image.imageData + ptrdiff_t(row) * image.widthStep;
+        copies.copy = line + before;
+        copies.count = ptrdiff_t(count);
+        ownFoldKernels().copyBits(copies);
+    }
+}
+
+// A row above or below the image: these are few.
+void OwnBitLines::copyBeyond(int32_t y, uint8_t* line)
+{
+    ownBorderedRow(&image, 0, region.x - reach.left, y, int32_t(pixels), beyond.data);
+    ownRowKernels().alignBits(beyond.data, 0, line + (start >> 3), bit(), ptrdiff_t(pixels));
+    if (int64_t far = int64_t{reach.left} - frame.left; far > 0)
+        fillBits(line, start, far, bitAt(line, start + far));
+    if (int64_t far = int64_t{reach.right} - frame.right; far > 0)
+        fillBits(line, start + pixels - far, far, bitAt(line, start + pixels - far - 1));
 }
 
 void OwnBitLines::store(int32_t y, int32_t rows) const

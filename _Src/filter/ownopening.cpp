@@ -118,7 +118,7 @@ public:
           window(plan.windowRows(), plan.rows, most),
           folds(opening.closing, depth, bandOf(plan, rows.sourceAt(plan.lead), rows.step(), rows.values(plan.computed)),
                 most),
-          memory(ownSlotBytes(slotBytes, slots))
+          memory(ownSlotBytes(slotBytes, slots) + OWN_FOLD_SLACK)
     {
     }
 
