@@ -74,7 +74,8 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
       readsBeyondRows(region.y < ownMin(around.top, limit.top) ||
                       source.height - region.yEnd < ownMin(around.bottom, limit.bottom)),
-      sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
+      lead(-(ends.before * rowStep * ownMax(srcBytes, 1)) & 31),
+      sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes) + 32),
       lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
       targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
       sourceRows(usesSlots() ? ownSlotBytes(sourceBytes, sourceSlots) : 0),
@@ -98,13 +99,57 @@ const void* OwnLines::source(int64_t y, int64_t slot)
     bool beyond = row < 0 || row >= image.height;
     if (!beyond && !gathers)
         return sourceStart + ptrdiff_t(y) * src.rowStep - ptrdiff_t(reach.left) * src.pixelStep * srcBytes;
-    uint8_t* line = sourceRows.data + slot * sourceBytes;
+    uint8_t* line = sourceRows.data + slot * sourceBytes + lead;
     if (beyond)
         copyRowBeyond(int32_t(row), line);
     else
         copyRow(y, line);
     repeatFrame(line);
     return line;
+}
+
+void OwnLines::sources(int64_t y, int64_t n, int64_t slot, const void** rows)
+{
+    const bool sideBySide = gathers && srcBytes && src.pixelStep == rowStep;
+    for (int64_t i = 0, count; i < n; i += count) {
+        count = 1;
+        // Rows of the image within the frame, from this one on.
+        const int64_t row = region.y + y + i, toFrame = src.height + int64_t{frame.bottom} - (y + i);
+        const int64_t own = toFrame < image.height - row ? toFrame : image.height - row;
+        if (!sideBySide || row < 0 || y + i < -int64_t{frame.top} || own < 1) {
+            rows[i] = source(y + i, slot + i);
+            continue;
+        }
+        count = n - i < own ? n - i : own;
+        uint8_t* lines = sourceRows.data + (slot + i) * sourceBytes + lead;
+        copyRows(y + i, count, lines);
+        for (int64_t k = 0; k < count; ++k)
+            rows[i + k] = lines + k * sourceBytes;
+    }
+}
+
+// Copies rows of the image whose values lie side by side.
+void OwnLines::copyRows(int64_t y, int64_t n, uint8_t* lines) const
+{
+    const int64_t first = region.x - reach.left + ends.before;
+    const int64_t own = int64_t{src.width} + reach.left + reach.right - ends.before - ends.after;
+    ownRowKernels().copyEnded[ownSizeIndex(srcBytes)](
+        {.row = sourceStart + ptrdiff_t(y) * src.rowStep - ptrdiff_t(region.x) * src.pixelStep * srcBytes,
+         .rowStep = src.rowStep,
+         .copy = lines,
+         .copyStep = ptrdiff_t(sourceBytes),
+         .count = ptrdiff_t(n),
+         .first = ptrdiff_t(first) * rowStep,
+         .values = ptrdiff_t(own) * rowStep,
+         .before = ptrdiff_t(ends.before) * rowStep,
+         .after = ptrdiff_t(ends.after) * rowStep,
+         .placesBefore = ends.placesBefore(),
+         .placesAfter = ends.placesAfter(),
+         .constantBefore = ends.constantBefore(),
+         .constantAfter = ends.constantAfter()});
+    if (reach.left > frame.left || reach.right > frame.right)
+        for (int64_t i = 0; i < n; ++i)
+            repeatFrame(lines + i * sourceBytes);
 }
 
 void OwnLines::copyRow(int64_t y, uint8_t* line) const

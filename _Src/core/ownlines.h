@@ -55,6 +55,9 @@ public:
     // Row y of the source from `reach.left` pixels before the region on. Valid until the slot is used again.
     const void* source(int64_t y, int64_t slot);
 
+    // The same for n rows, in slots that follow one another.
+    void sources(int64_t y, int64_t n, int64_t slot, const void** rows);
+
     // Where to write row y of the result.
     void* target(int32_t y, int64_t slot);
 
@@ -65,6 +68,7 @@ private:
     bool usesSlots() const { return gathers || readsBeyondRows; }
     void copyRow(int64_t y, uint8_t* line) const;
     void copyRowBeyond(int32_t y, uint8_t* line);
+    void copyRows(int64_t y, int64_t n, uint8_t* lines) const;
     void repeatFrame(uint8_t* line) const;
 
     OrvImage image;  // the source
@@ -77,9 +81,10 @@ private:
     bool together;               // all channels in one pass
     int32_t rowStep, processed;  // values of a pixel in the rows
     OwnRowEnds ends;
-    bool gathers, scatters;           // rows pass through memory of their own
-    bool readsBeyondRows;             // above or below the image
-    int64_t sourceBytes;              // of a slot
+    bool gathers, scatters;  // rows pass through memory of their own
+    bool readsBeyondRows;    // above or below the image
+    int64_t lead;            // bytes of a slot before the row, so that what is copied begins where vectors like to
+    int64_t sourceBytes;     // of a slot
     int64_t lanesBytes, targetBytes;  // of a slot's results, and of all, which ends with a row of bits for 1U
     OwnScratch<uint8_t> sourceRows, targetRows;
     OwnScratch<uint8_t> bits;              // a row of them, from beyond the image

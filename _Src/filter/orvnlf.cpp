@@ -1,10 +1,15 @@
 // Filters of ranks and of fixed kernels.
 //
 //   orvMaxFilter, orvMinFilter   the greatest and the least value of a window
+//   orvFixedFilter               edges, smoothing and sharpening with built-in coefficients
+#include <cfenv>
+
 #include "../core/ownmask.h"
 #include "../core/ownneighbour.h"
 #include "../core/ownreport.h"
+#include "orv/core.h"
 #include "orv/filter.h"
+#include "ownfixed.h"
 #include "ownfold.h"
 
 namespace {
@@ -41,28 +46,41 @@ bool goodChannels(const OwnReport& report, const OrvImage* src, const OrvImage* 
     return orvGetErrStatus() >= 0;
 }
 
-bool goodImages(const OwnReport& report, OrvImage* src, OrvImage* dst, const Window& window)
+// These answer what orvFixedFilter returns for a fault, which is not always what is reported; 0 for none.
+int32_t faultOfPair(const OwnReport& report, const OrvImage* src, const OrvImage* dst)
+{
+    if (report.when(src == dst, ORV_STATUS_BAD_ARG, "(srcImage==dstImage)"))
+        return ORV_STATUS_BAD_ARG;
+    if (report.when(src->depth != dst->depth, ORV_STATUS_BAD_ARG, "srcImage->depth!=dstImage->depth"))
+        return ORV_STATUS_BAD_DEPTH;
+    return ORV_STATUS_OK;
+}
+
+int32_t faultOfLayouts(const OwnReport& report, const OrvImage* src, const OrvImage* dst)
+{
+    if (report.when(src->nChannels != dst->nChannels, ORV_STATUS_BAD_ARG, "srcImage->nChannels!=dstImage->nChannels"))
+        return ORV_STATUS_BAD_CHANNELS;
+    if (report.when(src->alphaChannel != dst->alphaChannel, ORV_STATUS_BAD_ARG,
+                    "srcImage->alphaChannel!=dstImage->alphaChannel"))
+        return ORV_STATUS_BAD_ALPHA_CHANNEL;
+    if (report.when(src->alphaChannel != 0 && src->alphaChannel != src->nChannels, ORV_STATUS_BAD_ARG,
+                    "(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)"))
+        return ORV_STATUS_BAD_ARG;
+    if (report.when(src->depth != ORV_DEPTH_1U && src->dataOrder != dst->dataOrder, ORV_STATUS_BAD_ARG,
+                    "srcImage->dataOrder!=dstImage->dataOrder"))
+        return -1;
+    return ORV_STATUS_OK;
+}
+
+bool goodForRanks(const OwnReport& report, OrvImage* src, OrvImage* dst, const Window& window)
 {
     if (!report.goodImage(src) || !report.goodImage(dst) || !goodAnchors(report, window))
         return false;
-    if (report.when(src == dst, ORV_STATUS_BAD_ARG, "(srcImage==dstImage)"))
-        return false;
-    if (report.when(src->depth != dst->depth, ORV_STATUS_BAD_ARG, "srcImage->depth!=dstImage->depth"))
+    if (faultOfPair(report, src, dst))
         return false;
     if (report.when(src->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "srcImage->depth==32"))
         return false;
-    if (report.when(src->nChannels != dst->nChannels, ORV_STATUS_BAD_ARG, "srcImage->nChannels!=dstImage->nChannels"))
-        return false;
-    if (report.when(src->alphaChannel != dst->alphaChannel, ORV_STATUS_BAD_ARG,
-                    "srcImage->alphaChannel!=dstImage->alphaChannel"))
-        return false;
-    if (report.when(src->alphaChannel != 0 && src->alphaChannel != src->nChannels, ORV_STATUS_BAD_ARG,
-                    "(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)"))
-        return false;
-    if (report.when(src->depth != ORV_DEPTH_1U && src->dataOrder != dst->dataOrder, ORV_STATUS_BAD_ARG,
-                    "srcImage->dataOrder!=dstImage->dataOrder"))
-        return false;
-    return goodChannels(report, src, dst, ORV_STATUS_BAD_ARG);
+    return !faultOfLayouts(report, src, dst) && goodChannels(report, src, dst, ORV_STATUS_BAD_ARG);
 }
 
 // ---- The walk -----------------------------------------------------------------------------------------------------
@@ -91,7 +109,7 @@ void run(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnReach& 
     OwnMask mask;
     OwnMaskResult combined =
         ownCombineMasks(src->maskROI, src->maskROI == dst->maskROI ? nullptr : dst->maskROI, nullptr, mask);
-    if (combined == OwnMaskResult::empty || combined == OwnMaskResult::noMemory)
+    if (combined == OwnMaskResult::empty || combined == OwnMaskResult::noMemory || ownChannels(*dst).count == 0)
         return;
     Walk walk = {filter, task, !ownChannels(*dst).coi};
     OwnNeighbourResult result = ownRunNeighbours({.src = src,
@@ -113,9 +131,47 @@ bool foldPiece(const void* task, const OrvImage& src, const OrvImage& dst, const
     return ownFoldWindows(*static_cast<const OwnFold*>(task), src, dst, mask);
 }
 
+// The filter of an id; ORV_FIXED_HIGHPASS3 is ORV_FIXED_LAPLACE3 by another name.
+OwnFixedFilter fixedFilter(int32_t id)
+{
+    switch (id) {
+    case ORV_FIXED_PREWITT_X: return OWN_PREWITT_X;
+    case ORV_FIXED_PREWITT_Y: return OWN_PREWITT_Y;
+    case ORV_FIXED_SOBEL_X: return OWN_SOBEL_X;
+    case ORV_FIXED_SOBEL_Y: return OWN_SOBEL_Y;
+    case ORV_FIXED_LAPLACE5: return OWN_LAPLACE5;
+    case ORV_FIXED_GAUSS3: return OWN_GAUSS3;
+    case ORV_FIXED_GAUSS5: return OWN_GAUSS5;
+    case ORV_FIXED_HIGHPASS5: return OWN_HIGHPASS5;
+    case ORV_FIXED_SHARPEN3: return OWN_SHARPEN3;
+    default: return OWN_LAPLACE3;
+    }
+}
+
+bool fixedPiece(const void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return ownFilterFixed(*static_cast<const OwnFixedFilter*>(task), src, dst, mask);
+}
+
+// No floating-point exception of what is done meanwhile is seen or felt, and none that was raised before stays.
+class QuietFloats {
+public:
+    QuietFloats() { feholdexcept(&before); }
+    QuietFloats(const QuietFloats&) = delete;
+    QuietFloats& operator=(const QuietFloats&) = delete;
+    ~QuietFloats()
+    {
+        fesetenv(&before);
+        feclearexcept(FE_ALL_EXCEPT);
+    }
+
+private:
+    fenv_t before;
+};
+
 void runExtreme(const OwnReport& report, OrvImage* src, OrvImage* dst, const Window& window, bool greatest)
 {
-    if (!goodImages(report, src, dst, window))
+    if (!goodForRanks(report, src, dst, window))
         return;
     const OwnFold fold = {greatest, window.reach()};
     run(report, src, dst, fold.reach, foldPiece, &fold);
@@ -133,4 +189,26 @@ void ORV_CALL orvMinFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols
                            int32_t anchorY)
 {
     runExtreme({"orvMinFilter", source}, srcImage, dstImage, {nCols, nRows, anchorX, anchorY}, false);
+}
+
+int32_t ORV_CALL orvFixedFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t filter)
+{
+    constexpr OwnReport report{"orvFixedFilter", source};
+    if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
+        return orvGetErrStatus();
+    if (int32_t fault = faultOfPair(report, srcImage, dstImage))
+        return fault;
+    if (int32_t fault = faultOfLayouts(report, srcImage, dstImage))
+        return fault;
+    if (!goodChannels(report, srcImage, dstImage, ORV_STATUS_BAD_COI))
+        return orvGetErrStatus();
+    if (report.when(filter < ORV_FIXED_PREWITT_X || filter > ORV_FIXED_SHARPEN3, ORV_STATUS_BAD_ARG, "Unknow filter."))
+        return ORV_STATUS_BAD_ARG;
+    const QuietFloats quiet;
+    const OwnFixedFilter kind = fixedFilter(filter);
+    if (kind == OWN_SHARPEN3 && srcImage->depth == ORV_DEPTH_1U)
+        orvCopy(srcImage, dstImage);
+    else
+        run(report, srcImage, dstImage, ownFixedReach(kind), fixedPiece, &kind);
+    return orvGetErrStatus() < 0 ? orvGetErrStatus() : ORV_STATUS_OK;
 }

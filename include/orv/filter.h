@@ -54,6 +54,20 @@ ORV_API(void)
 orvMaxFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 ORV_API(void)
 orvMinFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+enum {
+    ORV_FIXED_PREWITT_X = 0,
+    ORV_FIXED_PREWITT_Y = 1,
+    ORV_FIXED_SOBEL_X = 2,
+    ORV_FIXED_SOBEL_Y = 3,
+    ORV_FIXED_LAPLACE3 = 4,
+    ORV_FIXED_LAPLACE5 = 5,
+    ORV_FIXED_GAUSS3 = 6,
+    ORV_FIXED_GAUSS5 = 7,
+    ORV_FIXED_HIGHPASS3 = 8,
+    ORV_FIXED_HIGHPASS5 = 9,
+    ORV_FIXED_SHARPEN3 = 10
+};
+ORV_API(int32_t) orvFixedFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t filter);
 
 #ifdef __cplusplus
 }
