@@ -43,6 +43,7 @@ struct RankCase {
 const RankCase rankCases[] = {
     {"orvMaxFilter", orvMaxFilter, [](int count) { return count - 1; }},
     {"orvMinFilter", orvMinFilter, [](int) { return 0; }},
+    {"orvMedianFilter", orvMedianFilter, [](int count) { return count / 2; }},
 };
 
 Window randomWindow(Random& random, int most)
@@ -76,4 +77,37 @@ TEST(Rank, IsTheValueOfThatRankInEveryLayout)
             scene, [&](Picture& src, int x, int y, int c) { return naiveRank(src, window, rank, x, y, c); },
             callOf(one.filter, window));
     }
+}
+
+// Every way to a median, at every size: against sorting, over values that are often the same and over the whole range.
+TEST(Rank, MediansOfEveryWindowAreThoseOfSorting)
+{
+    Random random(32);
+    std::vector<Window> windows;
+    for (int nRows = 1; nRows <= 12; ++nRows)
+        for (int nCols = 1; nCols <= 12; ++nCols)
+            windows.push_back({nCols, nRows, nCols / 2, nRows / 2});
+    for (Window large :
+         {Window{15, 15, 7, 7}, {1, 40, 0, 39}, {40, 1, 0, 0}, {31, 31, 15, 15}, {101, 3, 50, 1}, {20, 60, 3, 9}})
+        windows.push_back(large);
+    for (const Window& window : windows)
+        for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_8S, ORV_DEPTH_16U, ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_1U}) {
+            const int channels = depth == ORV_DEPTH_1U ? 1 : random.between(1, 4);
+            const PictureSpec spec = {.depth = depth,
+                                      .channels = channels,
+                                      .width = random.between(1, 90),
+                                      .height = random.between(1, 7),
+                                      .seed = random.bits()};
+            Scene scene({{{spec, 0, {}, 0}, {spec, 1, {}, 1}}});
+            if (random.below(2) && depth != ORV_DEPTH_1U)
+                scene.images[0]->fill([&](int, int, int) { return random.between(3, 6); });
+            setRandomBorders(*scene.images[0], random);
+            const int rank = window.nCols * window.nRows / 2;
+            SCOPED_TRACE(testing::Message() << depthName(depth) << " x " << channels << ' ' << spec.width << ' '
+                                            << spec.height << ", window " << window.nCols << ' ' << window.nRows);
+            expectFiltered(
+                scene, [&](Picture& src, int x, int y, int c) { return naiveRank(src, window, rank, x, y, c); },
+                callOf(orvMedianFilter, window));
+            ASSERT_FALSE(testing::Test::HasFailure());
+        }
 }

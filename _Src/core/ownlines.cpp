@@ -53,7 +53,7 @@ int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
 }
 
 OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
-                   int64_t sourceSlots, int64_t targetSlots, const OwnReach& limit)
+                   int64_t sourceSlots, int64_t targetSlots, const OwnReach& limit, int32_t slack)
     : image(source),
       region(ownRoiRect(source)),
       src(geometryOf(source)),
@@ -69,7 +69,7 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       rowStep(ownLineStep(source, target)),
       processed(together ? src.channels : 1),
       ends(source, int64_t{region.x} - around.left, int64_t{src.width} + around.left + around.right, rowStep),
-      gathers(!srcBytes || src.pixelStep != rowStep || ends.any() || around.left > limit.left ||
+      gathers(slack || !srcBytes || src.pixelStep != rowStep || ends.any() || around.left > limit.left ||
               around.right > limit.right),
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
       readsBeyondRows(region.y < ownMin(around.top, limit.top) ||
@@ -78,7 +78,7 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes) + 32),
       lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
       targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
-      sourceRows(usesSlots() ? ownSlotBytes(sourceBytes, sourceSlots) : 0),
+      sourceRows(usesSlots() ? ownSlotBytes(sourceBytes, sourceSlots) + slack : 0),
       targetRows(scatters ? ownSlotBytes(targetBytes, targetSlots) : 0),
       bits(srcBytes ? 0 : slotBytes(sourceBytes / 8 + 1, 1))
 {

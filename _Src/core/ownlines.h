@@ -29,9 +29,10 @@ class OwnLines {
 public:
     // The regions of the images and of the mask, which may be NULL, have one size. Around that of the source, `reach` is
     // read; what lies beyond the edges of the source comes from its border modes, and farther out than `frame` the last pixel
-    // is repeated. `sourceSlots` and `targetSlots` are how many rows are in use at a time.
+    // is repeated. `sourceSlots` and `targetSlots` are how many rows are in use at a time; behind each row of the source
+    // `slack` bytes may be read.
     OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int64_t sourceSlots,
-             int64_t targetSlots, const OwnReach& frame = ownNoFrame);
+             int64_t targetSlots, const OwnReach& frame = ownNoFrame, int32_t slack = 0);
 
     // False if there is no memory.
     explicit operator bool() const

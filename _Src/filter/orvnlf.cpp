@@ -1,6 +1,7 @@
 // Filters of ranks and of fixed kernels.
 //
 //   orvMaxFilter, orvMinFilter   the greatest and the least value of a window
+//   orvMedianFilter              the median of a window
 //   orvFixedFilter               edges, smoothing and sharpening with built-in coefficients
 #include <cfenv>
 
@@ -11,6 +12,7 @@
 #include "orv/filter.h"
 #include "ownfixed.h"
 #include "ownfold.h"
+#include "ownmedian.h"
 
 namespace {
 
@@ -131,6 +133,11 @@ bool foldPiece(const void* task, const OrvImage& src, const OrvImage& dst, const
     return ownFoldWindows(*static_cast<const OwnFold*>(task), src, dst, mask);
 }
 
+bool medianPiece(const void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return ownMedianWindows(static_cast<const Window*>(task)->reach(), src, dst, mask);
+}
+
 // The filter of an id; ORV_FIXED_HIGHPASS3 is ORV_FIXED_LAPLACE3 by another name.
 OwnFixedFilter fixedFilter(int32_t id)
 {
@@ -189,6 +196,15 @@ void ORV_CALL orvMinFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols
                            int32_t anchorY)
 {
     runExtreme({"orvMinFilter", source}, srcImage, dstImage, {nCols, nRows, anchorX, anchorY}, false);
+}
+
+void ORV_CALL orvMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX,
+                              int32_t anchorY)
+{
+    constexpr OwnReport report{"orvMedianFilter", source};
+    const Window window = {nCols, nRows, anchorX, anchorY};
+    if (goodForRanks(report, srcImage, dstImage, window))
+        run(report, srcImage, dstImage, window.reach(), medianPiece, &window);
 }
 
 int32_t ORV_CALL orvFixedFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t filter)

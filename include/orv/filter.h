@@ -54,6 +54,8 @@ ORV_API(void)
 orvMaxFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 ORV_API(void)
 orvMinFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+ORV_API(void)
+orvMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 enum {
     ORV_FIXED_PREWITT_X = 0,
     ORV_FIXED_PREWITT_Y = 1,
