@@ -6,14 +6,26 @@
 namespace gallery {
 
 extern const Family coreMoves, corePixels;
-extern const Family twoImages, scalars, unary, comparisons, thresholds;
+extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
+extern const Family scaling, mirrors;
 extern const Family fourier, cosines, wavelets;
+extern const Family contrast, measures;
+extern const Family generators, userFunctions;
 
+// clang-format off
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,  &corePixels, &twoImages, &scalars, &unary,   &comparisons,
-            &thresholds, &blurs,      &fourier,   &cosines, &wavelets};
+    return {
+        &coreMoves, &corePixels,
+        &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
+        &blurs,
+        &scaling, &mirrors,
+        &fourier, &cosines, &wavelets,
+        &contrast, &measures,
+        &generators, &userFunctions,
+    };
 }
+// clang-format on
 
 }  // namespace gallery
