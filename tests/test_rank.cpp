@@ -88,7 +88,8 @@ TEST(Rank, MediansOfEveryWindowAreThoseOfSorting)
         for (int nCols = 1; nCols <= 12; ++nCols)
             windows.push_back({nCols, nRows, nCols / 2, nRows / 2});
     for (Window large :
-         {Window{15, 15, 7, 7}, {1, 40, 0, 39}, {40, 1, 0, 0}, {31, 31, 15, 15}, {101, 3, 50, 1}, {20, 60, 3, 9}})
+         {Window{15, 15, 7, 7}, {1, 40, 0, 39}, {40, 1, 0, 0}, {31, 31, 15, 15}, {101, 3, 50, 1}, {20, 60, 3, 9},
+          {144, 1, 3, 0}, {1, 144, 0, 99}, {72, 2, 0, 1}, {2, 72, 1, 0}, {3, 48, 0, 0}, {48, 3, 1, 1}, {190, 190, 95, 95}})
         windows.push_back(large);
     for (const Window& window : windows)
         for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_8S, ORV_DEPTH_16U, ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_1U}) {

@@ -11,7 +11,7 @@
 #include "kernels/ownmedian.h"
 
 // The largest window that a network is made for, in pixels.
-constexpr int32_t ownNetworkMost = 196;
+constexpr int32_t ownNetworkMost = 144;
 
 class OwnMedianNetwork {
 public:
