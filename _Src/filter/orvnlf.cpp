@@ -2,6 +2,7 @@
 //
 //   orvMaxFilter, orvMinFilter   the greatest and the least value of a window
 //   orvMedianFilter              the median of a window
+//   orvColorMedianFilter         the pixel of a window that is nearest to the others
 //   orvFixedFilter               edges, smoothing and sharpening with built-in coefficients
 #include <cfenv>
 
@@ -10,6 +11,7 @@
 #include "../core/ownreport.h"
 #include "orv/core.h"
 #include "orv/filter.h"
+#include "owncolourmedian.h"
 #include "ownfixed.h"
 #include "ownfold.h"
 #include "ownmedian.h"
@@ -85,6 +87,39 @@ bool goodForRanks(const OwnReport& report, OrvImage* src, OrvImage* dst, const W
     return !faultOfLayouts(report, src, dst) && goodChannels(report, src, dst, ORV_STATUS_BAD_ARG);
 }
 
+// The channels are those of three colours, with or without alpha behind them.
+bool goodColours(const OwnReport& report, const OrvImage* src, const OrvImage* dst)
+{
+    if (report.when(src->nChannels != dst->nChannels, ORV_STATUS_BAD_ARG, "srcImage->nChannels!=dstImage->nChannels"))
+        return false;
+    if (report.when(src->nChannels < 3, ORV_STATUS_BAD_ARG, "srcImage->nChannels<3"))
+        return false;
+    if (report.when(src->nChannels > 4, ORV_STATUS_BAD_ARG, "srcImage->nChannels>4"))
+        return false;
+    if (report.when(src->nChannels == 3 && src->alphaChannel != 0, ORV_STATUS_BAD_ARG,
+                    "(srcImage->nChannels==3)&&(srcImage->alphaChannel!=0)"))
+        return false;
+    if (report.when(src->nChannels == 4 && src->alphaChannel == 0, ORV_STATUS_BAD_ARG,
+                    "(srcImage->nChannels==4)&&(srcImage->alphaChannel==0)"))
+        return false;
+    if (report.when(src->roi && src->roi->coi != 0, ORV_STATUS_BAD_ARG, "srcImage->roi->coi!=0"))
+        return false;
+    return !report.when(dst->roi && dst->roi->coi != 0, ORV_STATUS_BAD_ARG, "dstImage->roi->coi!=0");
+}
+
+bool goodForColours(const OwnReport& report, OrvImage* src, OrvImage* dst, const Window& window)
+{
+    if (!report.goodImage(src) || !report.goodImage(dst) || !goodAnchors(report, window))
+        return false;
+    if (faultOfPair(report, src, dst))
+        return false;
+    if (report.when(src->depth == ORV_DEPTH_1U, ORV_STATUS_BAD_ARG, "srcImage->depth==1"))
+        return false;
+    if (report.when(src->depth == ORV_DEPTH_32S, ORV_STATUS_BAD_ARG, "srcImage->depth==(0x80000000|32)"))
+        return false;
+    return goodColours(report, src, dst);
+}
+
 // ---- The walk -----------------------------------------------------------------------------------------------------
 
 // Filters the regions of two images of plain memory; the mask may be NULL.
@@ -136,6 +171,11 @@ bool foldPiece(const void* task, const OrvImage& src, const OrvImage& dst, const
 bool medianPiece(const void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
     return ownMedianWindows(static_cast<const Window*>(task)->reach(), src, dst, mask);
+}
+
+bool colourMedianPiece(const void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return ownColourMedianWindows(static_cast<const Window*>(task)->reach(), src, dst, mask);
 }
 
 // The filter of an id; ORV_FIXED_HIGHPASS3 is ORV_FIXED_LAPLACE3 by another name.
@@ -205,6 +245,15 @@ void ORV_CALL orvMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nC
     const Window window = {nCols, nRows, anchorX, anchorY};
     if (goodForRanks(report, srcImage, dstImage, window))
         run(report, srcImage, dstImage, window.reach(), medianPiece, &window);
+}
+
+void ORV_CALL orvColorMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows,
+                                   int32_t anchorX, int32_t anchorY)
+{
+    constexpr OwnReport report{"orvColorMedianFilter", source};
+    const Window window = {nCols, nRows, anchorX, anchorY};
+    if (goodForColours(report, srcImage, dstImage, window))
+        run(report, srcImage, dstImage, window.reach(), colourMedianPiece, &window);
 }
 
 int32_t ORV_CALL orvFixedFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t filter)

@@ -13,10 +13,7 @@ struct Task {
     int32_t pixels;  // of the window
 
     explicit Task(const OwnReach& reach)
-        : reach(reach),
-          nCols(reach.left + 1 + reach.right),
-          nRows(reach.top + 1 + reach.bottom),
-          pixels(nCols * nRows)
+        : reach(reach), nCols(reach.left + 1 + reach.right), nRows(reach.top + 1 + reach.bottom), pixels(nCols * nRows)
     {
     }
 
@@ -69,8 +66,7 @@ bool medianOfBits(const Task& task, const OrvImage& src, const OrvImage& dst, co
     memset(sums.data, 0, size_t(columns) * sizeof *sums.data);
     lines.begin(0);
     countRows(
-        lines, task,
-        [&](const void* entering, const void* leaving) { kernels.sumBits(counts, entering, leaving); },
+        lines, task, [&](const void* entering, const void* leaving) { kernels.sumBits(counts, entering, leaving); },
         [&](void* row) { kernels.medianBits(counts, row); });
     return true;
 }

@@ -49,7 +49,7 @@ struct OwnSlide {
 
 struct OwnSlideKernel {
     int64_t (*bytes)(int64_t bins);
-    void (*words)(const OwnSlide& slide);   // of 16 bits
+    void (*words)(const OwnSlide& slide);    // of 16 bits
     void (*numbers)(const OwnSlide& slide);  // of 32 bits
 };
 
