@@ -6,6 +6,7 @@
 
 #include "checks.h"
 #include "neighbours.h"
+#include "refusals.h"
 #include "reports.h"
 #include "testheap.h"
 
@@ -92,4 +93,82 @@ TEST(Fixed, SumsItsCoefficientsInEveryLayout)
             scene, [&](Picture& src, int x, int y, int c) { return naiveFixed(src, id, x, y, c); },
             [&](OrvImage* const* images) { EXPECT_EQ(orvFixedFilter(images[0], images[1], id), 0); });
     }
+}
+
+TEST(Fixed, GaussOfFloatsIsWithinTheirPrecision)
+{
+    Random random(36);
+    Picture src({.depth = ORV_DEPTH_32F, .width = 70, .height = 9}), dst(src.layout());
+    src.fill([&](int, int, int) { return random.between(-100000, 100000) / 7.0; });
+    EXPECT_EQ(orvFixedFilter(src, dst, ORV_FIXED_GAUSS5), 0);
+    for (int y = 0; y < src->height; ++y)
+        for (int x = 0; x < src->width; ++x)
+            ASSERT_NEAR(numberOf(ORV_DEPTH_32F, dst.raw(x, y)), naiveSum(src, filters[ORV_FIXED_GAUSS5], x, y, 0) / 571,
+                        0.02);
+}
+
+TEST(Fixed, OfBitsSharpeningIsACopy)
+{
+    const PictureSpec spec = {.depth = ORV_DEPTH_1U, .width = 21, .height = 6};
+    Picture src(spec), dst(spec);
+    dst.fill([](int, int, int) { return 0; });
+    orvSetBorderMode(src, ORV_BORDER_CONSTANT, 15, 1);
+    EXPECT_EQ(orvFixedFilter(src, dst, ORV_FIXED_SHARPEN3), 0);
+    EXPECT_EQ(dst.values(), src.values());
+}
+
+TEST(Fixed, LeavesNoFloatingPointException)
+{
+    const PictureSpec spec = {.depth = ORV_DEPTH_32F, .width = 9, .height = 3};
+    Picture src(spec), dst(spec);
+    src.fill([](int x, int, int) { return x % 2 ? 3e38 : 1e-40; });
+    std::feraiseexcept(FE_DIVBYZERO);
+    orvFixedFilter(src, dst, ORV_FIXED_GAUSS5);
+    EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), 0);
+}
+
+TEST(Fixed, ChecksInTheirOrder)
+{
+    int id = 0;
+    bool same = false;
+    auto call = [&](OrvImage* const* images) {
+        return orvFixedFilter(images[0], std::exchange(same, false) ? images[0] : images[1], std::exchange(id, 0));
+    };
+    const PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+    const FaultOf fault{"orvFixedFilter"};
+    expectFaultsInOrder(
+        {spec, spec}, call,
+        {
+            fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0), -15),
+            fault(-10, "Incorrect Image", setField(1, &OrvImage::width, 0), -10),
+            fault(
+                -5, "(srcImage==dstImage)", [&](auto) { same = true; }, -5),
+            fault(-5, "srcImage->depth!=dstImage->depth", setField(0, &OrvImage::depth, ORV_DEPTH_8S),
+                  ORV_STATUS_BAD_DEPTH),
+            fault(-5, "srcImage->nChannels!=dstImage->nChannels", setChannels(1, 2, 0), ORV_STATUS_BAD_CHANNELS),
+            fault(-5, "srcImage->alphaChannel!=dstImage->alphaChannel", setField(1, &OrvImage::alphaChannel, 3),
+                  ORV_STATUS_BAD_ALPHA_CHANNEL),
+            fault(-5, "srcImage->dataOrder!=dstImage->dataOrder",
+                  setField(1, &OrvImage::dataOrder, ORV_DATA_ORDER_PLANE), -1),
+            fault(
+                -5, "Unknow filter.", [&](auto) { id = 11; }, -5),
+        });
+    Picture src(spec), dst(spec);
+    EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, dst, -1), -5); }), "-5 orvFixedFilter Unknow filter.\n");
+    OrvROI high = {4, 0, 0, 9, 9};
+    src->roi = &high;
+    const std::string name = std::to_string(ORV_STATUS_BAD_COI) + " orvFixedFilter ";
+    EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, dst, 11), ORV_STATUS_BAD_COI); }),
+              name + "Interst Channel of input Image more number of channels.\n" + name +
+                  "Number of interset channel input and output Image is not equal.\n");
+    src->roi = nullptr;
+}
+
+TEST(Fixed, LosesNothingWhereMemoryOrATileIsRefused)
+{
+    for (int id : {ORV_FIXED_SOBEL_X, ORV_FIXED_GAUSS5})
+        forAlikeLayouts([&](const Layout& layout) {
+            const FilterCall call = [&](OrvImage* const* images) { orvFixedFilter(images[0], images[1], id); };
+            expectNothingLost({.name = "orvFixedFilter", .call = tellingRefusals(call, 0)}, layout);
+        });
 }

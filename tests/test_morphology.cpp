@@ -130,3 +130,54 @@ TEST(Morphology, FoldsWindowsInEveryLayout)
             [&](OrvImage* const* images) { one.function(images[0], images[1], n); });
     }
 }
+
+TEST(Morphology, ChecksInTheirOrder)
+{
+    for (const MorphologyCase& one : cases) {
+        int iterations = 2;
+        auto setIterations = [&](int n) { return [&iterations, n](auto) { iterations = n; }; };
+        auto call = [&](OrvImage* const* images) { one.function(images[0], images[1], std::exchange(iterations, 2)); };
+        const PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+        const FaultOf fault{one.name};
+        expectFaultsInOrder(
+            {spec, spec}, call,
+            {
+                fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0)),
+                fault(-10, "Incorrect Image", setField(1, &OrvImage::width, 0)),
+                fault(-5, "Illegal number of iterations", setIterations(0)),
+                fault(-5, "Illegal number of iterations", setIterations(-1)),
+                fault(-5, "Illegal image depth", setField(0, &OrvImage::depth, ORV_DEPTH_8S)),
+                fault(-5, "SRC and DST depth are different", setField(1, &OrvImage::depth, ORV_DEPTH_8S)),
+                fault(-5, "SRC and DST order are different", setField(1, &OrvImage::dataOrder, ORV_DATA_ORDER_PLANE)),
+                fault(-5, "SRC and DST orign are different", setField(1, &OrvImage::origin, ORV_ORIGIN_BL)),
+                fault(-5, "SRC and DST number of channels are different", setChannels(1, 2, 0)),
+            });
+        // A channel that the destination does not have; a status of before is cleared; an element beyond all memory.
+        Picture src(spec), dst({.channels = 1, .width = 9, .height = 9});
+        OrvROI third = {3, 0, 0, 9, 9}, whole = {0, 0, 0, 9, 9};
+        src->roi = &third;
+        dst->roi = &whole;
+        EXPECT_EQ(reportsOf([&] { one.function(src, dst, 1); }),
+                  std::string("-5 ") + one.name + " SRC and DST number of channels are different\n");
+        src->roi = dst->roi = nullptr;
+        Picture other(spec);
+        EXPECT_EQ(reportsOf([&] {
+                      one.function(src, other, INT32_MAX);
+                      EXPECT_EQ(orvGetErrStatus(), ORV_STATUS_NO_MEMORY);
+                      one.function(src, other, 1);
+                      EXPECT_EQ(orvGetErrStatus(), ORV_STATUS_OK);
+                  }),
+                  "");
+    }
+}
+
+TEST(Morphology, LosesNothingWhereMemoryOrATileIsRefused)
+{
+    for (const MorphologyCase& one : cases)
+        for (bool inPlace : {false, true})
+            forAlikeLayouts([&](Layout layout) {
+                layout.images[1].same = inPlace ? 0 : 1;
+                const FilterCall call = [&](OrvImage* const* images) { one.function(images[0], images[1], 3); };
+                expectNothingLost({.name = one.name, .call = tellingRefusals(call, ORV_STATUS_NO_MEMORY)}, layout);
+            });
+}

@@ -17,7 +17,7 @@ const OwnColourMedian& kernelFor(uint32_t depth, int64_t pixels)
     const int64_t greatest = 3 * ((int64_t{1} << ownDepthBits(depth)) - 1) * (pixels - 1);
     if (kernels.narrow[index].row && greatest <= INT16_MAX)
         return kernels.narrow[index];
-    return greatest <= INT32_MAX ? kernels.usual[index] : kernels.wide[index];
+    return greatest > INT32_MAX && kernels.wide[index].row ? kernels.wide[index] : kernels.usual[index];
 }
 
 // One channel of the images, row by row: then the data orders do not matter.

@@ -7,7 +7,7 @@ namespace gallery {
 
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
-extern const Family blurs;
+extern const Family blurs, morphology, ranks, fixedFilters;
 extern const Family scaling, mirrors;
 extern const Family dithers;
 extern const Family bitmaps;
@@ -21,7 +21,7 @@ inline std::vector<const Family*> families()
     return {
         &coreMoves, &corePixels,
         &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
-        &blurs,
+        &blurs, &morphology, &ranks, &fixedFilters,
         &dithers, &bitmaps,
         &scaling, &mirrors,
         &fourier, &cosines, &wavelets,

@@ -52,8 +52,8 @@ orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, in
  * a window of 3 by 3 give. Of what lies around the region a frame of one pixel takes part, which is the image's own or, outside
  * the image, that of its border modes; farther out the frame is repeated. Depths 1U, 8U and 16U; each channel by itself; in
  * place is allowed and gives the same pixels. The destination's channel of interest is the source's, or none where it has no
- * region; its own one only counts in the checks. The time does not depend on the window's size at 8U and 16U, and on its
- * logarithm at 1U.
+ * region; its own one only counts in the checks. The time hardly depends on the window's size:
+ * it grows with its logarithm.
  *
  * All four clear the stored status first. They report, in this order, an image's fault with "Incorrect Image", the source's
  * before the destination's, and with ORV_STATUS_BAD_ARG: "Illegal number of iterations" (fewer than 1), "Illegal image depth",

@@ -130,8 +130,7 @@ const OwnColourMedianKernels ownColourMedianKernels = {
     {none, kernel<uint8_t, int16_t, int16_t>, kernel<int8_t, int16_t, int16_t>, none, none, none, none},
     {none, kernel<uint8_t, int32_t, int32_t>, kernel<int8_t, int32_t, int32_t>, kernel<uint16_t, int32_t, int32_t>,
      kernel<int16_t, int32_t, int32_t>, none, kernel<float, float, int32_t>},
-    {none, kernel<uint8_t, double, int64_t>, kernel<int8_t, double, int64_t>, kernel<uint16_t, double, int64_t>,
-     kernel<int16_t, double, int64_t>, none, none},
+    {none, none, none, kernel<uint16_t, double, int64_t>, kernel<int16_t, double, int64_t>, none, none},
 };
 
 }  // namespace OWN_ISA
