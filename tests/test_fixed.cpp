@@ -77,7 +77,7 @@ void fillSmall(Picture& picture, int id, Random& random)
 TEST(Fixed, SumsItsCoefficientsInEveryLayout)
 {
     Random random(35);
-    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 1500 && !testing::Test::HasFailure(); ++round) {
         const int id = round % 11;
         uint32_t depth = allDepths[size_t(random.below(int(allDepths.size())))];
         if ((id == ORV_FIXED_SHARPEN3 && depth == ORV_DEPTH_1U) || (id == ORV_FIXED_GAUSS5 && depth == ORV_DEPTH_32F))
@@ -130,10 +130,7 @@ TEST(Fixed, LeavesNoFloatingPointException)
 TEST(Fixed, ChecksInTheirOrder)
 {
     int id = 0;
-    bool same = false;
-    auto call = [&](OrvImage* const* images) {
-        return orvFixedFilter(images[0], std::exchange(same, false) ? images[0] : images[1], std::exchange(id, 0));
-    };
+    auto call = [&](OrvImage* const* images) { return orvFixedFilter(images[0], images[1], std::exchange(id, 0)); };
     const PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
     const FaultOf fault{"orvFixedFilter"};
     expectFaultsInOrder(
@@ -141,8 +138,6 @@ TEST(Fixed, ChecksInTheirOrder)
         {
             fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0), -15),
             fault(-10, "Incorrect Image", setField(1, &OrvImage::width, 0), -10),
-            fault(
-                -5, "(srcImage==dstImage)", [&](auto) { same = true; }, -5),
             fault(-5, "srcImage->depth!=dstImage->depth", setField(0, &OrvImage::depth, ORV_DEPTH_8S),
                   ORV_STATUS_BAD_DEPTH),
             fault(-5, "srcImage->nChannels!=dstImage->nChannels", setChannels(1, 2, 0), ORV_STATUS_BAD_CHANNELS),
@@ -155,12 +150,13 @@ TEST(Fixed, ChecksInTheirOrder)
         });
     Picture src(spec), dst(spec);
     EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, dst, -1), -5); }), "-5 orvFixedFilter Unknow filter.\n");
-    OrvROI high = {4, 0, 0, 9, 9};
-    src->roi = &high;
-    const std::string name = std::to_string(ORV_STATUS_BAD_COI) + " orvFixedFilter ";
+    EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, src, 11), -5); }),
+              "-5 orvFixedFilter (srcImage==dstImage)\n");
+    OrvROI first = {1, 0, 0, 9, 9};
+    src->roi = &first;
     EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, dst, 11), ORV_STATUS_BAD_COI); }),
-              name + "Interst Channel of input Image more number of channels.\n" + name +
-                  "Number of interset channel input and output Image is not equal.\n");
+              std::to_string(ORV_STATUS_BAD_COI) +
+                  " orvFixedFilter Number of interset channel input and output Image is not equal.\n");
     src->roi = nullptr;
 }
 

@@ -91,7 +91,7 @@ Row naiveMorphology(Picture& src, const MorphologyCase& one, const Area& from, i
 TEST(Morphology, FoldsWindowsInEveryLayout)
 {
     Random random(34);
-    for (int round = 0; round < 2000 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 1000 && !testing::Test::HasFailure(); ++round) {
         const MorphologyCase& one = cases[size_t(round) % std::size(cases)];
         const uint32_t depths[] = {ORV_DEPTH_1U, ORV_DEPTH_8U, ORV_DEPTH_16U};
         uint32_t depth = depths[random.below(3)];

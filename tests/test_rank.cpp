@@ -85,7 +85,7 @@ uint32_t naiveColourMedian(Picture& src, const Window& window, int x, int y, int
 TEST(Rank, IsTheValueOfThatRankInEveryLayout)
 {
     Random random(31);
-    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 900 && !testing::Test::HasFailure(); ++round) {
         const RankCase& one = rankCases[size_t(round) % std::size(rankCases)];
         uint32_t depth = allDepths[size_t(random.below(int(allDepths.size()) - 1))];
         ASSERT_NE(depth, ORV_DEPTH_32F);
@@ -94,7 +94,7 @@ TEST(Rank, IsTheValueOfThatRankInEveryLayout)
         makeAlike(layout, random);
         Scene scene(layout);
         setRandomBorders(*scene.images[0], random);
-        Window window = randomWindow(random, random.below(4) ? 6 : 40);
+        Window window = randomWindow(random, random.below(6) ? 6 : 40);
         int rank = one.rank(window.nCols * window.nRows);
         SCOPED_TRACE(testing::Message() << round << ": " << one.name << ", window " << window.nCols << ' '
                                         << window.nRows << " at " << window.anchorX << ' ' << window.anchorY
@@ -189,12 +189,10 @@ TEST(Rank, ChecksInTheirOrder)
     for (const RankCase& one : rankCases) {
         const Window good = {3, 3, 1, 1};
         Window window = good;
-        bool same = false;
         auto setWindow = [&](Window bad) { return [&window, bad](auto) { window = bad; }; };
         auto call = [&](OrvImage* const* images) {
             const Window now = std::exchange(window, good);
-            one.filter(images[0], std::exchange(same, false) ? images[0] : images[1], now.nCols, now.nRows, now.anchorX,
-                       now.anchorY);
+            one.filter(images[0], images[1], now.nCols, now.nRows, now.anchorX, now.anchorY);
         };
         PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
         const FaultOf fault{one.name};
@@ -207,7 +205,6 @@ TEST(Rank, ChecksInTheirOrder)
                 fault(-5, "(anchorX>=nCols)||(anchorX<0)", setWindow({3, 3, -1, -1})),
                 fault(-5, "(anchorY>=nRows)||(anchorY<0)", setWindow({3, 3, 2, 3})),
                 fault(-5, "(anchorY>=nRows)||(anchorY<0)", setWindow({3, 0, 0, -1})),
-                fault(-5, "(srcImage==dstImage)", [&](auto) { same = true; }),
                 fault(-5, "srcImage->depth!=dstImage->depth", setField(0, &OrvImage::depth, ORV_DEPTH_8S)),
                 fault(-5, "srcImage->nChannels!=dstImage->nChannels", setChannels(1, 2, 0)),
                 fault(-5, "srcImage->alphaChannel!=dstImage->alphaChannel", setField(1, &OrvImage::alphaChannel, 3)),
@@ -218,19 +215,14 @@ TEST(Rank, ChecksInTheirOrder)
         const std::string name = one.name;
         Picture real({.depth = ORV_DEPTH_32F}), reals({.depth = ORV_DEPTH_32F, .channels = 3});
         EXPECT_EQ(told(real, reals), "-5 " + name + " srcImage->depth==32\n");
-        // Channels of interest: all faults are told; the status decides, and so does one that was left before.
         Picture src(spec), dst(spec);
-        OrvROI high = {4, 0, 0, 9, 9}, first = {1, 0, 0, 9, 9};
+        EXPECT_EQ(told(src, src), "-5 " + name + " (srcImage==dstImage)\n");
+        OrvROI first = {1, 0, 0, 9, 9};
         const std::vector<uint32_t> before = dst.values();
-        src->roi = &high;
-        dst->roi = &high;
-        const std::string input = "-5 " + name + " Interst Channel of input Image more number of channels.\n";
-        const std::string output = "-5 " + name + " Interst Channel of output Image more number of channels.\n";
-        EXPECT_EQ(told(src, dst), input + output);
         src->roi = &first;
-        dst->roi = nullptr;
         EXPECT_EQ(told(src, dst), "-5 " + name + " Number of interset channel input and output Image is not equal.\n");
         src->roi = nullptr;
+        // A status that was left before counts there.
         orvSetErrStatus(ORV_STATUS_NO_MEMORY);
         one.filter(src, dst, 3, 3, 1, 1);
         orvSetErrStatus(ORV_STATUS_OK);
