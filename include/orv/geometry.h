@@ -83,6 +83,113 @@ ORV_API(void) orvGetPerspectiveTransformROI(OrvROI* roi, double coeffs[3][3], do
  * Reports ORV_STATUS_BAD_ARG (`xShift` or `yShift` NULL). */
 ORV_API(void) orvGetRotateShift(double xCenter, double yCenter, double angle, double* xShift, double* yShift);
 
+/* ---- Warps -------------------------------------------------------------------------------------------------------- */
+
+/* A warp makes every pixel of the destination that its map reaches of the source's values around the place where that pixel comes
+ * from. There are two directions, told by `warpFlag`:
+ *
+ *     0    the source's region is carried onto a quadrangle of the destination; pixels whose centres lie in the quadrangle,
+ *          edges included, and in the destination's region are written
+ *     1    the destination's region is carried onto a quadrangle of the source; pixels that come from inside the source's
+ *          region, edges included, are written
+ *
+ * All other pixels stay as they are, those that a map leads nowhere too. Positions count in rows as they are stored, whatever the
+ * origin. They are running sums in double precision along a row; those of a bilinear map with `warpFlag` 0 are rounded to
+ * single precision. Values may come from pixels outside the source's region, but inside the image.
+ *
+ * Depths 1U, 8U, 16U and 32F. Both images have one depth, one origin, and one data order unless they are 1U or have one channel
+ * each; they must not be one image. They may be tiled: then the work goes tile by tile of the destination, or by blocks of
+ * 128 x 128 pixels where it has none, and each takes the tiles of the source that it needs. Masks have no effect.
+ *
+ * `interpolate` is ORV_INTER_NN, ORV_INTER_LINEAR or ORV_INTER_CUBIC. Images of depth 1U and those with one row or one column
+ * are always sampled by the nearest pixel, and a cubic needs four rows and columns, or it is linear:
+ *
+ *     nearest    the pixel at the rounded position, ties to even
+ *     linear     between two by two pixels; at 8U in fixed point, weights with 16 bits after the point and values with 6
+ *     cubic      through four by four pixels, moved inwards at the image's edges; at 8U with weights of 14 bits for 512 steps
+ *                from pixel to pixel. Results are clamped, but for 32F
+ *
+ * Linear weights at 16U and 32F are counted from the last pixel that lies before the position or less than 1e-7 behind it.
+ * ORV_BLEND_EDGE with `warpFlag` 0 blends the pixels next to the slanting edges of the quadrangle, just outside: each keeps a
+ * share equal to its distance from the edge and takes the rest from its neighbour inside. Not for 1U.
+ *
+ * Samplers: R. G. Keys, "Cubic convolution interpolation for digital image processing", IEEE Trans. ASSP-29 (1981), for the
+ * scheme; the polynomials here are those of Lagrange. */
+
+/* Carries the source's region onto the parallelogram that an affine map makes of it.
+ *
+ * Reports the fault of an image with "Incorrect Image". Then ORV_STATUS_BAD_ARG for each that holds of: depths, origins, data
+ * orders that differ, a signed depth, one image for both; and ends, as it does if the thread's stored status is negative from an
+ * earlier call. Then ORV_STATUS_BAD_ARG (`coeffs` NULL; a determinant of 1e-7 or less); what orvGetAffineQuad reports, and
+ * ORV_STATUS_BACKTRACE; ORV_STATUS_BAD_ARG (`interpolate`; a source region one pixel wide or high; numbers of processed channels
+ * that differ). A region that lies outside the destination ends it silently. Of tiles, ORV_STATUS_BACKTRACE if those of the source
+ * do not come or there is no memory for their pixels, ORV_STATUS_ERROR for one of the destination, or of the smooth edge. */
+ORV_API(void) orvWarpAffine(OrvImage* srcImage, OrvImage* dstImage, double coeffs[2][3], int32_t interpolate);
+
+/* Carries a region onto a quadrangle, or a quadrangle onto a region, by the bilinear map that leads to its corners.
+ *
+ * Reports the fault of an image with "Incorrect Image". Then ORV_STATUS_BAD_ARG for each that holds of: depths, origins, data
+ * orders that differ, a signed depth, a bad `warpFlag`, one image for both; and ends, as it does if the thread's stored status is
+ * negative from an earlier call. Then ORV_STATUS_BAD_ARG (`quad` NULL; degenerate; concave; `interpolate`; the region that is
+ * carried one pixel wide or high; numbers of processed channels that differ). Regions that lie outside their images end it
+ * silently. Tiles as in orvWarpAffine. */
+ORV_API(void)
+orvWarpBilinearQ(OrvImage* srcImage, OrvImage* dstImage, double quad[4][2], int32_t warpFlag, int32_t interpolate);
+
+/* The same with the quadrangle that orvGetBilinearQuad makes: of the destination's region if `warpFlag` is not 0, otherwise of
+ * the source's.
+ *
+ * Reports what that function reports, and ORV_STATUS_BACKTRACE; what orvWarpBilinearQ reports, and ORV_STATUS_BACKTRACE. The
+ * latter too while the thread's stored status is negative from an earlier call. */
+ORV_API(void)
+orvWarpBilinear(OrvImage* srcImage, OrvImage* dstImage, double coeffs[2][4], int32_t warpFlag, int32_t interpolate);
+
+/* orvWarpBilinearQ by the perspective map that leads to the corners. */
+ORV_API(void)
+orvWarpPerspectiveQ(OrvImage* srcImage, OrvImage* dstImage, double quad[4][2], int32_t warpFlag, int32_t interpolate);
+
+/* orvWarpBilinear with orvGetPerspectiveQuad and orvWarpPerspectiveQ. */
+ORV_API(void)
+orvWarpPerspective(OrvImage* srcImage, OrvImage* dstImage, double coeffs[3][3], int32_t warpFlag, int32_t interpolate);
+
+/* orvWarpAffine with x' = x + xShear y + xShift, y' = yShear x + y + yShift.
+ *
+ * Reports what orvWarpAffine reports, and ORV_STATUS_BACKTRACE if the thread's stored status is then negative. */
+ORV_API(void)
+orvShear(OrvImage* srcImage, OrvImage* dstImage, double xShear, double yShear, double xShift, double yShift,
+         int32_t interpolate);
+
+/* Turns an image around pixel (0, 0) by `angle` degrees and shifts it: orvWarpAffine with
+ *
+ *     x' = cos(angle) x + sin(angle) y + xShift        y' = -sin(angle) x + cos(angle) y + yShift
+ *
+ * which is counter-clockwise where rows are stored from the top down. orvGetRotateShift makes shifts for other centres. A turn
+ * by 90, 180 or 270 degrees, whole turns not counted, with whole shifts and without tiles copies pixels exactly, regions one
+ * pixel wide too, and does not look at `interpolate`.
+ *
+ * Reports what orvWarpAffine reports, and ORV_STATUS_BACKTRACE if the thread's stored status is then negative. The exact turn
+ * reports in its own name the fault of an image, ORV_STATUS_BAD_ARG for each of the first tests of orvWarpAffine, and for numbers
+ * of processed channels that differ. */
+ORV_API(void)
+orvRotate(OrvImage* srcImage, OrvImage* dstImage, double angle, double xShift, double yShift, int32_t interpolate);
+
+/* Makes every pixel of the destination's region of the source's values at a position that two images tell: x and y of one
+ * channel of depth 32F, counted in rows as they are stored. Positions outside the source's region, edges included in it, and
+ * those that are not numbers leave their pixels as they are. The smallest of the regions of `dstImage`, `xMap` and `yMap`
+ * counts. Depths, methods and layouts are those of a warp; ORV_BLEND_EDGE has no effect.
+ *
+ * A tiled source is read as a whole. The work goes by tiles of the destination, or blocks of 128 x 128 pixels; a tiled map is
+ * read block by block.
+ *
+ * Reports the fault of an image with "Incorrect Image": source, destination, x and y map. Then ORV_STATUS_BAD_ARG for each that
+ * holds of: depths, origins, data orders of source and destination that differ, a signed depth, an x map that is not 32F with one
+ * channel which is not alpha, a y map likewise, one image for source and destination; and ends, as it does if the thread's stored
+ * status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`interpolate`). An empty region ends it silently. Then
+ * ORV_STATUS_BAD_ARG (numbers of processed channels that differ); ORV_STATUS_BACKTRACE if tiles of the source or of a map do
+ * not come or there is no memory for their pixels, ORV_STATUS_ERROR for one of the destination. */
+ORV_API(void)
+orvRemap(OrvImage* srcImage, OrvImage* xMap, OrvImage* yMap, OrvImage* dstImage, int32_t interpolate);
+
 #ifdef __cplusplus
 }
 #endif

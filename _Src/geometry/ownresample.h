@@ -1,0 +1,47 @@
+// Where positions become pixels: lists of positions go in, pixels of the destination come out, whatever the layouts.
+#pragma once
+
+#include "../core/ownregion.h"
+#include "kernels/ownposition.h"
+#include "kernels/ownsample.h"
+
+// The method that an image can bear: bits, rows and columns are not interpolated, and a cubic takes four pixels.
+int32_t ownBearableMethod(const OrvImage& src, int32_t method);
+
+// Positions for some pixels of `rows` rows, 1 or ownPositionRows, interleaved.
+struct OwnPositionList {
+    int n;  // a multiple of ownPositionGroup
+    int rows;
+    // The pixels of each row: the first one, counted from the region's start, and how many are to be stored, which may be
+    // negative.
+    int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
+    bool marked;  // only pixels with a mark are stored
+    alignas(64) double atX[ownPositions], atY[ownPositions];
+    uint8_t marks[ownPositions];
+
+    // Moves all positions into `limits`, so that they can be sampled. Only those in `range` keep a mark, which others lose.
+    // With `certain` all are known to lie in both.
+    void confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain);
+};
+
+class OwnResampler {
+public:
+    // The memory of `src` holds the pixels of an image of the given size from (x, y) on. The pixels go to the region of
+    // `dst`, which is plain memory too.
+    OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t y, const OrvImage& dst, int32_t method);
+    OwnResampler(const OwnResampler&) = delete;
+    OwnResampler& operator=(const OwnResampler&) = delete;
+
+    void store(const OwnPositionList& list);
+
+private:
+    OwnSampleSource source;
+    const OwnSampler* sampler;
+    const uint8_t* from;  // the first processed channel in memory
+    OwnGeometry to;
+    int valueBytes;                            // 0 for bits
+    int32_t group;                             // channels that are processed together
+    ptrdiff_t sourceChannelStep, channelStep;  // bytes from channel to channel
+    OwnSamplePlaces places;
+    alignas(64) uint8_t pixels[ownPositions * ownSampleBytes];
+};
