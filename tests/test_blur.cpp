@@ -3,10 +3,12 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "checks.h"
 #include "model.h"
 #include "naiveborder.h"
+#include "refusals.h"
 #include "reports.h"
 #include "testheap.h"
 
@@ -75,39 +77,6 @@ void expectBlurred(const Scene& scene, const Window& window)
     EXPECT_EQ(scene.openTiles(), 0);
 }
 
-// An image that processes `count` channels, in one of the ways that there are.
-PictureSpec randomSpec(Random& random, uint32_t depth, int count)
-{
-    PictureSpec spec;
-    spec.depth = depth;
-    bool coi = count == 1 && random.below(3) == 0;
-    bool alpha = depth != ORV_DEPTH_1U && random.below(3) == 0;
-    spec.channels = depth == ORV_DEPTH_1U ? 1 : coi ? random.between(1, 10) : count + alpha;
-    spec.alpha = alpha ? spec.channels : 0;
-    spec.order = random.below(2);
-    spec.origin = random.below(2);
-    spec.align = 4 << random.below(4);
-    spec.width = random.below(8) ? random.between(1, 40) : random.between(60, 200);
-    spec.height = random.between(1, 40);
-    spec.tileWidth = random.below(3) == 0 ? 8 * random.between(1, 3) : 0;
-    spec.tileHeight = 8 * random.between(1, 2);
-    if (coi || random.below(2))
-        spec.roi = OrvROI{coi ? random.between(1, spec.channels) : 0, random.between(0, spec.width - 1),
-                          random.between(0, spec.height - 1), random.between(1, spec.width + 5),
-                          random.between(1, spec.height + 5)};
-    spec.seed = random.bits();
-    return spec;
-}
-
-std::optional<PictureSpec> randomMask(Random& random)
-{
-    if (random.below(3) == 0)
-        return {};
-    PictureSpec spec = randomSpec(random, ORV_DEPTH_1U, 1);
-    spec.tileWidth = 0;
-    return spec;
-}
-
 // Values whose sums are exact as floats, too.
 void fillSmall(Picture& picture, Random& random)
 {
@@ -126,10 +95,12 @@ TEST(Blur, IsTheMeanOfEveryWindowInEveryLayout)
         uint32_t depth = allDepths[size_t(round) % allDepths.size()];
         int count = depth == ORV_DEPTH_1U || random.below(2) ? 1 : random.between(2, 9);
         bool inPlace = random.below(4) == 0, sameMask = random.below(8) == 0;
-        Layout layout;
-        layout.images.push_back({randomSpec(random, depth, count), 0, randomMask(random), 0});
-        layout.images.push_back(
-            {randomSpec(random, depth, count), inPlace ? 0 : 1, randomMask(random), sameMask ? 0 : 1});
+        int width = random.below(8) ? random.between(1, 40) : random.between(60, 200), height = random.between(1, 40);
+        auto image = [&] { return randomPictureSpec(random, depth, count, width, height); };
+        auto mask = [&] {
+            return random.below(3) ? std::optional(randomMaskSpec(random, width, height)) : std::nullopt;
+        };
+        Layout layout = {{{image(), 0, mask(), 0}, {image(), inPlace ? 0 : 1, mask(), sameMask ? 0 : 1}}};
         Scene scene(layout);
         Picture& src = *scene.images[0];
         fillSmall(src, random);
@@ -272,65 +243,43 @@ TEST(Blur, ChecksInTheirOrder)
     const Window good = {3, 3, 1, 1};
     Window window = good;
     auto setWindow = [&](Window bad) { return [&window, bad](auto) { window = bad; }; };
-    auto blur = [&](OrvImage* const* images) {
-        call(images, window);
-        window = good;
-    };
-    auto setChannels = [](OrvImage* image, int count, int alpha) {
-        image->nChannels = count;
-        image->alphaChannel = alpha;
-    };
+    auto blur = [&](OrvImage* const* images) { call(images, std::exchange(window, good)); };
     PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+    const FaultOf fault{"orvBlur"};
     expectFaultsInOrder(
         {spec, spec}, blur,
         {
-            {"-15 orvBlur Incorrect Image\n", [](auto images) { images[0]->nChannels = 0; }},
-            {"-10 orvBlur Incorrect Image\n", [](auto images) { images[1]->width = 0; }},
-            {"-5 orvBlur (srcImage->depth!=dstImage->depth)\n", [](auto images) { images[0]->depth = ORV_DEPTH_8S; }},
-            {"-5 orvBlur (nRows<0||nCols<0)\n", setWindow({-1, 3, -1, 1})},
-            {"-5 orvBlur (nRows<0||nCols<0)\n", setWindow({3, -1, 1, -1})},
-            {"-5 orvBlur (anchorX<0||anchorY<0)\n", setWindow({3, 3, -1, 3})},
-            {"-5 orvBlur (anchorX<0||anchorY<0)\n", setWindow({3, 3, 3, -1})},
-            {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n", setWindow({3, 3, 3, 1})},
-            {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n", setWindow({3, 0, 0, 0})},
-            {"-18 orvBlur bad alpha channel's number\n", [=](auto images) { setChannels(images[1], 1, 1); }},
-            {"-18 orvBlur bad alpha channel's number\n", [=](auto images) { setChannels(images[0], 1, 1); }},
-            {"-15 orvBlur bad channel's number\n", [=](auto images) { setChannels(images[0], 2, 0); }},
-            {"-4 orvBlur Allocation failure\n", [](auto) { testheap::refuse(1, true); }},
+            fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0)),
+            fault(-10, "Incorrect Image", setField(1, &OrvImage::width, 0)),
+            fault(-5, "(srcImage->depth!=dstImage->depth)", setField(0, &OrvImage::depth, ORV_DEPTH_8S)),
+            fault(-5, "(nRows<0||nCols<0)", setWindow({-1, 3, -1, 1})),
+            fault(-5, "(nRows<0||nCols<0)", setWindow({3, -1, 1, -1})),
+            fault(-5, "(anchorX<0||anchorY<0)", setWindow({3, 3, -1, 3})),
+            fault(-5, "(anchorX<0||anchorY<0)", setWindow({3, 3, 3, -1})),
+            fault(-5, "(anchorX>=nCols||anchorY>=nRows)", setWindow({3, 3, 3, 1})),
+            fault(-5, "(anchorX>=nCols||anchorY>=nRows)", setWindow({3, 0, 0, 0})),
+            fault(-18, "bad alpha channel's number", setChannels(1, 1, 1)),
+            fault(-18, "bad alpha channel's number", setChannels(0, 1, 1)),
+            fault(-15, "bad channel's number", setChannels(0, 2, 0)),
+            fault(-4, "Allocation failure", refuseMemory(1, true)),
         });
     Picture picture(spec);
     EXPECT_EQ(reportsOf([&] { orvBlur(nullptr, picture, 3, 3, 1, 1); }), "-9 orvBlur Incorrect Image\n");
     EXPECT_EQ(reportsOf([&] { orvBlur(picture, picture, INT32_MAX, INT32_MAX, 5, INT32_MAX - 1); }),
               "-4 orvBlur Allocation failure\n");
+    // What cannot be had is known before anything is fetched.
+    Picture bits({.depth = ORV_DEPTH_1U, .width = 7}), bitsToo({.depth = ORV_DEPTH_1U, .width = 7});
+    testheap::refuse(0);
+    EXPECT_EQ(reportsOf([&] { orvBlur(bits, bitsToo, INT32_MAX, 1, 1, 0); }), "-4 orvBlur Allocation failure\n");
+    EXPECT_EQ(testheap::asked(), 0u);
 }
 
-TEST(Blur, EndsWithoutLossWhereMemoryOrATileDoesNotCome)
+TEST(Blur, LosesNothingWhereMemoryOrATileIsRefused)
 {
-    PictureSpec mask = {.depth = ORV_DEPTH_1U, .width = 30, .height = 30}, otherMask = mask;
-    otherMask.seed = 2;
-    for (int kind = 0; kind < 12; ++kind) {
-        bool refusesTiles = kind & 1, inPlace = kind >= 8;
-        PictureSpec src = {.channels = 3, .width = 20, .height = 20, .tileWidth = kind & 2 ? 8 : 0, .tileHeight = 8};
-        PictureSpec dst = src;
-        dst.order = ORV_DATA_ORDER_PLANE;
-        dst.tileWidth = kind & 4 ? 8 : 0;
-        bool refused = true;
-        for (int n = 1; refused; ++n) {
-            SCOPED_TRACE(testing::Message() << kind << ' ' << n);
-            Scene scene({{{src, 0, mask, 0}, {dst, inPlace ? 0 : 1, otherMask, 1}}});
-            int blocks = testheap::blocks();
-            scene.log.refuse = refusesTiles ? n : 0;
-            testheap::refuse(refusesTiles ? 0 : n);
-            std::string told = reportsOf([&] { call(scene.pointers().data(), {5, 5, 2, 2}); });
-            refused = testheap::refused() || scene.log.refused;
-            testheap::refuse(0);
-            EXPECT_EQ(scene.faults(), "");
-            EXPECT_EQ(testheap::blocks(), blocks);
-            EXPECT_TRUE(refused || scene.openTiles() == 0);
-            EXPECT_TRUE(refused ? told.ends_with("-4 orvBlur Allocation failure\n") : told.empty()) << told;
-            ASSERT_LT(n, 1000);
-        }
-    }
+    const Operation operation = {.name = "orvBlur", .call = [](OrvImage* const* images) {
+                                     call(images, {5, 5, 2, 2});
+                                 }};
+    expectNothingLost(operation, {.report = "-4 orvBlur Allocation failure\n"});
 }
 
 TEST(Blur, SetsBordersSideBySide)

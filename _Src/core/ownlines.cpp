@@ -14,10 +14,11 @@ OwnGeometry geometryOf(const OrvImage& image)
 
 // Up to some channels are processed together, also with one among them that is not: that costs less than to bring
 // the others together.
-bool fitTogether(const OwnGeometry& src, const OwnGeometry& dst)
+bool fitTogether(const OrvImage& src, const OrvImage& dst)
 {
     constexpr int32_t most = 8;
-    return !src.planeStep && !dst.planeStep && src.pixelStep <= most && src.channels + 1 >= src.pixelStep;
+    return src.dataOrder == ORV_DATA_ORDER_PIXEL && dst.dataOrder == ORV_DATA_ORDER_PIXEL && src.nChannels <= most &&
+           ownChannels(src).count + 1 >= src.nChannels;
 }
 
 // Slots begin where vectors like to.
@@ -27,6 +28,11 @@ int64_t slotBytes(int64_t values, int bytes)
 }
 
 }  // namespace
+
+int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
+{
+    return fitTogether(src, dst) ? src.nChannels : 1;
+}
 
 OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
                    int sourceSlots, int targetSlots)
@@ -38,8 +44,8 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       dstDepth(target.depth),
       srcBytes(ownValueBytes(source.depth)),
       dstBytes(ownValueBytes(target.depth)),
-      together(fitTogether(src, dst)),
-      rowStep(together ? src.pixelStep : 1),
+      together(fitTogether(source, target)),
+      rowStep(ownLineStep(source, target)),
       processed(together ? src.channels : 1),
       gathers(!srcBytes || src.pixelStep != rowStep),
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),

@@ -4,6 +4,7 @@
 //   ownRoiSize        its size, false if nothing is left
 //   ownCommonSize     the smallest size of several images
 //   ownChannels       the processed channels
+//   ownHasChannels    true if there are any
 //   ownRoiStart       where the region begins in a channel
 //   ownPlaneGeometry  all that a traversal must know of an image in plain memory
 //   ownMaskStart      the same for a mask
@@ -56,8 +57,21 @@ inline int32_t ownMax(int32_t a, int32_t b)
     return a > b ? a : b;
 }
 
+// What both of two sizes have.
+inline OwnSize ownMin(OwnSize a, OwnSize b)
+{
+    return {ownMin(a.width, b.width), ownMin(a.height, b.height)};
+}
+
 OwnRect ownRoiRect(const OrvImage& image);
 OwnChannels ownChannels(const OrvImage& image);
+
+// True for an image with something to process besides its alpha channel.
+inline bool ownHasChannels(const OrvImage& image)
+{
+    return ownChannels(image).count > 0;
+}
+
 OwnRoiStart ownRoiStart(const OrvImage& image, int32_t channel);
 
 // The region's size; with `clip` also cut where the region begins before the image.

@@ -104,7 +104,7 @@ ORV_API(void) orvSquare(OrvImage* srcImage, OrvImage* dstImage);
 
 /* A comparison writes one bit a pixel into `res`, an image of depth 1U that is none of the sources: 1 where the test holds in
  * every processed channel. Bits outside the region and under clear mask bits stay. The masks of all images hold together, a
- * mask's own mask included; any of them may be `res` itself. If images are tiled, the tiles of `res` are walked, or else those
+ * mask's own mask included, and that one's; any of them may be `res`. If images are tiled, the tiles of `res` are walked, or else those
  * of the first tiled source, and the parts of other tiled sources are read for each; tiles done before a failure stay done.
  *
  * All return 0 or a negative status, which for a failed check is told with it: [reported / returned]. Reports, in order: an

@@ -79,7 +79,7 @@ std::string specText(const PictureSpec& spec)
     if (spec.alpha)
         text += " alpha";
     text += spec.order == ORV_DATA_ORDER_PLANE ? " planes" : " pixels";
-    text += " align" + number(spec.align) + '+' + std::to_string(spec.extraStep);
+    text += " align" + number(spec.align) + '+' + std::to_string(spec.extraStep) + " at" + number(spec.offset);
     if (spec.origin == ORV_ORIGIN_BL)
         text += " bottom-left";
     if (spec.roi)

@@ -137,6 +137,11 @@ void applyModel(const Operation& operation, const Scene& scene, const Area& part
 // the model has it.
 void runMatrix(const Operation& operation);
 
+// A picture of any layout, in which `processed` channels are processed of a region of about the given size.
+PictureSpec randomPictureSpec(Random& random, uint32_t depth, int processed, int width, int height);
+// A mask for such a region.
+PictureSpec randomMaskSpec(Random& random, int width, int height);
+
 // For `fits`: data orders of all images are the same, unless the depth is 1U.
 bool ordersAgree(const Layout& layout);
 bool originsAgree(const Layout& layout);
