@@ -30,35 +30,61 @@ bool imagesFit(const OwnReport& report, OrvImage* src, OrvImage* xMap, OrvImage*
     return faults.none();
 }
 
-// Samples plain memory: the region of `dst` at the positions in the regions of the maps, as far as they lie in `range`.
+// A block of pixels, of which the maps tell the positions.
+struct MapBlock {
+    OwnRoiStart xs, ys;
+    ptrdiff_t xStep, yStep;
+
+    MapBlock(const OrvImage& xMap, const OrvImage& yMap)
+        : xs(ownRoiStart(xMap, 0)), ys(ownRoiStart(yMap, 0)), xStep(xMap.widthStep), yStep(yMap.widthStep)
+    {
+    }
+
+    // Reads `columns` by `rows` positions from (x, y) on.
+    void read(int32_t x, int32_t y, int32_t columns, int32_t rows, OwnPositionList& list) const
+    {
+        const OwnPositionKernels& kernels = ownPositionKernels();
+        list.columnStep = 1;
+        list.rowStep = (columns + 3) & ~3;
+        list.n = ownPositionRows * list.rowStep;
+        for (int row = 0; row < ownPositionRows; ++row) {
+            double* const atX = list.atX + row * list.rowStep;
+            double* const atY = list.atY + row * list.rowStep;
+            const int32_t count = row < rows ? columns : 0;
+            if (count) {
+                kernels.fromFloats(xs.data + (y + row) * xStep + ptrdiff_t{x} * 4, atX, count);
+                kernels.fromFloats(ys.data + (y + row) * yStep + ptrdiff_t{x} * 4, atY, count);
+            }
+            list.x[row] = x;
+            list.y[row] = y + row;
+            list.count[row] = count;
+        }
+    }
+};
+
+// Samples plain memory: the region of `dst` at the positions in the regions of the maps, as far as they lie in `range`. It goes by
+// squares, so that what is read of the source lies near together.
 void remapPixels(const OrvImage& src, const OrvImage& xMap, const OrvImage& yMap, const OrvImage& dst, OwnSize size,
                  const OwnPositionRange& range, int32_t method)
 {
+    constexpr int32_t side = ownPositionColumns;
     OwnResampler resampler(src, {src.width, src.height}, 0, 0, dst, method);
-    const OwnRoiStart xs = ownRoiStart(xMap, 0), ys = ownRoiStart(yMap, 0);
-    const OwnPositionKernels& kernels = ownPositionKernels();
+    const MapBlock maps(xMap, yMap);
     OwnPositionList list;
-    list.rows = 1;
-    for (int32_t y = 0; y < size.height; ++y) {
-        const uint8_t* const xRow = xs.data + ptrdiff_t{y} * xMap.widthStep;
-        const uint8_t* const yRow = ys.data + ptrdiff_t{y} * yMap.widthStep;
+    for (int32_t top = 0; top < size.height;) {
+        const int32_t height = ownMin(side, size.height - top);
         for (int32_t x = 0; x < size.width;) {
-            const int32_t count = ownMin(ownPositions, size.width - x);
-            kernels.fromFloats(xRow + ptrdiff_t{x} * 4, list.atX, count);
-            kernels.fromFloats(yRow + ptrdiff_t{x} * 4, list.atY, count);
-            list.n = count;
-            for (; list.n % ownPositionGroup != 0; ++list.n) {
-                list.atX[list.n] = range.left;
-                list.atY[list.n] = range.top;
+            const int32_t columns = ownMin(ownPositionColumns, size.width - x);
+            for (int32_t y = 0; y < height; y += ownPositionRows) {
+                maps.read(x, top + y, columns, ownMin(ownPositionRows, height - y), list);
+                if (list.confine(range, range, false))
+                    resampler.store(list);
             }
-            list.x[0] = x;
-            list.y[0] = y;
-            list.count[0] = count;
-            list.confine(range, range, false);
-            resampler.store(list);
-            x += count;
+            x += columns;
         }
+        top += height;
     }
+    resampler.finish();
 }
 
 // A part of a map in plain memory: of the image itself, or of a copy of its tiles.

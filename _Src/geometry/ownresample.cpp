@@ -1,5 +1,7 @@
 #include "ownresample.h"
 
+#include <cstring>
+
 #include "orv/geometry.h"
 
 int32_t ownBearableMethod(const OrvImage& src, int32_t method)
@@ -11,12 +13,23 @@ int32_t ownBearableMethod(const OrvImage& src, int32_t method)
     return method;
 }
 
-void OwnPositionList::confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain)
+bool OwnPositionList::confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain)
 {
     const OwnPositionKernels& kernels = ownPositionKernels();
-    marked = !certain && !kernels.inside(atX, atY, n, limits);
-    if (marked)
-        kernels.confine(atX, atY, n, range, limits, marks);
+    marked = false;
+    if (certain)
+        return true;
+    // Those beyond the end of a row must not look as if there were something to mark.
+    const int columns = n / ownPositionRows;
+    for (int row = 0; row < ownPositionRows; ++row)
+        for (int i = ownMax(count[row], 0); i < columns; ++i) {
+            atX[i * columnStep + row * rowStep] = limits.left;
+            atY[i * columnStep + row * rowStep] = limits.top;
+        }
+    if (kernels.inside(atX, atY, n, limits))
+        return true;
+    marked = true;
+    return kernels.confine(atX, atY, n, range, limits, marks);
 }
 
 namespace {
@@ -48,8 +61,9 @@ OwnResampler::OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t
     ownPlaneGeometry(dst, to);
     const bool planes = src.dataOrder == ORV_DATA_ORDER_PLANE;
     const int64_t rowBytes = src.widthStep;
-    source = {size.width, size.height, valueBytes * (planes ? 1 : src.nChannels), rowBytes, 0};
+    source = {size.width, size.height, valueBytes * (planes ? 1 : src.nChannels), rowBytes, 0, false};
     source.origin = valueBytes ? y * rowBytes + int64_t{x} * source.pixelBytes : y * rowBytes * 8 + x;
+    source.compact = size.width <= 32768 && size.height <= 32768 && src.height * rowBytes <= INT32_MAX;
     sampler = &ownSampleKernels().samplers[sampleDepth(src.depth)][sampleMethod(method)];
     sourceChannelStep = planes ? ptrdiff_t(src.height * rowBytes) : valueBytes;
     channelStep = to.planeStep ? to.planeStep : valueBytes;
@@ -59,19 +73,51 @@ OwnResampler::OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t
 
 void OwnResampler::store(const OwnPositionList& list)
 {
-    const OwnSampleKernels& kernels = ownSampleKernels();
-    sampler->prepare(source, list.atX, list.atY, list.n, places);
+    Task& task = tasks[1 - current];
+    task.n = list.n;
+    memcpy(task.x, list.x, sizeof task.x);
+    memcpy(task.y, list.y, sizeof task.y);
+    memcpy(task.count, list.count, sizeof task.count);
+    if (list.marked)
+        memcpy(task.marks, list.marks, size_t(list.n));
+    task.delivery.columnStep = list.columnStep;
+    task.delivery.rowStep = list.rowStep;
+    task.delivery.marks = list.marked ? task.marks : nullptr;
+    sampler->prepare(source, list.atX, list.atY, list.n, task.places);
+    fetch(list, task.places);
+    finish();
+    current = 1 - current;
+}
+
+void OwnResampler::fetch(const OwnPositionList& list, const OwnSamplePlaces& samples) const
+{
+    constexpr ptrdiff_t cacheLine = 64;
     const ptrdiff_t pixelStep = ptrdiff_t{to.pixelStep} * valueBytes;
-    for (int32_t channel = 0; channel < to.channels; channel += group) {
+    if (valueBytes == 0)
+        return;
+    ownSampleKernels().fetch(from, samples, list.columnStep, list.rowStep, list.n);
+    for (int row = 0; row < ownPositionRows; ++row)
+        for (ptrdiff_t i = 0; i < list.count[row] * pixelStep; i += cacheLine)
+            __builtin_prefetch(to.start + list.y[row] * to.rowStep + list.x[row] * pixelStep + i, 1);
+}
+
+void OwnResampler::finish()
+{
+    const OwnSampleKernels& kernels = ownSampleKernels();
+    Task& task = tasks[current];
+    OwnDelivery& delivery = task.delivery;
+    delivery.pixels = pixels;
+    delivery.count = task.count;
+    delivery.step = ptrdiff_t{to.pixelStep} * valueBytes;
+    for (int32_t channel = 0; task.n > 0 && channel < to.channels; channel += group) {
         const int32_t channels = ownMin(group, to.channels - channel);
-        sampler->sample[channels - 1](source, from + channel * sourceChannelStep, places, list.n, pixels);
-        uint8_t* starts[ownPositionRows];
-        int32_t bits[ownPositionRows];
-        for (int row = 0; row < list.rows; ++row) {
-            starts[row] = to.start + channel * channelStep + list.y[row] * to.rowStep + list.x[row] * pixelStep;
-            bits[row] = to.bit + list.x[row];
+        sampler->sample[channels - 1](source, from + channel * sourceChannelStep, task.places, task.n, pixels);
+        for (int row = 0; row < ownPositionRows; ++row) {
+            delivery.to[row] =
+                to.start + channel * channelStep + task.y[row] * to.rowStep + task.x[row] * delivery.step;
+            delivery.bit[row] = to.bit + task.x[row];
         }
-        kernels.deliver[channels * valueBytes](
-            {pixels, list.rows, starts, bits, list.count, pixelStep, list.marked ? list.marks : nullptr});
+        kernels.deliver[channels * valueBytes](delivery);
     }
+    task.n = 0;
 }

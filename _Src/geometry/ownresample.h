@@ -8,20 +8,21 @@
 // The method that an image can bear: bits, rows and columns are not interpolated, and a cubic takes four pixels.
 int32_t ownBearableMethod(const OrvImage& src, int32_t method);
 
-// Positions for some pixels of `rows` rows, 1 or ownPositionRows, interleaved.
+// Positions for a block of up to ownPositionRows rows. That of column i in row r is number i * columnStep + r * rowStep: rows
+// lie interleaved, or one after the other.
 struct OwnPositionList {
     int n;  // a multiple of ownPositionGroup
-    int rows;
-    // The pixels of each row: the first one, counted from the region's start, and how many are to be stored, which may be
-    // negative.
+    int columnStep, rowStep;
+    // The pixels of each row: the first one, counted from the region's start, and how many are to be stored; none for a
+    // negative number.
     int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
     bool marked;  // only pixels with a mark are stored
     alignas(64) double atX[ownPositions], atY[ownPositions];
     uint8_t marks[ownPositions];
 
-    // Moves all positions into `limits`, so that they can be sampled. Only those in `range` keep a mark, which others lose.
-    // With `certain` all are known to lie in both.
-    void confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain);
+    // Moves all positions into `limits`, so that they can be sampled, and marks those that lie in `range`, unless all do. With
+    // `certain` all are known to lie in both. False if no pixel is to be stored.
+    bool confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain);
 };
 
 class OwnResampler {
@@ -32,9 +33,20 @@ public:
     OwnResampler(const OwnResampler&) = delete;
     OwnResampler& operator=(const OwnResampler&) = delete;
 
+    // Takes a list, and stores the one before it: the pixels that a list needs are on their way into the cache meanwhile.
     void store(const OwnPositionList& list);
+    // Stores the last one.
+    void finish();
 
 private:
+    struct Task {
+        OwnDelivery delivery;
+        int n = 0;
+        int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
+        uint8_t marks[ownPositions];
+        OwnSamplePlaces places;
+    };
+
     OwnSampleSource source;
     const OwnSampler* sampler;
     const uint8_t* from;  // the first processed channel in memory
@@ -42,6 +54,10 @@ private:
     int valueBytes;                            // 0 for bits
     int32_t group;                             // channels that are processed together
     ptrdiff_t sourceChannelStep, channelStep;  // bytes from channel to channel
-    OwnSamplePlaces places;
+    Task tasks[2];                             // the one that is stored next, and the one after it
+    int current = 0;
     alignas(64) uint8_t pixels[ownPositions * ownSampleBytes];
+
+    // Asks for the memory that a list will need.
+    void fetch(const OwnPositionList& list, const OwnSamplePlaces& samples) const;
 };

@@ -70,89 +70,102 @@ struct Bounds {
 // Eight rows in the making.
 class RowBlock {
 public:
-    RowBlock(const OwnMap& map, const OwnRect& part) : map(map), part(part)
+    // Takes `count` rows from y on; `rows` stands at the first of them and is moved on.
+    template <class Lines>
+    void take(const OwnMap& map, const Lines& lines, OwnMapRows& rows, int32_t y, int32_t count)
     {
         state.e = map.e;
         state.f = map.f;
         state.upperRoot = map.upperRoot;
-    }
-
-    // Takes rows from y on; `rows` stands at the first of them and is moved on.
-    template <class Rows>
-    void take(const Rows& lines, OwnMapRows& rows, int32_t y, int32_t count)
-    {
-        int last = -1;
         longest = 0;
+        int filled = -1;
         for (int r = 0; r < ownPositionRows; ++r) {
             length[r] = 0;
+            row[r] = y + r - lines.part.y;
             if (r >= count)
                 continue;
             const OwnSpans::Span span = lines.row(y + r);
             if (span.left <= span.right) {
-                left[r] = span.left - part.x;
-                length[r] = span.right - span.left + 1;
-                longest = ownMax(longest, length[r]);
-                state.left[r] = length[r];
-                for (int k = 0; k < 3; ++k) {
-                    state.value[k][r] = rows.start(k, span.left);
-                    state.step[k][r] = rows.step(k);
-                }
-                last = r;
+                start(r, rows, span, lines.part.x);
+                filled = r;
             }
-            list.y[r] = y + r - part.y;
             rows.next();
         }
         // Lanes without pixels follow a row that has some, so that they do not stray.
-        for (int r = 0; r < ownPositionRows && last >= 0; ++r)
-            if (length[r] == 0) {
-                state.left[r] = state.left[last];
-                left[r] = left[last];
-                for (int k = 0; k < 3; ++k) {
-                    state.value[k][r] = state.value[k][last];
-                    state.step[k][r] = state.step[k][last];
-                }
-            }
+        for (int r = 0; r < ownPositionRows && filled >= 0; ++r)
+            if (length[r] == 0)
+                follow(r, filled);
     }
 
-    // Hands the positions of all pixels to use(list), piece by piece.
-    template <class Use>
-    void run(const Bounds& bounds, Use use)
+    int32_t columns() const { return longest; }
+
+    // Makes the positions of the next columns, `done` being those that are made.
+    // False if none of them counts.
+    bool run(const OwnMap& map, int32_t done, const Bounds& bounds, OwnPositionList& list)
     {
-        const OwnProduce produce = ownPositionKernels().produce[map.kind];
-        list.rows = ownPositionRows;
-        for (int32_t done = 0; done < longest;) {
-            const int32_t columns = ownMin(ownPositionColumns, longest - done), whole = (columns + 3) & ~3;
-            list.n = whole * ownPositionRows;
-            for (int r = 0; r < ownPositionRows; ++r) {
-                list.count[r] = ownMin(columns, length[r] - done);
-                list.x[r] = list.count[r] > 0 ? left[r] + done : left[r];
-            }
-            const bool certain = produce(state, whole, bounds.limits, list.atX, list.atY);
-            list.confine(bounds.range, bounds.limits, certain);
-            use(list);
-            done += columns;
+        const int32_t columns = ownMin(ownPositionColumns, longest - done), whole = (columns + 3) & ~3;
+        list.n = whole * ownPositionRows;
+        list.columnStep = ownPositionRows;
+        list.rowStep = 1;
+        for (int r = 0; r < ownPositionRows; ++r) {
+            list.count[r] = ownMin(columns, length[r] - done);
+            list.x[r] = list.count[r] > 0 ? left[r] + done : left[r];
+            list.y[r] = row[r];
         }
+        const OwnProduce produce = ownPositionKernels().produce[map.kind];
+        const bool certain = produce(state, whole, bounds.limits, list.atX, list.atY);
+        return list.confine(bounds.range, bounds.limits, certain);
     }
 
 private:
-    const OwnMap& map;
-    OwnRect part;
     OwnPositionState state;
-    OwnPositionList list;
-    int32_t left[ownPositionRows], length[ownPositionRows], longest;
+    int32_t row[ownPositionRows], left[ownPositionRows], length[ownPositionRows], longest;
+
+    void start(int r, const OwnMapRows& rows, OwnSpans::Span span, int32_t x)
+    {
+        left[r] = span.left - x;
+        length[r] = span.right - span.left + 1;
+        longest = ownMax(longest, length[r]);
+        state.left[r] = length[r];
+        for (int k = 0; k < 3; ++k) {
+            state.value[k][r] = rows.start(k, span.left);
+            state.step[k][r] = rows.step(k);
+        }
+    }
+    void follow(int r, int other)
+    {
+        left[r] = left[other];
+        state.left[r] = state.left[other];
+        for (int k = 0; k < 3; ++k) {
+            state.value[k][r] = state.value[k][other];
+            state.step[k][r] = state.step[k][other];
+        }
+    }
 };
 
-template <class Rows, class Use>
-void forPositions(const OwnMap& map, const Rows& lines, const Bounds& bounds, Use use)
+// Hands the positions of all pixels of some rows to use(list): by bands of rows and in them by columns, so that what is read of
+// the source lies near together whichever way the rows run there.
+template <class Lines, class Use>
+void forPositions(const OwnMap& map, const Lines& lines, const Bounds& bounds, Use use)
 {
-    const int32_t end = lines.end();
-    RowBlock block(map, lines.part);
+    constexpr int blocks = 8;
+    RowBlock band[blocks];
+    OwnPositionList list;
     OwnMapRows rows(map, lines.first());
+    const int32_t end = lines.end();
     for (int32_t y = lines.first(); y < end;) {
-        const int32_t count = ownMin(ownPositionRows, end - y);
-        block.take(lines, rows, y, count);
-        block.run(bounds, use);
-        y += count;
+        int count = 0;
+        int32_t longest = 0;
+        for (; count < blocks && y < end; ++count) {
+            const int32_t taken = ownMin(ownPositionRows, end - y);
+            band[count].take(map, lines, rows, y, taken);
+            longest = ownMax(longest, band[count].columns());
+            y += taken;
+        }
+        for (int32_t done = 0; done < longest; done += ownMin(ownPositionColumns, longest - done))
+            for (int i = 0; i < count; ++i)
+                if (done < band[i].columns() && band[i].run(map, done, bounds, list))
+                    use(list);
     }
 }
 
@@ -191,6 +204,7 @@ private:
         OwnResampler resampler(src, {warp.src->width, warp.src->height}, x, y, dst, warp.method);
         forPositions(map, rowsOf(part), {bounds.range, limits},
                      [&](const OwnPositionList& list) { resampler.store(list); });
+        resampler.finish();
     }
 
     // Where the pixels of a part come from; false if they come from nowhere.
@@ -199,8 +213,8 @@ private:
         if (!map.boxOf(part, box)) {
             box = {INFINITY, INFINITY, -INFINITY, -INFINITY};
             forPositions(map, rowsOf(part), bounds, [&](const OwnPositionList& list) {
-                for (int r = 0; r < list.rows; ++r)
-                    for (int i = r, column = 0; column < list.count[r]; i += list.rows, ++column)
+                for (int r = 0; r < ownPositionRows; ++r)
+                    for (int i = r, column = 0; column < list.count[r]; i += list.columnStep, ++column)
                         if (!list.marked || list.marks[i])
                             box = {fmin(box.left, floor(list.atX[i])), fmin(box.top, floor(list.atY[i])),
                                    fmax(box.right, ceil(list.atX[i])), fmax(box.bottom, ceil(list.atY[i]))};

@@ -216,20 +216,38 @@ bool inside(const double* x, const double* y, ptrdiff_t n, const OwnPositionRang
     return allSet(all);
 }
 
-inline double moved(double value, double low, double high)
+// A byte for each lane, 1 where it is set.
+inline void storeMarks(uint8_t* to, Marks marks)
 {
-    value = value > low ? value : low;
-    return value < high ? value : high;
+#if defined(__AVX2__)
+    const uint32_t bytes = _pdep_u32(uint32_t(_mm256_movemask_pd((__m256d)marks)), 0x01010101);
+    __builtin_memcpy(to, &bytes, sizeof bytes);
+#else
+    for (int i = 0; i < lanes; ++i)
+        to[i] = uint8_t(marks[i] & 1);
+#endif
 }
 
-void confine(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
+bool confine(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
              uint8_t* marks)
 {
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        marks[i] = uint8_t((x[i] >= range.left) & (x[i] <= range.right) & (y[i] >= range.top) & (y[i] <= range.bottom));
-        x[i] = moved(x[i], limits.left, limits.right);
-        y[i] = moved(y[i], limits.top, limits.bottom);
+    // What is not a number is not above the lower limit.
+    auto moved = [](Lanes values, double low, double high) {
+        const Lanes lowest = Lanes{} + low, highest = Lanes{} + high;
+        values = values > lowest ? values : lowest;
+        return values < highest ? values : highest;
+    };
+    Marks none = {};
+    none = ~none;
+    for (ptrdiff_t i = 0; i < n; i += lanes) {
+        const Lanes px = lanesAt(x, i), py = lanesAt(y, i);
+        const Marks kept = (px >= range.left) & (px <= range.right) & (py >= range.top) & (py <= range.bottom);
+        storeMarks(marks + i, kept);
+        none &= ~kept;
+        store(x + i, moved(px, limits.left, limits.right));
+        store(y + i, moved(py, limits.top, limits.bottom));
     }
+    return !allSet(none);
 }
 
 }  // namespace

@@ -50,8 +50,9 @@ struct OwnPositionKernels {
     void (*fromFloats)(const void* values, double* positions, ptrdiff_t n);
     // True if n positions, a multiple of ownPositionGroup, lie in the range.
     bool (*inside)(const double* x, const double* y, ptrdiff_t n, const OwnPositionRange& range);
-    // Marks the positions that lie in `range`, and moves all of them into `limits`, those that are not numbers too.
-    void (*confine)(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
+    // Marks the positions that lie in `range`, and moves all of them into `limits`, those that are not numbers too. False if
+    // none is marked.
+    bool (*confine)(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
                     uint8_t* marks);
 };
 

@@ -16,18 +16,19 @@ struct OwnSampleSource {
     int32_t pixelBytes;     // from pixel to pixel; of 1U none
     int64_t rowBytes;
     int64_t origin;  // where the first byte of the memory stands in the image, in bytes; of 1U the first bit
+    bool compact;    // the memory has less than 2 GiB and the image at most 32768 pixels a side
 };
 
-// Where the samples of a list stand, and their weights: whole or as fractions.
+// Where the samples of a list stand, and their weights.
 struct OwnSamplePlaces {
     alignas(64) int64_t offset[ownPositions];  // from the start of the memory; of 1U in bits
     union {
         struct {
+            alignas(64) double x[ownPositions], y[ownPositions];
+        } real;
+        struct {
             alignas(64) int32_t x[ownPositions], y[ownPositions];
         } whole;
-        struct {
-            alignas(64) double x[ownPositions], y[ownPositions];
-        } part;
     };
 };
 
@@ -44,23 +45,26 @@ struct OwnSampler {
                                       ptrdiff_t n, uint8_t* out);
 };
 
-// Where the pixels of an interleaved list go. Every row has a place for its first pixel, of 1U also that pixel's bit, and a
-// number of pixels to store, which may be negative.
+// Where the pixels of a list go. Every row has a place for its first pixel, of 1U also that pixel's bit, and a number of pixels to
+// store, which may be negative.
 struct OwnDelivery {
     const uint8_t* pixels;
-    int rows;  // that are interleaved
-    uint8_t* const* to;
-    const int32_t* bit;
+    ptrdiff_t columnStep, rowStep;  // numbers in the list from column to column and from row to row
+    uint8_t* to[ownPositionRows];
+    int32_t bit[ownPositionRows];
     const int32_t* count;
     ptrdiff_t step;        // bytes from pixel to pixel
-    const uint8_t* marks;  // NULL, or by position whether the pixel is stored
+    const uint8_t* marks;  // NULL, or by number whether the pixel is stored
 };
 
 enum OwnSampleMethod { OWN_NEAREST, OWN_LINEAR, OWN_CUBIC, OWN_METHODS };
 enum OwnSampleDepth { OWN_SAMPLE_1U, OWN_SAMPLE_8U, OWN_SAMPLE_16U, OWN_SAMPLE_32F, OWN_SAMPLE_DEPTHS };
 
 struct OwnSampleKernels {
-    OwnSampler samplers[OWN_SAMPLE_DEPTHS][OWN_METHODS];               // 1U is nearest always
+    OwnSampler samplers[OWN_SAMPLE_DEPTHS][OWN_METHODS];  // 1U is nearest always
+    // Brings the pixels of a list into the cache.
+    void (*fetch)(const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t columnStep, ptrdiff_t rowStep,
+                  ptrdiff_t n);
     void (*deliver[ownSampleBytes + 1])(const OwnDelivery& delivery);  // by the bytes of a pixel; 0 for bits
 };
 
