@@ -196,8 +196,9 @@ TEST(Geometry, ChecksInTheirOrder)
         }
         for (const Quad& quad : {concave, crossed, notNumbers})
             EXPECT_EQ(told(quad, outside, nullptr), plain + "Quadrangle is concave\n");
-        if (of.name == "orvGetAffine")
+        if (of.name == "orvGetAffine") {
             EXPECT_EQ(told(trapezoid, nullptr, &away), bare + "Quadrangle is not parallelogram\n");
+        }
         EXPECT_EQ(told(good, outside, nullptr), plain + "Bad rect ROI\n");
         EXPECT_EQ(told(good, nullptr, &away), bare + "Bad rect ROI\n");
         EXPECT_EQ(told(good, line, nullptr), plain + noArea);

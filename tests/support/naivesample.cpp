@@ -26,8 +26,9 @@ struct Fixed {
 
 Fixed fixedAt(long double position, int size)
 {
-    const int fixed = int(nearbyintl(65536 * position));
-    return fixed < (size - 1) << 16 ? Fixed{fixed >> 16, fixed & 0xFFFF} : Fixed{size - 2, 0x10000};
+    const auto fixed = int64_t(nearbyintl(65536 * position));
+    return fixed < (size - 1) * int64_t{65536} ? Fixed{int(fixed >> 16), int(fixed & 0xFFFF)}
+                                               : Fixed{size - 2, 0x10000};
 }
 
 double linearFixed(const Picture& src, long double x, long double y, int c)
@@ -107,38 +108,40 @@ long double cubic(const Picture& src, long double x, long double y, int c)
 
 }  // namespace
 
-double naiveSample(const Picture& src, long double x, long double y, int c, int method)
+long double naiveSample(const Picture& src, long double x, long double y, int c, int method)
 {
-    const uint32_t depth = src.image.depth;
     method = bearable(src, method);
     if (method == ORV_INTER_NN)
         return src.get(int(nearbyintl(x)), int(nearbyintl(y)), c);
-    if (depth == ORV_DEPTH_8U)
+    if (src.image.depth == ORV_DEPTH_8U)
         return method == ORV_INTER_LINEAR ? linearFixed(src, x, y, c) : cubicFixed(src, x, y, c);
     const long double value = method == ORV_INTER_LINEAR ? linear(src, x, y, c) : cubic(src, x, y, c);
-    return depth == ORV_DEPTH_16U ? double(std::clamp(nearbyintl(value), 0.0L, 65535.0L)) : double(float(value));
+    return src.image.depth == ORV_DEPTH_16U ? std::clamp(value, 0.0L, 65535.0L) : value;
 }
 
 bool isSample(double value, const Picture& src, const Place& place, int c, int method)
 {
+    const bool isNearest = bearable(src, method) == ORV_INTER_NN;
     auto sampleAt = [&](long double x, long double y) {
         x = std::clamp(x, 0.0L, src.image.width - 1.0L);
         y = std::clamp(y, 0.0L, src.image.height - 1.0L);
         return naiveSample(src, x, y, c, method);
     };
-    auto slackOf = [&](double sample) { return src.image.depth == ORV_DEPTH_32F ? 1e-6 * fabs(sample) + 1e-5 : 0; };
-    double low = sampleAt(place.x, place.y), high = low;
+    // What storing a sample may change.
+    auto slackOf = [&](long double sample) {
+        return isNearest                          ? 0
+               : src.image.depth == ORV_DEPTH_16U ? 0.5L + 1e-6L
+               : src.image.depth == ORV_DEPTH_32F ? 1e-6L * fabsl(sample) + 1e-5L
+                                                  : 0;
+    };
+    long double low = sampleAt(place.x, place.y), high = low;
     for (int i = -1; i <= 1; ++i)
         for (int j = -1; j <= 1; ++j) {
             if (value >= low - slackOf(low) && value <= high + slackOf(high))
                 return true;
-            const double sample = sampleAt(place.x + i * place.hair, place.y + j * place.hair);
-            if (bearable(src, method) == ORV_INTER_NN) {
-                low = high = sample;
-                continue;
-            }
-            low = std::min(low, sample);
-            high = std::max(high, sample);
+            const long double sample = sampleAt(place.x + i * place.hair, place.y + j * place.hair);
+            low = isNearest ? sample : std::min(low, sample);
+            high = isNearest ? sample : std::max(high, sample);
         }
     return value >= low - slackOf(low) && value <= high + slackOf(high);
 }

@@ -4,8 +4,8 @@
 #include "model.h"
 
 // The value of channel c at a position on the picture's pixels, by a method (ORV_INTER_...) that is lowered to what the picture
-// bears. Integer depths give whole numbers.
-double naiveSample(const Picture& src, long double x, long double y, int c, int method);
+// bears; at 16U before it is rounded.
+long double naiveSample(const Picture& src, long double x, long double y, int c, int method);
 
 // A position, and how far rounding may have moved it.
 struct Place {
