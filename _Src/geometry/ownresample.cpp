@@ -34,6 +34,9 @@ bool OwnPositionList::confine(const OwnPositionRange& range, const OwnPositionRa
 
 namespace {
 
+// Bytes of a source that stay in the cache once they are there.
+constexpr int64_t cached = 1 << 20;
+
 OwnSampleDepth sampleDepth(uint32_t depth)
 {
     switch (depth) {
@@ -64,6 +67,7 @@ OwnResampler::OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t
     source = {size.width, size.height, valueBytes * (planes ? 1 : src.nChannels), rowBytes, 0, false};
     source.origin = valueBytes ? y * rowBytes + int64_t{x} * source.pixelBytes : y * rowBytes * 8 + x;
     source.compact = size.width <= 32768 && size.height <= 32768 && src.height * rowBytes <= INT32_MAX;
+    fetches = valueBytes && src.height * rowBytes > cached;
     sampler = &ownSampleKernels().samplers[sampleDepth(src.depth)][sampleMethod(method)];
     sourceChannelStep = planes ? ptrdiff_t(src.height * rowBytes) : valueBytes;
     channelStep = to.planeStep ? to.planeStep : valueBytes;
@@ -73,7 +77,7 @@ OwnResampler::OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t
 
 void OwnResampler::store(const OwnPositionList& list)
 {
-    Task& task = tasks[1 - current];
+    Task& task = tasks[fetches ? 1 - current : current];
     task.n = list.n;
     memcpy(task.x, list.x, sizeof task.x);
     memcpy(task.y, list.y, sizeof task.y);
@@ -84,17 +88,17 @@ void OwnResampler::store(const OwnPositionList& list)
     task.delivery.rowStep = list.rowStep;
     task.delivery.marks = list.marked ? task.marks : nullptr;
     sampler->prepare(source, list.atX, list.atY, list.n, task.places);
-    fetch(list, task.places);
+    if (fetches)
+        fetch(list, task.places);
     finish();
-    current = 1 - current;
+    if (fetches)
+        current = 1 - current;
 }
 
 void OwnResampler::fetch(const OwnPositionList& list, const OwnSamplePlaces& samples) const
 {
     constexpr ptrdiff_t cacheLine = 64;
     const ptrdiff_t pixelStep = ptrdiff_t{to.pixelStep} * valueBytes;
-    if (valueBytes == 0)
-        return;
     ownSampleKernels().fetch(from, samples, list.columnStep, list.rowStep, list.n);
     for (int row = 0; row < ownPositionRows; ++row)
         for (ptrdiff_t i = 0; i < list.count[row] * pixelStep; i += cacheLine)

@@ -54,6 +54,7 @@ private:
     int valueBytes;                            // 0 for bits
     int32_t group;                             // channels that are processed together
     ptrdiff_t sourceChannelStep, channelStep;  // bytes from channel to channel
+    bool fetches;                              // asks for memory before it is needed
     Task tasks[2];                             // the one that is stored next, and the one after it
     int current = 0;
     alignas(64) uint8_t pixels[ownPositions * ownSampleBytes];
