@@ -8,6 +8,7 @@
 //   ownRoiStart       where the region begins in a channel
 //   ownPlaneGeometry  all that a traversal must know of an image in plain memory
 //   ownMaskStart      the same for a mask
+//   ownMaskSelects    true if a mask selects a pixel
 //   ownChannelStart   where one of its channels begins
 //   ownIsWholeBuffer  true if one run over the buffers serves
 //   ownTileWidthStep  row length of a tiled image's tiles
@@ -84,6 +85,13 @@ bool ownCommonSize(const OrvImage& a, const OrvImage& b, const OrvImage* c, bool
 bool ownPlaneGeometry(const OrvImage& image, OwnGeometry& geometry);
 
 OwnGeometry ownMaskStart(const OrvImage& mask);
+
+// True if a mask selects the pixel at (x, y), from the start of its region.
+inline bool ownMaskSelects(const OwnGeometry& mask, int32_t x, int32_t y)
+{
+    const int64_t bit = int64_t{mask.bit} + x;
+    return mask.start[y * mask.rowStep + (bit >> 3)] & 128 >> (bit & 7);
+}
 
 // Where a processed channel, counted from 0, begins; its values have `bytes` bytes, 0 for 1U.
 inline uint8_t* ownChannelStart(const OwnGeometry& image, int32_t channel, int bytes)

@@ -85,6 +85,12 @@ std::vector<int> channelsOf(const PictureSpec& spec);
 // What the whole call processes, counted from the starts of the regions: width and height are 0 if one image has nothing.
 Area commonArea(const Scene& scene);
 
+// Calls visit for every place of the common area that all masks select: the place from the starts of the regions, and for each image
+// the bits of its processed channels there.
+using PixelBits = std::vector<uint32_t>;
+void forSelectedPixels(const Scene& scene,
+                       const std::function<void(int x, int y, const std::vector<PixelBits>& images)>& visit);
+
 // One step of a walk over tiles.
 struct WalkStep {
     enum Kind { open, release, piece } kind;

@@ -391,6 +391,34 @@ void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n
         d[i] = uint8_t((from[i] & mask[i]) | (d[i] & ~mask[i]));
 }
 
+template <class T>
+void keepRows(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitStep)
+{
+    const T other = ownLoad<T>(rows.b);
+    const ptrdiff_t n = rows.n;
+    auto* d = static_cast<uint8_t*>(rows.d);
+    auto* a = static_cast<const uint8_t*>(rows.a);
+    for (ptrdiff_t y = 0; y < rows.count; ++y, a += rows.aStep, d += rows.dStep, bits += bitStep) {
+        const OwnValues<T> source = {a};
+        const MaskLanes mask(bits, bit);
+        alignas(32) int8_t lanes[bitBlock];
+        ptrdiff_t i = 0;
+        // A lane's sign becomes all bits, whatever the size of the value.
+        auto kept = [=, &lanes](ptrdiff_t start) {
+            return [=, &lanes](ptrdiff_t k) { return T(other ^ ((source[k] ^ other) & T(lanes[k - start]))); };
+        };
+        for (; i <= n - bitBlock; i += bitBlock) {
+            mask.get(i, lanes);
+            computeBlock<T, bitBlock>(d + i * ptrdiff_t(sizeof(T)), i, kept(i));
+        }
+        if (i == n)
+            continue;
+        byteLanesOf(bits + (i >> 3), bit, reinterpret_cast<uint8_t*>(lanes), n - i);
+        for (ptrdiff_t k = i; k < n; ++k)
+            ownStore<T>(d, k, kept(i)(k));
+    }
+}
+
 struct And {
     using Source = uint8_t;
     using Result = uint8_t;
@@ -409,6 +437,7 @@ const OwnRowKernels ownRowKernels = {
     {gather<uint8_t>, gather<uint16_t>, gather<uint32_t>},
     {scatter<uint8_t>, scatter<uint16_t>, scatter<uint32_t>},
     {expandLanes<uint8_t>, expandLanes<uint16_t>, expandLanes<uint32_t>},
+    {keepRows<uint8_t>, keepRows<uint16_t>, keepRows<uint32_t>},
     {copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint16_t>, copyOf<uint16_t>, copyOf<uint32_t>,
      copyOf<uint32_t>},
     {fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>, fillOf<uint32_t>,
