@@ -1,5 +1,5 @@
-// Warps, held against copies of an image of the same size, and against each other. The quadrangles cover the whole destination, so
-// that every pixel is made.
+// Warps, held against copies of an image of the same size, and against each other. The quadrangles cover the whole
+// destination, so that every pixel is made.
 #include <cmath>
 #include <vector>
 
@@ -58,7 +58,7 @@ std::string rowName(const char* what, const Case& one, int method, int size)
            std::to_string(one.channels) + ", " + std::to_string(size);
 }
 
-// What issue and taste allow in copies of the same image at 512 x 512; half of it at 2048, where a copy waits for memory.
+// Bounds in copies of the same image at 512 x 512; half of them at 2048, where a copy waits for memory.
 double allowed(const Case& one, int method, int size)
 {
     const double bounds[3][2] = {{30, 8}, {45, 18}, {120, 120}};

@@ -112,7 +112,8 @@ TEST(Geometry, MapsAreEvaluatedByTheirFormulas)
     expectNear(quad, {{{70, -20.5}, {70, -20.5}, {70, -20.5}, {70, -20.5}}}, 0);
     orvGetPerspectiveQuadROI(&point, third, pointer(quad));
     expectNear(quad, {{{2, 1.46875}, {2, 1.46875}, {2, 1.46875}, {2, 1.46875}}}, 0);
-    // The middle of a square through the maps onto one quadrangle: where its diagonals meet, and the mean of its corners.
+    // The middle of a square through the maps onto one quadrangle: where its diagonals meet, and the mean of its
+    // corners.
     OrvROI square = {0, 0, 0, 3, 3};
     Quad corners = trapezoid;
     orvGetPerspectiveTransformROI(&square, third, pointer(corners));

@@ -67,8 +67,8 @@ struct Quad {
 
 enum class Kind { affine, bilinear, perspective };
 
-// A perspective map in homogeneous form sends (u, v) of the unit square to (1 - u - v) w0 p0 + u w1 p1 + v w3 p3; an affine one
-// does with weights of 1.
+// A perspective map in homogeneous form sends (u, v) of the unit square to (1 - u - v) w0 p0 + u w1 p1 + v w3 p3; an
+// affine one does with weights of 1.
 struct Corners {
     Point p0, p1, p3;
     Real w0 = 1, w1 = 1, w3 = 1;
@@ -165,7 +165,8 @@ Real uniform(Random& random, Real low, Real high)
     return low + (high - low) * Real(random.below(1 << 20)) / (1 << 20);
 }
 
-// A convex quadrangle somewhere about an area, of either sense, turned anyhow. One in a few has edges that are parallel.
+// A convex quadrangle somewhere about an area, of either sense, turned anyhow. One in a few has edges that are
+// parallel.
 Quad randomQuad(Random& random, const Area& area, bool parallelogram)
 {
     for (;;) {

@@ -1,10 +1,10 @@
 // The geometry of maps: what they make of a rectangle, and the coefficients that make a quadrangle of it.
 //
-//   orvGetAffineQuad, orvGetBilinearQuad, orvGetPerspectiveQuad                     the corners of a region through a map
-//   orvGetAffineBound, orvGetBilinearBound, orvGetPerspectiveBound                  the box around them
-//   orvGetAffineTransform, orvGetBilinearTransform, orvGetPerspectiveTransform      the map that leads to given corners
-//   ...ROI                                                                          the same for a bare region
-//   orvGetRotateShift                                                               shifts for a centre of rotation
+//   orvGetAffineQuad, orvGetBilinearQuad, orvGetPerspectiveQuad                   the corners of a region through a map
+//   orvGetAffineBound, orvGetBilinearBound, orvGetPerspectiveBound                the box around them
+//   orvGetAffineTransform, orvGetBilinearTransform, orvGetPerspectiveTransform    the map that leads to given corners
+//   ...ROI                                                                        the same for a bare region
+//   orvGetRotateShift                                                             shifts for a centre of rotation
 #include <cstddef>
 
 #include "../core/ownreport.h"

@@ -62,8 +62,8 @@ struct MapBlock {
     }
 };
 
-// Samples plain memory: the region of `dst` at the positions in the regions of the maps, as far as they lie in `range`. It goes by
-// squares, so that what is read of the source lies near together.
+// Samples plain memory: the region of `dst` at the positions in the regions of the maps, as far as they lie in `range`.
+// It goes by squares, so that what is read of the source lies near together.
 void remapPixels(const OrvImage& src, const OrvImage& xMap, const OrvImage& yMap, const OrvImage& dst, OwnSize size,
                  const OwnPositionRange& range, int32_t method)
 {

@@ -89,8 +89,8 @@ public:
     {
     }
 
-    // An edge between two corners, with `inward` 1 where the polygon lies on its right, looking from a to b, and -1 where it
-    // lies on its left. False after a report.
+    // An edge between two corners, with `inward` 1 where the polygon lies on its right, looking from a to b, and -1
+    // where it lies on its left. False after a report.
     bool blend(OwnPoint a, OwnPoint b, int inward) const
     {
         const double dx = b.x - a.x, dy = b.y - a.y;
@@ -106,8 +106,8 @@ private:
     OwnRect rect;
     OwnChannels channels;
 
-    // True for a point between two pixels of the region, on none of them. On an edge that ends where the region does, rounding
-    // may find points beyond it.
+    // True for a point between two pixels of the region, on none of them. On an edge that ends where the region does,
+    // rounding may find points beyond it.
     static bool isBetween(double at, int32_t start, int32_t end)
     {
         const double low = floor(at);
@@ -136,8 +136,8 @@ private:
         return true;
     }
 
-    // Of the two pixels around a point of the edge, at these distances from it, the outer one keeps a share equal to its
-    // distance.
+    // Of the two pixels around a point of the edge, at these distances from it, the outer one keeps a share equal to
+    // its distance.
     bool mix(Pixel before, Pixel after, double toBefore, double toAfter, int inward) const
     {
         const Pixel outer = inward > 0 ? before : after, inner = inward > 0 ? after : before;

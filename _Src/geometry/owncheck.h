@@ -15,8 +15,8 @@ public:
         found |= report.when(fault, ORV_STATUS_BAD_ARG, context, line);
     }
 
-    // True if the work may go on. A report handler may clear the status; images that do not fit each other cannot be worked
-    // on all the same.
+    // True if the work may go on. A report handler may clear the status; images that do not fit each other cannot be
+    // worked on all the same.
     bool none() const { return !found && orvGetErrStatus() >= 0; }
 
 private:

@@ -28,8 +28,8 @@ OwnMapKind inverseKind(OwnBilinearInverse::Kind kind)
     }
 }
 
-// A power of two that brings the denominators of a perspective map near 1, so that the products of four of them stay in range.
-// It divides numerators and denominators alike, without any rounding.
+// A power of two that brings the denominators of a perspective map near 1, so that the products of four of them stay in
+// range. It divides numerators and denominators alike, without any rounding.
 void normalise(double* coeffs, double denominator)
 {
     if (denominator == 0 || !std::isfinite(denominator))

@@ -19,8 +19,8 @@ struct OwnMap {
         return (slope[k] + twist[k] * y) * (x - origin) + fall[k] * y + constant[k];
     }
 
-    // Where the pixels of a rectangle come from: a box around its corners' positions, whole numbers. False where that says
-    // nothing: where a corner lies beyond the horizon, or the way back is a curved one.
+    // Where the pixels of a rectangle come from: a box around its corners' positions, whole numbers. False where that
+    // says nothing: where a corner lies beyond the horizon, or the way back is a curved one.
     bool boxOf(const OwnRect& pixels, OwnPositionRange& box) const;
 };
 

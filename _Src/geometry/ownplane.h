@@ -7,8 +7,8 @@
 //   ownInvertAffine, ...                         those that send the quadrangle back
 //   ownWholeTurns, ownTurn                       angles in degrees
 //
-// Everything is in double precision. A quadrangle is eight numbers x, y of four points, which are the images of the left top,
-// right top, right bottom and left bottom corner.
+// Everything is in double precision. A quadrangle is eight numbers x, y of four points, which are the images of the
+// left top, right top, right bottom and left bottom corner.
 #pragma once
 
 #include "orv/core.h"
@@ -23,8 +23,8 @@ struct OwnPlaneRect {
     bool hasArea() const { return right > left && bottom > top; }
 };
 
-// False if nothing of the region lies in the image; of a bare region, whose image is not known, above and to the left of
-// which nothing is either. `roi` may be NULL, which is no region.
+// False if nothing of the region lies in the image; of a bare region, whose image is not known, above and to the left
+// of which nothing is either. `roi` may be NULL, which is no region.
 bool ownImageRect(const OrvImage& image, OwnPlaneRect& rect);
 bool ownBareRect(const OrvROI* roi, OwnPlaneRect& rect);
 
@@ -46,8 +46,8 @@ bool ownInvertAffine(const OwnPlaneRect& rect, const double* quad, double* coeff
 // The coefficients are homogeneous: no determinant divides them.
 bool ownInvertPerspective(const OwnPlaneRect& rect, const double* quad, double* coeffs);
 
-// The way back through a bilinear map, which is none itself. With B, C, D the linear functions b, c, d of a point, each the
-// factors of x and y and a constant, the position in the rectangle is
+// The way back through a bilinear map, which is none itself. With B, C, D the linear functions b, c, d of a point, each
+// the factors of x and y and a constant, the position in the rectangle is
 //
 //   general          u = B - sqrt(B B - C), or + with `upperRoot`; x = u + f, y = u e + D
 //   parallelRows     x = C / B + f, y = D            opposite edges are parallel: those that come from rows
@@ -67,6 +67,6 @@ double ownWholeTurns(double angle);
 struct OwnTurn {
     double cosine, sine;
 };
-// Of an angle in degrees. The last bits are those of the C library; pixels see them only where a position lies that near to
-// the border between two results.
+// Of an angle in degrees. The last bits are those of the C library; pixels see them only where a position lies that
+// near to the border between two results.
 OwnTurn ownTurn(double angle);

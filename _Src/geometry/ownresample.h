@@ -8,8 +8,8 @@
 // The method that an image can bear: bits, rows and columns are not interpolated, and a cubic takes four pixels.
 int32_t ownBearableMethod(const OrvImage& src, int32_t method);
 
-// Positions for a block of up to ownPositionRows rows. That of column i in row r is number i * columnStep + r * rowStep: rows
-// lie interleaved, or one after the other.
+// Positions for a block of up to ownPositionRows rows. That of column i in row r is number i * columnStep + r *
+// rowStep: rows lie interleaved, or one after the other.
 struct OwnPositionList {
     int n;  // a multiple of ownPositionGroup
     int columnStep, rowStep;
@@ -20,8 +20,8 @@ struct OwnPositionList {
     alignas(64) double atX[ownPositions], atY[ownPositions];
     uint8_t marks[ownPositions];
 
-    // Moves all positions into `limits`, so that they can be sampled, and marks those that lie in `range`, unless all do. With
-    // `certain` all are known to lie in both. False if no pixel is to be stored.
+    // Moves all positions into `limits`, so that they can be sampled, and marks those that lie in `range`, unless all
+    // do. With `certain` all are known to lie in both. False if no pixel is to be stored.
     bool confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain);
 };
 
@@ -33,7 +33,8 @@ public:
     OwnResampler(const OwnResampler&) = delete;
     OwnResampler& operator=(const OwnResampler&) = delete;
 
-    // Takes a list, and stores the one before it: the pixels that a list needs are on their way into the cache meanwhile.
+    // Takes a list, and stores the one before it: the pixels that a list needs are on their way into the cache
+    // meanwhile.
     void store(const OwnPositionList& list);
     // Stores the last one.
     void finish();

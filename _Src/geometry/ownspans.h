@@ -14,8 +14,9 @@ struct OwnPolygon {
     OwnPoint points[most];
     int count = 0;
 
-    // Clips a quadrangle to a rectangle of pixels, whose centres are its edges (I. E. Sutherland, G. W. Hodgman, "Reentrant polygon clipping",
-    // Communications of the ACM 17, 1974). Nothing is left of one with a coordinate that is not finite.
+    // Clips a quadrangle to a rectangle of pixels, whose centres are its edges (I. E. Sutherland, G. W. Hodgman,
+    // "Reentrant polygon clipping", Communications of the ACM 17, 1974). Nothing is left of one with a coordinate that
+    // is not finite.
     OwnPolygon(const double* quad, const OwnRect& rect);
 };
 

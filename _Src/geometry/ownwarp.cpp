@@ -143,8 +143,8 @@ private:
     }
 };
 
-// Hands the positions of all pixels of some rows to use(list): by bands of rows and in them by columns, so that what is read of
-// the source lies near together whichever way the rows run there.
+// Hands the positions of all pixels of some rows to use(list): by bands of rows and in them by columns, so that what is
+// read of the source lies near together whichever way the rows run there.
 template <class Lines, class Use>
 void forPositions(const OwnMap& map, const Lines& lines, const Bounds& bounds, Use use)
 {

@@ -1,5 +1,5 @@
-// The two drivers of warps: a region of the source onto a quadrangle of the destination, and a quadrangle of the source onto a
-// region of the destination.
+// The two drivers of warps: a region of the source onto a quadrangle of the destination, and a quadrangle of the source
+// onto a region of the destination.
 //
 // Both run the same rows: a map is two or three linear functions of the destination's pixels, from which a kernel makes
 // positions (ownposition.h); rows end where the quadrangle or the region does. Images with tiles go tile by tile of the

@@ -3,8 +3,8 @@
 
 #include "model.h"
 
-// The value of channel c at a position on the picture's pixels, by a method (ORV_INTER_...) that is lowered to what the picture
-// bears; at 16U before it is rounded.
+// The value of channel c at a position on the picture's pixels, by a method (ORV_INTER_...) that is lowered to what the
+// picture bears; at 16U before it is rounded.
 long double naiveSample(const Picture& src, long double x, long double y, int c, int method);
 
 // A position, and how far rounding may have moved it.
@@ -16,8 +16,8 @@ struct Place {
 // True if `value` is a sample at the place.
 bool isSample(double value, const Picture& src, const Place& place, int c, int method);
 
-// What a call makes of the pixels of a destination's region: for each pixel, counted from the region's start, the place that it
-// is sampled at, if it is.
+// What a call makes of the pixels of a destination's region: for each pixel, counted from the region's start, the place
+// that it is sampled at, if it is.
 enum class Written { no, maybe, yes };
 struct Expected {
     Written written;

@@ -72,8 +72,8 @@ bool produceLinear(OwnPositionState& state, int columns, const OwnPositionRange&
 
 // ---- Perspective --------------------------------------------------------------------------------------------------
 
-// Between the first and the last pixel numerator and denominator lie between their values there. If both denominators have
-// one sign, so do the quotients lie between those of the four pairs, but for a few bits; and the products of four
+// Between the first and the last pixel numerator and denominator lie between their values there. If both denominators
+// have one sign, so do the quotients lie between those of the four pairs, but for a few bits; and the products of four
 // denominators neither overflow nor vanish.
 inline Marks isCertain(Lanes first, Lanes last, Lanes w0, Lanes w1, double low, double high)
 {
@@ -92,8 +92,8 @@ inline Marks isSafeDenominator(Lanes w0, Lanes w1)
     return positive | negative;
 }
 
-// One division serves four pixels: with r the inverse of the product of their denominators, each one's inverse is r times the
-// product of the other three. What lies beyond the end of a row has no part in it.
+// One division serves four pixels: with r the inverse of the product of their denominators, each one's inverse is r
+// times the product of the other three. What lies beyond the end of a row has no part in it.
 bool producePerspective(OwnPositionState& state, int columns, const OwnPositionRange& range, double* x, double* y)
 {
     Marks certain = {};

@@ -1,7 +1,7 @@
 // Producers of positions: where in the source the pixels of a destination come from.
 //
-// Positions are running sums along a row, so that each needs the one before. Rows do not need each other: eight of them advance
-// side by side, one a lane, and their positions lie interleaved, column by column:
+// Positions are running sums along a row, so that each needs the one before. Rows do not need each other: eight of them
+// advance side by side, one a lane, and their positions lie interleaved, column by column:
 //
 //   position of column i in row r of a block      x[i * ownPositionRows + r]
 //
@@ -41,8 +41,8 @@ struct OwnPositionState {
     bool upperRoot;
 };
 
-// Makes the positions of the next `columns` pixels, a multiple of 4, of all rows. True if it is certain that all lie in the
-// range, also those beyond a row's end; false says nothing.
+// Makes the positions of the next `columns` pixels, a multiple of 4, of all rows. True if it is certain that all lie in
+// the range, also those beyond a row's end; false says nothing.
 using OwnProduce = bool (*)(OwnPositionState& state, int columns, const OwnPositionRange& range, double* x, double* y);
 
 struct OwnPositionKernels {
@@ -50,8 +50,8 @@ struct OwnPositionKernels {
     void (*fromFloats)(const void* values, double* positions, ptrdiff_t n);
     // True if n positions, a multiple of ownPositionGroup, lie in the range.
     bool (*inside)(const double* x, const double* y, ptrdiff_t n, const OwnPositionRange& range);
-    // Marks the positions that lie in `range`, and moves all of them into `limits`, those that are not numbers too. False if
-    // none is marked.
+    // Marks the positions that lie in `range`, and moves all of them into `limits`, those that are not numbers too.
+    // False if none is marked.
     bool (*confine)(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
                     uint8_t* marks);
 };

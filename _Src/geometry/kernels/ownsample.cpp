@@ -9,7 +9,8 @@ using Reals = Vector<double>;
 using Words = Vector<uint64_t>;
 constexpr int lanes = int(vectorBytes / 8);
 
-// A sum with it has no room for a fraction, so that it is rounded to nearest, ties to even; its low bits are the integer.
+// A sum with it has no room for a fraction, so that it is rounded to nearest, ties to even; its low bits are the
+// integer.
 constexpr double integers = 0x1.8p52;
 
 inline Words bitsOf(Reals values)
@@ -95,8 +96,8 @@ void prepareBits(const OwnSampleSource& source, const double* x, const double* y
 // Fixed point with 16 bits after the point. All weight of the last pixel stands in the one before.
 
 #if defined(__AVX2__)
-// Positions in 32 bits, in the order 0, 1, 4, 5, 2, 3, 6, 7 of the halves' quarters, which unpacking brings back. The product
-// is exact, so that the fused sum is rounded as two steps would be.
+// Positions in 32 bits, in the order 0, 1, 4, 5, 2, 3, 6, 7 of the halves' quarters, which unpacking brings back. The
+// product is exact, so that the fused sum is rounded as two steps would be.
 __attribute__((target("fma"))) inline __m256i fixedPositions(const double* values)
 {
     const __m256d scale = _mm256_set1_pd(65536), whole = _mm256_set1_pd(integers);
@@ -205,8 +206,8 @@ void prepareCubic(const OwnSampleSource& source, const double* x, const double* 
     }
 }
 
-// Calls fetch(to, offset) for the positions of a list, with `step` values for each; a few at a time, which costs less than one
-// by one.
+// Calls fetch(to, offset) for the positions of a list, with `step` values for each; a few at a time, which costs less
+// than one by one.
 template <class T, class Fetch>
 OWN_INLINE void forEach(const int64_t* offsets, ptrdiff_t n, T* to, ptrdiff_t step, Fetch fetch)
 {
@@ -218,7 +219,8 @@ OWN_INLINE void forEach(const int64_t* offsets, ptrdiff_t n, T* to, ptrdiff_t st
             fetch(to + k * step, ptrdiff_t(offsets[k]));
 }
 
-// Stores a value by itself. Compilers would rather bring several together in a vector first, one by one, which takes longer.
+// Stores a value by itself. Compilers would rather bring several together in a vector first, one by one, which takes
+// longer.
 template <class T>
 OWN_INLINE void storeAlone(T& to, T value)
 {
@@ -251,8 +253,8 @@ inline uint8_t mixFixed(int32_t a, int32_t b, int32_t c, int32_t d, int32_t xWei
 }
 
 #if defined(__AVX2__)
-// Lanes of 16 bits: a plus the part of b - a that a weight tells, of which `half` are the low 16 bits. The product takes them as
-// a signed number; `carry` has all bits set where that is too little by one, or where the weight is one.
+// Lanes of 16 bits: a plus the part of b - a that a weight tells, of which `half` are the low 16 bits. The product
+// takes them as a signed number; `carry` has all bits set where that is too little by one, or where the weight is one.
 inline __m256i mixLanes(__m256i a, __m256i b, __m256i half, __m256i carry)
 {
     const __m256i difference = _mm256_sub_epi16(b, a);
@@ -484,7 +486,8 @@ void sampleCubicFixed(const OwnSampleSource& source, const uint8_t* data, const 
 }
 
 #if defined(__AVX2__)
-// Pixels whose four by four values stand side by side, row by row, four at a time: a product of pairs sums up half a row.
+// Pixels whose four by four values stand side by side, row by row, four at a time: a product of pairs sums up half a
+// row.
 void mixCubic(const uint32_t* blocks, const int32_t* xs, const int32_t* ys, ptrdiff_t n, uint8_t* out)
 {
     auto weightsAt = [](int32_t index) { return ownLoad<int64_t>(cubicWeights.of[index]); };
@@ -654,8 +657,8 @@ void deliverBits(const OwnDelivery& delivery)
 
 // ---- Fetching -----------------------------------------------------------------------------------------------------
 
-// All columns of the first row, and all rows of each fourth column: whichever way they run through the source, few lines of the
-// cache are missed.
+// All columns of the first row, and all rows of each fourth column: whichever way they run through the source, few
+// lines of the cache are missed.
 void fetch(const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t columnStep, ptrdiff_t rowStep, ptrdiff_t n)
 {
     const ptrdiff_t columns = n / ownPositionRows;

@@ -1,9 +1,9 @@
 // Samplers: what a source holds at positions between its pixels.
 //
-// A sampler works on a list of positions in two steps: where the samples stand and what they weigh, once for all channels; then
-// the values, for channels that stand side by side, or plane by plane. Positions lie on the pixels of an image of width by
-// height, of which the memory may hold a part only; whoever asks sees to it that the part has all that is needed: 3 pixels on
-// every side of a position, as far as the image goes.
+// A sampler works on a list of positions in two steps: where the samples stand and what they weigh, once for all
+// channels; then the values, for channels that stand side by side, or plane by plane. Positions lie on the pixels of an
+// image of width by height, of which the memory may hold a part only; whoever asks sees to it that the part has all
+// that is needed: 3 pixels on every side of a position, as far as the image goes.
 #pragma once
 
 #include "../../core/owngeometry.h"
@@ -39,14 +39,14 @@ struct OwnSampler {
     // Lists are as long as ownPositionGroup tells.
     void (*prepare)(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n,
                     OwnSamplePlaces& places);
-    // By the number of channels, from 1 on. `data` is where the first of them begins, `out` gets pixel after pixel; bits
-    // become bytes, 0 or 1.
+    // By the number of channels, from 1 on. `data` is where the first of them begins, `out` gets pixel after pixel;
+    // bits become bytes, 0 or 1.
     void (*sample[ownSampleChannels])(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places,
                                       ptrdiff_t n, uint8_t* out);
 };
 
-// Where the pixels of a list go. Every row has a place for its first pixel, of 1U also that pixel's bit, and a number of pixels to
-// store, which may be negative.
+// Where the pixels of a list go. Every row has a place for its first pixel, of 1U also that pixel's bit, and a number
+// of pixels to store, which may be negative.
 struct OwnDelivery {
     const uint8_t* pixels;
     ptrdiff_t columnStep, rowStep;  // numbers in the list from column to column and from row to row

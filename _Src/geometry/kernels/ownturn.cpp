@@ -19,8 +19,8 @@ void turnRow(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptrdiff_t step, 
 }
 
 #if defined(__SSE2__)
-// The columns of sixteen rows of sixteen bytes as rows, by four rounds that bring together what is eight, then four, two and
-// one rows apart.
+// The columns of sixteen rows of sixteen bytes as rows, by four rounds that bring together what is eight, then four,
+// two and one rows apart.
 inline void turnSquare(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptrdiff_t rowStep)
 {
     __m128i rows[16], next[16];
