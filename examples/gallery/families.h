@@ -8,14 +8,16 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
+extern const Family planeMaps, warps, remaps;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
 
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves, &corePixels, &twoImages, &scalars,  &unary,    &comparisons, &thresholds, &compositing,
-            &blurs,     &fourier,    &cosines,   &wavelets, &contrast, &measures,    &generators, &userFunctions};
+    return {&coreMoves,   &corePixels, &twoImages, &scalars,    &unary,        &comparisons, &thresholds,
+            &compositing, &blurs,      &planeMaps, &warps,      &remaps,       &fourier,     &cosines,
+            &wavelets,    &contrast,   &measures,  &generators, &userFunctions};
 }
 
 }  // namespace gallery
