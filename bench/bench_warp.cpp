@@ -9,7 +9,7 @@
 #if defined(ORV_BENCH_PIXMAN)
 #include <pixman.h>
 #endif
-#if defined(ORV_BENCH_LIBYUV)
+#if defined(ORV_BENCH_YUV)
 #include <libyuv.h>
 #endif
 
@@ -162,7 +162,7 @@ void addPixman(int channels, bool linear, int size)
 }
 #endif
 
-#if defined(ORV_BENCH_LIBYUV)
+#if defined(ORV_BENCH_YUV)
 void addYuv(int size)
 {
     for (int angle : {90, 180})
@@ -188,7 +188,7 @@ const bool added = [] {
             for (bool linear : {false, true})
                 addPixman(channels, linear, size);
 #endif
-#if defined(ORV_BENCH_LIBYUV)
+#if defined(ORV_BENCH_YUV)
         addYuv(size);
 #endif
     }

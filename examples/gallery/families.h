@@ -9,15 +9,27 @@ extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
 extern const Family planeMaps, warps, remaps;
+extern const Family scaling, mirrors;
+extern const Family dithers;
+extern const Family bitmaps;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
 
+// clang-format off
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,   &corePixels, &twoImages, &scalars,    &unary,        &comparisons, &thresholds,
-            &compositing, &blurs,      &planeMaps, &warps,      &remaps,       &fourier,     &cosines,
-            &wavelets,    &contrast,   &measures,  &generators, &userFunctions};
+    return {
+        &coreMoves, &corePixels,
+        &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
+        &blurs,
+        &dithers, &bitmaps,
+        &planeMaps, &warps, &remaps, &scaling, &mirrors,
+        &fourier, &cosines, &wavelets,
+        &contrast, &measures,
+        &generators, &userFunctions,
+    };
 }
+// clang-format on
 
 }  // namespace gallery
