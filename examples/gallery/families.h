@@ -8,6 +8,8 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs;
+extern const Family morphology, ranks, fixedFilters;
+extern const Family planeMaps, warps, remaps;
 extern const Family scaling, mirrors;
 extern const Family colourModels, colourTwists, dithers;
 extern const Family depths, bitmaps;
@@ -22,6 +24,8 @@ inline std::vector<const Family*> families()
         &coreMoves, &corePixels,
         &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
         &blurs,
+        &morphology, &ranks, &fixedFilters,
+        &planeMaps, &warps, &remaps,
         &scaling, &mirrors,
         &colourModels, &colourTwists, &dithers,
         &depths, &bitmaps,

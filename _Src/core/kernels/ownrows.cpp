@@ -67,6 +67,60 @@ void scatter(const void* from, void* dst, ptrdiff_t step, ptrdiff_t values, ptrd
                 ownStore(dst, i * step + k, src[i * values + k]);
 }
 
+// ---- Ends of rows -------------------------------------------------------------------------------------------------
+
+// Copies at least a vector, and brings what lies `ahead` into the cache; short rows are copied quicker in place than by a call.
+inline __attribute__((always_inline)) void copyVectors(const uint8_t* from, uint8_t* to, ptrdiff_t n, ptrdiff_t ahead)
+{
+    using V = Vector<uint8_t>;
+    auto copy = [=](ptrdiff_t i) {
+        const V v = vectorAt<uint8_t>(from, i);
+        __builtin_memcpy(to + i, &v, sizeof v);
+    };
+    // The address may lie behind the image, where nothing comes of it.
+    const auto next = reinterpret_cast<uintptr_t>(from) + uintptr_t(ahead);
+    ptrdiff_t i = 0;
+    for (; i + 2 * vectorBytes <= n; i += 2 * vectorBytes) {
+        __builtin_prefetch(reinterpret_cast<const void*>(next + uintptr_t(i)));
+        copy(i);
+        copy(i + vectorBytes);
+    }
+    if (i + vectorBytes < n)
+        copy(i);
+    copy(n - vectorBytes);
+}
+
+// An end is constant as a whole or not at all: all of its places are then that of the constant.
+template <class T>
+inline void copyEnd(const uint8_t* row, const int32_t* places, ptrdiff_t n, int32_t constant, uint8_t* to)
+{
+    const T value = T(constant);
+    const bool isConstant = n > 0 && places[0] < 0;
+    const void* const from = isConstant ? static_cast<const void*>(&value) : row;
+    const int32_t mask = isConstant ? 0 : -1;
+    for (ptrdiff_t i = 0; i < n; ++i)
+        ownStore(to, i, ownLoad<T>(from, places[i] & mask));
+}
+
+template <class T>
+void copyEnded(const OwnEndedRows& rows)
+{
+    const OwnEndedRows r = rows;
+    constexpr ptrdiff_t size = sizeof(T);
+    for (ptrdiff_t i = 0; i < r.count; ++i) {
+        const uint8_t* row = r.row + i * r.rowStep;
+        uint8_t* copy = r.copy + i * r.copyStep;
+        copyEnd<T>(row, r.placesBefore, r.before, r.constantBefore, copy);
+        const uint8_t* from = row + r.first * size;
+        uint8_t* to = copy + r.before * size;
+        if (r.values * size < vectorBytes)
+            memcpy(to, from, size_t(r.values * size));
+        else
+            copyVectors(from, to, r.values * size, 2 * r.rowStep);
+        copyEnd<T>(row, r.placesAfter, r.after, r.constantAfter, copy + (r.before + r.values) * size);
+    }
+}
+
 // ---- Bits ---------------------------------------------------------------------------------------------------------
 
 // Byte lanes of n bits, the first being bit 7 - bit of *bits.
@@ -359,6 +413,7 @@ extern const OwnRowKernels ownRowKernels;
 const OwnRowKernels ownRowKernels = {
     {gather<uint8_t>, gather<uint16_t>, gather<uint32_t>},
     {scatter<uint8_t>, scatter<uint16_t>, scatter<uint32_t>},
+    {copyEnded<uint8_t>, copyEnded<uint16_t>, copyEnded<uint32_t>},
     {expandLanes<uint8_t>, expandLanes<uint16_t>, expandLanes<uint32_t>},
     {keepRows<uint8_t>, keepRows<uint16_t>, keepRows<uint32_t>},
     {bitRows<BitFirst, 1>, copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint16_t>, copyOf<uint16_t>, copyOf<uint32_t>,
