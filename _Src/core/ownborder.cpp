@@ -120,15 +120,6 @@ struct Layout {
     ptrdiff_t stepBytes() const { return ptrdiff_t(step) * valueBytes; }
 };
 
-void copyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int32_t n)
-{
-    uint8_t* first = dst + (to >> 3);
-    int bit = int(to & 7);
-    uint8_t before = uint8_t(*first & ~(0xFF >> bit));
-    ownRowKernels().alignBits(src + (from >> 3), int(from & 7), first, bit, n);
-    *first |= before;
-}
-
 bool bitAt(const uint8_t* row, int64_t x)
 {
     return row[x >> 3] & (128 >> (x & 7));
@@ -146,7 +137,7 @@ void copyRun(const Layout& layout, const uint8_t* src, const Run& run, uint8_t* 
 {
     if (!layout.valueBytes) {
         if (run.direction > 0)
-            copyBits(src, run.from, dst, to, run.count);
+            ownCopyBits(src, run.from, dst, to, run.count);
         else
             for (int32_t i = 0; i < run.count; ++i)
                 if (bitAt(src, run.from + int64_t{run.direction} * i))

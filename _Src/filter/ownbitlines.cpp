@@ -132,7 +132,8 @@ void OwnBitLines::sources(int64_t y, int64_t n, int64_t slot, const void** rows)
 void OwnBitLines::copyBeyond(int32_t y, uint8_t* line)
 {
     ownBorderedRow(&image, 0, region.x - reach.left, y, int32_t(pixels), beyond.data);
-    ownRowKernels().alignBits(beyond.data, 0, line + (start >> 3), bit(), ptrdiff_t(pixels));
+    line[start >> 3] = line[(start + pixels - 1) >> 3] = 0;
+    ownCopyBits(beyond.data, 0, line, start, pixels);
     if (int64_t far = int64_t{reach.left} - frame.left; far > 0)
         fillBits(line, start, far, bitAt(line, start + far));
     if (int64_t far = int64_t{reach.right} - frame.right; far > 0)

@@ -51,7 +51,7 @@ private:
     int32_t firstColumn, lastColumn;  // of the image that are neighbours of the region and read as they are
     OwnRowEnds ends;
     OwnScratch<int32_t> leftPlaces;
-    OwnBitRows copies;
+    OwnBitCopies copies;
     int64_t before;                    // bytes of a slot before the row's copy
     int64_t start;                     // of the first pixel in a slot, in bits
     int64_t sourceBytes, targetBytes;  // of a slot

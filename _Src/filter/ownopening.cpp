@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "../core/kernels/ownrows.h"
+#include "../core/ownpixels.h"
 #include "ownbitlines.h"
 #include "ownfold.h"
 
@@ -44,12 +45,7 @@ struct BitRows {
     ptrdiff_t values(int64_t pixels) const { return ptrdiff_t(pixels); }
     void copy(const uint8_t* from, int fromBit, uint8_t* to, int toBit, int64_t pixels) const
     {
-        const auto last = uint8_t(0xFF >> ((toBit + pixels) & 7));  // the bits after the copied ones stay
-        uint8_t& end = to[(toBit + pixels) >> 3];
-        const uint8_t after = last != 0xFF ? end : 0;
-        ownRowKernels().alignBits(from, fromBit, to, toBit, ptrdiff_t(pixels));
-        if (last != 0xFF)
-            end = uint8_t((end & ~last) | (after & last));
+        ownCopyBits(from, fromBit, to, toBit, pixels);
     }
 };
 

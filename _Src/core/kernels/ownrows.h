@@ -32,18 +32,12 @@ struct OwnRowKernels {
     // d[i] = a[i] under set mask bits, elsewhere the value at *b, for all rows. The mask's rows lie bitStep bytes apart.
     void (*keep[3])(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitStep);
 
-    // By depth; 1U takes its rows as bytes.
+    // By depth.
     OwnRowKernel copy[OWN_DEPTHS];
-    OwnRowKernel fill[OWN_DEPTHS];  // the scalar is a value of the depth
+    OwnRowKernel fill[OWN_DEPTHS];  // the scalar is a value of the depth, for 1U eight pixels
 
-    OwnRowKernel bitAnd;  // two sources of bytes
+    OwnRowKernel bitAnd;  // of two sources of bits
 
-    // d[i] takes the bits of from[i] where mask[i] is set, for n bytes.
-    void (*mergeBits)(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n);
-
-    // Copies n bits from bit srcBit of *src to bit dstBit of *dst. Bits of the first and last byte of dst that are not
-    // copied are cleared.
-    void (*alignBits)(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n);
     // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits.
     void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
     // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are; the other lanes are

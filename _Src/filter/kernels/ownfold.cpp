@@ -449,7 +449,7 @@ inline uint64_t leftWord(uint64_t byte, int skip, uint64_t bits)
 }
 
 // Any ends, 56 pixels at a time.
-__attribute__((noinline)) void storeEnds(const OwnBitRows& r, const uint8_t* row, uint8_t* copy)
+__attribute__((noinline)) void storeEnds(const OwnBitCopies& r, const uint8_t* row, uint8_t* copy)
 {
     uint8_t* to = copy + (r.last - r.first);
     const uint64_t first = *copy;
@@ -463,9 +463,9 @@ __attribute__((noinline)) void storeEnds(const OwnBitRows& r, const uint8_t* row
 }
 
 // Rows whose ends are of one kind of pixel each and fit a word.
-void copyPlainBits(const OwnBitRows& rows)
+void copyPlainBits(const OwnBitCopies& rows)
 {
-    const OwnBitRows r = rows;
+    const OwnBitCopies r = rows;
     const ptrdiff_t bytes = r.last - r.first + 1;
     for (ptrdiff_t i = 0; i < r.count; ++i) {
         const uint8_t* row = r.row + i * r.rowStep;
@@ -478,7 +478,7 @@ void copyPlainBits(const OwnBitRows& rows)
     }
 }
 
-void copyBits(const OwnBitRows& r)
+void copyBits(const OwnBitCopies& r)
 {
     constexpr int64_t most = 56;
     if (r.left.places < 2 && r.right.places < 2 && r.left.pixels <= most && r.right.pixels <= most)

@@ -35,7 +35,7 @@ struct OwnBitEnd {
 
 // Copies rows of bits with what lies beyond their ends. The bytes from `first` to `last` keep their phase; the first `skip`
 // bits of the one and those after `keep` bits of the other lie beyond the ends.
-struct OwnBitRows {
+struct OwnBitCopies {
     const uint8_t* row;
     ptrdiff_t rowStep;
     uint8_t* copy;  // of byte `first`
@@ -57,7 +57,7 @@ constexpr int64_t ownBitEndBytes(int64_t pixels)
 struct OwnFoldKernels {
     OwnFoldKernel least[OWN_DEPTHS];
     OwnFoldKernel greatest[OWN_DEPTHS];
-    void (*copyBits)(const OwnBitRows& rows);
+    void (*copyBits)(const OwnBitCopies& rows);
 };
 
 OWN_KERNEL_TABLE(OwnFoldKernels, ownFoldKernels)
