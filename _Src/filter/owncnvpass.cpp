@@ -1,0 +1,209 @@
+// Two-dimensional convolution of a rectangle of plain memory: rows of samples, sums, totals, results.
+#include <cstring>
+
+#include "../core/ownlines.h"
+#include "owncnv2d.h"
+
+namespace {
+
+// Rows of results that are made together, since sums of pairs are.
+constexpr int rowsTogether = 2;
+// Values of a row that pass through all stages before the next.
+constexpr ptrdiff_t blockValues = 1024;
+// What sums may read behind the last value of a row.
+constexpr ptrdiff_t readAhead = 64;
+
+// The rows that the windows of a few rows of results meet, in memory where the next rows replace the first.
+template <class T>
+struct Ring {
+    int64_t rows;
+    ptrdiff_t step;
+    OwnScratch<T> memory;
+    OwnScratch<const T*> window;
+
+    // None if `used` is false.
+    Ring(bool used, int64_t count, ptrdiff_t values)
+        : rows(count),
+          step((values + 15) & ~ptrdiff_t{15}),
+          memory(used ? fitting(count, step) : 1),
+          window(used ? count : 1)
+    {
+        if (memory && used)
+            memset(memory.data, 0, size_t(rows * step) * sizeof(T));
+    }
+    static int64_t fitting(int64_t count, int64_t step) { return step <= INT32_MAX / count ? step * count : 0; }
+    explicit operator bool() const { return memory && window; }
+
+    T* row(int64_t index) { return memory.data + index % rows * step; }
+    // Makes `window` the rows from one on.
+    void turn(int64_t first)
+    {
+        for (int64_t i = 0; i < rows; ++i)
+            window[ptrdiff_t(i)] = row(first + i);
+    }
+};
+
+class Pass {
+public:
+    Pass(const OwnConvPlan& convPlan, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+        : plan(convPlan),
+          depth(ownDepthIndex(convPlan.depth)),
+          lines(src, dst, mask, plan.reach, 2, rowsTogether),
+          values(lines.values(lines.width())),
+          sourceValues(lines.values(int64_t{lines.width()} + plan.reach.left + plan.reach.right)),
+          windowRows(int64_t{plan.reach.top} + plan.reach.bottom + 1),
+          pairs(plan.usesPairs, windowRows / 2 + 1, 2 * (sourceValues + readAhead)),
+          reals(plan.usesReals, windowRows + 1, sourceValues + readAhead),
+          blocks(int64_t{purposes} * rowsTogether)
+    {
+    }
+
+    bool run()
+    {
+        if (!lines || !pairs || !reals || !blocks)
+            return false;
+        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+            lines.begin(pass);
+            pairsDone = realsDone = 0;
+            for (int32_t y = 0; y < lines.height(); y += rows) {
+                rows = ownMin(rowsTogether, lines.height() - y);
+                convolveRows(y);
+                lines.store(y, rows);
+            }
+        }
+        return true;
+    }
+
+private:
+    const OwnConvKernels& kernels = ownConvKernels();
+    const OwnConvPlan& plan;
+    OwnDepthIndex depth;
+    OwnLines lines;
+    ptrdiff_t values, sourceValues;
+    int64_t windowRows;
+    Ring<int16_t> pairs;
+    Ring<double> reals;
+    int64_t pairsDone = 0, realsDone = 0;  // rows of the rings, from the first of the rectangle's first window on
+    int32_t rows = 0;                      // now
+    uint8_t* targets[rowsTogether] = {};
+
+    // Blocks of integers or floats.
+    struct Block {
+        int32_t values[blockValues];
+    };
+    enum Purpose { sums, highSums, totals, unused, purposes };
+    OwnScratch<Block> blocks;
+    int32_t* block(Purpose purpose, int row) { return blocks[purpose * rowsTogether + row].values; }
+    float* reals32(Purpose purpose, int row) { return reinterpret_cast<float*>(block(purpose, row)); }
+
+    // A row of samples, counted as the rings' rows. Behind the last, which is asked for only to fill a pair, it is the last.
+    const void* sampleRow(int64_t index, int slot)
+    {
+        int64_t last = windowRows + lines.height() - 2;
+        return lines.source(int32_t((index < last ? index : last) - plan.reach.top), slot);
+    }
+
+    // Brings the rows into the rings that the windows of row y and the next meet.
+    void fillRings(int32_t y)
+    {
+        for (; plan.usesPairs && pairsDone < y / 2 + pairs.rows; ++pairsDone) {
+            const void* upper = sampleRow(2 * pairsDone, 0);
+            kernels.pairs[depth](upper, sampleRow(2 * pairsDone + 1, 1), pairs.row(pairsDone), sourceValues);
+        }
+        for (; plan.usesReals && realsDone < y + reals.rows; ++realsDone)
+            kernels.reals[depth](sampleRow(realsDone, 0), reals.row(realsDone), sourceValues);
+    }
+
+    void convolveRows(int32_t y)
+    {
+        fillRings(y);
+        if (plan.usesPairs)
+            pairs.turn(y / 2);
+        if (plan.usesReals)
+            reals.turn(y);
+        for (int row = 0; row < rows; ++row)
+            targets[row] = static_cast<uint8_t*>(lines.target(y + row, row));
+        for (ptrdiff_t at = 0; at < values; at += blockValues)
+            convolveBlock(at, values - at < blockValues ? values - at : blockValues);
+    }
+
+    void convolveBlock(ptrdiff_t at, ptrdiff_t n)
+    {
+        const OwnConvStage& only = plan.stages[0];
+        bool sumsAreResults = plan.count == 1 && only.fold == OWN_FOLD_COPY;
+        if (sumsAreResults && only.sums == OwnConvSums::integer)
+            return sumPairs(kernels.pairResults[depth], only, only.pairs, only.pairCount, at, n, target(0, at),
+                            rows == 2 ? target(1, at) : block(unused, 0));
+        if (sumsAreResults && depth == OWN_32F) {
+            for (int row = 0; row < rows; ++row)
+                sumReals(only, row, at, n, target(row, at));
+            return;
+        }
+        for (int32_t i = 0; i < plan.count; ++i) {
+            sumBlock(plan.stages[i], at, n);
+            for (int row = 0; row < rows; ++row)
+                foldOf(plan.stages[i])(block(sums, row), plan.stages[i].shift, block(totals, row), n);
+        }
+        for (int row = 0; row < rows; ++row)
+            storeTotals(block(totals, row), target(row, at), n);
+    }
+
+    void* target(int row, ptrdiff_t at) { return targets[row] + at * ownMax(ownValueBytes(plan.depth), 1); }
+
+    OwnFoldRow foldOf(const OwnConvStage& stage) const
+    {
+        const OwnFoldRows& folds = !plan.realTotals                     ? kernels.foldIntegers
+                                   : stage.sums == OwnConvSums::integer ? kernels.foldIntegersToReals
+                                                                        : kernels.foldReals;
+        return folds.by[stage.fold];
+    }
+
+    void sumPairs(void (*kernel)(const OwnPairSums&), const OwnConvStage& stage, const OwnPairTap* taps,
+                  ptrdiff_t count, ptrdiff_t at, ptrdiff_t n, void* first, void* second)
+    {
+        bool low = taps == stage.pairs;
+        kernel(
+            {pairs.window.data, lines.step(), taps, count, low ? stage.start : 0, stage.shift, at, n, {first, second}});
+    }
+
+    void sumReals(const OwnConvStage& stage, int row, ptrdiff_t at, ptrdiff_t n, void* result)
+    {
+        auto* kernel = stage.sums == OwnConvSums::exact ? kernels.exactSums : kernels.realSums;
+        kernel({reals.window.data + row, lines.step(), stage.reals, stage.realCount, at, n, result});
+    }
+
+    void sumBlock(const OwnConvStage& stage, ptrdiff_t at, ptrdiff_t n)
+    {
+        if (stage.sums == OwnConvSums::integer || stage.sums == OwnConvSums::wrapped)
+            sumPairs(kernels.pairSums, stage, stage.pairs, stage.pairCount, at, n, block(sums, 0), block(sums, 1));
+        if (stage.sums == OwnConvSums::wrapped)
+            sumPairs(kernels.pairSums, stage, stage.highPairs, stage.highCount, at, n, block(highSums, 0),
+                     block(highSums, 1));
+        if (stage.sums == OwnConvSums::integer)
+            return;
+        for (int row = 0; row < rows; ++row) {
+            if (stage.sums == OwnConvSums::wrapped)
+                kernels.addHigh(block(highSums, row), block(sums, row), n);
+            else
+                sumReals(stage, row, at, n, block(sums, row));
+            if (stage.shifts)
+                kernels.shiftReals(reals32(sums, row), stage.shift, n);
+        }
+    }
+
+    void storeTotals(int32_t* total, void* result, ptrdiff_t n)
+    {
+        if (plan.roots && plan.realTotals)
+            kernels.rootReals(reinterpret_cast<float*>(total), n);
+        else if (plan.roots)
+            kernels.rootIntegers(total, n);
+        (plan.realTotals ? kernels.storeReals : kernels.storeIntegers)[depth](total, result, n);
+    }
+};
+
+}  // namespace
+
+bool ownConvolvePiece(void* plan, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return Pass(*static_cast<const OwnConvPlan*>(plan), src, dst, mask).run();
+}
