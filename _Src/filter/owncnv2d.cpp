@@ -91,7 +91,7 @@ OwnFold foldOfMany(int32_t method, bool first)
     }
 }
 
-// ---- Taps ---------------------------------------------------------------------------------------------------------
+// ---- Places -------------------------------------------------------------------------------------------------------
 
 // Rows of pairs that two neighbouring windows of so many rows meet, wherever the pairs begin.
 int64_t pairRows(int64_t rows)
@@ -108,28 +108,29 @@ int16_t highHalf(int32_t weight)
     return int16_t((uint32_t(weight) - uint32_t(int32_t{lowHalf(weight)})) >> 16);
 }
 
-// A window's place among the rows and columns that the whole call reads.
-struct Place {
+// Where a window begins among the rows and columns that the whole call reads.
+struct Corner {
     int32_t row, column;
 };
 
-// Writes the taps of a kernel's halves of weights, without those of which nothing comes, and answers where they end.
-OwnPairTap* writePairs(const OwnConvWindow& window, const Place& place, int16_t (*half)(int32_t), OwnPairTap* tap)
+// Writes the places of a kernel with halves of its weights, without those of which nothing comes, and answers where they end.
+OwnPairPlace* writePairs(const OwnConvWindow& window, const Corner& corner, int16_t (*half)(int32_t), OwnPairPlace* to)
 {
     auto weight = [&](int64_t row, int32_t column) {
         bool inside = row >= 0 && row < window.nRows;
         return inside ? half(window.integers[row * window.nCols + column]) : int16_t{0};
     };
-    int64_t end = (int64_t{place.row} + window.nRows + 2) / 2;
-    for (int64_t pair = place.row / 2; pair < end; ++pair)
+    OwnPairPlace* first = to;
+    int64_t end = (int64_t{corner.row} + window.nRows + 2) / 2;
+    for (int64_t pair = corner.row / 2; pair < end; ++pair)
         for (int32_t column = 0; column < window.nCols; ++column) {
-            int64_t row = 2 * pair - place.row;
-            *tap = {int32_t(pair),
-                    place.column + column,
-                    {{weight(row, column), weight(row + 1, column)}, {weight(row - 1, column), weight(row, column)}}};
-            tap += tap->weights[0][0] || tap->weights[0][1] || tap->weights[1][0] || tap->weights[1][1];
+            int64_t row = 2 * pair - corner.row;
+            *to = {int32_t(pair),
+                   corner.column + column,
+                   {{weight(row, column), weight(row + 1, column)}, {weight(row - 1, column), weight(row, column)}}};
+            to += to->weights[0][0] || to->weights[0][1] || to->weights[1][0] || to->weights[1][1];
         }
-    return tap;
+    return to > first ? to : first + 1;
 }
 
 // Samples of 16U are less 32768 in pairs; so much is missing from their sums.
@@ -148,13 +149,13 @@ enum class Rounding {
     once
 };
 
-OwnRealTap* writeReals(const OwnConvWindow& window, const Place& place, Rounding rounding, OwnRealTap* tap)
+OwnRealPlace* writeReals(const OwnConvWindow& window, const Corner& corner, Rounding rounding, OwnRealPlace* to)
 {
     auto write = [&](int32_t row, int32_t column, bool rounds) {
         int64_t i = int64_t{row} * window.nCols + column;
         double weight = window.reals ? double(window.reals[i]) : double(float(window.integers[i]));
-        *tap = {place.row + row, place.column + column, rounds, weight};
-        tap += window.reals || weight != 0;
+        *to = {corner.row + row, corner.column + column, rounds, weight};
+        to += window.reals || weight != 0;
     };
     int32_t together = rounding == Rounding::everyPair ? 2 : 1;
     for (int32_t row = 0; row < window.nRows; row += ownMin(together, window.nRows - row))
@@ -164,10 +165,10 @@ OwnRealTap* writeReals(const OwnConvWindow& window, const Place& place, Rounding
             if (pair)
                 write(row + 1, column, true);
         }
-    return tap;
+    return to;
 }
 
-int64_t mostPairTaps(const OwnConvWindow* windows, int32_t count)
+int64_t mostPairPlaces(const OwnConvWindow* windows, int32_t count)
 {
     int64_t sum = 1;
     for (int32_t i = 0; i < count; ++i)
@@ -176,7 +177,7 @@ int64_t mostPairTaps(const OwnConvWindow* windows, int32_t count)
     return sum;
 }
 
-int64_t mostRealTaps(const OwnConvWindow* windows, int32_t count)
+int64_t mostRealPlaces(const OwnConvWindow* windows, int32_t count)
 {
     int64_t sum = 1;
     for (int32_t i = 0; i < count; ++i)
@@ -210,9 +211,38 @@ OwnConvWindow::OwnConvWindow(const OrvConvKernelFP& kernel)
 
 namespace {
 
-// Plans a kernel's sums; its taps are written to `pair` and `real`, which move on.
-void planSums(const OwnConvWindow& window, const Place& place, const OrvImage& src, OwnPairTap*& pair,
-              OwnRealTap*& real, OwnConvStage& stage)
+// True if the sums of a kernel can be formed of pairs of bytes, modulo 2^16, and `stage` tells how: the products of no pair pass
+// 16 bits, and all sums lie in a range of 65536 values from a multiple of the shift on.
+bool fitsBytes(const OwnConvWindow& window, uint32_t depth, OwnConvStage& stage)
+{
+    if (depth != ORV_DEPTH_1U && depth != ORV_DEPTH_8U)
+        return false;
+    const int64_t largest = depth == ORV_DEPTH_1U ? 1 : 255;
+    int64_t above = 0, below = 0;
+    for (const OwnPairPlace* place = stage.pairs; place < stage.pairs + stage.pairCount; ++place)
+        for (const auto& weights : place->weights) {
+            int32_t sum = 0, least = 0;
+            for (int32_t weight : weights) {
+                if (weight < INT8_MIN || weight > INT8_MAX)
+                    return false;
+                (weight > 0 ? sum : least) += weight;
+            }
+            if (sum * largest > INT16_MAX || least * largest < INT16_MIN)
+                return false;
+        }
+    for (int64_t i = 0; i < valueCount(window); ++i)
+        (window.integers[i] > 0 ? above : below) += window.integers[i] * largest;
+    int64_t under = -(below >> stage.shift), start = under << stage.shift;
+    if (above + start > UINT16_MAX)
+        return false;
+    stage.start = int32_t(start);
+    stage.under = int32_t(under);
+    return true;
+}
+
+// Plans a kernel's sums; the places of its values are written to `pair` and `real`, which move on.
+void planSums(const OwnConvWindow& window, const Corner& corner, const OrvImage& src, OwnPairPlace*& pair,
+              OwnRealPlace*& real, OwnConvStage& stage)
 {
     uint32_t depth = src.depth;
     bool sideBySide = src.dataOrder == ORV_DATA_ORDER_PIXEL && !ownChannels(src).coi;
@@ -224,18 +254,23 @@ void planSums(const OwnConvWindow& window, const Place& place, const OrvImage& s
     if (isWide && !wrapped) {
         stage.sums = productsAreExact(window, depth) ? OwnConvSums::exact : OwnConvSums::real;
         Rounding rounding = dense ? Rounding::once : window.reals ? Rounding::everyPair : Rounding::everyProduct;
-        real = writeReals(window, place, rounding, real);
+        real = writeReals(window, corner, rounding, real);
         stage.realCount = real - stage.reals;
         return;
     }
     stage.sums = wrapped ? OwnConvSums::wrapped : OwnConvSums::integer;
     stage.start = depth == ORV_DEPTH_16U ? startOf16U(window) : 0;
-    pair = writePairs(window, place, lowHalf, pair);
+    pair = writePairs(window, corner, lowHalf, pair);
     stage.pairCount = pair - stage.pairs;
     stage.highPairs = pair;
     if (wrapped)
-        pair = writePairs(window, place, highHalf, pair);
+        pair = writePairs(window, corner, highHalf, pair);
     stage.highCount = pair - stage.highPairs;
+}
+
+ptrdiff_t larger(ptrdiff_t a, ptrdiff_t b)
+{
+    return a > b ? a : b;
 }
 
 }  // namespace
@@ -245,8 +280,8 @@ OwnConvPlan::OwnConvPlan(const OwnConvWindow* windows, int32_t kernels, int32_t 
       depth(src.depth),
       roots(kernels > 1 && method == ORV_COMBINE_SUMSQROOT),
       stages{},
-      pairTaps(mostPairTaps(windows, kernels)),
-      realTaps(mostRealTaps(windows, kernels))
+      pairs(mostPairPlaces(windows, kernels)),
+      reals(mostRealPlaces(windows, kernels))
 {
     if (!*this)
         return;
@@ -256,8 +291,8 @@ OwnConvPlan::OwnConvPlan(const OwnConvWindow* windows, int32_t kernels, int32_t 
         reach.right = ownMax(reach.right, windows[i].nCols - 1 - windows[i].anchorX);
         reach.bottom = ownMax(reach.bottom, windows[i].nRows - 1 - windows[i].anchorY);
     }
-    OwnPairTap* pair = pairTaps.data;
-    OwnRealTap* real = realTaps.data;
+    OwnPairPlace* pair = pairs.data;
+    OwnRealPlace* real = reals.data;
     for (int32_t i = 0; i < count; ++i) {
         const OwnConvWindow& window = windows[i];
         OwnConvStage& stage = stages[i];
@@ -268,7 +303,11 @@ OwnConvPlan::OwnConvPlan(const OwnConvWindow* windows, int32_t kernels, int32_t 
         bool integer = stage.sums == OwnConvSums::integer;
         usesPairs = usesPairs || integer || stage.sums == OwnConvSums::wrapped;
         usesReals = usesReals || stage.realCount > 0;
+        mostPairs = larger(mostPairs, larger(stage.pairCount, stage.highCount));
+        mostReals = larger(mostReals, stage.realCount);
         // Several kernels share integer totals only if the sums of all are short.
         realTotals = realTotals || !integer || (count > 1 && widthOf(window, depth) != Width::half);
+        if (count == 1 && integer && stage.fold == OWN_FOLD_COPY && fitsBytes(window, depth, stage))
+            stage.sums = OwnConvSums::bytes;
     }
 }

@@ -25,7 +25,20 @@ struct OwnConvWindow {
     explicit OwnConvWindow(const OrvConvKernelFP& kernel);
 };
 
+// The places of a window where samples are multiplied: rows, or rows of pairs, and pixels from the first that any window of the
+// call meets.
+struct OwnPairPlace {
+    int32_t row, column;
+    int16_t weights[2][2];  // for the first and the second row of results: of the upper and the lower sample
+};
+struct OwnRealPlace {
+    int32_t row, column;
+    bool rounds;
+    double weight;
+};
+
 enum class OwnConvSums {
+    bytes,  // that are results at once
     integer,
     wrapped,  // modulo 2^32, and taken for the bits of floats
     exact,    // in double precision, where every product is exact
@@ -36,11 +49,11 @@ struct OwnConvStage {
     OwnConvSums sums;
     OwnFold fold;
     int shift;
-    bool shifts;    // also by 0
-    int32_t start;  // of integer sums
-    // Of wrapped sums the taps have the low halves of the weights, and others the high halves.
-    const OwnPairTap *pairs, *highPairs;
-    const OwnRealTap* reals;
+    bool shifts;           // also by 0
+    int32_t start, under;  // of integer sums
+    // Of wrapped sums these have the low halves of the weights, and others the high halves.
+    const OwnPairPlace *pairs, *highPairs;
+    const OwnRealPlace* reals;
     ptrdiff_t pairCount, highCount, realCount;
 };
 
@@ -49,7 +62,7 @@ struct OwnConvPlan {
     OwnConvPlan(const OwnConvWindow* windows, int32_t count, int32_t method, const OrvImage& src);
 
     // False if there is no memory.
-    explicit operator bool() const { return pairTaps && realTaps; }
+    explicit operator bool() const { return pairs && reals; }
 
     int32_t count;
     uint32_t depth;
@@ -57,9 +70,10 @@ struct OwnConvPlan {
     bool realTotals = false;  // floats; otherwise integers
     bool roots;               // of the totals
     bool usesPairs = false, usesReals = false;
+    ptrdiff_t mostPairs = 1, mostReals = 1;  // places of a stage
     OwnConvStage stages[ownMostKernels];
-    OwnScratch<OwnPairTap> pairTaps;
-    OwnScratch<OwnRealTap> realTaps;
+    OwnScratch<OwnPairPlace> pairs;
+    OwnScratch<OwnRealPlace> reals;
 };
 
 // Convolves a rectangle of plain memory by an OwnConvPlan; a task of ownRunNeighbours, which reads through OwnLines.

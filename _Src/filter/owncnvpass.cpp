@@ -19,28 +19,18 @@ struct Ring {
     int64_t rows;
     ptrdiff_t step;
     OwnScratch<T> memory;
-    OwnScratch<const T*> window;
 
     // None if `used` is false.
     Ring(bool used, int64_t count, ptrdiff_t values)
-        : rows(count),
-          step((values + 15) & ~ptrdiff_t{15}),
-          memory(used ? fitting(count, step) : 1),
-          window(used ? count : 1)
+        : rows(count), step((values + 31) & ~ptrdiff_t{31}), memory(used ? fitting(count, step) : 1)
     {
         if (memory && used)
             memset(memory.data, 0, size_t(rows * step) * sizeof(T));
     }
     static int64_t fitting(int64_t count, int64_t step) { return step <= INT32_MAX / count ? step * count : 0; }
-    explicit operator bool() const { return memory && window; }
+    explicit operator bool() const { return bool(memory); }
 
     T* row(int64_t index) { return memory.data + index % rows * step; }
-    // Makes `window` the rows from one on.
-    void turn(int64_t first)
-    {
-        for (int64_t i = 0; i < rows; ++i)
-            window[ptrdiff_t(i)] = row(first + i);
-    }
 };
 
 class Pass {
@@ -52,15 +42,18 @@ public:
           values(lines.values(lines.width())),
           sourceValues(lines.values(int64_t{lines.width()} + plan.reach.left + plan.reach.right)),
           windowRows(int64_t{plan.reach.top} + plan.reach.bottom + 1),
-          pairs(plan.usesPairs, windowRows / 2 + 1, 2 * (sourceValues + readAhead)),
+          pairBytes(plan.stages[0].sums == OwnConvSums::bytes ? 2 : 4),
+          pairs(plan.usesPairs, windowRows / 2 + 1, (sourceValues + readAhead) * pairBytes),
           reals(plan.usesReals, windowRows + 1, sourceValues + readAhead),
+          pairTaps(plan.mostPairs),
+          realTaps(plan.mostReals),
           blocks(int64_t{purposes} * rowsTogether)
     {
     }
 
     bool run()
     {
-        if (!lines || !pairs || !reals || !blocks)
+        if (!lines || !pairs || !reals || !pairTaps || !realTaps || !blocks)
             return false;
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
@@ -81,8 +74,11 @@ private:
     OwnLines lines;
     ptrdiff_t values, sourceValues;
     int64_t windowRows;
-    Ring<int16_t> pairs;
+    int pairBytes;
+    Ring<uint8_t> pairs;
     Ring<double> reals;
+    OwnScratch<OwnPairTap> pairTaps;
+    OwnScratch<OwnRealTap> realTaps;
     int64_t pairsDone = 0, realsDone = 0;  // rows of the rings, from the first of the rectangle's first window on
     int32_t rows = 0;                      // now
     uint8_t* targets[rowsTogether] = {};
@@ -108,7 +104,8 @@ private:
     {
         for (; plan.usesPairs && pairsDone < y / 2 + pairs.rows; ++pairsDone) {
             const void* upper = sampleRow(2 * pairsDone, 0);
-            kernels.pairs[depth](upper, sampleRow(2 * pairsDone + 1, 1), pairs.row(pairsDone), sourceValues);
+            auto* pair = pairBytes == 2 ? kernels.bytePairs : kernels.pairs[depth];
+            pair(upper, sampleRow(2 * pairsDone + 1, 1), pairs.row(pairsDone), sourceValues);
         }
         for (; plan.usesReals && realsDone < y + reals.rows; ++realsDone)
             kernels.reals[depth](sampleRow(realsDone, 0), reals.row(realsDone), sourceValues);
@@ -117,30 +114,28 @@ private:
     void convolveRows(int32_t y)
     {
         fillRings(y);
-        if (plan.usesPairs)
-            pairs.turn(y / 2);
-        if (plan.usesReals)
-            reals.turn(y);
         for (int row = 0; row < rows; ++row)
             targets[row] = static_cast<uint8_t*>(lines.target(y + row, row));
         for (ptrdiff_t at = 0; at < values; at += blockValues)
-            convolveBlock(at, values - at < blockValues ? values - at : blockValues);
+            convolveBlock(y, at, values - at < blockValues ? values - at : blockValues);
     }
 
-    void convolveBlock(ptrdiff_t at, ptrdiff_t n)
+    void convolveBlock(int32_t y, ptrdiff_t at, ptrdiff_t n)
     {
         const OwnConvStage& only = plan.stages[0];
-        bool sumsAreResults = plan.count == 1 && only.fold == OWN_FOLD_COPY;
-        if (sumsAreResults && only.sums == OwnConvSums::integer)
-            return sumPairs(kernels.pairResults[depth], only, only.pairs, only.pairCount, at, n, target(0, at),
-                            rows == 2 ? target(1, at) : block(unused, 0));
-        if (sumsAreResults && depth == OWN_32F) {
+        bool isCopy = plan.count == 1 && only.fold == OWN_FOLD_COPY;
+        if (isCopy && (only.sums == OwnConvSums::bytes || only.sums == OwnConvSums::integer)) {
+            auto* sum = only.sums == OwnConvSums::bytes ? kernels.byteResults[depth] : kernels.pairResults[depth];
+            void* second = rows == 2 ? target(1, at) : block(unused, 0);
+            return sumPairs(sum, only, only.pairs, only.pairCount, y, at, n, target(0, at), second);
+        }
+        if (isCopy && depth == OWN_32F) {
             for (int row = 0; row < rows; ++row)
-                sumReals(only, row, at, n, target(row, at));
+                sumReals(only, y + row, at, n, target(row, at));
             return;
         }
         for (int32_t i = 0; i < plan.count; ++i) {
-            sumBlock(plan.stages[i], at, n);
+            sumBlock(plan.stages[i], y, at, n);
             for (int row = 0; row < rows; ++row)
                 foldOf(plan.stages[i])(block(sums, row), plan.stages[i].shift, block(totals, row), n);
         }
@@ -158,26 +153,40 @@ private:
         return folds.by[stage.fold];
     }
 
-    void sumPairs(void (*kernel)(const OwnPairSums&), const OwnConvStage& stage, const OwnPairTap* taps,
-                  ptrdiff_t count, ptrdiff_t at, ptrdiff_t n, void* first, void* second)
+    void sumPairs(void (*kernel)(const OwnPairSums&), const OwnConvStage& stage, const OwnPairPlace* places,
+                  ptrdiff_t count, int32_t y, ptrdiff_t at, ptrdiff_t n, void* first, void* second)
     {
-        bool low = taps == stage.pairs;
-        kernel(
-            {pairs.window.data, lines.step(), taps, count, low ? stage.start : 0, stage.shift, at, n, {first, second}});
+        // The bits of a weight in a word.
+        auto packed = [&](const int16_t(&weights)[2]) {
+            int bits = 4 * pairBytes;
+            return int32_t((uint32_t(weights[0]) & (0xFFFFu >> (16 - bits))) | uint32_t(weights[1]) << bits);
+        };
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            const OwnPairPlace& place = places[i];
+            pairTaps[i] = {pairs.row(y / 2 + place.row) + (place.column * lines.step() + at) * pairBytes,
+                           {packed(place.weights[0]), packed(place.weights[1])}};
+        }
+        int32_t start = places == stage.pairs ? stage.start : 0;
+        kernel({pairTaps.data, count, start, stage.shift, stage.under, n, {first, second}});
     }
 
-    void sumReals(const OwnConvStage& stage, int row, ptrdiff_t at, ptrdiff_t n, void* result)
+    void sumReals(const OwnConvStage& stage, int32_t y, ptrdiff_t at, ptrdiff_t n, void* result)
     {
+        for (ptrdiff_t i = 0; i < stage.realCount; ++i) {
+            const OwnRealPlace& place = stage.reals[i];
+            const double* samples = reals.row(y + int64_t{place.row}) + (place.column * lines.step() + at);
+            realTaps[i] = {samples, place.weight, place.rounds};
+        }
         auto* kernel = stage.sums == OwnConvSums::exact ? kernels.exactSums : kernels.realSums;
-        kernel({reals.window.data + row, lines.step(), stage.reals, stage.realCount, at, n, result});
+        kernel({realTaps.data, stage.realCount, n, result});
     }
 
-    void sumBlock(const OwnConvStage& stage, ptrdiff_t at, ptrdiff_t n)
+    void sumBlock(const OwnConvStage& stage, int32_t y, ptrdiff_t at, ptrdiff_t n)
     {
         if (stage.sums == OwnConvSums::integer || stage.sums == OwnConvSums::wrapped)
-            sumPairs(kernels.pairSums, stage, stage.pairs, stage.pairCount, at, n, block(sums, 0), block(sums, 1));
+            sumPairs(kernels.pairSums, stage, stage.pairs, stage.pairCount, y, at, n, block(sums, 0), block(sums, 1));
         if (stage.sums == OwnConvSums::wrapped)
-            sumPairs(kernels.pairSums, stage, stage.highPairs, stage.highCount, at, n, block(highSums, 0),
+            sumPairs(kernels.pairSums, stage, stage.highPairs, stage.highCount, y, at, n, block(highSums, 0),
                      block(highSums, 1));
         if (stage.sums == OwnConvSums::integer)
             return;
@@ -185,7 +194,7 @@ private:
             if (stage.sums == OwnConvSums::wrapped)
                 kernels.addHigh(block(highSums, row), block(sums, row), n);
             else
-                sumReals(stage, row, at, n, block(sums, row));
+                sumReals(stage, y + row, at, n, block(sums, row));
             if (stage.shifts)
                 kernels.shiftReals(reals32(sums, row), stage.shift, n);
         }

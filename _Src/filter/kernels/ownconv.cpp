@@ -19,14 +19,65 @@ OWN_INLINE int16_t halfOf(T sample)
     return int16_t(__is_same(T, uint16_t) ? sample - 32768 : sample);
 }
 
+#if defined(__AVX2__)
+
+// Hands the pairs of 16 bytes at a time to store(at, low, high), and answers where fewer are left.
+template <class Store>
+inline ptrdiff_t pairBytes(const void* upper, const void* lower, ptrdiff_t n, Store store)
+{
+    ptrdiff_t at = 0;
+    for (; at + 16 <= n; at += 16) {
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(static_cast<const char*>(upper) + at));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(static_cast<const char*>(lower) + at));
+        store(at, _mm_unpacklo_epi8(a, b), _mm_unpackhi_epi8(a, b));
+    }
+    return at;
+}
+
+#endif
+
 template <class T>
-void pairRows(const void* upper, const void* lower, int16_t* pairs, ptrdiff_t n)
+void pairRows(const void* upper, const void* lower, void* to, ptrdiff_t n)
 {
     const OwnValues<T> a = {upper}, b = {lower};
+    auto* pairs = static_cast<int16_t*>(to);
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    if constexpr (sizeof(T) == 1)
+        i = pairBytes(upper, lower, n, [=](ptrdiff_t at, __m128i low, __m128i high) {
+            auto* vectors = reinterpret_cast<__m256i*>(pairs + 2 * at);
+            if constexpr (__is_same(T, uint8_t)) {
+                _mm256_storeu_si256(vectors, _mm256_cvtepu8_epi16(low));
+                _mm256_storeu_si256(vectors + 1, _mm256_cvtepu8_epi16(high));
+            } else {
+                _mm256_storeu_si256(vectors, _mm256_cvtepi8_epi16(low));
+                _mm256_storeu_si256(vectors + 1, _mm256_cvtepi8_epi16(high));
+            }
+        });
+#endif
 #pragma GCC ivdep
-    for (ptrdiff_t i = 0; i < n; ++i) {
+    for (; i < n; ++i) {
         pairs[2 * i] = halfOf(a[i]);
         pairs[2 * i + 1] = halfOf(b[i]);
+    }
+}
+
+void bytePairRow(const void* upper, const void* lower, void* to, ptrdiff_t n)
+{
+    const OwnValues<uint8_t> a = {upper}, b = {lower};
+    auto* pairs = static_cast<uint8_t*>(to);
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    i = pairBytes(upper, lower, n, [=](ptrdiff_t at, __m128i low, __m128i high) {
+        auto* vectors = reinterpret_cast<__m128i*>(pairs + 2 * at);
+        _mm_storeu_si128(vectors, low);
+        _mm_storeu_si128(vectors + 1, high);
+    });
+#endif
+#pragma GCC ivdep
+    for (; i < n; ++i) {
+        pairs[2 * i] = a[i];
+        pairs[2 * i + 1] = b[i];
     }
 }
 
@@ -73,31 +124,78 @@ void storeRow(const void* totals, void* results, ptrdiff_t n)
 
 // ---- Sums of pairs ------------------------------------------------------------------------------------------------
 
-constexpr ptrdiff_t blockValues = 32;
+// Pairs of 16 bits, whose sums have 32.
+struct Halves {
+    static constexpr ptrdiff_t blockValues = 32;
+    static constexpr int pairBytes = 4;
+#if defined(__AVX2__)
+    static __m256i all(int32_t value)
+    {
+        return _mm256_set1_epi32(value);
+    }
+    static __m256i add(__m256i sum, __m256i pairs, __m256i weights)
+    {
+        return _mm256_add_epi32(sum, _mm256_madd_epi16(pairs, weights));
+    }
+#else
+    using Sample = int16_t;
+    using Weight = int16_t;
+    using Sum = uint32_t;
+#endif
+};
+
+// Pairs of bytes, whose sums have 16 bits.
+struct Bytes {
+    static constexpr ptrdiff_t blockValues = 64;
+    static constexpr int pairBytes = 2;
+#if defined(__AVX2__)
+    static __m256i all(int32_t value)
+    {
+        return _mm256_set1_epi16(int16_t(value));
+    }
+    static __m256i add(__m256i sum, __m256i pairs, __m256i weights)
+    {
+        return _mm256_add_epi16(sum, _mm256_maddubs_epi16(pairs, weights));
+    }
+#else
+    using Sample = uint8_t;
+    using Weight = int8_t;
+    using Sum = uint16_t;
+#endif
+};
 
 #if defined(__AVX2__)
 
-// Eight sums in each of four vectors.
 struct PairBlock {
     __m256i v[4];
 };
 
+template <class Pairs>
 inline void addPairs(const OwnPairSums& sums, ptrdiff_t at, PairBlock& first, PairBlock& second)
 {
-    for (int i = 0; i < 4; ++i)
-        first.v[i] = second.v[i] = _mm256_set1_epi32(sums.start);
-    const OwnPairTap* end = sums.taps + sums.count;
-    for (const OwnPairTap* tap = sums.taps; tap < end; ++tap) {
-        const int16_t* pairs = sums.rows[tap->row] + 2 * (tap->column * sums.step + sums.first + at);
-        const __m256i a = _mm256_set1_epi32(ownLoad<int32_t>(tap->weights[0]));
-        const __m256i b = _mm256_set1_epi32(ownLoad<int32_t>(tap->weights[1]));
-#pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i) {
-            const __m256i pair = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pairs + 16 * i));
-            first.v[i] = _mm256_add_epi32(first.v[i], _mm256_madd_epi16(pair, a));
-            second.v[i] = _mm256_add_epi32(second.v[i], _mm256_madd_epi16(pair, b));
-        }
-    }
+    const __m256i start = Pairs::all(sums.start);
+    __m256i a0 = start, a1 = start, a2 = start, a3 = start, b0 = start, b1 = start, b2 = start, b3 = start;
+    const OwnPairTap* tap = sums.taps;
+    const OwnPairTap* end = tap + sums.count;
+    do {
+        auto* pairs = reinterpret_cast<const __m256i*>(static_cast<const char*>(tap->pairs) + at * Pairs::pairBytes);
+        const __m256i a = Pairs::all(tap->weights[0]), b = Pairs::all(tap->weights[1]);
+        // The compiler is kept from loading pairs again for each use, and from moving sums between registers.
+        auto add = [=](int i, __m256i& sumA, __m256i& sumB) {
+            __m256i pair = _mm256_loadu_si256(pairs + i);
+            __asm__("" : "+x"(pair));
+            sumA = Pairs::add(sumA, pair, a);
+            __asm__("" : "+x"(sumA));
+            sumB = Pairs::add(sumB, pair, b);
+            __asm__("" : "+x"(sumB));
+        };
+        add(0, a0, b0);
+        add(1, a1, b1);
+        add(2, a2, b2);
+        add(3, a3, b3);
+    } while (++tap < end);
+    first = {{a0, a1, a2, a3}};
+    second = {{b0, b1, b2, b3}};
 }
 
 inline void storeVector(void* to, int i, __m256i v)
@@ -105,21 +203,31 @@ inline void storeVector(void* to, int i, __m256i v)
     _mm256_storeu_si256(static_cast<__m256i*>(to) + i, v);
 }
 
-template <class T>
-inline void storeBlock(const PairBlock& block, int shift, void* to)
+// Packing goes by halves of vectors, whose parts are put in order afterwards.
+inline __m256i quartersInOrder(__m256i v)
 {
-    const __m128i count = _mm_cvtsi32_si128(shift);
-    const __m256i a = _mm256_sra_epi32(block.v[0], count), b = _mm256_sra_epi32(block.v[1], count);
-    const __m256i c = _mm256_sra_epi32(block.v[2], count), d = _mm256_sra_epi32(block.v[3], count);
-    // Packing goes by halves of vectors, whose parts are put in order afterwards.
-    const __m256i bytesInOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    constexpr int halvesInOrder = 0xD8;
-    if constexpr (__is_same(T, uint16_t)) {
-        storeVector(to, 0, _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), halvesInOrder));
-        storeVector(to, 1, _mm256_permute4x64_epi64(_mm256_packus_epi32(c, d), halvesInOrder));
+    return _mm256_permute4x64_epi64(v, 0xD8);
+}
+inline __m256i eighthsInOrder(__m256i v)
+{
+    return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+template <class T>
+inline void storeBlock(Halves, const OwnPairSums& sums, const PairBlock& block, void* to)
+{
+    const __m128i shift = _mm_cvtsi32_si128(sums.shift);
+    const __m256i a = _mm256_sra_epi32(block.v[0], shift), b = _mm256_sra_epi32(block.v[1], shift);
+    const __m256i c = _mm256_sra_epi32(block.v[2], shift), d = _mm256_sra_epi32(block.v[3], shift);
+    if constexpr (__is_same(T, int32_t)) {
+        for (int i = 0; i < 4; ++i)
+            storeVector(to, i, block.v[i]);
+    } else if constexpr (__is_same(T, uint16_t)) {
+        storeVector(to, 0, quartersInOrder(_mm256_packus_epi32(a, b)));
+        storeVector(to, 1, quartersInOrder(_mm256_packus_epi32(c, d)));
     } else if constexpr (__is_same(T, int16_t)) {
-        storeVector(to, 0, _mm256_permute4x64_epi64(_mm256_packs_epi32(a, b), halvesInOrder));
-        storeVector(to, 1, _mm256_permute4x64_epi64(_mm256_packs_epi32(c, d), halvesInOrder));
+        storeVector(to, 0, quartersInOrder(_mm256_packs_epi32(a, b)));
+        storeVector(to, 1, quartersInOrder(_mm256_packs_epi32(c, d)));
     } else {
         const __m256i low = _mm256_packs_epi32(a, b), high = _mm256_packs_epi32(c, d);
         __m256i bytes;
@@ -129,54 +237,78 @@ inline void storeBlock(const PairBlock& block, int shift, void* to)
             bytes = _mm256_packs_epi16(low, high);
         else
             bytes = _mm256_cmpgt_epi8(_mm256_packs_epi16(low, high), _mm256_setzero_si256());
-        storeVector(to, 0, _mm256_permutevar8x32_epi32(bytes, bytesInOrder));
+        storeVector(to, 0, eighthsInOrder(bytes));
     }
 }
-template <>
-inline void storeBlock<int32_t>(const PairBlock& block, int, void* to)
+
+template <class T>
+inline void storeBlock(Bytes, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
-    for (int i = 0; i < 4; ++i)
-        storeVector(to, i, block.v[i]);
+    const __m128i shift = _mm_cvtsi32_si128(sums.shift);
+    const __m256i under = _mm256_set1_epi16(int16_t(sums.under)), most = _mm256_set1_epi16(255);
+    auto result = [=](__m256i sum) {
+        return _mm256_min_epu16(_mm256_subs_epu16(_mm256_srl_epi16(sum, shift), under), most);
+    };
+    for (int i = 0; i < 2; ++i) {
+        __m256i bytes = _mm256_packus_epi16(result(block.v[2 * i]), result(block.v[2 * i + 1]));
+        if constexpr (__is_same(T, Bits))
+            bytes = _mm256_xor_si256(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256()), _mm256_set1_epi8(-1));
+        storeVector(to, i, quartersInOrder(bytes));
+    }
 }
 
 #else
 
 struct PairBlock {
-    uint32_t v[blockValues];
+    uint32_t v[Bytes::blockValues];
 };
 
+template <class Pairs>
 inline void addPairs(const OwnPairSums& sums, ptrdiff_t at, PairBlock& first, PairBlock& second)
 {
-    for (ptrdiff_t i = 0; i < blockValues; ++i)
-        first.v[i] = second.v[i] = uint32_t(sums.start);
+    using Weight = typename Pairs::Weight;
+    using Sum = typename Pairs::Sum;
+    constexpr ptrdiff_t n = Pairs::blockValues;
+    Sum a[n], b[n];
+    for (ptrdiff_t i = 0; i < n; ++i)
+        a[i] = b[i] = Sum(sums.start);
     for (const OwnPairTap* tap = sums.taps; tap < sums.taps + sums.count; ++tap) {
-        const int16_t* pairs = sums.rows[tap->row] + 2 * (tap->column * sums.step + sums.first + at);
-        const int32_t a0 = tap->weights[0][0], a1 = tap->weights[0][1];
-        const int32_t b0 = tap->weights[1][0], b1 = tap->weights[1][1];
-        for (ptrdiff_t i = 0; i < blockValues; ++i) {
-            const int32_t upper = pairs[2 * i], lower = pairs[2 * i + 1];
-            first.v[i] += uint32_t(upper * a0) + uint32_t(lower * a1);
-            second.v[i] += uint32_t(upper * b0) + uint32_t(lower * b1);
+        auto* pairs = static_cast<const typename Pairs::Sample*>(tap->pairs) + 2 * at;
+        constexpr int lower = 8 * int(sizeof(Weight));
+        const int32_t a0 = Weight(tap->weights[0]), a1 = Weight(tap->weights[0] >> lower);
+        const int32_t b0 = Weight(tap->weights[1]), b1 = Weight(tap->weights[1] >> lower);
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            const int32_t x = pairs[2 * i], y = pairs[2 * i + 1];
+            a[i] = Sum(a[i] + Sum(x * a0) + Sum(y * a1));
+            b[i] = Sum(b[i] + Sum(x * b0) + Sum(y * b1));
         }
+    }
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        first.v[i] = a[i];
+        second.v[i] = b[i];
     }
 }
 
 template <class T>
-inline void storeBlock(const PairBlock& block, int shift, void* to)
+inline void storeBlock(Halves, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
-    for (ptrdiff_t i = 0; i < blockValues; ++i)
-        ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i]) >> shift));
+    for (ptrdiff_t i = 0; i < Halves::blockValues; ++i)
+        if constexpr (__is_same(T, int32_t))
+            ownStore(to, i, int32_t(block.v[i]));
+        else
+            ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i]) >> sums.shift));
 }
-template <>
-inline void storeBlock<int32_t>(const PairBlock& block, int, void* to)
+
+template <class T>
+inline void storeBlock(Bytes, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
-    __builtin_memcpy(to, block.v, sizeof block.v);
+    for (ptrdiff_t i = 0; i < Bytes::blockValues; ++i)
+        ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i] >> sums.shift) - sums.under));
 }
 
 #endif
 
-// Rows of pairs may be read for a block more than there are results.
-template <class T>
+template <class Pairs, class T>
 void sumPairs(const OwnPairSums& sums)
 {
     using Result = typename ResultOf<T>::type;
@@ -184,23 +316,25 @@ void sumPairs(const OwnPairSums& sums)
     auto* second = static_cast<char*>(sums.results[1]);
     PairBlock a, b;
     ptrdiff_t at = 0;
-    for (; at + blockValues <= sums.n; at += blockValues) {
-        addPairs(sums, at, a, b);
-        storeBlock<T>(a, sums.shift, first + at * ptrdiff_t(sizeof(Result)));
-        storeBlock<T>(b, sums.shift, second + at * ptrdiff_t(sizeof(Result)));
+    for (; at + Pairs::blockValues <= sums.n; at += Pairs::blockValues) {
+        addPairs<Pairs>(sums, at, a, b);
+        storeBlock<T>(Pairs{}, sums, a, first + at * ptrdiff_t(sizeof(Result)));
+        storeBlock<T>(Pairs{}, sums, b, second + at * ptrdiff_t(sizeof(Result)));
     }
     if (at == sums.n)
         return;
-    Result rest[blockValues];
-    addPairs(sums, at, a, b);
+    Result rest[Pairs::blockValues];
+    addPairs<Pairs>(sums, at, a, b);
     const size_t bytes = size_t(sums.n - at) * sizeof(Result);
-    storeBlock<T>(a, sums.shift, rest);
+    storeBlock<T>(Pairs{}, sums, a, rest);
     __builtin_memcpy(first + at * ptrdiff_t(sizeof(Result)), rest, bytes);
-    storeBlock<T>(b, sums.shift, rest);
+    storeBlock<T>(Pairs{}, sums, b, rest);
     __builtin_memcpy(second + at * ptrdiff_t(sizeof(Result)), rest, bytes);
 }
 
 // ---- Sums in double precision -------------------------------------------------------------------------------------
+
+constexpr ptrdiff_t blockValues = 32;
 
 #if defined(__AVX2__)
 
@@ -210,7 +344,7 @@ inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
     __m256d sum[8] = {};
     const OwnRealTap* end = sums.taps + sums.count;
     for (const OwnRealTap* tap = sums.taps; tap < end; ++tap) {
-        const double* row = sums.rows[tap->row] + (tap->column * sums.step + sums.first + at);
+        const double* row = tap->samples + at;
         const __m256d weight = _mm256_set1_pd(tap->weight);
 #pragma GCC unroll 8
         for (int i = 0; i < 8; ++i) {
@@ -236,7 +370,7 @@ inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
 {
     double sum[blockValues] = {};
     for (const OwnRealTap* tap = sums.taps; tap < sums.taps + sums.count; ++tap) {
-        const double* row = sums.rows[tap->row] + (tap->column * sums.step + sums.first + at);
+        const double* row = tap->samples + at;
         for (ptrdiff_t i = 0; i < blockValues; ++i)
             sum[i] += row[i] * tap->weight;
         if (tap->rounds)
@@ -249,7 +383,6 @@ inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
 
 #endif
 
-// Rows may be read for a block more than there are results.
 template <bool exact>
 void sumReals(const OwnRealSums& sums)
 {
@@ -359,10 +492,13 @@ constexpr OwnFoldRows foldRows = {{foldRow<Sum, Total, OWN_FOLD_COPY>, foldRow<S
 extern const OwnConvKernels ownConvKernels;
 const OwnConvKernels ownConvKernels = {
     {pairRows<uint8_t>, pairRows<uint8_t>, pairRows<int8_t>, pairRows<uint16_t>, pairRows<int16_t>},
+    bytePairRow,
     {realRow<uint8_t>, realRow<uint8_t>, realRow<int8_t>, realRow<uint16_t>, realRow<int16_t>, realRow<int32_t>,
      realRow<float>},
-    sumPairs<int32_t>,
-    {sumPairs<Bits>, sumPairs<uint8_t>, sumPairs<int8_t>, sumPairs<uint16_t>, sumPairs<int16_t>},
+    sumPairs<Halves, int32_t>,
+    {sumPairs<Halves, Bits>, sumPairs<Halves, uint8_t>, sumPairs<Halves, int8_t>, sumPairs<Halves, uint16_t>,
+     sumPairs<Halves, int16_t>},
+    {sumPairs<Bytes, Bits>, sumPairs<Bytes, uint8_t>},
     sumReals<true>,
     sumReals<false>,
     addHigh,

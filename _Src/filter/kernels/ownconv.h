@@ -1,46 +1,43 @@
 // Kernels of convolution: rows of samples become sums, sums become results.
 //
-// Integer sums are formed of pairs of samples: value i of one row and value i of the row below stand side by side as 16-bit
-// integers, and one instruction multiplies both and adds the products. Two rows of results are made of the same pairs. All
-// other sums are formed in double precision.
+// Integer sums are formed of pairs of samples: value i of one row and value i of the row below stand side by side, and one
+// instruction multiplies both and adds the products. Two rows of results are made of the same pairs. Pairs are of 16 bits and
+// have sums of 32; where the sums of a window have no more than 65536 values, pairs of bytes have sums of 16. All other sums
+// are formed in double precision.
 #pragma once
 
 #include "../../core/owngeometry.h"
 #include "../../core/ownisa.h"
 
-// A place of the window whose pair is multiplied.
+// A place of the window whose pairs are multiplied.
 struct OwnPairTap {
-    int32_t row;            // of pairs, from the first of the window
-    int32_t column;         // in pixels, from the first of the window
-    int16_t weights[2][2];  // for the first and the second row of results: of the pair's upper and lower sample
+    const void* pairs;
+    // For the first and the second row of results: in the lower half of the bits of a pair that of the upper sample, above it
+    // that of the lower one.
+    int32_t weights[2];
 };
 
-// Two rows of n sums, modulo 2^32.
+// Two rows of n results. Pairs may be read for a block more.
 struct OwnPairSums {
-    const int16_t* const* rows;
-    ptrdiff_t step;  // values from pixel to pixel
     const OwnPairTap* taps;
-    ptrdiff_t count;
+    ptrdiff_t count;  // at least 1
     int32_t start;    // of every sum
-    int shift;        // of results to the right
-    ptrdiff_t first;  // value of the rows
+    int shift;        // of sums to the right
+    int32_t under;    // what sums of bytes, that are never below 0, are too large by when they have been shifted
     ptrdiff_t n;
     void* results[2];
 };
 
 struct OwnRealTap {
-    int32_t row, column;
-    bool rounds;  // the sum is rounded to single precision after it
+    const double* samples;
     double weight;
+    bool rounds;  // the sum is rounded to single precision after it
 };
 
-// A row of n sums in double precision, stored in single.
+// A row of n sums in double precision, stored in single. Samples may be read for a block more.
 struct OwnRealSums {
-    const double* const* rows;
-    ptrdiff_t step;
     const OwnRealTap* taps;
     ptrdiff_t count;
-    ptrdiff_t first;  // value of the rows
     ptrdiff_t n;
     void* results;
 };
@@ -65,11 +62,13 @@ struct OwnFoldRows {
 
 struct OwnConvKernels {
     // A row of pairs. Samples of 16U are less 32768.
-    void (*pairs[OWN_DEPTHS])(const void* upper, const void* lower, int16_t* pairs, ptrdiff_t n);
+    void (*pairs[OWN_DEPTHS])(const void* upper, const void* lower, void* pairs, ptrdiff_t n);
+    void (*bytePairs)(const void* upper, const void* lower, void* pairs, ptrdiff_t n);
     void (*reals[OWN_DEPTHS])(const void* row, double* reals, ptrdiff_t n);
 
     void (*pairSums)(const OwnPairSums& sums);                 // of int32_t
     void (*pairResults[OWN_DEPTHS])(const OwnPairSums& sums);  // shifted and saturated
+    void (*byteResults[OWN_DEPTHS])(const OwnPairSums& sums);  // of pairs of bytes; of 1U and 8U alone
     void (*exactSums)(const OwnRealSums& sums);                // where every product is exact in double precision
     void (*realSums)(const OwnRealSums& sums);
 
