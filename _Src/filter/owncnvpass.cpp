@@ -31,6 +31,16 @@ struct Ring {
     explicit operator bool() const { return bool(memory); }
 
     T* row(int64_t index) { return memory.data + index % rows * step; }
+
+    // Row i of the window that begins at row `first`.
+    struct Window {
+        T* memory;
+        int64_t first, rows;
+        ptrdiff_t step;
+
+        T* row(int64_t i) const { return memory + (first + i < rows ? first + i : first + i - rows) * step; }
+    };
+    Window window(int64_t first) { return {memory.data, first % rows, rows, step}; }
 };
 
 class Pass {
@@ -161,9 +171,10 @@ private:
             int bits = 4 * pairBytes;
             return int32_t((uint32_t(weights[0]) & (0xFFFFu >> (16 - bits))) | uint32_t(weights[1]) << bits);
         };
+        const auto window = pairs.window(y / 2);
         for (ptrdiff_t i = 0; i < count; ++i) {
             const OwnPairPlace& place = places[i];
-            pairTaps[i] = {pairs.row(y / 2 + place.row) + (place.column * lines.step() + at) * pairBytes,
+            pairTaps[i] = {window.row(place.row) + (ptrdiff_t{place.column} * lines.step() + at) * pairBytes,
                            {packed(place.weights[0]), packed(place.weights[1])}};
         }
         int32_t start = places == stage.pairs ? stage.start : 0;
@@ -172,9 +183,10 @@ private:
 
     void sumReals(const OwnConvStage& stage, int32_t y, ptrdiff_t at, ptrdiff_t n, void* result)
     {
+        const auto window = reals.window(y);
         for (ptrdiff_t i = 0; i < stage.realCount; ++i) {
             const OwnRealPlace& place = stage.reals[i];
-            const double* samples = reals.row(y + int64_t{place.row}) + (place.column * lines.step() + at);
+            const double* samples = window.row(place.row) + (ptrdiff_t{place.column} * lines.step() + at);
             realTaps[i] = {samples, place.weight, place.rounds};
         }
         auto* kernel = stage.sums == OwnConvSums::exact ? kernels.exactSums : kernels.realSums;
