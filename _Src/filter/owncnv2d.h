@@ -6,31 +6,11 @@
 #pragma once
 
 #include "../core/ownneighbour.h"
-#include "../core/ownscratch.h"
-#include "kernels/ownconv.h"
-#include "ownconvkernel.h"
+#include "ownconvrows.h"
 
 constexpr int32_t ownMostKernels = 10;
 
-// A kernel of either type; one of the pointers is NULL.
-struct OwnConvWindow {
-    int32_t nCols, nRows;
-    int32_t anchorX, anchorY;
-    const int32_t* integers;
-    const float* reals;
-    int32_t nShiftR;
-
-    OwnConvWindow() = default;
-    explicit OwnConvWindow(const OrvConvKernel& kernel);
-    explicit OwnConvWindow(const OrvConvKernelFP& kernel);
-};
-
-// The places of a window where samples are multiplied: rows, or rows of pairs, and pixels from the first that any window of the
-// call meets.
-struct OwnPairPlace {
-    int32_t row, column;
-    int16_t weights[2][2];  // for the first and the second row of results: of the upper and the lower sample
-};
+// A place where a sample is multiplied, counted in rows.
 struct OwnRealPlace {
     int32_t row, column;
     bool rounds;

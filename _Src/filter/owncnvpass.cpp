@@ -1,6 +1,4 @@
 // Two-dimensional convolution of a rectangle of plain memory: rows of samples, sums, totals, results.
-#include <cstring>
-
 #include "../core/ownlines.h"
 #include "owncnv2d.h"
 
@@ -10,39 +8,6 @@ namespace {
 constexpr int rowsTogether = 2;
 // Values of a row that pass through all stages before the next.
 constexpr ptrdiff_t blockValues = 1024;
-// What sums may read behind the last value of a row.
-constexpr ptrdiff_t readAhead = 64;
-
-// The rows that the windows of a few rows of results meet, in memory where the next rows replace the first.
-template <class T>
-struct Ring {
-    int64_t rows;
-    ptrdiff_t step;
-    OwnScratch<T> memory;
-
-    // None if `used` is false.
-    Ring(bool used, int64_t count, ptrdiff_t values)
-        : rows(count), step((values + 31) & ~ptrdiff_t{31}), memory(used ? fitting(count, step) : 1)
-    {
-        if (memory && used)
-            memset(memory.data, 0, size_t(rows * step) * sizeof(T));
-    }
-    static int64_t fitting(int64_t count, int64_t step) { return step <= INT32_MAX / count ? step * count : 0; }
-    explicit operator bool() const { return bool(memory); }
-
-    T* row(int64_t index) { return memory.data + index % rows * step; }
-
-    // Row i of the window that begins at row `first`.
-    struct Window {
-        T* memory;
-        int64_t first, rows;
-        ptrdiff_t step;
-
-        T* row(int64_t i) const { return memory + (first + i < rows ? first + i : first + i - rows) * step; }
-    };
-    Window window(int64_t first) { return {memory.data, first % rows, rows, step}; }
-};
-
 class Pass {
 public:
     Pass(const OwnConvPlan& convPlan, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
@@ -53,8 +18,8 @@ public:
           sourceValues(lines.values(int64_t{lines.width()} + plan.reach.left + plan.reach.right)),
           windowRows(int64_t{plan.reach.top} + plan.reach.bottom + 1),
           pairBytes(plan.stages[0].sums == OwnConvSums::bytes ? 2 : 4),
-          pairs(plan.usesPairs, windowRows / 2 + 1, (sourceValues + readAhead) * pairBytes),
-          reals(plan.usesReals, windowRows + 1, sourceValues + readAhead),
+          pairs(plan.usesPairs ? ownPairRows(windowRows) : 0, (sourceValues + ownReadAhead) * pairBytes),
+          reals(plan.usesReals ? windowRows + 1 : 0, sourceValues + ownReadAhead),
           pairTaps(plan.mostPairs),
           realTaps(plan.mostReals),
           blocks(int64_t{purposes} * rowsTogether)
@@ -85,8 +50,8 @@ private:
     ptrdiff_t values, sourceValues;
     int64_t windowRows;
     int pairBytes;
-    Ring<uint8_t> pairs;
-    Ring<double> reals;
+    OwnRing<uint8_t> pairs;
+    OwnRing<double> reals;
     OwnScratch<OwnPairTap> pairTaps;
     OwnScratch<OwnRealTap> realTaps;
     int64_t pairsDone = 0, realsDone = 0;  // rows of the rings, from the first of the rectangle's first window on
@@ -166,16 +131,12 @@ private:
     void sumPairs(void (*kernel)(const OwnPairSums&), const OwnConvStage& stage, const OwnPairPlace* places,
                   ptrdiff_t count, int32_t y, ptrdiff_t at, ptrdiff_t n, void* first, void* second)
     {
-        // The bits of a weight in a word.
-        auto packed = [&](const int16_t(&weights)[2]) {
-            int bits = 4 * pairBytes;
-            return int32_t((uint32_t(weights[0]) & (0xFFFFu >> (16 - bits))) | uint32_t(weights[1]) << bits);
-        };
         const auto window = pairs.window(y / 2);
         for (ptrdiff_t i = 0; i < count; ++i) {
             const OwnPairPlace& place = places[i];
-            pairTaps[i] = {window.row(place.row) + (ptrdiff_t{place.column} * lines.step() + at) * pairBytes,
-                           {packed(place.weights[0]), packed(place.weights[1])}};
+            pairTaps[i] = {
+                window.row(place.row) + (ptrdiff_t{place.column} * lines.step() + at) * pairBytes,
+                {ownPackedWeights(place.weights[0], pairBytes), ownPackedWeights(place.weights[1], pairBytes)}};
         }
         int32_t start = places == stage.pairs ? stage.start : 0;
         kernel({pairTaps.data, count, start, stage.shift, stage.under, n, {first, second}});

@@ -133,6 +133,28 @@ ORV_API(void)
 orvConvolve2DFP(OrvImage* srcImage, OrvImage* dstImage, OrvConvKernelFP** kernel, int32_t nKernels,
                 int32_t combineMethod);
 
+/* Filters an image with a row kernel `xKernel`, of one row, and a column kernel `yKernel`, of one column, of which one may be
+ * NULL. The kernel's values run as they were given, and that at the anchor meets the pixel itself:
+ *
+ *     sum(x, y) = sum over i, j of X[i] * Y[j] * src(x + i - anchorX, y + j - anchorY)
+ *
+ * orvConvolveSep2D takes every depth but 32F. The sum is formed modulo 2^32, shifted to the right once by the sum of both
+ * kernels' shifts, toward minus infinity, and cut to the depth's range, which at 32S is the sum itself. orvConvolveSep2DFP takes
+ * 32F: the columns first, then the rows, each sum formed in double precision and rounded to a float once. That a window
+ * which is a product costs the sum of its sides only: see any textbook, such as W. K. Pratt, "Digital Image Processing"
+ * (1978). In place is refused.
+ *
+ * Returns 0, or a negative status. Clears the thread's status first. Reports an image's fault with "Incorrect Image", then
+ * ORV_STATUS_BAD_ARG, which is also what is returned (one image for both; no kernel; depths, data orders or origins that differ;
+ * more than 32 channels in pixel order; numbers of channels, alpha channels or numbers of processed channels that differ; of
+ * the row kernel, then of the column kernel: no values, fewer than 2 values or values in both directions, an anchor outside;
+ * 32F, or for orvConvolveSep2DFP any other depth). ORV_STATUS_NO_MEMORY is stored and returned, and reported as
+ * ORV_STATUS_BACKTRACE, where there is no memory or a tile does not come. */
+ORV_API(int32_t)
+orvConvolveSep2D(OrvImage* srcImage, OrvImage* dstImage, OrvConvKernel* xKernel, OrvConvKernel* yKernel);
+ORV_API(int32_t)
+orvConvolveSep2DFP(OrvImage* srcImage, OrvImage* dstImage, OrvConvKernelFP* xKernel, OrvConvKernelFP* yKernel);
+
 #ifdef __cplusplus
 }
 #endif

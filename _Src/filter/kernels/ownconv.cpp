@@ -82,6 +82,15 @@ void bytePairRow(const void* upper, const void* lower, void* to, ptrdiff_t n)
 }
 
 template <class T>
+void wordRow(const void* row, int32_t* words, ptrdiff_t n)
+{
+    const OwnValues<T> samples = {row};
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        words[i] = int32_t(samples[i]);
+}
+
+template <class T>
 void realRow(const void* row, double* reals, ptrdiff_t n)
 {
     const OwnValues<T> samples = {row};
@@ -170,7 +179,8 @@ struct PairBlock {
     __m256i v[4];
 };
 
-template <class Pairs>
+// A block of two rows of sums, or two blocks of one.
+template <class Pairs, int rows>
 inline void addPairs(const OwnPairSums& sums, ptrdiff_t at, PairBlock& first, PairBlock& second)
 {
     const __m256i start = Pairs::all(sums.start);
@@ -186,7 +196,12 @@ inline void addPairs(const OwnPairSums& sums, ptrdiff_t at, PairBlock& first, Pa
             __asm__("" : "+x"(pair));
             sumA = Pairs::add(sumA, pair, a);
             __asm__("" : "+x"(sumA));
-            sumB = Pairs::add(sumB, pair, b);
+            if constexpr (rows == 1) {
+                pair = _mm256_loadu_si256(pairs + 4 + i);
+                sumB = Pairs::add(sumB, pair, a);
+            } else {
+                sumB = Pairs::add(sumB, pair, b);
+            }
             __asm__("" : "+x"(sumB));
         };
         add(0, a0, b0);
@@ -244,6 +259,11 @@ inline void storeBlock(Halves, const OwnPairSums& sums, const PairBlock& block, 
 template <class T>
 inline void storeBlock(Bytes, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
+    if constexpr (__is_same(T, int16_t)) {
+        for (int i = 0; i < 4; ++i)
+            storeVector(to, i, block.v[i]);
+        return;
+    }
     const __m128i shift = _mm_cvtsi32_si128(sums.shift);
     const __m256i under = _mm256_set1_epi16(int16_t(sums.under)), most = _mm256_set1_epi16(255);
     auto result = [=](__m256i sum) {
@@ -263,7 +283,7 @@ struct PairBlock {
     uint32_t v[Bytes::blockValues];
 };
 
-template <class Pairs>
+template <class Pairs, int rows>
 inline void addPairs(const OwnPairSums& sums, ptrdiff_t at, PairBlock& first, PairBlock& second)
 {
     using Weight = typename Pairs::Weight;
@@ -280,7 +300,12 @@ inline void addPairs(const OwnPairSums& sums, ptrdiff_t at, PairBlock& first, Pa
         for (ptrdiff_t i = 0; i < n; ++i) {
             const int32_t x = pairs[2 * i], y = pairs[2 * i + 1];
             a[i] = Sum(a[i] + Sum(x * a0) + Sum(y * a1));
-            b[i] = Sum(b[i] + Sum(x * b0) + Sum(y * b1));
+            if constexpr (rows == 2) {
+                b[i] = Sum(b[i] + Sum(x * b0) + Sum(y * b1));
+            } else {
+                const int32_t u = pairs[2 * (n + i)], v = pairs[2 * (n + i) + 1];
+                b[i] = Sum(b[i] + Sum(u * a0) + Sum(v * a1));
+            }
         }
     }
     for (ptrdiff_t i = 0; i < n; ++i) {
@@ -303,43 +328,87 @@ template <class T>
 inline void storeBlock(Bytes, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
     for (ptrdiff_t i = 0; i < Bytes::blockValues; ++i)
-        ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i] >> sums.shift) - sums.under));
+        if constexpr (__is_same(T, int16_t))
+            ownStore(to, i, int16_t(block.v[i]));
+        else
+            ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i] >> sums.shift) - sums.under));
 }
 
 #endif
 
-template <class Pairs, class T>
+template <class Pairs, class T, int rows>
 void sumPairs(const OwnPairSums& sums)
 {
     using Result = typename ResultOf<T>::type;
-    auto* first = static_cast<char*>(sums.results[0]);
-    auto* second = static_cast<char*>(sums.results[1]);
-    PairBlock a, b;
+    constexpr ptrdiff_t n = Pairs::blockValues, together = n * (3 - rows);
+    PairBlock blocks[2];
+    auto placeOf = [&](int row, ptrdiff_t at) {
+        return static_cast<char*>(sums.results[row]) + at * ptrdiff_t(sizeof(Result));
+    };
     ptrdiff_t at = 0;
-    for (; at + Pairs::blockValues <= sums.n; at += Pairs::blockValues) {
-        addPairs<Pairs>(sums, at, a, b);
-        storeBlock<T>(Pairs{}, sums, a, first + at * ptrdiff_t(sizeof(Result)));
-        storeBlock<T>(Pairs{}, sums, b, second + at * ptrdiff_t(sizeof(Result)));
+    for (; at + together <= sums.n; at += together) {
+        addPairs<Pairs, rows>(sums, at, blocks[0], blocks[1]);
+        storeBlock<T>(Pairs{}, sums, blocks[0], placeOf(0, at));
+        storeBlock<T>(Pairs{}, sums, blocks[1], placeOf(rows - 1, at + together - n));
     }
     if (at == sums.n)
         return;
-    Result rest[Pairs::blockValues];
-    addPairs<Pairs>(sums, at, a, b);
+    Result rest[2 * n];
+    addPairs<Pairs, rows>(sums, at, blocks[0], blocks[1]);
+    storeBlock<T>(Pairs{}, sums, blocks[0], rest);
+    storeBlock<T>(Pairs{}, sums, blocks[1], rest + n);
     const size_t bytes = size_t(sums.n - at) * sizeof(Result);
-    storeBlock<T>(Pairs{}, sums, a, rest);
-    __builtin_memcpy(first + at * ptrdiff_t(sizeof(Result)), rest, bytes);
-    storeBlock<T>(Pairs{}, sums, b, rest);
-    __builtin_memcpy(second + at * ptrdiff_t(sizeof(Result)), rest, bytes);
+    __builtin_memcpy(placeOf(0, at), rest, bytes);
+    if constexpr (rows == 2)
+        __builtin_memcpy(placeOf(1, at), rest + n, bytes);
+}
+
+// ---- Sums of words ------------------------------------------------------------------------------------------------
+
+constexpr ptrdiff_t blockValues = 32;
+
+// A block of sums.
+inline void addWords(const OwnWordSums& sums, ptrdiff_t at, int32_t* to)
+{
+#if defined(__AVX2__)
+    __m256i sum[4] = {};
+    for (const OwnWordTap* tap = sums.taps; tap < sums.taps + sums.count; ++tap) {
+        const __m256i weight = _mm256_set1_epi32(tap->weight);
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; ++i) {
+            auto* samples = reinterpret_cast<const __m256i*>(tap->samples + at) + i;
+            sum[i] = _mm256_add_epi32(sum[i], _mm256_mullo_epi32(_mm256_loadu_si256(samples), weight));
+        }
+    }
+    for (int i = 0; i < 4; ++i)
+        storeVector(to, i, sum[i]);
+#else
+    uint32_t block[blockValues] = {};
+    for (const OwnWordTap* tap = sums.taps; tap < sums.taps + sums.count; ++tap)
+        for (ptrdiff_t i = 0; i < blockValues; ++i)
+            block[i] += uint32_t(tap->samples[at + i]) * uint32_t(tap->weight);
+    __builtin_memcpy(to, block, sizeof block);
+#endif
+}
+
+void sumWords(const OwnWordSums& sums)
+{
+    ptrdiff_t at = 0;
+    for (; at + blockValues <= sums.n; at += blockValues)
+        addWords(sums, at, sums.results + at);
+    int32_t rest[blockValues];
+    if (at < sums.n)
+        addWords(sums, at, rest);
+    for (ptrdiff_t i = 0; at + i < sums.n; ++i)
+        sums.results[at + i] = rest[i];
 }
 
 // ---- Sums in double precision -------------------------------------------------------------------------------------
 
-constexpr ptrdiff_t blockValues = 32;
-
 #if defined(__AVX2__)
 
 template <bool exact>
-inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
+inline void addReals(const OwnRealSums& sums, ptrdiff_t at, void* to)
 {
     __m256d sum[8] = {};
     const OwnRealTap* end = sums.taps + sums.count;
@@ -360,13 +429,13 @@ inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
     }
 #pragma GCC unroll 8
     for (int i = 0; i < 8; ++i)
-        _mm_storeu_ps(to + 4 * i, _mm256_cvtpd_ps(sum[i]));
+        _mm_storeu_ps(static_cast<float*>(to) + 4 * i, _mm256_cvtpd_ps(sum[i]));
 }
 
 #else
 
 template <bool>
-inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
+inline void addReals(const OwnRealSums& sums, ptrdiff_t at, void* to)
 {
     double sum[blockValues] = {};
     for (const OwnRealTap* tap = sums.taps; tap < sums.taps + sums.count; ++tap) {
@@ -378,7 +447,7 @@ inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
                 one = double(float(one));
     }
     for (ptrdiff_t i = 0; i < blockValues; ++i)
-        to[i] = float(sum[i]);
+        ownStore(to, i, float(sum[i]));
 }
 
 #endif
@@ -386,12 +455,14 @@ inline void addReals(const OwnRealSums& sums, ptrdiff_t at, float* to)
 template <bool exact>
 void sumReals(const OwnRealSums& sums)
 {
-    float block[blockValues];
-    for (ptrdiff_t at = 0; at < sums.n; at += blockValues) {
-        addReals<exact>(sums, at, block);
-        const ptrdiff_t count = sums.n - at < blockValues ? sums.n - at : blockValues;
-        __builtin_memcpy(static_cast<char*>(sums.results) + at * 4, block, size_t(count) * 4);
-    }
+    ptrdiff_t at = 0;
+    for (; at + blockValues <= sums.n; at += blockValues)
+        addReals<exact>(sums, at, static_cast<char*>(sums.results) + at * 4);
+    float rest[blockValues];
+    if (at < sums.n)
+        addReals<exact>(sums, at, rest);
+    for (ptrdiff_t i = 0; at + i < sums.n; ++i)
+        ownStore(sums.results, at + i, rest[i]);
 }
 
 // ---- Totals -------------------------------------------------------------------------------------------------------
@@ -493,12 +564,17 @@ extern const OwnConvKernels ownConvKernels;
 const OwnConvKernels ownConvKernels = {
     {pairRows<uint8_t>, pairRows<uint8_t>, pairRows<int8_t>, pairRows<uint16_t>, pairRows<int16_t>},
     bytePairRow,
+    {wordRow<uint8_t>, wordRow<uint8_t>, wordRow<int8_t>, wordRow<uint16_t>, wordRow<int16_t>, wordRow<int32_t>},
     {realRow<uint8_t>, realRow<uint8_t>, realRow<int8_t>, realRow<uint16_t>, realRow<int16_t>, realRow<int32_t>,
      realRow<float>},
-    sumPairs<Halves, int32_t>,
-    {sumPairs<Halves, Bits>, sumPairs<Halves, uint8_t>, sumPairs<Halves, int8_t>, sumPairs<Halves, uint16_t>,
-     sumPairs<Halves, int16_t>},
-    {sumPairs<Bytes, Bits>, sumPairs<Bytes, uint8_t>},
+    sumPairs<Halves, int32_t, 2>,
+    {sumPairs<Halves, Bits, 2>, sumPairs<Halves, uint8_t, 2>, sumPairs<Halves, int8_t, 2>,
+     sumPairs<Halves, uint16_t, 2>, sumPairs<Halves, int16_t, 2>},
+    {sumPairs<Halves, Bits, 1>, sumPairs<Halves, uint8_t, 1>, sumPairs<Halves, int8_t, 1>,
+     sumPairs<Halves, uint16_t, 1>, sumPairs<Halves, int16_t, 1>},
+    sumPairs<Bytes, int16_t, 1>,
+    {sumPairs<Bytes, Bits, 2>, sumPairs<Bytes, uint8_t, 2>},
+    sumWords,
     sumReals<true>,
     sumReals<false>,
     addHigh,
@@ -509,7 +585,7 @@ const OwnConvKernels ownConvKernels = {
     rootIntegers,
     rootReals,
     {storeRow<int32_t, Bits>, storeRow<int32_t, uint8_t>, storeRow<int32_t, int8_t>, storeRow<int32_t, uint16_t>,
-     storeRow<int32_t, int16_t>},
+     storeRow<int32_t, int16_t>, storeRow<int32_t, int32_t>},
     {storeRow<float, Bits>, storeRow<float, uint8_t>, storeRow<float, int8_t>, storeRow<float, uint16_t>,
      storeRow<float, int16_t>, storeRow<float, int32_t>, storeRow<float, float>},
 };

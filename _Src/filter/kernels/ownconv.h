@@ -17,7 +17,7 @@ struct OwnPairTap {
     int32_t weights[2];
 };
 
-// Two rows of n results. Pairs may be read for a block more.
+// Two rows of n results, or one. Pairs may be read for two blocks more.
 struct OwnPairSums {
     const OwnPairTap* taps;
     ptrdiff_t count;  // at least 1
@@ -26,6 +26,18 @@ struct OwnPairSums {
     int32_t under;    // what sums of bytes, that are never below 0, are too large by when they have been shifted
     ptrdiff_t n;
     void* results[2];
+};
+
+// A row of n sums of samples of 32 bits, modulo 2^32.
+struct OwnWordTap {
+    const int32_t* samples;
+    int32_t weight;
+};
+struct OwnWordSums {
+    const OwnWordTap* taps;
+    ptrdiff_t count;
+    ptrdiff_t n;
+    int32_t* results;
 };
 
 struct OwnRealTap {
@@ -64,12 +76,16 @@ struct OwnConvKernels {
     // A row of pairs. Samples of 16U are less 32768.
     void (*pairs[OWN_DEPTHS])(const void* upper, const void* lower, void* pairs, ptrdiff_t n);
     void (*bytePairs)(const void* upper, const void* lower, void* pairs, ptrdiff_t n);
+    void (*words[OWN_DEPTHS])(const void* row, int32_t* words, ptrdiff_t n);
     void (*reals[OWN_DEPTHS])(const void* row, double* reals, ptrdiff_t n);
 
     void (*pairSums)(const OwnPairSums& sums);                 // of int32_t
     void (*pairResults[OWN_DEPTHS])(const OwnPairSums& sums);  // shifted and saturated
+    void (*pairRow[OWN_DEPTHS])(const OwnPairSums& sums);      // the first row of them alone
+    void (*byteRow)(const OwnPairSums& sums);                  // of pairs of bytes: int16_t, modulo 2^16; one row
     void (*byteResults[OWN_DEPTHS])(const OwnPairSums& sums);  // of pairs of bytes; of 1U and 8U alone
-    void (*exactSums)(const OwnRealSums& sums);                // where every product is exact in double precision
+    void (*wordSums)(const OwnWordSums& sums);
+    void (*exactSums)(const OwnRealSums& sums);  // where every product is exact in double precision
     void (*realSums)(const OwnRealSums& sums);
 
     // sums[i] += high[i] * 2^16
