@@ -32,6 +32,11 @@ int64_t slotBytes(int64_t values, int bytes)
 
 }  // namespace
 
+int32_t ownLineStep(const OrvImage& src, const OrvImage& dst)
+{
+    return fitTogether(src, dst) ? src.nChannels : 1;
+}
+
 OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImage* under, const OwnReach& around,
                    int sourceSlots, int targetSlots)
     : image(source),
@@ -45,7 +50,7 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       srcBytes(ownValueBytes(source.depth)),
       dstBytes(ownValueBytes(target.depth)),
       together(fitTogether(source, target)),
-      rowStep(together ? src.pixelStep : 1),
+      rowStep(ownLineStep(source, target)),
       processed(together ? src.channels : 1),
       ends(source, int64_t{region.x} - around.left, int64_t{src.width} + around.left + around.right, rowStep),
       gathers(!srcBytes || src.pixelStep != rowStep || ends.any()),

@@ -14,6 +14,9 @@
 #include "ownborder.h"
 #include "ownregion.h"
 
+// Values from pixel to pixel in the rows that OwnLines gives.
+int32_t ownLineStep(const OrvImage& src, const OrvImage& dst);
+
 class OwnLines {
 public:
     // The regions of the images and of the mask, which may be NULL, have one size. Around that of the source, `reach` is
