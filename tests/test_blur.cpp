@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "checks.h"
+#include "filter/kernels/ownblurbytes.h"
 #include "neighbours.h"
 #include "reports.h"
 #include "testheap.h"
@@ -154,6 +155,43 @@ TEST(Blur, KeepsTheOrderOfRunningSums)
                         }
                     }
                 }
+            }
+}
+
+// A multiplication gives the rounded mean of every sum of every window for which it is used; these are nearly all of those with an
+// odd number of pixels whose sums fit 16 bits.
+TEST(Blur, MultipliersGiveTheMeanOfEverySum)
+{
+    int exact = 0;
+    for (uint32_t samples = 2; samples <= 300; ++samples) {
+        OwnBlurMean mean = ownBlurMean(samples);
+        exact += mean.exact;
+        for (uint32_t sum = 0; mean.exact && sum <= 255 * samples; ++sum) {
+            ASSERT_LE(sum + mean.bias, UINT16_MAX);
+            uint32_t quotient = (sum + mean.bias) * mean.multiplier >> 16 >> mean.shift;
+            ASSERT_EQ(quotient, uint32_t(std::nearbyint(float(sum) * (1.0f / float(samples)))))
+                << samples << ' ' << sum;
+        }
+    }
+    EXPECT_GE(exact, 110);
+    for (uint32_t side : {3u, 5u, 7u, 9u, 11u, 13u, 15u})
+        EXPECT_TRUE(ownBlurMean(side * side).exact) << side;
+}
+
+// Windows of every size at which another way is taken, also such as are wider than the image.
+TEST(Blur, OfWindowsOfAllWays)
+{
+    Random random(9);
+    PictureSpec spec = {.width = 75, .height = 3};
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_1U})
+        for (int nCols : {1, 3, 5, 7, 9, 12, 13, 15, 31, 63, 126, 127, 129})
+            for (int nRows : {1, 2, 3, 17, 128, 129}) {
+                spec.depth = depth;
+                Scene scene({{{spec, 0, {}, 0}, {spec, 1, {}, 1}}});
+                scene.images[0]->fillRaw([&](int, int, int) { return random.below(4) ? 255 : random.below(256); });
+                setRandomBorders(scene.pointers()[0], random);
+                SCOPED_TRACE(testing::Message() << depthName(depth) << ' ' << nCols << ' ' << nRows);
+                expectBlurred(scene, {nCols, nRows, random.below(nCols), random.below(nRows)});
             }
 }
 

@@ -24,6 +24,14 @@ bool fitTogether(const OrvImage& src, const OrvImage& dst)
            channels.first == 0 && channels.count + 1 >= src.nChannels;
 }
 
+// The processor foresees what follows in a row, but not where the next one begins.
+void prefetch(const uint8_t* row, int64_t bytes)
+{
+    constexpr int64_t line = 64, most = 8192;
+    for (int64_t at = 0; at < bytes && at < most; at += line)
+        __builtin_prefetch(row + at);
+}
+
 // Slots begin where vectors like to.
 int64_t slotBytes(int64_t values, int bytes)
 {
@@ -92,6 +100,7 @@ const void* OwnLines::source(int32_t y, int slot)
     else
         ownRowKernels().gather[ownSizeIndex(srcBytes)](row + first * pixelBytes, src.pixelStep, 1, inside,
                                                        ptrdiff_t(own));
+    prefetch(row + src.rowStep + first * pixelBytes, own * pixelBytes);
     if (ends.any())
         ends.fill(srcBytes ? row - region.x * pixelBytes : row - (region.x >> 3), line);
     return line;

@@ -7,46 +7,79 @@
 
 namespace {
 
-// Rows of a window that are kept, so that the greatest height of windows that go the short way.
+// The highest window, since something is kept of each of its rows.
 constexpr int32_t mostRows = 128;
-// Columns whose sums are added up for every window afresh, and of windows with running sums.
-constexpr int32_t mostAfresh = 12, mostColumns = 128;
+// The widest: its sums of rows fit 15 bits.
+constexpr int32_t mostColumns = 127;
+// The most columns that are added up for every window afresh.
+constexpr int32_t mostAfresh = 12;
 // What kernels may read and write behind the last value of a row.
 constexpr ptrdiff_t block = 64;
 
 // True if the sums of windows fit 16 bits, with a sign for bits.
-bool sumsAreHalves(const OwnBlurWindow& window, uint32_t depth)
+bool sumsAreShort(const OwnBlurWindow& window, uint32_t depth)
 {
     return window.samples() <= (depth == ORV_DEPTH_1U ? INT16_MAX : UINT16_MAX / 255);
+}
+
+bool goesByRows(const OwnBlurWindow& window, uint32_t depth, int32_t step)
+{
+    return step == 1 && window.nCols % 2 == 1 && window.nCols <= mostColumns &&
+           (depth == ORV_DEPTH_8U || sumsAreShort(window, depth));
+}
+
+bool goesByColumns(const OwnBlurWindow& window, uint32_t depth)
+{
+    return window.nCols <= mostAfresh && sumsAreShort(window, depth);
+}
+
+// The least sum of bits whose mean is a half or more.
+int32_t leastHalf(const OwnBlurWindow& window)
+{
+    int32_t sum = int32_t(window.samples() / 2);
+    while (float(sum) * window.scale() >= 0.5f)
+        --sum;
+    while (float(sum) * window.scale() < 0.5f)
+        ++sum;
+    return sum;
 }
 
 class Pass {
 public:
     Pass(const OwnBlurWindow& blurWindow, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
         : window(blurWindow),
-          depth(src.depth),
-          isWide(window.nCols > mostAfresh || !sumsAreHalves(window, depth)),
-          lines(src, dst, mask, window.reach(), isWide ? 1 : window.nRows + 1, 1),
+          byRows(goesByRows(window, src.depth, ownLineStep(src, dst))),
+          isWide(!sumsAreShort(window, src.depth)),
+          lines(src, dst, mask, window.reach(), byRows ? 1 : window.nRows + 1, 1),
           values(lines.values(lines.width())),
           columnValues(lines.values(int64_t{lines.width()} + window.nCols - 1)),
-          columns(columnValues + 3 * block),
+          step(((byRows ? values : columnValues) + 2 * block) & ~(block - 1)),
+          sums(byRows ? step * window.nRows : step),
+          totals(byRows ? step : 1),
+          scratch(byRows ? kernels.scratchValues(values, window.nCols) : 1),
           rows(window.nRows + 1),
-          sums(isWide ? (values + block) * window.nRows : 1),
-          totals(isWide ? values + block : 1)
+          finish{window.scale(), ownBlurMean(uint32_t(window.samples())), 0, leastHalf(window)},
+          kind(src.depth == ORV_DEPTH_1U ? OWN_BLUR_BITS
+               : finish.mean.exact       ? OWN_BLUR_MULTIPLIER
+                                         : OWN_BLUR_SCALE)
     {
+        finish.bias = kind == OWN_BLUR_MULTIPLIER && !isWide ? int32_t(finish.mean.bias) : 0;
     }
 
     bool run()
     {
-        if (!lines || !columns || !rows || !sums || !totals)
+        if (!lines || !sums || !totals || !scratch || !rows)
             return false;
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
-            clear(columns, columnValues + 3 * block);
-            clear(sums, isWide ? (values + block) * window.nRows : 1);
-            clear(totals, isWide ? values + block : 1);
+            memset(sums.data, 0, size_t(byRows ? step * window.nRows : step) * sizeof *sums.data);
+            memset(totals.data, 0, size_t(byRows ? step : 1) * sizeof *totals.data);
+            for (ptrdiff_t i = 0; finish.bias && byRows && i < step; ++i)
+                reinterpret_cast<uint16_t*>(totals.data)[i] = uint16_t(finish.bias);
+            // Before row 0 the first windows fill.
             for (int32_t y = 1 - window.nRows; y < lines.height(); ++y) {
-                isWide ? moveWide(y) : moveColumns(y);
+                auto* result = y < 0 ? nullptr : static_cast<uint8_t*>(lines.target(y, 0));
+                byRows ? sumRows(y, result) : sumColumns(y, result);
                 if (y >= 0)
                     lines.store(y, 1);
             }
@@ -55,69 +88,40 @@ public:
     }
 
 private:
+    const OwnBlurByteKernels& kernels = ownBlurByteKernels();
     const OwnBlurWindow& window;
-    uint32_t depth;
-    bool isWide;
+    bool byRows, isWide;
     OwnLines lines;
     ptrdiff_t values, columnValues;
-    OwnScratch<uint16_t> columns;  // sums of them, or prefixes of a row
+    ptrdiff_t step;             // from row to row of sums
+    OwnScratch<uint16_t> sums;  // of columns, or of parts of the window's rows
+    OwnScratch<float> totals;   // of windows, floats or shorter
+    OwnScratch<uint16_t> scratch;
     OwnScratch<const uint8_t*> rows;
-    OwnScratch<uint16_t> sums;  // of parts of rows, of all rows of the window
-    OwnScratch<int32_t> totals;
+    OwnBlurFinish finish;
+    OwnBlurFinishKind kind;
 
-    template <class T>
-    static void clear(OwnScratch<T>& block, int64_t count)
-    {
-        memset(block.data, 0, size_t(count) * sizeof(T));
-    }
-
-    // The row that enters the windows of row y; before row 0 the first windows fill.
+    // The row that enters the windows of row y.
     const uint8_t* entering(int32_t y, int slot)
     {
         return static_cast<const uint8_t*>(lines.source(y - window.anchorY + window.nRows - 1, slot));
     }
-    uint8_t* target(int32_t y) { return y < 0 ? nullptr : static_cast<uint8_t*>(lines.target(y, 0)); }
 
-    void moveColumns(int32_t y)
+    void sumRows(int32_t y, uint8_t* result)
     {
-        const OwnBlurByteKernels& kernels = ownBlurByteKernels();
-        const int32_t count = window.nRows + 1, index = y + window.nRows - 1;
-        const int slot = int(index % count);
+        uint16_t* leaving = sums.data + (y + window.nRows - 1) % window.nRows * step;
+        auto* kernel = isWide ? kernels.byRowsWide : kernels.byRows[kind];
+        kernel({entering(y, 0), leaving, totals.data, scratch.data, values, window.nCols, finish, result});
+    }
+
+    void sumColumns(int32_t y, uint8_t* result)
+    {
+        const int32_t index = y + window.nRows - 1;
+        const int slot = int(index % (window.nRows + 1));
         rows[slot] = entering(y, slot);
-        OwnBlurBytes row = {rows[slot],
-                            index >= window.nRows ? rows[(index + 1) % count] : nullptr,
-                            columns.data,
-                            columnValues,
-                            y < 0 ? 0 : values,
-                            lines.step(),
-                            window.nCols,
-                            window.scale(),
-                            ownBlurMean(uint32_t(window.samples())),
-                            half(),
-                            target(y)};
-        if (depth == ORV_DEPTH_1U)
-            kernels.bits(row);
-        else if (row.mean.exact)
-            kernels.means(row);
-        else
-            kernels.realMeans(row);
-    }
-
-    int32_t half() const
-    {
-        int32_t sum = int32_t(window.samples() / 2);
-        while (float(sum) * window.scale() >= 0.5f)
-            --sum;
-        while (float(sum) * window.scale() < 0.5f)
-            ++sum;
-        return sum;
-    }
-
-    void moveWide(int32_t y)
-    {
-        uint16_t* leaving = sums.data + (y + window.nRows - 1) % window.nRows * (values + block);
-        ownBlurByteKernels().wideMeans({entering(y, 0), columns.data, leaving, totals.data, columnValues, values,
-                                        window.nCols, window.scale(), target(y)});
+        const uint8_t* leaving = index < window.nRows ? nullptr : rows[slot == window.nRows ? 0 : slot + 1];
+        kernels.byColumns[kind](
+            {rows[slot], leaving, sums.data, columnValues, values, lines.step(), window.nCols, finish, result});
     }
 };
 
@@ -127,9 +131,7 @@ bool ownBlurIsShort(const OwnBlurWindow& window, const OrvImage& src, const OrvI
 {
     if (window.nRows > mostRows || (src.depth != ORV_DEPTH_8U && src.depth != ORV_DEPTH_1U))
         return false;
-    if (window.nCols <= mostAfresh && sumsAreHalves(window, src.depth))
-        return true;
-    return src.depth == ORV_DEPTH_8U && window.nCols <= mostColumns && ownLineStep(src, dst) == 1;
+    return goesByRows(window, src.depth, ownLineStep(src, dst)) || goesByColumns(window, src.depth);
 }
 
 bool ownBlurShort(const OwnBlurWindow& window, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)

@@ -7,13 +7,13 @@ namespace gallery {
 
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds;
-extern const Family blurs;
+extern const Family blurs, convolutions;
 extern const Family fourier, cosines, wavelets;
 
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,  &corePixels, &twoImages, &scalars, &unary,   &comparisons,
-            &thresholds, &blurs,      &fourier,   &cosines, &wavelets};
+    return {&coreMoves,  &corePixels, &twoImages,    &scalars, &unary,   &comparisons,
+            &thresholds, &blurs,      &convolutions, &fourier, &cosines, &wavelets};
 }
 
 }  // namespace gallery

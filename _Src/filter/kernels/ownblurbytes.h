@@ -1,8 +1,9 @@
 // Kernels of the box filter for bytes and bits whose sums are short.
 //
-// Sums of columns have 16 bits. Windows whose sums fit 16 bits as well add up the few columns of every window afresh, which
-// vectors do faster than they follow a running sum. The means of wider windows come from running sums along the rows, formed as
-// differences of prefix sums modulo 2^16, and down the columns, with 32 bits.
+// Where pixels lie side by side, and windows have an odd number of columns, a row is summed by pairs: two neighbouring windows
+// have all but their ends in common, and what they have in common is a number of pairs of neighbouring samples, which vectors
+// add up by doubling. Sums of rows run down the columns. Otherwise sums of columns run down, and the few columns of every window
+// are added up afresh.
 #pragma once
 
 #include "../../core/owngeometry.h"
@@ -12,7 +13,7 @@
 // numbers of samples have one, since a mean of theirs never lies in the middle between two integers.
 struct OwnBlurMean {
     uint32_t multiplier, bias;
-    int shift;
+    int shift;   // at least 1
     bool exact;  // for every sum that there can be
 };
 constexpr OwnBlurMean ownBlurMean(uint32_t samples)
@@ -29,37 +30,49 @@ constexpr OwnBlurMean ownBlurMean(uint32_t samples)
     return {uint32_t(multiplier), uint32_t(bias), shift, exact};
 }
 
-// A row of means. Columns may be read and written for a block more.
-struct OwnBlurBytes {
-    const uint8_t* enter;
-    const uint8_t* leave;  // NULL where nothing leaves
-    uint16_t* columns;     // the sums of the row before, without what enters
-    ptrdiff_t columnValues;
-    ptrdiff_t values, step, nCols;
+// How sums of windows become results.
+struct OwnBlurFinish {
     float scale;
     OwnBlurMean mean;
+    int32_t bias;  // of all sums: the mean's where it is used, otherwise 0
     int32_t half;  // the least sum of bits whose mean is a half or more
-    uint8_t* result;
 };
 
-// A row of means of a wide window, whose pixels lie side by side. Prefixes have room for a block more, and a block of zeros before
-// them.
-struct OwnBlurWide {
+// A row of means by sums of columns. Columns may be read and written for a block more.
+struct OwnBlurColumns {
     const uint8_t* enter;
-    uint16_t* prefixes;
-    uint16_t* sums;  // of the row that leaves, which those of the row that enters replace; no more than 32767
-    int32_t* totals;
+    const uint8_t* leave;  // NULL where nothing leaves
+    uint16_t* columns;     // the sums of the row before
     ptrdiff_t columnValues;
-    ptrdiff_t values, nCols;
-    float scale;
+    ptrdiff_t values, step, nCols;
+    OwnBlurFinish finish;
     uint8_t* result;  // NULL for no means yet
 };
 
+// A row of means by sums of rows. Sums and totals, in an order of the kernel's own, have room for a block more; before the first row
+// sums are 0, and totals the bias.
+struct OwnBlurRows {
+    const uint8_t* enter;
+    uint16_t* sums;  // of the row that leaves, which those of the row that enters replace; no more than 32767
+    void* totals;    // the sums of windows: uint16_t, or floats where those are not enough
+    uint16_t* scratch;
+    ptrdiff_t values, nCols;
+    OwnBlurFinish finish;
+    uint8_t* result;
+};
+
+enum OwnBlurFinishKind {
+    OWN_BLUR_MULTIPLIER,  // the mean's, if it is exact
+    OWN_BLUR_SCALE,
+    OWN_BLUR_BITS,  // of bytes 0 and 1: 255 for a mean of a half and more
+    OWN_BLUR_FINISHES
+};
+
 struct OwnBlurByteKernels {
-    void (*means)(const OwnBlurBytes& row);      // by an exact multiplier
-    void (*realMeans)(const OwnBlurBytes& row);  // by the scale
-    void (*bits)(const OwnBlurBytes& row);       // of bytes 0 and 1: 255 for a mean of a half and more
-    void (*wideMeans)(const OwnBlurWide& row);
+    void (*byColumns[OWN_BLUR_FINISHES])(const OwnBlurColumns& row);
+    void (*byRows[OWN_BLUR_FINISHES])(const OwnBlurRows& row);
+    void (*byRowsWide)(const OwnBlurRows& row);  // totals are floats
+    ptrdiff_t (*scratchValues)(ptrdiff_t values, ptrdiff_t nCols);
 };
 
 OWN_KERNEL_TABLE(OwnBlurByteKernels, ownBlurByteKernels)
