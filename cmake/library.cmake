@@ -20,6 +20,10 @@ target_compile_options(orvz3_flags INTERFACE
   -fvisibility=hidden -fvisibility-inlines-hidden -ffp-contract=off -fno-math-errno -fno-trapping-math
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(orvz3_flags INTERFACE -Wno-unknown-pragmas)  # what is said to gcc's vectoriser
+endif()
+
 set(is_x86 FALSE)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
   set(is_x86 TRUE)

@@ -3,10 +3,12 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "checks.h"
 #include "filter/kernels/ownblurbytes.h"
 #include "neighbours.h"
+#include "refusals.h"
 #include "reports.h"
 #include "testheap.h"
 
@@ -243,41 +245,43 @@ TEST(Blur, ChecksInTheirOrder)
     const Window good = {3, 3, 1, 1};
     Window window = good;
     auto setWindow = [&](Window bad) { return [&window, bad](auto) { window = bad; }; };
-    auto blur = [&](OrvImage* const* images) {
-        call(images, window);
-        window = good;
-    };
-    auto setChannels = [](OrvImage* image, int count, int alpha) {
-        image->nChannels = count;
-        image->alphaChannel = alpha;
-    };
+    auto blur = [&](OrvImage* const* images) { call(images, std::exchange(window, good)); };
     PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+    const FaultOf fault{"orvBlur"};
     expectFaultsInOrder(
         {spec, spec}, blur,
         {
-            {"-15 orvBlur Incorrect Image\n", [](auto images) { images[0]->nChannels = 0; }},
-            {"-10 orvBlur Incorrect Image\n", [](auto images) { images[1]->width = 0; }},
-            {"-5 orvBlur (srcImage->depth!=dstImage->depth)\n", [](auto images) { images[0]->depth = ORV_DEPTH_8S; }},
-            {"-5 orvBlur (nRows<0||nCols<0)\n", setWindow({-1, 3, -1, 1})},
-            {"-5 orvBlur (nRows<0||nCols<0)\n", setWindow({3, -1, 1, -1})},
-            {"-5 orvBlur (anchorX<0||anchorY<0)\n", setWindow({3, 3, -1, 3})},
-            {"-5 orvBlur (anchorX<0||anchorY<0)\n", setWindow({3, 3, 3, -1})},
-            {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n", setWindow({3, 3, 3, 1})},
-            {"-5 orvBlur (anchorX>=nCols||anchorY>=nRows)\n", setWindow({3, 0, 0, 0})},
-            {"-18 orvBlur bad alpha channel's number\n", [=](auto images) { setChannels(images[1], 1, 1); }},
-            {"-18 orvBlur bad alpha channel's number\n", [=](auto images) { setChannels(images[0], 1, 1); }},
-            {"-15 orvBlur bad channel's number\n", [=](auto images) { setChannels(images[0], 2, 0); }},
-            {"-4 orvBlur Allocation failure\n", [](auto) { testheap::refuse(1, true); }},
+            fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0)),
+            fault(-10, "Incorrect Image", setField(1, &OrvImage::width, 0)),
+            fault(-5, "(srcImage->depth!=dstImage->depth)", setField(0, &OrvImage::depth, ORV_DEPTH_8S)),
+            fault(-5, "(nRows<0||nCols<0)", setWindow({-1, 3, -1, 1})),
+            fault(-5, "(nRows<0||nCols<0)", setWindow({3, -1, 1, -1})),
+            fault(-5, "(anchorX<0||anchorY<0)", setWindow({3, 3, -1, 3})),
+            fault(-5, "(anchorX<0||anchorY<0)", setWindow({3, 3, 3, -1})),
+            fault(-5, "(anchorX>=nCols||anchorY>=nRows)", setWindow({3, 3, 3, 1})),
+            fault(-5, "(anchorX>=nCols||anchorY>=nRows)", setWindow({3, 0, 0, 0})),
+            fault(-18, "bad alpha channel's number", setChannels(1, 1, 1)),
+            fault(-18, "bad alpha channel's number", setChannels(0, 1, 1)),
+            fault(-15, "bad channel's number", setChannels(0, 2, 0)),
+            fault(-4, "Allocation failure", refuseMemory(1, true)),
         });
     Picture picture(spec);
     EXPECT_EQ(reportsOf([&] { orvBlur(nullptr, picture, 3, 3, 1, 1); }), "-9 orvBlur Incorrect Image\n");
     EXPECT_EQ(reportsOf([&] { orvBlur(picture, picture, INT32_MAX, INT32_MAX, 5, INT32_MAX - 1); }),
               "-4 orvBlur Allocation failure\n");
+    // What cannot be had is known before anything is fetched.
+    Picture bits({.depth = ORV_DEPTH_1U, .width = 7}), bitsToo({.depth = ORV_DEPTH_1U, .width = 7});
+    testheap::refuse(0);
+    EXPECT_EQ(reportsOf([&] { orvBlur(bits, bitsToo, INT32_MAX, 1, 1, 0); }), "-4 orvBlur Allocation failure\n");
+    EXPECT_EQ(testheap::asked(), 0u);
 }
 
-TEST(Blur, EndsWithoutLossWhereMemoryOrATileDoesNotCome)
+TEST(Blur, LosesNothingWhereMemoryOrATileIsRefused)
 {
-    expectNoLoss([](OrvImage* const* images) { call(images, {5, 5, 2, 2}); }, "-4 orvBlur Allocation failure\n", true);
+    const Operation operation = {.name = "orvBlur", .call = [](OrvImage* const* images) {
+                                     call(images, {5, 5, 2, 2});
+                                 }};
+    expectNothingLost(operation, {.report = "-4 orvBlur Allocation failure\n"});
 }
 
 TEST(Blur, SetsBordersSideBySide)

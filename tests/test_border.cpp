@@ -12,22 +12,6 @@
 
 namespace {
 
-PictureSpec randomSpec(Random& random)
-{
-    PictureSpec spec = {.depth = allDepths[size_t(random.below(int(allDepths.size())))]};
-    spec.channels = spec.depth == ORV_DEPTH_1U ? 1 : random.between(1, 5);
-    spec.alpha = random.below(2) ? spec.channels : 0;
-    spec.order = random.below(2);
-    spec.align = 4 << random.below(4);
-    spec.width = random.between(1, 40);
-    spec.height = random.between(1, 30);
-    spec.tileWidth = random.below(2) ? 8 * random.between(1, 3) : 0;
-    spec.tileHeight = 8 * random.between(1, 2);
-    spec.extraStep = 4 * random.below(3);
-    spec.seed = random.bits();
-    return spec;
-}
-
 void randomBorders(Random& random, OrvImage* image)
 {
     for (int side = 0; side < 4; ++side) {
@@ -64,7 +48,9 @@ TEST(Border, ReadsWhatTheNaiveReaderReads)
     Random random(5);
     int blocks = testheap::blocks();
     for (int round = 0; round < 4000; ++round) {
-        PictureSpec spec = randomSpec(random);
+        uint32_t depth = allDepths[size_t(random.below(int(allDepths.size())))];
+        int channels = depth == ORV_DEPTH_1U ? 1 : random.between(1, 5);
+        PictureSpec spec = randomPictureSpec(random, depth, channels, random.between(1, 40), random.between(1, 30));
         Picture picture(spec);
         randomBorders(random, picture);
         int reach = random.below(4) ? 4 : 100;

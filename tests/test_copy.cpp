@@ -3,6 +3,10 @@
 
 #include <bit>
 #include <utility>
+#if defined(__linux__)
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
 
 #include "checks.h"
 #include "model.h"
@@ -188,6 +192,33 @@ TEST(Copy, ReportsOneFaultAfterTheOther)
     }
 }
 
+// A handler that clears the status lets the work go on, though not between two depths.
+TEST(Copy, GoesOnWhereAHandlerClearsTheStatus)
+{
+    const PictureSpec pixels = {.channels = 3, .width = 19, .height = 9};
+    PictureSpec planes = pixels, bottom = pixels, tiled = pixels, words = pixels;
+    planes.order = tiled.order = ORV_DATA_ORDER_PLANE;
+    bottom.origin = tiled.origin = ORV_ORIGIN_BL;
+    tiled.tileWidth = tiled.tileHeight = 8;
+    words.depth = ORV_DEPTH_16U;
+    for (const auto& move : moves)
+        for (PictureSpec other : {planes, bottom, tiled, words}) {
+            other.seed = 2;
+            Picture src(pixels), dst(other);
+            std::vector<uint32_t> old = dst.values(), wanted = src.values();
+            Reports reports;
+            orvRedirectError([](int32_t, const char*, const char*, const char*, int32_t) {
+                orvSetErrStatus(ORV_STATUS_OK);
+                return 0;
+            });
+            move.call(src, dst);
+            bool done = other.depth == pixels.depth;
+            EXPECT_EQ(dst.values(), done ? wanted : old) << move.name;
+            EXPECT_EQ(src.values(), done && move.call == orvExchange ? old : wanted) << move.name;
+            EXPECT_EQ(src.faults() + dst.faults(), "");
+        }
+}
+
 TEST(Copy, OfAnImageToItselfDoesNothing)
 {
     Picture picture({.width = 8, .height = 8, .tileWidth = 8, .tileHeight = 8});
@@ -365,3 +396,49 @@ TEST(Exchange, ShowsTheCellAsTheRegion)
     EXPECT_EQ(Witness::seen, expected);
     EXPECT_EQ(src->roi, &src.roi);
 }
+
+#if defined(__linux__)
+
+namespace {
+
+// Memory of 2^28 bytes, of which every 2^21 are the same: an image as wide as there can be without its weight.
+struct Repeated {
+    static constexpr size_t part = size_t{1} << 21, size = size_t{1} << 28;
+    int file = memfd_create("repeated", 0);
+    uint8_t* data = static_cast<uint8_t*>(mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+
+    explicit Repeated(uint8_t byte)
+    {
+        EXPECT_EQ(ftruncate(file, part), 0);
+        for (size_t at = 0; at < size; at += part)
+            EXPECT_EQ(mmap(data + at, part, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0), data + at);
+        std::fill_n(data, part, byte);
+    }
+    Repeated(const Repeated&) = delete;
+    Repeated& operator=(const Repeated&) = delete;
+    ~Repeated()
+    {
+        munmap(data, size);
+        close(file);
+    }
+};
+
+}  // namespace
+
+TEST(Exchange, EndsAtTheWidestImage)
+{
+    Repeated zeros(0), ones(0xFF);
+    Picture a({.depth = ORV_DEPTH_1U}), b({.depth = ORV_DEPTH_1U});
+    for (auto [picture, memory] : {std::pair(&a, &zeros), {&b, &ones}}) {
+        picture->image.width = INT32_MAX;
+        picture->image.widthStep = picture->image.imageSize = int32_t(Repeated::size);
+        picture->image.imageData = memory->data;
+    }
+    orvExchange(a, b);
+    // Every bit is exchanged 128 times, but the one behind the last pixel once less.
+    EXPECT_EQ(std::count(zeros.data, zeros.data + Repeated::part, 0), ptrdiff_t(Repeated::part) - 1);
+    EXPECT_EQ(zeros.data[Repeated::part - 1], 1);
+    EXPECT_EQ(ones.data[Repeated::part - 1], 0xFE);
+}
+
+#endif

@@ -7,27 +7,14 @@
 #include "picture.h"
 #include "reports.h"
 
-// In a few hundred layouts of a small image: tiles of 8 x 16 cut it in the middle and at its edges.
 TEST(Pixel, ReadsAndWritesEveryLayout)
 {
     Reports reports;
     Random random(1);
     for (int round = 0; round < 300; ++round) {
         uint32_t depth = allDepths[size_t(random.below(7))];
-        int channels = depth == ORV_DEPTH_1U ? 1 : random.between(1, 4);
-        int tile = 8 * random.below(2);
-        PictureSpec spec = {.depth = depth,
-                            .channels = channels,
-                            .alpha = random.below(2) * channels,
-                            .order = random.below(2),
-                            .origin = random.below(2),
-                            .align = random.below(2) ? 32 : 4,
-                            .width = 19,
-                            .height = 21,
-                            .roi = OrvROI{1, 3, 3, 2, 2},
-                            .tileWidth = tile,
-                            .tileHeight = 2 * tile,
-                            .extraStep = 4 * random.below(2)};
+        PictureSpec spec = randomPictureSpec(random, depth, depth == ORV_DEPTH_1U ? 1 : random.between(1, 4), 17, 19);
+        int channels = spec.channels;
         SCOPED_TRACE(round);
         Picture picture(spec);
         spec.seed = 2;

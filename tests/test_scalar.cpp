@@ -5,8 +5,6 @@
 
 #include "checks.h"
 #include "model.h"
-#include "reports.h"
-#include "testheap.h"
 
 namespace {
 
@@ -187,27 +185,17 @@ TEST(Scalar, ChecksInOrder)
     Picture mask({.depth = u1, .width = 9, .height = 9}), flat({.depth = u1}),
         empty({.depth = u1, .width = 9, .height = 9, .roi = OrvROI{0, 0, 9, 4, 4}});
     flat->height = 0;
-    auto maskBoth = [&](OrvImage* const* images, OrvImage* second) {
-        images[0]->maskROI = mask;
-        images[1]->maskROI = second;
-    };
     forEveryRoad([&](Form form, const std::string& name, uint32_t depth, double value) {
         auto call = [&](OrvImage* const* images) { forms[form].call(images[0], images[1], value); };
-        auto bad = [&](const char* context) { return "-5 " + name + ' ' + context + '\n'; };
+        const FaultOf fault{name};
         std::vector<Fault> faults = {
-            {"-15 " + name + " Incorrect Image\n", [](OrvImage* const* images) { images[0]->nChannels = 0; }},
-            {"-110 " + name + " Incorrect Image\n", [&](OrvImage* const* images) { images[1]->maskROI = flat; }},
-            {bad("(srcImage->depth != dstImage->depth)"),
-             [=](OrvImage* const* images) { images[1]->depth = depth == u8 ? s8 : u8; }},
-            {bad("(srcImage->dataOrder != dstImage->dataOrder)"),
-             [](OrvImage* const* images) { images[0]->dataOrder = 1; }},
-            {bad("(nChSrc != nChDst)"), [](OrvImage* const* images) { images[1]->nChannels = 2; }},
-            {"", [&](OrvImage* const* images) { maskBoth(images, empty); }},
-            {"-4 " + name + " Out of memory\n",
-             [&](OrvImage* const* images) {
-                 maskBoth(images, mask);
-                 testheap::refuse(1);
-             }},
+            fault(-15, "Incorrect Image", setField(0, &OrvImage::nChannels, 0)),
+            fault(-110, "Incorrect Image", setField(1, &OrvImage::maskROI, &flat.image)),
+            fault(-5, "(srcImage->depth != dstImage->depth)", setField(1, &OrvImage::depth, depth == u8 ? s8 : u8)),
+            fault(-5, "(srcImage->dataOrder != dstImage->dataOrder)", setField(0, &OrvImage::dataOrder, 1)),
+            fault(-5, "(nChSrc != nChDst)", setField(1, &OrvImage::nChannels, 2)),
+            {"", setMasks(mask, empty)},
+            fault(-4, "Out of memory", setMasks(mask, mask, 1)),
         };
         if (depth == u1)  // has one channel and no data order
             faults.erase(faults.begin() + 3, faults.begin() + 5);

@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "child.h"
-#include "core/owncontext.h"
 #include "orv.h"
 #include "reports.h"
 #include "testheap.h"
@@ -59,23 +58,6 @@ TEST(Thread, StatusesOfManyAtOnceStayApart)
 
 // The system tells a program of a thread's end only through a library that it has loaded.
 #if !defined(_WIN32)
-
-TEST(Thread, EndReleasesRecordAndCaches)
-{
-    int blocks = testheap::blocks();
-    std::thread([&] {
-        OrvContext& context = ownContext();
-        EXPECT_EQ(context.dctCosineLength, -1);
-        EXPECT_EQ(testheap::blocks(), blocks + 1);
-        context.dctCosineTable = orvsMalloc(10);
-        context.dctLevelTable = static_cast<double**>(orvMalloc(sizeof(double*)));
-        context.dctLevelTable[0] = orvdMalloc(10);
-        context.dctLevelCount = 1;
-        context.fft.twiddle[9] = orvsMalloc(3);
-        EXPECT_EQ(testheap::blocks(), blocks + 5);
-    }).join();
-    EXPECT_EQ(testheap::blocks(), blocks);
-}
 
 CHILD(noRecord)
 {

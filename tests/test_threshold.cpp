@@ -83,7 +83,7 @@ TEST(Threshold, CutsExactly)
 
 TEST(Threshold, ChecksInOrder)
 {
-    auto bad = [](const std::string& context) { return "-5 orvThreshold " + context + '\n'; };
+    const FaultOf fault{"orvThreshold"};
     PictureSpec bits = {.depth = ORV_DEPTH_1U, .width = 9, .height = 9};
     Picture mask(bits), turned(bits), empty(bits), alpha(bits);
     turned->origin = 1;
@@ -94,29 +94,31 @@ TEST(Threshold, ChecksInOrder)
     auto call = [&](OrvImage* const* images) { orvThreshold(images[0], images[1], std::exchange(threshold, 0)); };
     PictureSpec spec = {.channels = 3, .width = 8, .height = 8};
     const std::vector<Fault> layoutFaults = {
-        {"-10 orvThreshold Incorrect Image\n", setField(0, &OrvImage::width, 0)},
-        {"-13 orvThreshold Incorrect Image\n", setField(1, &OrvImage::widthStep, 0)},
-        {bad("(srcImage->depth == 32)"), setField(0, &OrvImage::depth, ORV_DEPTH_32F)},
-        {bad("(dstImage->depth == 32)"), setField(1, &OrvImage::depth, ORV_DEPTH_32F)},
-        {bad("((srcImage->dataOrder != dstImage->dataOrder)&& "
-             "((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))"),
-         setField(1, &OrvImage::dataOrder, 1)},
-        {bad("(srcImage->origin != dstImage->origin)"), setField(1, &OrvImage::origin, 1)},
-        {bad("(srcImage->origin != srcImage->maskROI->origin)"), setMasks(turned, turned)},
-        {bad("(dstImage->origin != dstImage->maskROI->origin)"), setMasks(mask, turned)},
-        {bad("((srcImage->depth == 8) && (Threshold > 255))"), [&](OrvImage* const*) { threshold = 256; }},
-        {bad("(srcChannels != dstChannels)"), setField(1, &OrvImage::alphaChannel, 3)},
+        fault(-10, "Incorrect Image", setField(0, &OrvImage::width, 0)),
+        fault(-13, "Incorrect Image", setField(1, &OrvImage::widthStep, 0)),
+        fault(-5, "(srcImage->depth == 32)", setField(0, &OrvImage::depth, ORV_DEPTH_32F)),
+        fault(-5, "(dstImage->depth == 32)", setField(1, &OrvImage::depth, ORV_DEPTH_32F)),
+        fault(-5,
+              "((srcImage->dataOrder != dstImage->dataOrder)&& "
+              "((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))",
+              setField(1, &OrvImage::dataOrder, 1)),
+        fault(-5, "(srcImage->origin != dstImage->origin)", setField(1, &OrvImage::origin, 1)),
+        fault(-5, "(srcImage->origin != srcImage->maskROI->origin)", setMasks(turned, turned)),
+        fault(-5, "(dstImage->origin != dstImage->maskROI->origin)", setMasks(mask, turned)),
+        fault(-5, "((srcImage->depth == 8) && (Threshold > 255))", [&](OrvImage* const*) { threshold = 256; }),
+        fault(-5, "(srcChannels != dstChannels)", setField(1, &OrvImage::alphaChannel, 3)),
         {"", setMasks(mask, empty)},
     };
     expectFaultsInOrder({spec, spec}, call, layoutFaults);
     spec.channels = 1;
     const std::vector<Fault> memoryFaults = {
-        {bad("(srcImage->depth == 1)"), setField(0, &OrvImage::depth, ORV_DEPTH_1U)},
+        fault(-5, "(srcImage->depth == 1)", setField(0, &OrvImage::depth, ORV_DEPTH_1U)),
         {"", setField(0, &OrvImage::alphaChannel, 1)},
         {"", setField(1, &OrvImage::alphaChannel, 1)},
-        {bad("(msk == NULL)"), setMasks(mask, empty, 1)},
+        fault(-5, "(msk == NULL)", setMasks(mask, empty, 1)),
         {"", setMasks(mask, empty, 2)},
-        {"-4 orvAllocateImage for allocate image data\n" + bad("(msk->imageData == NULL)"), setMasks(mask, mask, 2)},
+        {"-4 orvAllocateImage for allocate image data\n-5 orvThreshold (msk->imageData == NULL)\n",
+         setMasks(mask, mask, 2)},
         {"-5 orvAnd (nChSrcA != nChDst)\n-1 orvThreshold error_orvAnd\n", setMasks(alpha, alpha)},
     };
     expectFaultsInOrder({spec, spec}, call, memoryFaults);

@@ -132,21 +132,18 @@ TEST(Unary, ChecksInOrder)
     for (const Member& member : members) {
         SCOPED_TRACE(member.name);
         bool abs = member.call == orvAbs;
-        auto report = [&](const std::string& status, const char* context) {
-            return status + ' ' + member.reporter + ' ' + context + '\n';
-        };
+        const FaultOf fault{member.reporter};
         PictureSpec spec = {.depth = ORV_DEPTH_8S, .channels = 3, .width = 8, .height = 8};
         const std::vector<Fault> faults = {
-            {report("-10", "Incorrect Image"), setField(0, &OrvImage::height, 0)},
-            {report("-12", "Incorrect Image"), setField(1, &OrvImage::imageData, nullptr)},
-            {report("-5", "(srcImage->depth != dstImage->depth)"), setField(0, &OrvImage::depth, ORV_DEPTH_16S)},
-            {report("-5", "(srcImage->dataOrder != dstImage->dataOrder)"), setField(0, &OrvImage::dataOrder, 1)},
-            {report("-5", abs ? "(nChSrcCoi != nChDstCoi)" : "(nChSrc != nChDst)"),
-             setField(0, &OrvImage::roi, &choice)},
-            {report("-5", abs ? "(srcImage->nChannels != dstImage->nChannels)" : "(nChSrc != nChDst)"),
-             setField(1, &OrvImage::alphaChannel, 3)},
+            fault(-10, "Incorrect Image", setField(0, &OrvImage::height, 0)),
+            fault(-12, "Incorrect Image", setField(1, &OrvImage::imageData, nullptr)),
+            fault(-5, "(srcImage->depth != dstImage->depth)", setField(0, &OrvImage::depth, ORV_DEPTH_16S)),
+            fault(-5, "(srcImage->dataOrder != dstImage->dataOrder)", setField(0, &OrvImage::dataOrder, 1)),
+            fault(-5, abs ? "(nChSrcCoi != nChDstCoi)" : "(nChSrc != nChDst)", setField(0, &OrvImage::roi, &choice)),
+            fault(-5, abs ? "(srcImage->nChannels != dstImage->nChannels)" : "(nChSrc != nChDst)",
+                  setField(1, &OrvImage::alphaChannel, 3)),
             {"", setMasks(empty, mask)},
-            {report("-4", "Out of memory"), setMasks(mask, mask, 1)},
+            fault(-4, "Out of memory", setMasks(mask, mask, 1)),
         };
         expectFaultsInOrder(
             {spec, spec}, [&](OrvImage* const* images) { member.call(images[0], images[1]); }, faults);

@@ -75,11 +75,15 @@ int32_t valueFault(const OrvImage& image, bool hasModelTexts, int maskLevel)
     return image.maskROI ? maskFault(image.maskROI, maskLevel) : ORV_STATUS_OK;
 }
 
-int32_t tileFault(const OrvTileInfo& tiles)
+int32_t tileFault(const OrvImage& image)
 {
+    const OrvTileInfo& tiles = *image.tileInfo;
     if (!tiles.callBack)
         return ORV_STATUS_NULL_CALLBACK;
     if (tiles.width < 1 || tiles.height < 1 || tiles.width % 8 != 0 || tiles.height % 8 != 0)
+        return ORV_STATUS_BAD_TILE_SIZE;
+    // The working header of a tile keeps the step of its rows in 32 bits.
+    if (ownLineBytes(image.dataOrder, image.depth, image.align, image.nChannels, tiles.width) > INT32_MAX)
         return ORV_STATUS_BAD_TILE_SIZE;
     return ORV_STATUS_OK;
 }
@@ -112,7 +116,7 @@ int32_t headerFault(const OrvImage* image, int maskLevel)
     if (int32_t fault = valueFault(*image, true, maskLevel))
         return fault;
     if (image->tileInfo)
-        if (int32_t fault = tileFault(*image->tileInfo))
+        if (int32_t fault = tileFault(*image))
             return fault;
     if (image->roi)
         if (int32_t fault = regionFault(*image->roi, image->nChannels))

@@ -32,22 +32,15 @@ bool enter(const OwnReport& report, OrvImage* src, OrvImage* dst)
 {
     if (!report.goodImage(src) || !report.goodImage(dst))
         return false;
-    bool compatible = true;
-    if (src->depth != dst->depth) {
+    if (src->depth != dst->depth)
         report(ORV_STATUS_BAD_ARG, "srcImage->depth != dstImage->depth");
-        compatible = false;
-    }
-    if (src->origin != dst->origin) {
+    if (src->origin != dst->origin)
         report(ORV_STATUS_BAD_ARG, "srcImage->origin != dstImage->origin");
-        compatible = false;
-    }
     bool ordered = src->depth != ORV_DEPTH_1U && !(src->nChannels == 1 && dst->nChannels == 1);
-    if (ordered && src->dataOrder != dst->dataOrder) {
+    if (ordered && src->dataOrder != dst->dataOrder)
         report(ORV_STATUS_BAD_ARG, "srcImage->dataOrder != dstImage->dataOrder");
-        compatible = false;
-    }
-    // A report handler may clear the status; images that do not fit each other cannot be worked on all the same.
-    return compatible && !failedBefore() && src != dst;
+    // A report handler that clears the status lets the work go on, but between two depths it would leave the memory.
+    return src->depth == dst->depth && !failedBefore() && src != dst;
 }
 
 // Makes `made` the common part of two masks; false if the call ends here.
@@ -105,13 +98,10 @@ bool movePlain(const OwnReport& report, PlainMove move, const OrvImage& src, con
 // Fetches a cell of an image that is tiled; false after a report.
 bool fetchCell(const OwnReport& report, OwnFetchedCell& fetched, OrvImage* image, const OwnCell& cell)
 {
-    if (fetched.fetch(image, cell)) {
-        if (!failedBefore())
-            return true;
+    bool good = fetched.fetch(image, cell) && !failedBefore();
+    if (!good)
         fetched.release();
-    }
-    report(ORV_STATUS_BACKTRACE, "");
-    return false;
+    return !report.when(!good, ORV_STATUS_BACKTRACE, "");
 }
 
 // Moves pixels between two images of which one is tiled, or copies where both are: over the destination's tiles, or the
@@ -172,8 +162,7 @@ void copyMaskedBits(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIm
     orvOr(dst, part.image, dst);
     src->maskROI = maskOfSrc;
     dst->maskROI = maskOfDst;
-    if (failedBefore())
-        report(ORV_STATUS_BACKTRACE, "");
+    report.when(failedBefore(), ORV_STATUS_BACKTRACE, "");
 }
 
 // The copy after its checks.
@@ -259,14 +248,8 @@ void fillPlain(const OrvImage& image, int32_t value, const OrvImage* mask)
         return;
     if (mask)
         under = ownMaskStart(*mask);
-    // A kernel reads the scalar at the size of its values; a row of bits is filled with whole bytes.
-    uint8_t byte = uint8_t(image.depth == ORV_DEPTH_1U ? -(value & 1) : value);
-    uint16_t half = uint16_t(value);
-    int bits = ownDepthBits(image.depth);
-    const void* scalar = bits <= 8    ? static_cast<const void*>(&byte)
-                         : bits == 16 ? static_cast<const void*>(&half)
-                                      : &value;
-    ownProcessPixels(ownPixelOp(ownRowKernels().fill[ownDepthIndex(image.depth)], image.depth, scalar), &geometry, 1,
+    OwnDepthValue scalar = ownDepthValue(image.depth, value);
+    ownProcessPixels(ownPixelOp(ownRowKernels().fill[ownDepthIndex(image.depth)], image.depth, &scalar), &geometry, 1,
                      mask ? &under : nullptr);
 }
 
@@ -303,8 +286,7 @@ void fillMaskedBits(const OwnReport& report, OrvImage* image, bool ones)
         orvXorS(&bare, mask, 1);
     }
     image->maskROI = mask;
-    if (failedBefore())
-        report(ORV_STATUS_BACKTRACE, "");
+    report.when(failedBefore(), ORV_STATUS_BACKTRACE, "");
 }
 
 }  // namespace
@@ -364,6 +346,5 @@ void ORV_CALL orvSetFP(OrvImage* dstImage, float fillValue)
     dstImage->depth = ORV_DEPTH_32S;
     orvSet(dstImage, std::bit_cast<int32_t>(fillValue));
     dstImage->depth = ORV_DEPTH_32F;
-    if (failedBefore())
-        report(ORV_STATUS_BACKTRACE, "");
+    report.when(failedBefore(), ORV_STATUS_BACKTRACE, "");
 }

@@ -40,11 +40,11 @@ PixelPlace placeInBuffer(const OrvImage& image, int32_t x, int32_t y)
     return {image.imageData + y * step, x, image.height * step};
 }
 
-PixelPlace placeInTile(const OrvImage& image, int32_t x, int32_t y)
+PixelPlace placeInTile(const OrvImage& image, uint8_t* tile, int32_t x, int32_t y)
 {
     const OrvTileInfo& tiles = *image.tileInfo;
     ptrdiff_t step = ptrdiff_t(ownLineBytes(image.dataOrder, image.depth, image.align, image.nChannels, tiles.width));
-    return {tiles.tileData + (y % tiles.height) * step, x % tiles.width, tiles.height * step};
+    return {tile + (y % tiles.height) * step, x % tiles.width, tiles.height * step};
 }
 
 void readPixel(const OrvImage& image, const PixelPlace& place, uint8_t* pixel)
@@ -93,9 +93,10 @@ void atPixel(const OwnReport& report, OrvImage* image, int32_t x, int32_t y, int
     }
     int32_t column = x / tiles->width;
     int32_t row = y / tiles->height;
-    if (report.when(!ownOpenTile(image, column, row, tileMode), ORV_STATUS_ERROR, noTile))
+    uint8_t* tile = ownOpenTile(image, column, row, tileMode);
+    if (report.when(!tile, ORV_STATUS_ERROR, noTile))
         return;
-    move(placeInTile(*image, x, y));
+    move(placeInTile(*image, tile, x, y));
     ownReleaseTile(image, column, row);
 }
 

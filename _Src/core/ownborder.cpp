@@ -141,14 +141,6 @@ void setBits(uint8_t* row, int64_t from, int32_t n)
         row[x >> 3] = uint8_t(row[x >> 3] | 128 >> (x & 7));
 }
 
-// Fills n pixels with the first.
-void repeatPixel(uint8_t* dst, ptrdiff_t pixelBytes, int32_t n)
-{
-    ptrdiff_t total = pixelBytes * n;
-    for (ptrdiff_t done = pixelBytes; done < total; done *= 2)
-        memcpy(dst + done, dst, size_t(done < total - done ? done : total - done));
-}
-
 // Copies a run of pixels of one cell to pixel `to` of the result's row.
 void copyRun(const Layout& layout, const uint8_t* src, const Run& run, uint8_t* dst, int64_t to)
 {
@@ -174,7 +166,7 @@ void copyRun(const Layout& layout, const uint8_t* src, const Run& run, uint8_t* 
             memcpy(dst + i * bytes, src - i * step, size_t(bytes));
     } else {
         memcpy(dst, src, size_t(bytes));
-        repeatPixel(dst, bytes, run.count);
+        ownRepeat(dst, bytes, run.count);
     }
 }
 
@@ -187,15 +179,11 @@ void fillConstant(const Layout& layout, const OrvImage& image, int side, uint8_t
             setBits(dst, to, n);
         return;
     }
-    uint8_t byte = uint8_t(value);
-    uint16_t half = uint16_t(value);
-    float real = float(value);
-    const void* scalar = layout.valueBytes == 1         ? static_cast<const void*>(&byte)
-                         : layout.valueBytes == 2       ? static_cast<const void*>(&half)
-                         : image.depth == ORV_DEPTH_32F ? static_cast<const void*>(&real)
-                                                        : &value;
+    OwnDepthValue scalar = ownDepthValue(image.depth, value);
+    if (image.depth == ORV_DEPTH_32F)
+        scalar.real = float(value);
     ownRowKernels().fill[layout.depth].run(
-        {nullptr, scalar, dst + to * layout.pixelBytes(), ptrdiff_t(n) * layout.values});
+        {nullptr, &scalar, dst + to * layout.pixelBytes(), ptrdiff_t(n) * layout.values});
 }
 
 // ---- Reading ------------------------------------------------------------------------------------------------------

@@ -57,11 +57,11 @@ void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count
 {
     OwnMask mask;
     OrvImage* third = count > 2 ? images[1].image->maskROI : nullptr;
-    switch (ownCombineMasks(images[0].image->maskROI, third, images[count - 1].image->maskROI, mask)) {
-    case OwnMaskResult::empty: return;
-    case OwnMaskResult::noMemory: report(ORV_STATUS_NO_MEMORY, "Out of memory"); return;
-    default: break;
-    }
+    OwnMaskResult combined = ownCombineMasks(images[0].image->maskROI, third, images[count - 1].image->maskROI, mask);
+    if (report.when(combined == OwnMaskResult::noMemory, ORV_STATUS_NO_MEMORY, "Out of memory"))
+        return;
+    if (combined == OwnMaskResult::empty)
+        return;
     uint32_t depth = images[count - 1].image->depth;
     const OwnRowKernel& kernel = kernels[ownDepthIndex(depth)];
     if (report.when(!kernel.run, ORV_STATUS_BAD_ARG, refusal))

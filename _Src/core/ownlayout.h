@@ -18,6 +18,22 @@ inline int ownValueBytes(uint32_t depth)
     return ownDepthBits(depth) / 8;
 }
 
+inline bool ownIsSigned(uint32_t depth)
+{
+    return (depth & ORV_DEPTH_SIGN) != 0;
+}
+
+// The range of an integer depth.
+inline int64_t ownHighest(uint32_t depth)
+{
+    return (int64_t{1} << (ownDepthBits(depth) - ownIsSigned(depth))) - 1;
+}
+
+inline int64_t ownLowest(uint32_t depth)
+{
+    return ownIsSigned(depth) ? -ownHighest(depth) - 1 : 0;
+}
+
 inline bool ownIsDepth(uint32_t depth)
 {
     switch (depth) {
@@ -48,14 +64,9 @@ inline OwnDepthIndex ownDepthIndex(uint32_t depth)
 // Cuts a value to the range of an integer depth; 32F keeps it.
 inline int32_t ownClampToDepth(uint32_t depth, int32_t value)
 {
-    switch (depth) {
-    case ORV_DEPTH_1U: return value < 0 ? 0 : value > 1 ? 1 : value;
-    case ORV_DEPTH_8U: return value < 0 ? 0 : value > 255 ? 255 : value;
-    case ORV_DEPTH_8S: return value < -128 ? -128 : value > 127 ? 127 : value;
-    case ORV_DEPTH_16U: return value < 0 ? 0 : value > 65535 ? 65535 : value;
-    case ORV_DEPTH_16S: return value < -32768 ? -32768 : value > 32767 ? 32767 : value;
-    default: return value;
-    }
+    if (depth == ORV_DEPTH_32F)
+        return value;
+    return int32_t(value < ownLowest(depth) ? ownLowest(depth) : value > ownHighest(depth) ? ownHighest(depth) : value);
 }
 
 // The length in bytes of a row of `width` pixels, padding included, without the limits of a header's fields.

@@ -2,18 +2,34 @@
 #include <atomic>
 
 #include "ownisa.h"
+#if OWN_HAS_V3
+#include <cpuid.h>
+#endif
 
 namespace {
+
+#if OWN_HAS_V3
+// The compiler's own question knows whether the system keeps the wide registers, but not under every compiler all names.
+bool hasV3()
+{
+    __builtin_cpu_init();
+    unsigned eax, ebx, ecx, edx;
+    if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") || !__builtin_cpu_supports("bmi2") ||
+        !__builtin_cpu_supports("fma"))
+        return false;
+    const unsigned both = bit_F16C | bit_MOVBE;
+    if (!__get_cpuid(1, &eax, &ebx, &ecx, &edx) || (ecx & both) != both)
+        return false;
+    constexpr unsigned lzcnt = 1 << 5;
+    return __get_cpuid(0x80000001, &eax, &ebx, &ecx, &edx) && (ecx & lzcnt);
+}
+#endif
 
 bool processorHas(OwnLevel level)
 {
 #if OWN_HAS_V3
-    if (level == OwnLevel::v3) {
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
-               __builtin_cpu_supports("fma") && __builtin_cpu_supports("lzcnt") && __builtin_cpu_supports("movbe") &&
-               __builtin_cpu_supports("f16c");
-    }
+    if (level == OwnLevel::v3)
+        return hasV3();
 #endif
     return level == OwnLevel::base;
 }

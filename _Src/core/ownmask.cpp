@@ -19,7 +19,7 @@ OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& re
     OwnSize size = {INT32_MAX, INT32_MAX};
     for (int i = 0; i < count; ++i) {
         geometry[i] = ownMaskStart(*masks[i]);
-        size = {ownMin(size.width, geometry[i].width), ownMin(size.height, geometry[i].height)};
+        size = ownMin(size, {geometry[i].width, geometry[i].height});
     }
     if (size.width == 0 || size.height == 0)
         return OwnMaskResult::empty;

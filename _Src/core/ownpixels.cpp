@@ -26,10 +26,8 @@ OwnSize smallestSize(const OwnGeometry* images, int count, const OwnGeometry* ma
 {
     OwnSize size = {images[0].width, images[0].height};
     for (int i = 1; i < count; ++i)
-        size = {ownMin(size.width, images[i].width), ownMin(size.height, images[i].height)};
-    if (mask)
-        size = {ownMin(size.width, mask->width), ownMin(size.height, mask->height)};
-    return size;
+        size = ownMin(size, {images[i].width, images[i].height});
+    return mask ? ownMin(size, {mask->width, mask->height}) : size;
 }
 
 // ---- Rows of values -----------------------------------------------------------------------------------------------
@@ -67,15 +65,12 @@ Shape shapeOf(const Row* rows, int count, int32_t values)
     return equal && rows[0].step <= widestBlend ? Shape::blended : Shape::gathered;
 }
 
-// The lanes of blended pixels without a mask, by doubling the first.
+// The lanes of blended pixels without a mask.
 void makePattern(uint8_t* lanes, int32_t pixels, int32_t step, int32_t values, int bytes)
 {
-    int pixel = step * bytes;
-    int total = pixels * pixel;
-    memset(lanes, 0, size_t(pixel));
+    memset(lanes, 0, size_t(step) * size_t(bytes));
     memset(lanes, 0xFF, size_t(values) * size_t(bytes));
-    for (int done = pixel; done < total; done *= 2)
-        memcpy(lanes + done, lanes, size_t(done < total - done ? done : total - done));
+    ownRepeat(lanes, ptrdiff_t{step} * bytes, pixels);
 }
 
 struct RowPointers {
@@ -99,8 +94,8 @@ void blendedRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_t
     Scratch lanes;
     auto expand = ownRowKernels().lanes[ownSizeIndex(pass.op.resultBytes)];
     OwnSelect select = pass.op.kernel.select;
-    for (int32_t x = 0; x < width; x += pass.chunk) {
-        int32_t pixels = ownMin(pass.chunk, width - x);
+    for (int32_t x = 0, pixels; x < width; x += pixels) {
+        pixels = ownMin(pass.chunk, width - x);
         if (mask)
             expand(mask->data + (x >> 3), mask->bit, pass.step, pass.values, lanes.bytes, pixels);
         RowPointers at = pointersAt(pass, rows, x);
@@ -114,8 +109,8 @@ void gatheredRow(const ValuePass& pass, const Row* rows, const Row* mask, int32_
     const OwnRowKernels& move = ownRowKernels();
     int last = pass.count - 1;
     int result = ownSizeIndex(pass.op.resultBytes);
-    for (int32_t x = 0; x < width; x += pass.chunk) {
-        int32_t pixels = ownMin(pass.chunk, width - x);
+    for (int32_t x = 0, pixels; x < width; x += pixels) {
+        pixels = ownMin(pass.chunk, width - x);
         RowPointers at = pointersAt(pass, rows, x);
         const void* from[2] = {at.a, at.b};
         auto bring = [&](int i, const void* src, int bytes) {
@@ -423,6 +418,25 @@ void joinTestedRows(const TestPass& pass, const OwnGeometry* images, const OwnGe
 
 }  // namespace
 
+OwnDepthValue ownDepthValue(uint32_t depth, int32_t value)
+{
+    OwnDepthValue scalar;
+    switch (depth & ORV_DEPTH_MASK) {
+    case 1: scalar.bits8 = value & 1 ? 0xFF : 0; break;
+    case 8: scalar.bits8 = uint8_t(value); break;
+    case 16: scalar.bits16 = uint16_t(value); break;
+    default: scalar.bits32 = uint32_t(value); break;
+    }
+    return scalar;
+}
+
+void ownRepeat(uint8_t* data, ptrdiff_t bytes, ptrdiff_t n)
+{
+    ptrdiff_t total = bytes * n;
+    for (ptrdiff_t done = bytes; done < total; done *= 2)
+        memcpy(data + done, data, size_t(done < total - done ? done : total - done));
+}
+
 OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar)
 {
     int bytes = ownValueBytes(depth);
@@ -451,8 +465,8 @@ void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count,
     if (pass.plain)
         return testRows(pass, images, mask, size);
     for (int32_t y = 0; y < size.height; ++y)
-        for (int32_t x = 0; x < size.width; x += ownMin(pass.chunk, size.width - x)) {
-            int32_t pixels = ownMin(pass.chunk, size.width - x);
+        for (int32_t x = 0, pixels; x < size.width; x += pixels) {
+            pixels = ownMin(pass.chunk, size.width - x);
             OwnBitPlace to = {result.start + y * result.rowStep + (x >> 3), result.bit};
             if (mask) {
                 to.mask = mask->start + y * mask->rowStep + (x >> 3);
@@ -480,12 +494,13 @@ void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, c
     int32_t chunk = bytes ? (scratchBytes / (channels * bytes)) & ~7 : scratchBytes * 8;
     for (int32_t channel = 0; channel < a.channels; channel += channels)
         for (int32_t y = 0; y < size.height; ++y)
-            for (int32_t x = 0; x < size.width; x += chunk) {
+            for (int32_t x = 0, pixels; x < size.width; x += pixels) {
+                pixels = ownMin(chunk, size.width - x);
                 auto part = [&](const OwnGeometry& image) {
                     OwnGeometry piece = image;
                     piece.start = ownChannelStart(image, channel, bytes) + y * image.rowStep +
                                   (bytes ? ptrdiff_t(x) * image.pixelStep * bytes : x >> 3);
-                    piece.width = ownMin(chunk, size.width - x);
+                    piece.width = pixels;
                     piece.height = 1;
                     piece.channels = channels;
                     return piece;

@@ -18,6 +18,20 @@ inline int ownSizeIndex(int bytes)
     return bytes == 4 ? 2 : bytes - 1;
 }
 
+// A scalar where a kernel of its depth reads it.
+union OwnDepthValue {
+    uint8_t bits8;  // for 1U eight pixels
+    uint16_t bits16;
+    uint32_t bits32;
+    float real;
+};
+
+// The low bits of a value; 32F takes them as its bit pattern.
+OwnDepthValue ownDepthValue(uint32_t depth, int32_t value);
+
+// Repeats the first `bytes` bytes until they stand n times.
+void ownRepeat(uint8_t* data, ptrdiff_t bytes, ptrdiff_t n);
+
 // The op of one depth on both sides.
 OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar);
 

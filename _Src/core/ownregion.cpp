@@ -53,12 +53,12 @@ bool ownCommonSize(const OrvImage& a, const OrvImage& b, const OrvImage* c, bool
     OwnSize other;
     if (!ownRoiSize(a, clip, size) || !ownRoiSize(b, clip, other))
         return false;
-    size = {ownMin(size.width, other.width), ownMin(size.height, other.height)};
+    size = ownMin(size, other);
     if (!c)
         return true;
     if (!ownRoiSize(*c, clip, other))
         return false;
-    size = {ownMin(size.width, other.width), ownMin(size.height, other.height)};
+    size = ownMin(size, other);
     return true;
 }
 
@@ -118,10 +118,14 @@ bool ownIsWholeBuffer(const OrvImage* const* images, int count, bool alpha)
     if (unequal(&OrvImage::height) != 0 || unequal(&OrvImage::width) != 0 || unequal(&OrvImage::imageSize) != 0 ||
         unequal(&OrvImage::align) != 0)
         return false;
-    // The run must end where every buffer ends, whatever the sums and the headers' own words say.
-    for (int i = 0; i < count; ++i)
-        if (!regionIsImage(*images[i]) || images[i]->imageSize != a.imageSize || bufferBytes(*images[i]) != a.imageSize)
+    // The run must end where every buffer ends, whatever the sums and the headers' own words say, and no value may begin in
+    // one row and end in the next.
+    for (int i = 0; i < count; ++i) {
+        const OrvImage& image = *images[i];
+        if (!regionIsImage(image) || image.imageSize != a.imageSize || bufferBytes(image) != a.imageSize ||
+            image.widthStep % ownMax(ownValueBytes(image.depth), 1) != 0)
             return false;
+    }
     return true;
 }
 

@@ -4,9 +4,11 @@
 //   ownRoiSize        its size, false if nothing is left
 //   ownCommonSize     the smallest size of several images
 //   ownChannels       the processed channels
+//   ownHasChannels    true if there are any
 //   ownRoiStart       where the region begins in a channel
 //   ownPlaneGeometry  all that a traversal must know of an image in plain memory
 //   ownMaskStart      the same for a mask
+//   ownMaskSelects    true if a mask selects a pixel
 //   ownChannelStart   where one of its channels begins
 //   ownIsWholeBuffer  true if one run over the buffers serves
 //   ownTileWidthStep  row length of a tiled image's tiles
@@ -56,8 +58,21 @@ inline int32_t ownMax(int32_t a, int32_t b)
     return a > b ? a : b;
 }
 
+// What both of two sizes have.
+inline OwnSize ownMin(OwnSize a, OwnSize b)
+{
+    return {ownMin(a.width, b.width), ownMin(a.height, b.height)};
+}
+
 OwnRect ownRoiRect(const OrvImage& image);
 OwnChannels ownChannels(const OrvImage& image);
+
+// True for an image with something to process besides its alpha channel.
+inline bool ownHasChannels(const OrvImage& image)
+{
+    return ownChannels(image).count > 0;
+}
+
 OwnRoiStart ownRoiStart(const OrvImage& image, int32_t channel);
 
 // The region's size; with `clip` also cut where the region begins before the image.
@@ -70,6 +85,13 @@ bool ownCommonSize(const OrvImage& a, const OrvImage& b, const OrvImage* c, bool
 bool ownPlaneGeometry(const OrvImage& image, OwnGeometry& geometry);
 
 OwnGeometry ownMaskStart(const OrvImage& mask);
+
+// True if a mask selects the pixel at (x, y), from the start of its region.
+inline bool ownMaskSelects(const OwnGeometry& mask, int32_t x, int32_t y)
+{
+    const int64_t bit = int64_t{mask.bit} + x;
+    return mask.start[y * mask.rowStep + (bit >> 3)] & 128 >> (bit & 7);
+}
 
 // Where a processed channel, counted from 0, begins; its values have `bytes` bytes, 0 for 1U.
 inline uint8_t* ownChannelStart(const OwnGeometry& image, int32_t channel, int bytes)

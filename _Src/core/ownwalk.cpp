@@ -113,7 +113,7 @@ bool ownBandWalk(const OwnReport& report, const OwnWalkImage* images, int count,
 
     OwnSize size = {INT32_MAX, INT32_MAX};
     for (int i = 0; i < all; ++i)
-        size = {ownMin(size.width, walkers[i].rect.width), ownMin(size.height, walkers[i].rect.height)};
+        size = ownMin(size, {walkers[i].rect.width, walkers[i].rect.height});
 
     if (size.width <= 0)
         return true;

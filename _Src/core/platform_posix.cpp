@@ -87,9 +87,11 @@ bool names(const char* line, const char* button)
 {
     while (*line == ' ')
         ++line;
-    return strcasecmp(line, button) == 0 || (line[1] == 0 && strncasecmp(line, button, 1) == 0);
+    return strcasecmp(line, button) == 0 || (*line && !line[1] && strncasecmp(line, button, 1) == 0);
 }
 
+// The controlling terminal, if there is one and this process is in its foreground: one in the background would be stopped
+// for asking.
 struct Terminal {
     int file = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
     ~Terminal()
@@ -97,32 +99,38 @@ struct Terminal {
         if (file >= 0)
             close(file);
     }
+    bool answers() const { return file >= 0 && tcgetpgrp(file) == getpgrp(); }
 };
 
-// Puts a box on the terminal and asks until one of the two buttons is named: 0 or 1, or -1 where nobody answers.
-int askTerminal(const char* title, const char* text, const char* first, const char* second)
+// Puts a box on the terminal, or on the error stream if the terminal does not answer.
+void showBox(const Terminal& terminal, const char* title, const char* text)
 {
-    Terminal terminal;
-    if (terminal.file < 0) {
+    if (!terminal.answers()) {
         fprintf(stderr, "%s\n%s\n", title, text);
         fflush(stderr);
-        return -1;
+        return;
     }
     const char* const box[] = {"\n", title, "\n\n", text, "\n"};
     for (const char* part : box)
         writeAll(terminal.file, part);
-    for (;;) {
-        const char* const buttons[] = {"[", first, second ? "] [" : "", second ? second : "", "] "};
+}
+
+// Asks until one of two buttons is named: 0 or 1, or -1 where nobody answers.
+int askTerminal(const Terminal& terminal, const char* first, const char* second)
+{
+    while (terminal.answers()) {
+        const char* const buttons[] = {"[", first, "] [", second, "] "};
         for (const char* part : buttons)
             writeAll(terminal.file, part);
         char line[16];
         if (!readLine(terminal.file, line, sizeof line))
-            return -1;
-        if (!second || names(line, first))
+            break;
+        if (names(line, first))
             return 0;
         if (names(line, second))
             return 1;
     }
+    return -1;
 }
 
 }  // namespace
@@ -166,7 +174,9 @@ void platformFormat(char* text, size_t size, const char* format, ...)
 PlatformAnswer platformAsk(const char* title, const char* text, PlatformQuestion question)
 {
     bool yesNo = question == PlatformQuestion::yesNo;
-    switch (askTerminal(title, text, yesNo ? "Yes" : "OK", yesNo ? "No" : "Cancel")) {
+    Terminal terminal;
+    showBox(terminal, title, text);
+    switch (askTerminal(terminal, yesNo ? "Yes" : "OK", yesNo ? "No" : "Cancel")) {
     case 0: return yesNo ? PlatformAnswer::yes : PlatformAnswer::ok;
     case 1: return yesNo ? PlatformAnswer::no : PlatformAnswer::cancel;
     default: return PlatformAnswer::notShown;
@@ -175,7 +185,7 @@ PlatformAnswer platformAsk(const char* title, const char* text, PlatformQuestion
 
 void platformTell(const char* title, const char* text)
 {
-    askTerminal(title, text, "OK", nullptr);
+    showBox({}, title, text);  // its one button leaves nothing to ask
 }
 
 void platformFatal(const char* text)

@@ -44,7 +44,7 @@ void blurPass(OwnLines& lines, const OwnBlurWindow& window, const OwnBlurKernel&
     memset(band.sums, 0, size_t(columns) * size_t(kernel.sumBytes));
     for (int32_t row = 0; row < window.nRows - 1; ++row)
         kernel.add(lines.source(row - window.anchorY, 0), band.sums, columns);
-    for (int32_t y = 0; y < lines.height(); y += ownBlurRows) {
+    for (int32_t y = 0; y < lines.height(); y += band.rows) {
         band.rows = ownMin(ownBlurRows, lines.height() - y);
         for (int i = 0; i < band.rows; ++i) {
             int32_t first = y + i - window.anchorY;
@@ -57,6 +57,20 @@ void blurPass(OwnLines& lines, const OwnBlurWindow& window, const OwnBlurKernel&
     }
 }
 
+// Sums of columns for one pass over a piece.
+int64_t sumsBytes(const OwnBlurKernel& kernel, const OwnBlurWindow& window, int32_t step, int32_t width)
+{
+    return (int64_t{width} + window.nCols - 1) * step * kernel.sumBytes;
+}
+
+// False if the narrowest piece would need more memory than there can be, which is better known before pixels are fetched.
+bool fits(const OrvImage& src, const OrvImage& dst, const OwnBlurWindow& window)
+{
+    int32_t step = ownLineStep(src, dst);
+    return sumsBytes(kernelFor(dst.depth, window), window, step, 1) <= INT32_MAX &&
+           ownBlurKernels().scratchBytes(step, window.nCols) <= INT32_MAX;
+}
+
 bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
     const OwnBlurWindow& window = *static_cast<const OwnBlurWindow*>(task);
@@ -64,7 +78,7 @@ bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvIm
         return ownBlurShort(window, src, dst, mask);
     const OwnBlurKernel& kernel = kernelFor(dst.depth, window);
     OwnLines lines(src, dst, mask, window.reach(), 2 * ownBlurRows, ownBlurRows);
-    OwnScratch<uint8_t> sums(lines.values(int64_t{lines.width()} + window.nCols - 1) * int64_t{kernel.sumBytes});
+    OwnScratch<uint8_t> sums(sumsBytes(kernel, window, lines.step(), lines.width()));
     OwnScratch<uint8_t> scratch(ownBlurKernels().scratchBytes(lines.step(), window.nCols));
     if (!lines || !sums || !scratch)
         return false;
@@ -82,22 +96,6 @@ bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvIm
     return true;
 }
 
-bool alphaIsLast(const OrvImage& image)
-{
-    return ownChannels(image).coi || image.alphaChannel == 0 || image.alphaChannel == image.nChannels;
-}
-
-// True for an image with something to process besides its alpha channel.
-bool hasChannels(const OrvImage& image)
-{
-    return alphaIsLast(image) && ownChannels(image).count > 0;
-}
-
-bool masksAreGood(const OrvImage& src, const OrvImage& dst)
-{
-    return (!src.maskROI || alphaIsLast(*src.maskROI)) && (!dst.maskROI || alphaIsLast(*dst.maskROI));
-}
-
 void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnBlurWindow window)
 {
     OwnMask mask;
@@ -105,9 +103,10 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnBlurWindow w
         ownCombineMasks(src->maskROI, src->maskROI == dst->maskROI ? nullptr : dst->maskROI, nullptr, mask);
     if (combined == OwnMaskResult::empty)
         return;
-    if (combined == OwnMaskResult::noMemory ||
-        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window, true}) != OwnNeighbourResult::done)
-        report(ORV_STATUS_NO_MEMORY, "Allocation failure");
+    bool done =
+        combined != OwnMaskResult::noMemory && fits(*src, *dst, window) &&
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window, true}) == OwnNeighbourResult::done;
+    report.when(!done, ORV_STATUS_NO_MEMORY, "Allocation failure");
 }
 
 }  // namespace
@@ -138,14 +137,12 @@ void ORV_CALL orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int
         return;
     if (report.when(anchorX >= nCols || anchorY >= nRows, ORV_STATUS_BAD_ARG, "(anchorX>=nCols||anchorY>=nRows)"))
         return;
-    if (report.when(!hasChannels(*dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+    if (report.when(!ownHasChannels(*dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
         return;
-    if (report.when(!hasChannels(*srcImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
+    if (report.when(!ownHasChannels(*srcImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
         return;
     if (report.when(ownChannels(*srcImage).count != ownChannels(*dstImage).count, ORV_STATUS_BAD_CHANNELS,
                     "bad channel's number"))
-        return;
-    if (report.when(!masksAreGood(*srcImage, *dstImage), ORV_STATUS_BAD_ALPHA_CHANNEL, "bad alpha channel's number"))
         return;
     if (nCols == 1 && nRows == 1)
         orvCopy(srcImage, dstImage);

@@ -185,8 +185,9 @@ OwnConvPlan::OwnConvPlan(const OwnConvWindow* windows, int32_t kernels, int32_t 
         stage.fold = count == 1 ? foldOfOne(method, stage.shifts) : foldOfMany(method, i == 0);
         planSums(window, {reach.top - window.anchorY, reach.left - window.anchorX}, src, pair, real, stage);
         bool integer = stage.sums == OwnConvSums::integer;
-        usesPairs = usesPairs || integer || stage.sums == OwnConvSums::wrapped;
-        usesReals = usesReals || stage.realCount > 0;
+        bool pairs = integer || stage.sums == OwnConvSums::wrapped;
+        usesPairs = usesPairs || pairs;
+        usesReals = usesReals || !pairs;
         mostPairs = larger(mostPairs, larger(stage.pairCount, stage.highCount));
         mostReals = larger(mostReals, stage.realCount);
         // Several kernels share integer totals only if the sums of all are short.

@@ -1,23 +1,6 @@
 #include "ownconvrows.h"
 
-namespace {
-
-struct SampleRange {
-    double least, greatest;
-};
-
-SampleRange samplesOf(uint32_t depth)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U: return {0, 1};
-    case ORV_DEPTH_8U: return {0, 255};
-    case ORV_DEPTH_8S: return {-128, 127};
-    case ORV_DEPTH_16U: return {0, 65535};
-    default: return {-32768, 32767};
-    }
-}
-
-}  // namespace
+#include "../core/ownlayout.h"
 
 OwnConvWindow::OwnConvWindow(const OrvConvKernel& kernel)
     : nCols(kernel.nCols),
@@ -86,10 +69,10 @@ int32_t ownStartOf16U(const OwnConvWindow& window)
 
 OwnSumRange ownSumRange(const OwnConvWindow& window, uint32_t depth)
 {
-    SampleRange samples = samplesOf(depth);
+    double least = double(ownLowest(depth)), greatest = double(ownHighest(depth));
     OwnSumRange range = {0, 0};
     for (int64_t i = 0; i < window.valueCount(); ++i) {
-        double a = window.integers[i] * samples.least, b = window.integers[i] * samples.greatest;
+        double a = window.integers[i] * least, b = window.integers[i] * greatest;
         range.least += a < b ? a : b;
         range.greatest += a < b ? b : a;
     }
@@ -100,7 +83,7 @@ bool ownPairsFitBytes(const OwnPairPlace* places, ptrdiff_t count, uint32_t dept
 {
     if (depth != ORV_DEPTH_1U && depth != ORV_DEPTH_8U)
         return false;
-    const double largest = samplesOf(depth).greatest;
+    const double largest = double(ownHighest(depth));
     for (const OwnPairPlace* place = places; place < places + count; ++place)
         for (const auto& weights : place->weights) {
             int32_t above = 0, below = 0;

@@ -19,35 +19,26 @@ constexpr const char* source = "orvcompare";
 
 // ---- Checks -------------------------------------------------------------------------------------------------------
 
-// Reports a fault and answers what the comparison returns for it, which is often another status.
-int32_t refuse(const OwnReport& report, int32_t status, const char* context, int32_t result,
-               int32_t line = __builtin_LINE())
-{
-    report(status, context, line);
-    return result;
-}
+// What is returned for a fault is often not the status that is reported.
 
 int32_t checkHeaders(const OwnReport& report, OrvImage* const* images, int count)
 {
-    for (int i = 0; i < count; ++i)
-        if (int32_t status = orvCheckImageHeader(images[i]))
-            return refuse(report, status, " Incorrect Image", status);
+    for (int i = 0; i < count; ++i) {
+        int32_t status = orvCheckImageHeader(images[i]);
+        if (report.when(status, status, " Incorrect Image"))
+            return status;
+    }
     return ORV_STATUS_OK;
 }
 
 constexpr const char* badAlpha = "bad alpha channel's number";
 
-// False for an image that has nothing but alpha to process.
-bool hasChannels(const OrvImage& image)
-{
-    return ownChannels(image).count > 0;
-}
-
 int32_t checkMasks(const OwnReport& report, OrvImage* const* images, int count)
 {
     for (int i = 0; i < count; ++i)
-        if (images[i]->maskROI && !hasChannels(*images[i]->maskROI))
-            return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ALPHA_CHANNEL);
+        if (report.when(images[i]->maskROI && !ownHasChannels(*images[i]->maskROI), ORV_STATUS_BAD_ALPHA_CHANNEL,
+                        badAlpha))
+            return ORV_STATUS_BAD_ALPHA_CHANNEL;
     return ORV_STATUS_OK;
 }
 
@@ -57,27 +48,28 @@ int32_t checkPair(const OwnReport& report, OrvImage* img1, OrvImage* img2, OrvIm
     OrvImage* const images[] = {img1, img2, res};
     if (int32_t status = checkHeaders(report, images, 3))
         return status;
-    if (res->depth != ORV_DEPTH_1U)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(res->depth!=ORV_DEPTH_1U)", ORV_STATUS_BAD_DEPTH);
-    if (img1->depth != img2->depth)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img1->depth!=img2->depth)", ORV_STATUS_BAD_DEPTH);
-    if (img1 == res || img2 == res)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img1==res || img2==res)", ORV_STATUS_BAD_ARG);
-    if (img1->dataOrder != img2->dataOrder)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img1->dataOrder!=img2->dataOrder)", ORV_STATUS_BAD_DATA_ORDER);
-    if (img1->origin != img2->origin)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img1->origin!=img2->origin)", ORV_STATUS_BAD_ORIGIN);
-    if (near && img1->depth != ORV_DEPTH_32F)
-        return refuse(report, ORV_STATUS_BAD_ARG, "((img1->depth!= ORV_DEPTH_32F)|| (img2->depth!= ORV_DEPTH_32F))",
-                      ORV_STATUS_BAD_DEPTH);
-    if (near && near->eps <= 0)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(eps<=0.)", ORV_STATUS_BAD_ARG);
-    if (!hasChannels(*img1) || !hasChannels(*img2))
-        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ALPHA_CHANNEL);
-    if (ownChannels(*img1).count != ownChannels(*img2).count)
-        return refuse(report, ORV_STATUS_BAD_CHANNELS, "bad channel's number", ORV_STATUS_BAD_CHANNELS);
-    if (!hasChannels(*res))
-        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ARG);
+    if (report.when(res->depth != ORV_DEPTH_1U, ORV_STATUS_BAD_ARG, "(res->depth!=ORV_DEPTH_1U)"))
+        return ORV_STATUS_BAD_DEPTH;
+    if (report.when(img1->depth != img2->depth, ORV_STATUS_BAD_ARG, "(img1->depth!=img2->depth)"))
+        return ORV_STATUS_BAD_DEPTH;
+    if (report.when(img1 == res || img2 == res, ORV_STATUS_BAD_ARG, "(img1==res || img2==res)"))
+        return ORV_STATUS_BAD_ARG;
+    if (report.when(img1->dataOrder != img2->dataOrder, ORV_STATUS_BAD_ARG, "(img1->dataOrder!=img2->dataOrder)"))
+        return ORV_STATUS_BAD_DATA_ORDER;
+    if (report.when(img1->origin != img2->origin, ORV_STATUS_BAD_ARG, "(img1->origin!=img2->origin)"))
+        return ORV_STATUS_BAD_ORIGIN;
+    if (report.when(near && img1->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG,
+                    "((img1->depth!= ORV_DEPTH_32F)|| (img2->depth!= ORV_DEPTH_32F))"))
+        return ORV_STATUS_BAD_DEPTH;
+    if (report.when(near && near->eps <= 0, ORV_STATUS_BAD_ARG, "(eps<=0.)"))
+        return ORV_STATUS_BAD_ARG;
+    if (report.when(!ownHasChannels(*img1) || !ownHasChannels(*img2), ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha))
+        return ORV_STATUS_BAD_ALPHA_CHANNEL;
+    if (report.when(ownChannels(*img1).count != ownChannels(*img2).count, ORV_STATUS_BAD_CHANNELS,
+                    "bad channel's number"))
+        return ORV_STATUS_BAD_CHANNELS;
+    if (report.when(!ownHasChannels(*res), ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha))
+        return ORV_STATUS_BAD_ARG;
     return checkMasks(report, images, 3);
 }
 
@@ -86,20 +78,20 @@ int32_t checkOne(const OwnReport& report, OrvImage* img, OrvImage* res, bool rea
     OrvImage* const images[] = {img, res};
     if (int32_t status = checkHeaders(report, images, 2))
         return status;
-    if (res->depth != ORV_DEPTH_1U)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(res->depth!=ORV_DEPTH_1U)", ORV_STATUS_BAD_DEPTH);
-    if (!real && img->depth == ORV_DEPTH_32F)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img->depth==ORV_DEPTH_32F)", ORV_STATUS_BAD_DEPTH);
-    if (real && img->depth != ORV_DEPTH_32F)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img->depth!=ORV_DEPTH_32F)", ORV_STATUS_BAD_DEPTH);
-    if (img == res)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(img==res)", ORV_STATUS_BAD_ARG);
-    if (near && near->eps <= 0)
-        return refuse(report, ORV_STATUS_BAD_ARG, "(eps<=0.)", ORV_STATUS_BAD_ARG);
-    if (!hasChannels(*img))
-        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ALPHA_CHANNEL);
-    if (!hasChannels(*res))
-        return refuse(report, ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha, ORV_STATUS_BAD_ARG);
+    if (report.when(res->depth != ORV_DEPTH_1U, ORV_STATUS_BAD_ARG, "(res->depth!=ORV_DEPTH_1U)"))
+        return ORV_STATUS_BAD_DEPTH;
+    if (report.when(!real && img->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "(img->depth==ORV_DEPTH_32F)"))
+        return ORV_STATUS_BAD_DEPTH;
+    if (report.when(real && img->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "(img->depth!=ORV_DEPTH_32F)"))
+        return ORV_STATUS_BAD_DEPTH;
+    if (report.when(img == res, ORV_STATUS_BAD_ARG, "(img==res)"))
+        return ORV_STATUS_BAD_ARG;
+    if (report.when(near && near->eps <= 0, ORV_STATUS_BAD_ARG, "(eps<=0.)"))
+        return ORV_STATUS_BAD_ARG;
+    if (report.when(!ownHasChannels(*img), ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha))
+        return ORV_STATUS_BAD_ALPHA_CHANNEL;
+    if (report.when(!ownHasChannels(*res), ORV_STATUS_BAD_ALPHA_CHANNEL, badAlpha))
+        return ORV_STATUS_BAD_ARG;
     return checkMasks(report, images, 2);
 }
 
@@ -129,7 +121,7 @@ OwnSize commonSize(const Comparison& call)
     OwnSize size = {INT32_MAX, INT32_MAX};
     auto cut = [&](const OrvImage& image) {
         OwnRect rect = ownRoiRect(image);
-        size = {ownMin(size.width, rect.width), ownMin(size.height, rect.height)};
+        size = ownMin(size, {rect.width, rect.height});
     };
     for (int i = 0; i < call.count; ++i) {
         cut(*call.images[i]);
@@ -139,41 +131,44 @@ OwnSize commonSize(const Comparison& call)
     return size;
 }
 
-// Makes `made` the common part of the images' masks, if there are any; false if that fails. A mask may be the result itself,
-// so that one alone is copied too.
+// Makes `made` the common part of the images' masks and of the masks that these have, if there are any; false if there is no
+// memory. It is made even of one, since a mask may be the result itself.
 bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
 {
-    OrvImage* masks[3];
-    int count = 0;
-    bool masked = false;
-    for (int i = 0; i < call.count; ++i)
-        if (OrvImage* mask = call.images[i]->maskROI) {
-            masks[count++] = mask;
-            masked = masked || mask->maskROI;
-        }
-    if (count == 0)
+    const OrvImage* first = nullptr;
+    OwnSize common = size;
+    auto forMasks = [&](auto visit) {
+        for (int i = 0; i < call.count; ++i)
+            for (const OrvImage* mask = call.images[i]->maskROI; mask; mask = mask->maskROI)
+                visit(*mask);
+    };
+    forMasks([&](const OrvImage& mask) {
+        first = first ? first : &mask;
+        OwnRect rect = ownRoiRect(mask);
+        common = ownMin(common, {rect.width, rect.height});
+    });
+    if (!first)
         return true;
     made.flags = ORV_IMAGE_ALL;
-    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "GRAY", masks[0]->dataOrder, masks[0]->origin,
-                                      masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
+    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "GRAY", first->dataOrder, first->origin, first->align,
+                                      size.width, size.height, nullptr, nullptr, nullptr, nullptr);
     if (!made.image)
         return false;
-    // Under a mask of its own a mask is not written everywhere.
-    orvAllocateImage(made.image, masked, 0);
+    // Behind the end of a mask's own mask no bit is set.
+    orvAllocateImage(made.image, 1, 0);
     if (!made.image->imageData)
         return false;
-    // An old failure must neither stop the copy nor be taken for one of these calls'.
-    int32_t before = orvGetErrStatus();
-    orvSetErrStatus(ORV_STATUS_OK);
-    if (count == 1)
-        orvCopy(masks[0], made.image);
-    else
-        orvAnd(masks[0], masks[1], made.image);
-    if (count == 3)
-        orvAnd(made.image, masks[2], made.image);
-    if (orvGetErrStatus() != ORV_STATUS_OK)
-        return false;
-    orvSetErrStatus(before);
+    const OwnRowKernels& move = ownRowKernels();
+    OwnGeometry to = ownMaskStart(*made.image);
+    to.width = common.width;
+    to.height = common.height;
+    bool isFirst = true;
+    forMasks([&](const OrvImage& mask) {
+        const OwnGeometry images[3] = {ownMaskStart(mask), to, to};
+        const OwnRowKernel& kernel = isFirst ? move.copy[OWN_1U] : move.bitAnd;
+        ownProcessPixels(ownPixelOp(kernel, ORV_DEPTH_1U, nullptr), images, isFirst ? 2 : 3, nullptr);
+        isFirst = false;
+    });
     return true;
 }
 
@@ -267,8 +262,8 @@ int32_t run(const OwnReport& report, const Comparison& call)
         done = walkTiles(call, leading, mask.image, size);
     else if (done)
         compare(call, call.images, mask.image, size);
-    if (!done)
-        return refuse(report, ORV_STATUS_NO_MEMORY, "Allocation failure", ORV_STATUS_NO_MEMORY);
+    if (report.when(!done, ORV_STATUS_NO_MEMORY, "Allocation failure"))
+        return ORV_STATUS_NO_MEMORY;
     return ORV_STATUS_OK;
 }
 
@@ -290,9 +285,7 @@ int32_t compareInteger(const OwnReport& report, OrvImage* img, int32_t value, Or
 {
     if (int32_t status = checkOne(report, img, res, false, nullptr))
         return status;
-    bool isSigned = (img->depth & ORV_DEPTH_SIGN) != 0;
-    int64_t highest = (int64_t{1} << (ownDepthBits(img->depth) - isSigned)) - 1;
-    int64_t lowest = isSigned ? -highest - 1 : 0;
+    int64_t lowest = ownLowest(img->depth), highest = ownHighest(img->depth);
     Comparison call = comparison(img, nullptr, res, kernels, &value);
     bool allTrue = side == (value < lowest ? TrueOutside::below : TrueOutside::above);
     uint8_t constant = allTrue ? 0xFF : 0;

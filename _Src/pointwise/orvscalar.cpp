@@ -7,74 +7,33 @@
 #include "../core/ownframe.h"
 #include "kernels/ownscalar.h"
 #include "orv/pointwise.h"
+#include "ownpair.h"
 
 namespace {
 
 constexpr const char* source = "orvscalar";
 
-constexpr const char* noTileSrc = "(srcImage->tileInfo->tileData == 0)";
-constexpr const char* noTileDst = "(dstImage->tileInfo->tileData == 0)";
 constexpr const char* noFloats = "This function does not support depth 32F";
-
-bool goodPair(const OwnReport& report, OrvImage* src, OrvImage* dst, bool bitsHaveNoOrder)
-{
-    if (!report.goodImage(src) || !report.goodImage(dst))
-        return false;
-    if (report.when(src->depth != dst->depth, ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)"))
-        return false;
-    bool ordered = !(bitsHaveNoOrder && src->depth == ORV_DEPTH_1U);
-    if (report.when(ordered && src->dataOrder != dst->dataOrder, ORV_STATUS_BAD_ARG,
-                    "(srcImage->dataOrder != dstImage->dataOrder)"))
-        return false;
-    if (report.when(ownChannelCount(src) != ownChannelCount(dst), ORV_STATUS_BAD_ARG, "(nChSrc != nChDst)"))
-        return false;
-    return true;
-}
 
 // The frame of a call with one source.
 void runScalar(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnDepthKernels& kernels,
                const void* scalar)
 {
-    if (!goodPair(report, src, dst, false))
-        return;
-    const OwnWalkImage images[2] = {{src, noTileSrc}, {dst, noTileDst}};
-    ownRunMasked(report, images, 2, kernels, scalar, noFloats);
-}
-
-// A value's low bits, where a kernel of any integer depth finds them.
-union DepthValue {
-    uint8_t bits8;
-    uint16_t bits16;
-    uint32_t bits32;
-    float real;
-};
-
-DepthValue depthValue(uint32_t depth, int32_t value)
-{
-    DepthValue scalar;
-    switch (depth & ORV_DEPTH_MASK) {
-    case 1: scalar.bits8 = value & 1 ? 0xFF : 0; break;
-    case 8: scalar.bits8 = uint8_t(value); break;
-    case 16: scalar.bits16 = uint16_t(value); break;
-    default: scalar.bits32 = uint32_t(value); break;
-    }
-    return scalar;
+    if (ownGoodPair(report, src, dst, false))
+        ownRunPair(report, src, dst, kernels, scalar, noFloats);
 }
 
 void runLogic(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnDepthKernels& kernels, int32_t value)
 {
-    if (!goodPair(report, src, dst, true))
+    if (!ownGoodPair(report, src, dst, true))
         return;
-    DepthValue scalar = depthValue(src->depth, value);
-    const OwnWalkImage images[2] = {{src, noTileSrc}, {dst, noTileDst}};
-    ownRunMasked(report, images, 2, kernels, &scalar, noFloats);
+    OwnDepthValue scalar = ownDepthValue(src->depth, value);
+    ownRunPair(report, src, dst, kernels, &scalar, noFloats);
 }
 
 void runFloat(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnDepthKernels& kernels, float value)
 {
-    DepthValue scalar;
-    scalar.real = value;
-    runScalar(report, src, dst, kernels, &scalar);
+    runScalar(report, src, dst, kernels, &value);
 }
 
 int32_t clamped(int32_t value, int32_t low, int32_t high)
@@ -89,30 +48,25 @@ bool isNarrow(uint32_t depth)
     return bits == 8 || bits == 16;
 }
 
-bool isSigned(uint32_t depth)
-{
-    return (depth & ORV_DEPTH_SIGN) != 0;
-}
-
 // The largest value of an unsigned depth of as many bits.
-int32_t highest(uint32_t depth)
+int32_t unsignedTop(uint32_t depth)
 {
-    return ownDepthBits(depth) == 8 ? 255 : 65535;
+    return int32_t(ownHighest(depth & ORV_DEPTH_MASK));
 }
 
 // Subtraction below 32 bits, all cases by one slide of the value taken as unsigned.
 void runSlide(const OwnReport& report, OrvImage* src, OrvImage* dst, int32_t value, bool flip)
 {
-    int32_t top = highest(src->depth);
+    int32_t top = unsignedTop(src->depth);
     int32_t signBit = (top + 1) / 2;
     int32_t down = value;  // how far every value goes down, from -top to top
-    if (isSigned(src->depth))
+    if (ownIsSigned(src->depth))
         down = flip ? clamped(value, -top - 1, top - 1) + 1 : clamped(value, -top, top);
     else if (flip)
         down = value - top;
     OwnSlide slide;
     slide.amount = uint16_t(down < 0 ? -down : down);
-    slide.before = uint16_t(isSigned(src->depth) ? signBit : 0);
+    slide.before = uint16_t(ownIsSigned(src->depth) ? signBit : 0);
     slide.after = uint16_t(slide.before ^ (flip ? top : 0));
     const OwnScalarKernels& all = ownScalarKernels();
     const OwnRowKernel* slides = down > 0 ? all.slideDown : all.slideUp;
@@ -133,7 +87,7 @@ void subtractBits(OrvImage* src, OrvImage* dst, int32_t value, bool flip)
 // True if every result is the lowest or the highest value of an unsigned depth, which is then filled in.
 bool subtractFills(OrvImage* src, OrvImage* dst, int32_t value, bool flip)
 {
-    int32_t top = highest(src->depth);
+    int32_t top = unsignedTop(src->depth);
     bool zeros = flip ? value <= 0 : value >= top;
     bool ones = flip ? value >= 2 * top : value <= -top;
     if (ones)
@@ -192,16 +146,16 @@ void ORV_CALL orvMultiplyS(OrvImage* srcImage, OrvImage* dstImage, int32_t value
     if ((depth == ORV_DEPTH_8U || depth == ORV_DEPTH_16U) && value <= 0)
         return orvAndS(srcImage, dstImage, 0);
     const OwnScalarKernels& kernels = ownScalarKernels();
-    if (isNarrow(depth) && isSigned(depth)) {
+    if (isNarrow(depth) && ownIsSigned(depth)) {
         // A factor of one above the depth's range leaves of every value its sign.
-        int32_t beyond = (highest(depth) + 1) / 2;
+        int32_t beyond = (unsignedTop(depth) + 1) / 2;
         if (value >= beyond)
             return runScalar(report, srcImage, dstImage, kernels.signLimit, nullptr);
         value = clamped(value, -beyond, beyond);
     } else if (isNarrow(depth)) {
-        value = clamped(value, 0, highest(depth));
+        value = clamped(value, 0, unsignedTop(depth));
     }
-    DepthValue scalar = depthValue(depth, value);
+    OwnDepthValue scalar = ownDepthValue(depth, value);
     runScalar(report, srcImage, dstImage, kernels.multiply, &scalar);
 }
 
@@ -244,7 +198,7 @@ void ORV_CALL orvRShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift
     if (nShift == 0)
         return orvXorS(srcImage, dstImage, 0);
     uint32_t bits = uint32_t(ownDepthBits(srcImage->depth));
-    if (nShift >= bits && !isSigned(srcImage->depth))
+    if (nShift >= bits && !ownIsSigned(srcImage->depth))
         return orvAndS(srcImage, dstImage, 0);
     int count = int(nShift >= bits ? bits - 1 : nShift);
     runScalar(report, srcImage, dstImage, ownScalarKernels().shiftRight, &count);

@@ -12,26 +12,24 @@ constexpr const char* source = "orvthreshold";
 
 bool checkLayouts(const OwnReport& report, const OrvImage* src, const OrvImage* dst)
 {
-    auto fault = [&](const char* context, int32_t line = __builtin_LINE()) {
-        report(ORV_STATUS_BAD_ARG, context, line);
+    if (report.when(src->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "(srcImage->depth == 32)"))
         return false;
-    };
-    if (src->depth == ORV_DEPTH_32F)
-        return fault("(srcImage->depth == 32)");
-    if (dst->depth == ORV_DEPTH_32F)
-        return fault("(dstImage->depth == 32)");
-    if (src->depth == ORV_DEPTH_1U)
-        return fault("(srcImage->depth == 1)");
-    if (src->dataOrder != dst->dataOrder && src->nChannels != 1 && dst->nChannels != 1)
-        return fault(
-            "((srcImage->dataOrder != dstImage->dataOrder)&& ((srcImage->nChannels != 1)&&(dstImage->nChannels != "
-            "1)))");
-    if (src->origin != dst->origin)
-        return fault("(srcImage->origin != dstImage->origin)");
-    if (src->maskROI && src->origin != src->maskROI->origin)
-        return fault("(srcImage->origin != srcImage->maskROI->origin)");
-    if (dst->maskROI && dst->origin != dst->maskROI->origin)
-        return fault("(dstImage->origin != dstImage->maskROI->origin)");
+    if (report.when(dst->depth == ORV_DEPTH_32F, ORV_STATUS_BAD_ARG, "(dstImage->depth == 32)"))
+        return false;
+    if (report.when(src->depth == ORV_DEPTH_1U, ORV_STATUS_BAD_ARG, "(srcImage->depth == 1)"))
+        return false;
+    if (report.when(src->dataOrder != dst->dataOrder && src->nChannels != 1 && dst->nChannels != 1, ORV_STATUS_BAD_ARG,
+                    "((srcImage->dataOrder != dstImage->dataOrder)&& "
+                    "((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))"))
+        return false;
+    if (report.when(src->origin != dst->origin, ORV_STATUS_BAD_ARG, "(srcImage->origin != dstImage->origin)"))
+        return false;
+    if (report.when(src->maskROI && src->origin != src->maskROI->origin, ORV_STATUS_BAD_ARG,
+                    "(srcImage->origin != srcImage->maskROI->origin)"))
+        return false;
+    if (report.when(dst->maskROI && dst->origin != dst->maskROI->origin, ORV_STATUS_BAD_ARG,
+                    "(dstImage->origin != dstImage->maskROI->origin)"))
+        return false;
     return true;
 }
 
@@ -55,11 +53,6 @@ const char* rangeFault(uint32_t depth, int32_t threshold)
     if (depth == ORV_DEPTH_16U && threshold < 0)
         return "((srcImage->depth == 16) && (Threshold < 0))";
     return nullptr;
-}
-
-bool isAlphaAlone(const OrvImage* image)
-{
-    return image->nChannels == 1 && ownChannelCount(image) == 0;
 }
 
 // The masks of both images become one.
@@ -86,8 +79,7 @@ bool combineMasks(const OwnReport& report, OrvImage* a, OrvImage* b, CombinedMas
         return false;
     // Where this fails the mask is still empty, so that nothing is written; an old failure is told and stops nothing.
     orvAnd(a, b, made);
-    if (orvGetErrStatus() < 0)
-        report(ORV_STATUS_BACKTRACE, "error_orvAnd");
+    report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "error_orvAnd");
     return true;
 }
 
@@ -101,7 +93,7 @@ void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Thres
     const char* fault = rangeFault(srcImage->depth, Threshold);
     if (report.when(fault, ORV_STATUS_BAD_ARG, fault))
         return;
-    if (isAlphaAlone(srcImage) || isAlphaAlone(dstImage))
+    if (!ownHasChannels(*srcImage) || !ownHasChannels(*dstImage))
         return;
     if (report.when(ownChannelCount(srcImage) != ownChannelCount(dstImage), ORV_STATUS_BAD_ARG,
                     "(srcChannels != dstChannels)"))
@@ -119,8 +111,7 @@ void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Thres
     OwnDepthIndex from = ownDepthIndex(srcImage->depth);
     int sourceBytes = ownValueBytes(srcImage->depth);
     int resultBytes = ownValueBytes(dstImage->depth);
-    bool isSigned = (dstImage->depth & ORV_DEPTH_SIGN) != 0;
-    OwnCut cut = {Threshold, isSigned ? 1u << (8 * resultBytes - 1) : 0};
+    OwnCut cut = {Threshold, uint32_t(ownLowest(dstImage->depth))};
     OwnTestOp test = {kernels.bits[from], sourceBytes, &cut};
     OwnPointwise call = {
         .report = report,

@@ -6,13 +6,11 @@
 #include "../core/ownframe.h"
 #include "kernels/ownscalar.h"
 #include "orv/pointwise.h"
+#include "ownpair.h"
 
 namespace {
 
 constexpr const char* source = "orvunary";
-
-constexpr const char* noTileSrc = "(srcImage->tileInfo->tileData == 0)";
-constexpr const char* noTileDst = "(dstImage->tileInfo->tileData == 0)";
 
 // Here an image of one channel has no channel of interest, whatever its region says.
 bool hasChosenChannel(const OrvImage* image)
@@ -35,17 +33,8 @@ void ORV_CALL orvNot(OrvImage* srcImage, OrvImage* dstImage)
 void ORV_CALL orvSquare(OrvImage* srcImage, OrvImage* dstImage)
 {
     constexpr OwnReport report{"orvSquare", source};
-    if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
-        return;
-    if (report.when(srcImage->depth != dstImage->depth, ORV_STATUS_BAD_ARG, "(srcImage->depth != dstImage->depth)"))
-        return;
-    if (report.when(srcImage->depth != ORV_DEPTH_1U && srcImage->dataOrder != dstImage->dataOrder, ORV_STATUS_BAD_ARG,
-                    "(srcImage->dataOrder != dstImage->dataOrder)"))
-        return;
-    if (report.when(ownChannelCount(srcImage) != ownChannelCount(dstImage), ORV_STATUS_BAD_ARG, "(nChSrc != nChDst)"))
-        return;
-    const OwnWalkImage images[2] = {{srcImage, noTileSrc}, {dstImage, noTileDst}};
-    ownRunMasked(report, images, 2, ownScalarKernels().square, nullptr);
+    if (ownGoodPair(report, srcImage, dstImage, true))
+        ownRunPair(report, srcImage, dstImage, ownScalarKernels().square, nullptr);
 }
 
 void ORV_CALL orvAbs(OrvImage* srcImage, OrvImage* dstImage)
@@ -60,8 +49,7 @@ void ORV_CALL orvAbs(OrvImage* srcImage, OrvImage* dstImage)
         return;
     if (dstImage->depth == ORV_DEPTH_1U || dstImage->depth == ORV_DEPTH_8U || dstImage->depth == ORV_DEPTH_16U) {
         orvCopy(srcImage, dstImage);
-        if (orvGetErrStatus() < 0)
-            report(ORV_STATUS_BACKTRACE, "orvCopy is failed");
+        report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "orvCopy is failed");
         return;
     }
     if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
@@ -77,6 +65,5 @@ void ORV_CALL orvAbs(OrvImage* srcImage, OrvImage* dstImage)
     if (report.when(!chosen && colourChannels(srcImage) != colourChannels(dstImage), ORV_STATUS_BAD_ARG,
                     "(srcImage->nChannels != dstImage->nChannels)"))
         return;
-    const OwnWalkImage images[2] = {{srcImage, noTileSrc}, {dstImage, noTileDst}};
-    ownRunMasked(report, images, 2, ownScalarKernels().absolute, nullptr, nullptr, OwnPadding::stays);
+    ownRunPair(report, srcImage, dstImage, ownScalarKernels().absolute, nullptr, nullptr, OwnPadding::stays);
 }

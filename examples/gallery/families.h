@@ -6,14 +6,17 @@
 namespace gallery {
 
 extern const Family coreMoves, corePixels;
-extern const Family twoImages, scalars, unary, comparisons, thresholds;
+extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs, convolutions;
 extern const Family fourier, cosines, wavelets;
+extern const Family contrast, measures;
+extern const Family generators, userFunctions;
 
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,  &corePixels, &twoImages,    &scalars, &unary,   &comparisons,
-            &thresholds, &blurs,      &convolutions, &fourier, &cosines, &wavelets};
+    return {&coreMoves,  &corePixels,  &twoImages, &scalars,      &unary,        &comparisons,
+            &thresholds, &compositing, &blurs,     &convolutions, &fourier,      &cosines,
+            &wavelets,   &contrast,    &measures,  &generators,   &userFunctions};
 }
 
 }  // namespace gallery

@@ -4,12 +4,23 @@
  *
  * - A failure is reported through orvError: the status is stored for the calling thread, and the thread's report handler
  *   is called with the name of the function and the failed condition. Most operations return nothing; the caller reads
- *   orvGetErrStatus. Success does not clear the stored status.
+ *   orvGetErrStatus. Success does not clear the stored status, and while a negative one is stored, orvCopy, orvExchange,
+ *   orvAbs, orvReduceBits, orvContrastStretch, orvHistoEqualize, the orvUserProcess family and what leans on them do
+ *   nothing at all, without a word. So a program that goes on after a failure says so: orvSetErrStatus(0).
+ * - A new thread has the handler orvGuiBoxReport and the mode ORV_ErrModeLeaf, which ask the user whether to end the
+ *   program: by a message box on Windows; elsewhere on the controlling terminal if the process is in its foreground. Where
+ *   there is none to ask, the report goes to the standard error stream and the call returns. Most programs call
+ *   orvSetErrMode(ORV_ErrorModeParent) and orvRedirectError(handler) at the start of each thread.
  * - "Reports" below lists statuses in the order in which the conditions are tested.
  * - A region is an image's `roi`, cut at the image's edges, or the whole image. Regions of several images are aligned at
  *   their starts and the smallest size counts. A `coi` selects one channel; without one all channels but the alpha
  *   channel are processed. A mask leaves alone the pixels whose mask bit is clear; it is aligned with the start of the
  *   region.
+ * - Pixels that the application has already: make the header with orvCreateImageHeader, which computes `widthStep` from
+ *   `align`, and set `imageData`. Where the rows are further apart, set `widthStep` and `imageSize` too. The library frees
+ *   only pixels that it has allocated itself.
+ * - Any function may be called at the same time from several threads on different images; a tiled image, whose
+ *   descriptor carries the address of its tile, serves one call at a time.
  */
 #ifndef ORV_CORE_H
 #define ORV_CORE_H
@@ -194,7 +205,8 @@ enum {
     ORV_IMAGE_ROI = 4,    /* the roi record */
     ORV_IMAGE_TILE = 8,   /* the tileInfo record */
     ORV_IMAGE_MASK = 16,  /* the mask image and what it owns */
-    ORV_IMAGE_ALL = 15    /* header, data, ROI and tile record */
+    ORV_IMAGE_ALL = 15    /* header, data, ROI and tile record, not the mask: the ROI and tile records must be the library's
+                             own (orvCreateROI, orvCreateTileInfo) or NULL */
 };
 
 /* ---- Status and reports ------------------------------------------------------------------------------------------- */
@@ -237,16 +249,16 @@ ORV_API(int32_t) orvStdErrReport(int32_t status, const char* func, const char* c
  * terminal elsewhere; where it cannot be asked, the status is returned. */
 ORV_API(int32_t) orvGuiBoxReport(int32_t status, const char* func, const char* context, const char* file, int32_t line);
 
-/* The version record. */
+/* The version record. Programs that look whether the library is recent enough compare the three numbers. */
 typedef struct OrvLibVersion {
-    int32_t major;
-    int32_t minor;
-    int32_t build;
-    const char* name;
-    const char* version;
-    const char* internalVersion;
-    const char* buildDate;
-    const char* linkage;
+    int32_t major;               /* 2 */
+    int32_t minor;               /* 5 */
+    int32_t build;               /* 9 */
+    const char* name;            /* "orvz3.dll", on every system */
+    const char* version;         /* "2.5 Release SP1" */
+    const char* internalVersion; /* "[2.5.9.89, 03/05/2002]" */
+    const char* buildDate;       /* "Mar  5 2002" */
+    const char* linkage;         /* "DLL" */
 } OrvLibVersion;
 
 /* Returns the library's version record, a constant that the caller must neither change nor free. */

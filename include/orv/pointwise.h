@@ -104,7 +104,7 @@ ORV_API(void) orvSquare(OrvImage* srcImage, OrvImage* dstImage);
 
 /* A comparison writes one bit a pixel into `res`, an image of depth 1U that is none of the sources: 1 where the test holds in
  * every processed channel. Bits outside the region and under clear mask bits stay. The masks of all images hold together, a
- * mask's own mask included; any of them may be `res` itself. If images are tiled, the tiles of `res` are walked, or else those
+ * mask's own mask included, and that one's; any of them may be `res`. If images are tiled, the tiles of `res` are walked, or else those
  * of the first tiled source, and the parts of other tiled sources are read for each; tiles done before a failure stay done.
  *
  * All return 0 or a negative status, which for a failed check is told with it: [reported / returned]. Reports, in order: an
@@ -159,6 +159,75 @@ ORV_API(int32_t) orvEqualSFPEps(OrvImage* img, float value, OrvImage* res, float
  * memory, a tile that does not come. With two masks a negative stored status, also an old one, ends it with
  * ORV_STATUS_BACKTRACE, "error_orvAnd". */
 ORV_API(void) orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Threshold);
+
+/* ---- Products of normalised values, and compositing --------------------------------------------------------------- */
+
+/* At 8U and 16U, where the greatest value M, 255 or 65535, stands for 1. mul(x, y) is x * y / M, rounded down; sums are cut to M.
+ *
+ * Conventions of the five functions: regions are aligned at their starts and the smallest size counts, that of alpha images too;
+ * the masks of the destination and the sources hold together, those of alpha images do not count. Data orders and origins may
+ * differ; in place is allowed. All report ORV_STATUS_BAD_ARG where nothing else is said, and end at the first fault.
+ *
+ * At the end all report ORV_STATUS_NO_MEMORY, "No working memory", or ORV_STATUS_BACKTRACE, "Bad masks for images", where masks cannot be
+ * combined, and ORV_STATUS_ERROR, "ERROR in Tiling callBack", for a tile that does not come. */
+
+/* Stores mul(src, value), `value` cut to 0 to M.
+ *
+ * Reports, for the destination and then the source: NULL; the image's fault with "Incorrect Image"; then an only channel that is alpha and
+ * no channel of interest; another depth, or one that differs; numbers of channels that differ, a channel of interest counting
+ * as one. */
+ORV_API(void) orvMultiplySScale(OrvImage* srcImage, OrvImage* dstImage, int32_t value);
+
+/* Stores mul(a, b). Reports as orvMultiplySScale, for both sources. */
+ORV_API(void) orvMultiplyScale(OrvImage* srcImageA, OrvImage* srcImageB, OrvImage* dstImage);
+
+/* Multiplies the processed colour channels by alpha, in place: by the image's alpha channel if `alpha` is negative or above M; otherwise
+ * by `alpha`, to which the alpha channel, if there is one, is then set, also under a channel of interest.
+ *
+ * Reports NULL; the image's fault with "Incorrect Image"; another depth; a channel of interest that is the alpha channel; no alpha channel
+ * where it is asked for. */
+ORV_API(void) orvPreMultiplyAlpha(OrvImage* image, int32_t alpha);
+
+/* Composites two images. `compositeType` is one of, with A and B the colours multiplied by their alphas a and b, which here stand for
+ * 0 to 1:
+ *
+ *   type       colour                       alpha
+ *   0 over     A + (1 - a) B                a + (1 - a) b
+ *   1 in       A b                          a b
+ *   2 out      A (1 - b)                    a (1 - b)
+ *   3 atop     A b + (1 - a) B              b
+ *   4 xor      A (1 - b) + (1 - a) B        a (1 - b) + (1 - a) b
+ *   5 plus     A + B                        a + b
+ *
+ * `premulAlpha` 1 says that the colours are multiplied already; with 0 they are multiplied first. With `divideMode` 0 all products are
+ * mul and all sums cut. With 1 the colour is divided by the alpha of the result where that is not 0, in double precision with
+ * alphas of a * (float)(1 / M), cut to M and rounded to nearest, ties to even.
+ *
+ * `aA` and `aB` are the alphas of whole images, or, if negative or above M, stand for the alpha channels of these. The destination's
+ * alpha channel stays.
+ *
+ * T. Porter and T. Duff, "Compositing digital images", SIGGRAPH 1984.
+ *
+ * Reports, for the destination and then the sources: NULL; the image's fault with "Incorrect Image"; then a channel of interest that is the
+ * alpha channel; another depth, or one that differs; a channel of interest in one image and not in the other; numbers of
+ * colour channels that differ; no alpha channel where it is asked for; a type; a mode. */
+ORV_API(void)
+orvAlphaCompositeC(OrvImage* srcImageA, OrvImage* srcImageB, OrvImage* dstImage, int32_t compositeType, int32_t aA,
+                   int32_t aB, int32_t premulAlpha, int32_t divideMode);
+
+/* The same with an alpha for each pixel, and with the alpha of the result stored. Alphas are read in the alpha channel of an alpha image, or
+ * in its only colours' first channel, or, where the image is NULL, in the alpha channel of the source. Without `alphaImageB` the second
+ * alpha is that of `srcImageB` only if `alphaImageA` is NULL too and the source has one; otherwise it is 1 - a, and the alpha of
+ * the result then comes from products of a and 1 - a alone (at divideMode 0, type 2 stores a a and type 5 stores M). The alpha of the
+ * result goes to the alpha channel of `alphaImageDst`, or of the destination if that is NULL and there is one, also under a channel of
+ * interest.
+ *
+ * Reports as orvAlphaCompositeC; at the alphas, for each alpha image its fault with "Incorrect Image" and a depth that differs, and no
+ * alpha channel in `srcImageA`, where it is asked for, or in `alphaImageDst`. */
+ORV_API(void)
+orvAlphaComposite(OrvImage* srcImageA, OrvImage* srcImageB, OrvImage* dstImage, int32_t compositeType,
+                  OrvImage* alphaImageA, OrvImage* alphaImageB, OrvImage* alphaImageDst, int32_t premulAlpha,
+                  int32_t divideMode);
 
 #ifdef __cplusplus
 }

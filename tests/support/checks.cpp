@@ -7,7 +7,15 @@
 #include "reports.h"
 #include "testheap.h"
 
-std::function<void(OrvImage* const* images)> setMasks(OrvImage* first, OrvImage* second, int refuse)
+FaultMaker setChannels(int image, int channels, int alpha)
+{
+    return [=](OrvImage* const* images) {
+        images[image]->nChannels = channels;
+        images[image]->alphaChannel = alpha;
+    };
+}
+
+FaultMaker setMasks(OrvImage* first, OrvImage* second, int refuse)
 {
     return [=](OrvImage* const* images) {
         images[0]->maskROI = first;
@@ -17,8 +25,13 @@ std::function<void(OrvImage* const* images)> setMasks(OrvImage* first, OrvImage*
     };
 }
 
-void expectFaultsInOrder(const std::vector<PictureSpec>& specs,
-                         const std::function<void(OrvImage* const* images)>& call, const std::vector<Fault>& faults)
+FaultMaker refuseMemory(int n, bool all)
+{
+    return [=](OrvImage* const*) { testheap::refuse(n, all); };
+}
+
+void expectReturnedFaultsInOrder(const std::vector<PictureSpec>& specs, const FaultyCall& call,
+                                 const std::vector<Fault>& faults)
 {
     for (size_t first = 0; first < faults.size(); ++first) {
         SCOPED_TRACE("fault " + std::to_string(first));
@@ -34,9 +47,10 @@ void expectFaultsInOrder(const std::vector<PictureSpec>& specs,
         for (size_t i = faults.size(); i-- > first;)
             faults[i].make(images.data());
         Reports reports;
-        call(images.data());
+        std::optional<int32_t> returned = call(images.data());
         testheap::refuse(0);
         EXPECT_EQ(reports.take(), faults[first].report);
+        EXPECT_TRUE(!faults[first].returned || returned == faults[first].returned) << returned.value_or(0);
         EXPECT_EQ(testheap::blocks(), blocks);
         for (size_t i = 0; i < pictures.size(); ++i) {
             EXPECT_TRUE(pictures[i]->bytes() == before[i]) << "image " << i << " was changed";

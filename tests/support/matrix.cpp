@@ -30,8 +30,8 @@ namespace {
 // The scale of a layout: sizes of regions lie near one size, so that most of them are processed.
 struct Scale {
     int width, height;
-    int processed;  // channels
-    bool wide;      // rows that do not fit any cache of a part of a row
+    int processed = 1;  // channels
+    bool wide = false;  // rows that do not fit any cache of a part of a row
 };
 
 Scale randomScale(Random& random, const Operation& operation)
@@ -104,6 +104,11 @@ void chooseStorage(Random& random, PictureSpec& spec)
 {
     spec.align = 4 << random.below(4);
     spec.extraStep = random.below(3) == 0 ? spec.align * random.between(1, 3) : 0;
+    // Pixels may lie at any address, and their rows any number of bytes apart.
+    if (random.below(4) == 0) {
+        spec.offset = random.below(8);
+        spec.extraStep += random.below(2) ? random.below(8) : 0;
+    }
     spec.origin = random.below(2);
     spec.seed = random.bits();
 }
@@ -283,6 +288,16 @@ int runScene(const Operation& operation, const Layout& layout, int refuse)
 }
 
 }  // namespace
+
+PictureSpec randomPictureSpec(Random& random, uint32_t depth, int processed, int width, int height)
+{
+    return randomImage(random, depth, {width, height}, processed, random.below(2), random.below(2));
+}
+
+PictureSpec randomMaskSpec(Random& random, int width, int height)
+{
+    return randomMask(random, {width, height});
+}
 
 void runMatrix(const Operation& operation)
 {

@@ -79,7 +79,7 @@ std::string specText(const PictureSpec& spec)
     if (spec.alpha)
         text += " alpha";
     text += spec.order == ORV_DATA_ORDER_PLANE ? " planes" : " pixels";
-    text += " align" + number(spec.align) + '+' + std::to_string(spec.extraStep);
+    text += " align" + number(spec.align) + '+' + std::to_string(spec.extraStep) + " at" + number(spec.offset);
     if (spec.origin == ORV_ORIGIN_BL)
         text += " bottom-left";
     if (spec.roi)
@@ -109,7 +109,7 @@ std::string Layout::text() const
 
 Scene::Scene(const Layout& layout)
 {
-    static const char* const names[] = {"A", "B", "C"};
+    static const char* const names[] = {"A", "B", "C", "E", "F", "G"};
     images.resize(layout.images.size());
     masks.resize(layout.images.size());
     for (size_t i = 0; i < images.size(); ++i) {
@@ -128,7 +128,7 @@ Scene::Scene(const Layout& layout)
         PictureSpec spec = image.spec;
         spec.log = &log;
         spec.mask = masks[i] ? &masks[i]->image : nullptr;
-        spec.name = i + 1 == images.size() ? "D" : names[i];  // NOLINT: two sources at most
+        spec.name = i + 1 == images.size() ? "D" : names[i];  // NOLINT: seven images at most
         pictures.push_back(std::make_unique<Picture>(spec));
         images[i] = pictures.back().get();
     }
@@ -263,6 +263,30 @@ void applyModel(const Operation& operation, const Scene& scene, const Area& part
         for (int x = part.x; x < part.x + part.width; ++x)
             if (std::ranges::all_of(masks, [&](const Side& mask) { return mask.get(x, y, 0) != 0; }))
                 applyToPixel(operation, sides, x, y);
+}
+
+void forSelectedPixels(const Scene& scene,
+                       const std::function<void(int x, int y, const std::vector<PixelBits>& images)>& visit)
+{
+    std::vector<Side> sides, masks;
+    for (Picture* picture : scene.images)
+        sides.emplace_back(picture);
+    for (Picture* mask : scene.masks)
+        if (mask)
+            masks.emplace_back(mask);
+    Area common = commonArea(scene);
+    std::vector<PixelBits> images(sides.size());
+    for (int y = 0; y < common.height; ++y)
+        for (int x = 0; x < common.width; ++x) {
+            if (!std::ranges::all_of(masks, [&](const Side& mask) { return mask.get(x, y, 0) != 0; }))
+                continue;
+            for (size_t i = 0; i < sides.size(); ++i) {
+                images[i].clear();
+                for (size_t c = 0; c < sides[i].channels.size(); ++c)
+                    images[i].push_back(sides[i].get(x, y, c));
+            }
+            visit(x, y, images);
+        }
 }
 
 // ---- Walks --------------------------------------------------------------------------------------------------------

@@ -85,6 +85,12 @@ std::vector<int> channelsOf(const PictureSpec& spec);
 // What the whole call processes, counted from the starts of the regions: width and height are 0 if one image has nothing.
 Area commonArea(const Scene& scene);
 
+// Calls visit for every place of the common area that all masks select: the place from the starts of the regions, and for each image
+// the bits of its processed channels there.
+using PixelBits = std::vector<uint32_t>;
+void forSelectedPixels(const Scene& scene,
+                       const std::function<void(int x, int y, const std::vector<PixelBits>& images)>& visit);
+
 // One step of a walk over tiles.
 struct WalkStep {
     enum Kind { open, release, piece } kind;
@@ -136,6 +142,11 @@ void applyModel(const Operation& operation, const Scene& scene, const Area& part
 // Runs an operation over many random layouts, and fails the test where a byte, a tile call, a report or a header is not as
 // the model has it.
 void runMatrix(const Operation& operation);
+
+// A picture of any layout, in which `processed` channels are processed of a region of about the given size.
+PictureSpec randomPictureSpec(Random& random, uint32_t depth, int processed, int width, int height);
+// A mask for such a region.
+PictureSpec randomMaskSpec(Random& random, int width, int height);
 
 // For `fits`: data orders of all images are the same, unless the depth is 1U.
 bool ordersAgree(const Layout& layout);

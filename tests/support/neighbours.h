@@ -12,10 +12,6 @@
 using NaiveFilter = std::function<uint32_t(Picture& src, int x, int y, int c)>;
 using FilterCall = std::function<void(OrvImage* const* images)>;
 
-// An image that processes `count` channels, in one of the ways that there are.
-PictureSpec randomSpec(Random& random, uint32_t depth, int count);
-std::optional<PictureSpec> randomMask(Random& random);
-
 // A source and a destination that process `count` channels: sometimes one image, sometimes with masks.
 Layout randomNeighbours(Random& random, uint32_t depth, int count);
 
@@ -24,7 +20,3 @@ void setRandomBorders(OrvImage* image, Random& random);
 
 // Calls a filter of one source and expects the naive filter's results where it should write, and no change elsewhere.
 void expectFiltered(const Scene& scene, const NaiveFilter& naive, const FilterCall& call);
-
-// Refuses every allocation, or every tile, of a call once: plain and tiled images under masks, in place and not. Each must
-// end with `report` as the last line, and without loss. The data orders of the images differ if `ordersDiffer`.
-void expectNoLoss(const FilterCall& call, const std::string& report, bool ordersDiffer, bool inPlace = true);

@@ -70,11 +70,13 @@ struct Picture::Store {
     bool written = false;           // opened for writing since it was last closed
     std::vector<uint8_t> openedAs;  // what it held when it was opened for reading
 
-    // `align` and no more is what the data's address is a multiple of, so that a kernel that counts on more is found out.
-    Store(size_t bytes, size_t align) : block(new uint8_t[bytes + 2 * guard + 3 * largestAlign]), size(bytes)
+    // `align` and no more is what the address before the offset is a multiple of, so that a kernel that counts on more is
+    // found out.
+    Store(size_t bytes, size_t align, size_t offset)
+        : block(new uint8_t[bytes + 2 * guard + 4 * largestAlign]), size(bytes)
     {
         uintptr_t address = (reinterpret_cast<uintptr_t>(block.get()) + guard + 2 * align - 1) & ~(2 * align - 1);
-        data = reinterpret_cast<uint8_t*>(address + align);
+        data = reinterpret_cast<uint8_t*>(address + align + offset);
         for (size_t i = 0; i < size + 2 * guard; ++i)
             (data - guard)[i] = guardByte(i);
         ASAN_POISON_MEMORY_REGION(data - guard, guard);
@@ -125,7 +127,7 @@ Picture::Picture(const PictureSpec& given) : spec(given)
     size_t size = step * size_t(storeHeight) * size_t(spec.order == ORV_DATA_ORDER_PLANE ? spec.channels : 1);
     for (int row = 0; row < storeRows; ++row)
         for (int column = 0; column < storeColumns; ++column) {
-            stores.push_back(std::make_unique<Store>(size, size_t(spec.align)));
+            stores.push_back(std::make_unique<Store>(size, size_t(spec.align), size_t(spec.offset)));
             stores.back()->column = column;
             stores.back()->row = row;
         }
@@ -186,7 +188,6 @@ int32_t ORV_CALL Picture::provideTile(OrvImage* image, int32_t x, int32_t y, int
 
 void Picture::openTile(Store* store, int mode)
 {
-    tiles.tileData = nullptr;
     TileLog& calls = log();
     if (calls.refuse > 0 && --calls.refuse == 0) {
         calls.refused = true;

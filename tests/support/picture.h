@@ -1,4 +1,5 @@
-// Images for tests: any layout, plain or tiled, random pixels between guard bytes, and a tile provider that logs.
+// Images for tests: any layout, plain or tiled, random pixels between guard bytes, and a tile provider that logs. A provider
+// that brings no tile leaves the last one's address where it is.
 //
 //   Picture photo({.depth = ORV_DEPTH_8U, .channels = 3, .width = 40, .height = 30, .tileWidth = 16, .tileHeight = 8});
 //   orvNot(photo, photo);
@@ -39,7 +40,7 @@ struct TileLog {
         bool operator==(const Call&) const = default;
     };
     std::vector<Call> calls;
-    int refuse = 0;        // answers the n-th open from now on with no tile, counting from 1; 0 refuses none
+    int refuse = 0;        // brings no tile at the n-th open from now on, counting from 1; 0 refuses none
     bool refused = false;  // whether one was
 
     // One line a call, such as "A read 0 1", "B write 2 0" or "A release 0 1".
@@ -59,7 +60,8 @@ struct PictureSpec {
     OrvImage* mask = nullptr;
     int tileWidth = 0;  // 0 for a plain image
     int tileHeight = 0;
-    int extraStep = 0;                 // bytes between the rows of a plain image, above what they need
+    int extraStep = 0;                 // bytes between the rows of a plain image, above what they need; odd ones too
+    int offset = 0;                    // bytes, below 32, from an aligned address to the pixels
     uint64_t seed = 1;                 // of the pixels
     const char* name = "A";            // in the tile log
     TileLog* log = nullptr;            // NULL for a log of the picture's own

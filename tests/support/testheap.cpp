@@ -2,12 +2,14 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 #include "core/ownheap.h"
 
 namespace {
 
 std::atomic<int> live{0};
+std::atomic<size_t> bytes{0};
 int countdown = 0;
 bool refuseAll = false;
 bool wasRefused = false;
@@ -16,6 +18,7 @@ bool wasRefused = false;
 
 void* ownHeapAlloc(size_t size)
 {
+    bytes += size;
     if (countdown > 0 && --countdown == 0) {
         if (refuseAll)
             countdown = 1;
@@ -23,8 +26,10 @@ void* ownHeapAlloc(size_t size)
         return nullptr;
     }
     void* block = malloc(size);
-    if (block)
+    if (block) {
         ++live;
+        memset(block, testheap::pattern, size);
+    }
     return block;
 }
 
@@ -42,6 +47,7 @@ void refuse(int n, bool all)
     countdown = n;
     refuseAll = all;
     wasRefused = false;
+    bytes = 0;
 }
 
 bool refused()
@@ -52,6 +58,11 @@ bool refused()
 int blocks()
 {
     return live;
+}
+
+size_t asked()
+{
+    return bytes;
 }
 
 }  // namespace testheap

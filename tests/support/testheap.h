@@ -1,7 +1,12 @@
-// The heap of the tests: counts blocks and refuses allocations on request.
+// The heap of the tests: counts blocks, fills new ones with a pattern and refuses allocations on request.
 #pragma once
 
+#include <cstddef>
+
 namespace testheap {
+
+// What every byte of a new block holds.
+constexpr unsigned char pattern = 0xB7;
 
 // Refuses the n-th allocation from now on, counting from 1, and all after it if `all`; 0 refuses none.
 void refuse(int n, bool all = false);
@@ -11,5 +16,8 @@ bool refused();
 
 // The blocks that are allocated and not yet freed.
 int blocks();
+
+// The bytes that were asked for since the last call of refuse.
+size_t asked();
 
 }  // namespace testheap

@@ -152,29 +152,29 @@ void byteLanesOf(const uint8_t* bits, int bit, uint8_t* lanes, ptrdiff_t n)
 }
 
 template <class T, int step, int values>
-void widenLanesAs(const uint8_t* pixels, T* lanes, ptrdiff_t n)
+void widenLanesAs(const uint8_t* pixels, void* lanes, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i) {
         T lane = T(int8_t(pixels[i]));  // NOLINT(bugprone-signed-char-misuse): its sign becomes all bits
         for (int k = 0; k < step; ++k)
-            lanes[i * step + k] = k < values ? lane : T(0);
+            ownStore(lanes, i * step + k, k < values ? lane : T(0));
     }
 }
 
 // Four byte lanes a pixel are one word.
 template <int values>
-void widenToWords(const uint8_t* pixels, uint8_t* lanes, ptrdiff_t n)
+void widenToWords(const uint8_t* pixels, void* lanes, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i) {
         uint32_t word = uint32_t(int8_t(pixels[i])) & (0xFFFFFFFFu >> (8 * (4 - values)));
-        __builtin_memcpy(lanes + i * 4, &word, 4);
+        ownStore(lanes, i, word);
     }
 }
 
 template <class T>
-void widenLanes(const uint8_t* pixels, ptrdiff_t step, ptrdiff_t values, T* lanes, ptrdiff_t n)
+void widenLanes(const uint8_t* pixels, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n)
 {
     if (step == 1)
         widenLanesAs<T, 1, 1>(pixels, lanes, n);
@@ -183,9 +183,9 @@ void widenLanes(const uint8_t* pixels, ptrdiff_t step, ptrdiff_t values, T* lane
     else if (step == 3 && values == 1)
         widenLanesAs<T, 3, 1>(pixels, lanes, n);
     else if (step == 4 && sizeof(T) == 1 && values == 4)
-        widenToWords<4>(pixels, reinterpret_cast<uint8_t*>(lanes), n);
+        widenToWords<4>(pixels, lanes, n);
     else if (step == 4 && sizeof(T) == 1 && values == 3)
-        widenToWords<3>(pixels, reinterpret_cast<uint8_t*>(lanes), n);
+        widenToWords<3>(pixels, lanes, n);
     else if (step == 4 && values == 4)
         widenLanesAs<T, 4, 4>(pixels, lanes, n);
     else if (step == 4 && values == 3)
@@ -193,7 +193,7 @@ void widenLanes(const uint8_t* pixels, ptrdiff_t step, ptrdiff_t values, T* lane
     else
         for (ptrdiff_t i = 0; i < n; ++i)
             for (ptrdiff_t k = 0; k < step; ++k)
-                lanes[i * step + k] = k < values ? T(int8_t(pixels[i])) : T(0);
+                ownStore(lanes, i * step + k, k < values ? T(int8_t(pixels[i])) : T(0));
 }
 
 template <class T>
@@ -203,11 +203,11 @@ void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values,
         return byteLanesOf(bits, bit, static_cast<uint8_t*>(out), n);
     constexpr ptrdiff_t most = 1024;  // pixels at a time
     uint8_t pixels[most];
-    auto* lanes = static_cast<T*>(out);
+    auto* lanes = static_cast<uint8_t*>(out);
     for (ptrdiff_t done = 0; done < n; done += most) {
         ptrdiff_t now = n - done < most ? n - done : most;
         byteLanesOf(bits + (done >> 3), bit, pixels, now);
-        widenLanes(pixels, step, values, lanes + done * step, now);
+        widenLanes<T>(pixels, step, values, lanes + done * step * ptrdiff_t(sizeof(T)), now);
     }
 }
 
@@ -229,11 +229,7 @@ void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, pt
 {
     const T all = T(-1);
     const T others = values < ptrdiff_t(sizeof(T)) ? T(all << (8 * values)) : T(0);
-    auto test = [=](ptrdiff_t i) {
-        T pixel;
-        __builtin_memcpy(&pixel, lanes + i * ptrdiff_t(sizeof(T)), sizeof(T));
-        return T(pixel | others) == all;
-    };
+    auto test = [=](ptrdiff_t i) { return T(ownLoad<T>(lanes, i) | others) == all; };
     storePixelBits(
         to, n, [=](ptrdiff_t start) { return bitsOfBlock<T>(start, test); }, test);
 }
@@ -365,7 +361,7 @@ __attribute__((flatten)) void copyRun(const OwnRows& rows)
 template <class T>
 __attribute__((flatten)) void fillRun(const OwnRows& rows)
 {
-    const T value = *static_cast<const T*>(rows.b);
+    const T value = ownLoad<T>(rows.b);
     const ptrdiff_t n = rows.n;
     forRows<sizeof(T) * 8, sizeof(T) * 8, 0>(rows, [=](const uint8_t*, const uint8_t*, uint8_t* d) {
         storeRow<T>(d, n, false, [value](ptrdiff_t) { return value; });
@@ -375,7 +371,7 @@ __attribute__((flatten)) void fillRun(const OwnRows& rows)
 template <class T>
 void fillSelect(const void*, const void* scalar, void* d, const void* lanes, ptrdiff_t n)
 {
-    const T value = *static_cast<const T*>(scalar);
+    const T value = ownLoad<T>(scalar);
     const OwnValues<Lane<T>> lane = {lanes};
     const OwnValues<T> stored = {d};
     storeRow<T>(d, n, false, [=](ptrdiff_t i) { return OWN_ISA::select<T>(lane[i], value, stored[i]); });
@@ -384,7 +380,7 @@ void fillSelect(const void*, const void* scalar, void* d, const void* lanes, ptr
 template <class T>
 void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, int bit, ptrdiff_t n)
 {
-    const T value = *static_cast<const T*>(scalar);
+    const T value = ownLoad<T>(scalar);
     maskRow<T>(d, n, bits, bit, [=](ptrdiff_t) { return value; });
 }
 
@@ -393,6 +389,34 @@ void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
         d[i] = uint8_t((from[i] & mask[i]) | (d[i] & ~mask[i]));
+}
+
+template <class T>
+void keepRows(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitStep)
+{
+    const T other = ownLoad<T>(rows.b);
+    const ptrdiff_t n = rows.n;
+    auto* d = static_cast<uint8_t*>(rows.d);
+    auto* a = static_cast<const uint8_t*>(rows.a);
+    for (ptrdiff_t y = 0; y < rows.count; ++y, a += rows.aStep, d += rows.dStep, bits += bitStep) {
+        const OwnValues<T> source = {a};
+        const MaskLanes mask(bits, bit);
+        alignas(32) int8_t lanes[bitBlock];
+        ptrdiff_t i = 0;
+        // A lane's sign becomes all bits, whatever the size of the value.
+        auto kept = [=, &lanes](ptrdiff_t start) {
+            return [=, &lanes](ptrdiff_t k) { return T(other ^ ((source[k] ^ other) & T(lanes[k - start]))); };
+        };
+        for (; i <= n - bitBlock; i += bitBlock) {
+            mask.get(i, lanes);
+            computeBlock<T, bitBlock>(d + i * ptrdiff_t(sizeof(T)), i, kept(i));
+        }
+        if (i == n)
+            continue;
+        byteLanesOf(bits + (i >> 3), bit, reinterpret_cast<uint8_t*>(lanes), n - i);
+        for (ptrdiff_t k = i; k < n; ++k)
+            ownStore<T>(d, k, kept(i)(k));
+    }
 }
 
 struct And {
@@ -413,6 +437,7 @@ const OwnRowKernels ownRowKernels = {
     {gather<uint8_t>, gather<uint16_t>, gather<uint32_t>},
     {scatter<uint8_t>, scatter<uint16_t>, scatter<uint32_t>},
     {expandLanes<uint8_t>, expandLanes<uint16_t>, expandLanes<uint32_t>},
+    {keepRows<uint8_t>, keepRows<uint16_t>, keepRows<uint32_t>},
     {copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint16_t>, copyOf<uint16_t>, copyOf<uint32_t>,
      copyOf<uint32_t>},
     {fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>, fillOf<uint32_t>,

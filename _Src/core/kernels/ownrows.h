@@ -14,6 +14,9 @@ struct OwnRowKernels {
     // `values` have all bits set where the mask bit is set.
     void (*lanes[3])(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n);
 
+    // d[i] = a[i] under set mask bits, elsewhere the value at *b, for all rows. The mask's rows lie bitStep bytes apart.
+    void (*keep[3])(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitStep);
+
     // By depth; 1U takes its rows as bytes.
     OwnRowKernel copy[OWN_DEPTHS];
     OwnRowKernel fill[OWN_DEPTHS];  // the scalar is a value of the depth

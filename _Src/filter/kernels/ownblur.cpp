@@ -9,6 +9,8 @@
 
 #include <string.h>
 
+#include "../../core/ownvalue.h"
+
 #if defined(__AVX2__)
 #include <immintrin.h>
 #endif
@@ -33,36 +35,22 @@ inline float realOf(float sum)
 }
 
 // A depth's samples as they are read and results as they are written.
-template <class T, int lowest, int highest>
+template <class T>
 struct Integers {
     using Sample = T;
     using Result = T;
-    static Result resultOf(float mean)
-    {
-        long value = __builtin_lrintf(mean);
-        return Result(value < lowest ? lowest : value > highest ? highest : value);
-    }
+    static Result resultOf(float mean) { return ownRounded<T>(mean); }
 };
-using Depth8U = Integers<uint8_t, 0, 255>;
-using Depth8S = Integers<int8_t, -128, 127>;
-using Depth16U = Integers<uint16_t, 0, 65535>;
-using Depth16S = Integers<int16_t, -32768, 32767>;
+using Depth8U = Integers<uint8_t>;
+using Depth8S = Integers<int8_t>;
+using Depth16U = Integers<uint16_t>;
+using Depth16S = Integers<int16_t>;
+using Depth32S = Integers<int32_t>;
 
 struct Depth1U {
     using Sample = uint8_t;  // 0 or 1
     using Result = uint8_t;  // 0 or 255
     static Result resultOf(float mean) { return mean >= 0.5f ? 255 : 0; }
-};
-
-struct Depth32S {
-    using Sample = int32_t;
-    using Result = int32_t;
-    static Result resultOf(float mean)
-    {
-        if (mean >= 2147483648.0f)
-            return INT32_MAX;
-        return mean < -2147483648.0f ? INT32_MIN : Result(__builtin_lrintf(mean));
-    }
 };
 
 struct Depth32F {
@@ -76,7 +64,7 @@ struct Depth32F {
 template <class Depth, class Sum>
 void addRow(const void* from, void* to, ptrdiff_t n)
 {
-    auto* row = static_cast<const typename Depth::Sample*>(from);
+    const OwnValues<typename Depth::Sample> row = {from};
     auto* sums = static_cast<Sum*>(to);
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
@@ -88,17 +76,16 @@ template <class Depth, class Sum>
 inline __attribute__((always_inline)) void moveColumns(const OwnBlurBand& band, int row, ptrdiff_t first,
                                                        const Sum* sums, Sum* next, ptrdiff_t n)
 {
-    auto* enter = static_cast<const typename Depth::Sample*>(band.enter[row]) + first;
-    if (!band.leave[row]) {
+    const OwnValues<typename Depth::Sample> enter = {band.enter[row]}, leave = {band.leave[row]};
+    if (!leave.first) {
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
-            next[i] = sums[i] + Sum(enter[i]);
+            next[i] = sums[i] + Sum(enter[first + i]);
         return;
     }
-    auto* leave = static_cast<const typename Depth::Sample*>(band.leave[row]) + first;
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
-        next[i] = sums[i] + Sum(enter[i]) - Sum(leave[i]);
+        next[i] = sums[i] + Sum(enter[first + i]) - Sum(leave[first + i]);
 }
 
 // ---- Window sums, a row at a time ---------------------------------------------------------------------------------
@@ -112,15 +99,17 @@ void plainBand(const OwnBlurBand& band)
     ptrdiff_t channels = band.step < band.values ? band.step : band.values;
     for (int row = 0; row < band.rows; ++row) {
         moveColumns<Depth, Sum>(band, row, 0, sums, sums, columns);
-        auto* result = static_cast<typename Depth::Result*>(band.result[row]);
+        auto store = [&](ptrdiff_t i, Sum sum) {
+            ownStore(band.result[row], i, Depth::resultOf(realOf(sum) * band.scale));
+        };
         for (ptrdiff_t channel = 0; channel < channels; ++channel) {
             Sum sum = 0;
             for (ptrdiff_t i = channel; i < channel + window; i += band.step)
                 sum += sums[i];
-            result[channel] = Depth::resultOf(realOf(sum) * band.scale);
+            store(channel, sum);
             for (ptrdiff_t i = channel + band.step; i < band.values; i += band.step) {
                 sum = sum + sums[i + window - band.step] - sums[i - band.step];
-                result[i] = Depth::resultOf(realOf(sum) * band.scale);
+                store(i, sum);
             }
         }
     }
@@ -152,30 +141,38 @@ struct FloatLanes {
     __m256 real() const { return v; }
 };
 
-// What eight samples add to sums.
-inline IntLanes sumsOf(const uint8_t* s)
+// What eight samples from sample `at` on add to sums.
+inline IntLanes sumsOf(OwnValues<uint8_t> samples, ptrdiff_t at)
 {
-    return {_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s)))};
+    return {_mm256_cvtepu8_epi32(_mm_loadu_si64(static_cast<const uint8_t*>(samples.first) + at))};
 }
-inline IntLanes sumsOf(const int8_t* s)
+inline IntLanes sumsOf(OwnValues<int8_t> samples, ptrdiff_t at)
 {
-    return {_mm256_cvtepi8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s)))};
+    return {_mm256_cvtepi8_epi32(_mm_loadu_si64(static_cast<const uint8_t*>(samples.first) + at))};
 }
-inline IntLanes sumsOf(const uint16_t* s)
+inline __m128i eightHalves(const void* samples, ptrdiff_t at)
 {
-    return {_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)))};
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(static_cast<const uint8_t*>(samples) + at * 2));
 }
-inline IntLanes sumsOf(const int16_t* s)
+inline IntLanes sumsOf(OwnValues<uint16_t> samples, ptrdiff_t at)
 {
-    return {_mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)))};
+    return {_mm256_cvtepu16_epi32(eightHalves(samples.first, at))};
 }
-inline FloatLanes sumsOf(const int32_t* s)
+inline IntLanes sumsOf(OwnValues<int16_t> samples, ptrdiff_t at)
 {
-    return {_mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)))};
+    return {_mm256_cvtepi16_epi32(eightHalves(samples.first, at))};
 }
-inline FloatLanes sumsOf(const float* s)
+inline __m256i eightWords(const void* samples, ptrdiff_t at)
 {
-    return {_mm256_loadu_ps(s)};
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(static_cast<const uint8_t*>(samples) + at * 4));
+}
+inline FloatLanes sumsOf(OwnValues<int32_t> samples, ptrdiff_t at)
+{
+    return {_mm256_cvtepi32_ps(eightWords(samples.first, at))};
+}
+inline FloatLanes sumsOf(OwnValues<float> samples, ptrdiff_t at)
+{
+    return {_mm256_castsi256_ps(eightWords(samples.first, at))};
 }
 
 template <class Sum>
@@ -338,10 +335,10 @@ inline void copyPieces(char* d, const char* s, ptrdiff_t bytes)
         copyPieces<piece / 2>(d + taken * piece, s + taken * piece, bytes);
 }
 template <class T>
-inline void copyValues(T* to, const T* from, ptrdiff_t n)
+inline void copyValues(void* to, const T* from, ptrdiff_t n)
 {
     constexpr int size = int(sizeof(T));
-    copyPieces<blockColumns * size>(reinterpret_cast<char*>(to), reinterpret_cast<const char*>(from), n * size);
+    copyPieces<blockColumns * size>(static_cast<char*>(to), reinterpret_cast<const char*>(from), n * size);
 }
 
 // The column sums of a block in the row after that of `above`. Eights overlap at the end.
@@ -351,18 +348,17 @@ inline void stageRow(const OwnBlurBand& band, int row, ptrdiff_t first, ptrdiff_
 {
     if (count < 8)
         return moveColumns<Depth>(band, row, first, above, stage, count);
-    auto* enter = static_cast<const typename Depth::Sample*>(band.enter[row]) + first;
-    auto* leave = static_cast<const typename Depth::Sample*>(band.leave[row]);
+    const OwnValues<typename Depth::Sample> enter = {band.enter[row]}, leave = {band.leave[row]};
     auto eights = [=](auto sums) {
         for (ptrdiff_t at = 0; at < count - 8; at += 8)
             _mm256_storeu_ps(reinterpret_cast<float*>(stage + at), sums(at).bits());
         _mm256_storeu_ps(reinterpret_cast<float*>(stage + count - 8), sums(count - 8).bits());
     };
     auto entered = [=](ptrdiff_t at) {
-        return Lanes::of(_mm256_loadu_ps(reinterpret_cast<const float*>(above + at))) + sumsOf(enter + at);
+        return Lanes::of(_mm256_loadu_ps(reinterpret_cast<const float*>(above + at))) + sumsOf(enter, first + at);
     };
-    if (leave)
-        eights([=](ptrdiff_t at) { return entered(at) - sumsOf(leave + first + at); });
+    if (leave.first)
+        eights([=](ptrdiff_t at) { return entered(at) - sumsOf(leave, first + at); });
     else
         eights(entered);
 }
@@ -401,7 +397,7 @@ inline void storeBlock(const OwnBlurBand& band, const Result (*results)[blockCol
 {
     ptrdiff_t skip = at < 0 ? -at : 0;
     for (int row = 0; row < band.rows && skip < count; ++row) {
-        auto* to = static_cast<Result*>(band.result[row]) + (at + skip);
+        auto* to = static_cast<char*>(band.result[row]) + (at + skip) * ptrdiff_t(sizeof(Result));
         copyValues(to, results[row] + skip, count - skip);
     }
 }

@@ -1,0 +1,82 @@
+#include "ownmap.h"
+
+#include "../core/ownmask.h"
+#include "../core/ownpixels.h"
+#include "../core/ownreport.h"
+#include "../core/ownwalk.h"
+#include "kernels/ownhist.h"
+
+namespace {
+
+constexpr OwnReport report{"orvMap", "orvhist"};
+
+// Channel by channel, each through its table.
+void mapPlain(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const void* tables)
+{
+    OwnGeometry from, to, under;
+    ownPlaneGeometry(src, from);
+    ownPlaneGeometry(dst, to);
+    if (mask)
+        under = ownMaskStart(*mask);
+    bool isByte = dst.depth == ORV_DEPTH_8U;
+    const OwnRowKernel& kernel = isByte ? ownHistKernels().map8 : ownHistKernels().map16;
+    int bytes = ownValueBytes(dst.depth);
+    if (!mask && to.channels > 1 && !from.planeStep && !to.planeStep && from.pixelStep == to.pixelStep) {
+        const OwnRows rows = {
+            from.start,   tables, to.start,  ownMin(from.width, to.width), ownMin(from.height, to.height),
+            from.rowStep, 0,      to.rowStep};
+        (isByte ? ownHistKernels().mapPixels8 : ownHistKernels().mapPixels16)(rows, to.pixelStep, to.channels);
+        return;
+    }
+    ptrdiff_t tableBytes = isByte ? 256 : ptrdiff_t{65536} * 2;
+    for (int32_t channel = 0; channel < to.channels; ++channel) {
+        OwnGeometry images[2] = {from, to};
+        for (OwnGeometry& image : images) {
+            image.start = ownChannelStart(image, channel, bytes);
+            image.channels = 1;
+        }
+        const void* table = static_cast<const uint8_t*>(tables) + channel * tableBytes;
+        ownProcessPixels(ownPixelOp(kernel, dst.depth, table), images, 2, mask ? &under : nullptr);
+    }
+}
+
+// One cell of the tiles of the destination, or of the source if the destination has none.
+bool mapCell(OrvImage* src, OrvImage* dst, OrvImage* mask, const void* tables, const OwnCell& cell)
+{
+    OwnFetchedCell fetched;
+    OwnWork from, to, under;
+    if (report.when(src->tileInfo && !fetched.fetch(src, cell, false), ORV_STATUS_ERROR, "Error get tile to read"))
+        return false;
+    ownShowCell(from, *src, cell);
+    ownShowCell(to, *dst, cell);
+    if (mask)
+        ownShowCell(under, *mask, cell);
+    if (dst->tileInfo) {
+        uint8_t* tile = ownOpenTile(dst, cell.column, cell.row, ORV_TILE_WRITE);
+        if (report.when(!tile, ORV_STATUS_ERROR, "Error get tile to write"))
+            return false;
+        ownShowLeadingCell(to, *dst, cell, tile);
+    }
+    mapPlain(src->tileInfo ? fetched.work.image : from.image, to.image, mask ? &under.image : nullptr, tables);
+    if (dst->tileInfo)
+        ownReleaseTile(dst, cell.column, cell.row);
+    return true;
+}
+
+}  // namespace
+
+void ownMap(OrvImage* srcImage, OrvImage* dstImage, const void* tables)
+{
+    OwnMask mask;
+    OrvImage* other = dstImage->maskROI == srcImage->maskROI ? nullptr : dstImage->maskROI;
+    OwnMaskResult combined = ownCombineMasks(srcImage->maskROI, other, nullptr, mask);
+    if (report.when(combined == OwnMaskResult::noMemory, ORV_STATUS_BACKTRACE, ""))
+        return;
+    OwnSize size;
+    if (combined == OwnMaskResult::empty || !ownCommonSize(*srcImage, *dstImage, mask.image, true, size))
+        return;
+    if (!srcImage->tileInfo && !dstImage->tileInfo)
+        return mapPlain(*srcImage, *dstImage, mask.image, tables);
+    ownGridWalk(dstImage->tileInfo ? *dstImage : *srcImage, size,
+                [&](const OwnCell& cell) { return mapCell(srcImage, dstImage, mask.image, tables, cell); });
+}
