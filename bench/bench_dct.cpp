@@ -1,132 +1,96 @@
-// The cosine transform, held against FFTW where that is found.
-#include <cmath>
-#include <memory>
-
+// The cosine transform beside FFTW in single precision.
+#include "image.h"
 #include "orv.h"
-#include "table.h"
-#if defined(ORV_BENCH_FFTW)
-#include <fftw3.h>
-#endif
+#include "peers.h"
 
 namespace {
 
-struct Images {
-    OrvImage* src;
-    OrvImage* dst;
-    OrvROI from = {};
-    OrvROI to = {};
+using table::Image, table::Layout;
 
-    explicit Images(int size) : src(make(size)), dst(make(size))
-    {
-        for (int y = 0; y < size; ++y)
-            for (int x = 0; x < size; ++x)
-                reinterpret_cast<float*>(src->imageData + y * src->widthStep)[x] =
-                    float((x * 7 + y * 13 + x * y) & 255);
-    }
-    Images(const Images&) = delete;
-    Images& operator=(const Images&) = delete;
-    ~Images()
-    {
-        orvDeallocate(src, ORV_IMAGE_HEADER | ORV_IMAGE_DATA);
-        orvDeallocate(dst, ORV_IMAGE_HEADER | ORV_IMAGE_DATA);
-    }
-    static OrvImage* make(int size)
-    {
-        OrvImage* image = orvCreateImageHeader(1, 0, ORV_DEPTH_32F, "GRAY", "G", ORV_DATA_ORDER_PIXEL, ORV_ORIGIN_TL,
-                                               32, size, size, nullptr, nullptr, nullptr, nullptr);
-        orvAllocateImageFP(image, 1, 0);
-        return image;
-    }
-    float* row(OrvImage* image, int y) const
-    {
-        return reinterpret_cast<float*>(image->imageData + y * image->widthStep);
-    }
-};
+constexpr int blocksSize = 1024;
 
 // All blocks of 8 x 8, one call each.
 template <class Block>
-void forBlocks(int size, Block block)
+void forBlocks(Block block)
 {
-    for (int y = 0; y < size; y += 8)
-        for (int x = 0; x < size; x += 8)
+    for (int y = 0; y < blocksSize; y += 8)
+        for (int x = 0; x < blocksSize; x += 8)
             block(x, y);
 }
 
-void addBlocks(int size, int flags, const char* name)
+void addBlocks(int flags, const std::string& name)
 {
-    auto images = std::make_shared<Images>(size);
-    images->src->roi = &images->from;
-    images->dst->roi = &images->to;
-    table::add({std::string("orvDCT2D 8x8 blocks ") + name,
+    table::add({"orvDCT2D 8x8 blocks " + name,
                 [=] {
-                    forBlocks(size, [&](int x, int y) {
-                        images->from = images->to = {0, x, y, 8, 8};
-                        orvDCT2D(images->src, images->dst, flags);
+                    Layout layout = {.depth = ORV_DEPTH_32F, .width = blocksSize, .roi = {0, 0, 0, 8, 8}};
+                    Image src(layout, table::slotA), dst(layout, table::slotD);
+                    forBlocks([&](int x, int y) {
+                        src.roi.xOffset = dst.roi.xOffset = x;
+                        src.roi.yOffset = dst.roi.yOffset = y;
+                        orvDCT2D(src, dst, flags);
                     });
                 },
-                std::string("FFTW 8x8 blocks ") + name, 1, 0.5});
+                "FFTW 8x8 blocks " + name, 1, 0.5});
 }
 
-void addWhole(int size, int flags, const char* name)
+void addWhole(const peers::Size& size, int flags, const std::string& name)
 {
-    auto images = std::make_shared<Images>(size);
-    std::string what = std::to_string(size) + " " + name;
-    table::add({"orvDCT2D " + what, [=] { orvDCT2D(images->src, images->dst, flags); }, "FFTW DCT " + what, 1,
-                size % 2 ? 0 : 0.5});
+    table::add({peers::nameOf("orvDCT2D " + name, size),
+                [=] {
+                    Layout layout = {.depth = ORV_DEPTH_32F, .width = size.width, .height = size.height};
+                    Image src(layout, table::slotA), dst(layout, table::slotD);
+                    orvDCT2D(src, dst, flags);
+                },
+                peers::nameOf("FFTW DCT " + name, size), 1, 1 / size.slower});
 }
 
 #if defined(ORV_BENCH_FFTW)
-// Plans are measured at the first run, which Google Benchmark does not count.
-struct Peer {
-    Images images;
-    fftwf_plan plan = nullptr;
-    int size, edge;
-    fftwf_r2r_kind kind;
-
-    Peer(int whole, int part, int flags)
-        : images(whole), size(whole), edge(part), kind(flags == ORV_DCT_FORWARD ? FFTW_REDFT10 : FFTW_REDFT01)
-    {
-    }
-    ~Peer() { fftwf_destroy_plan(plan); }
-
-    void prepare()
-    {
-        if (plan)
-            return;
-        int n[2] = {edge, edge};
-        int step[2] = {size, images.src->widthStep / 4};
-        fftwf_r2r_kind kinds[2] = {kind, kind};
-        plan = fftwf_plan_many_r2r(2, n, 1, images.row(images.src, 0), step, 1, 0, images.row(images.dst, 0), step, 1,
-                                   0, kinds, FFTW_MEASURE);
-    }
-};
-
-void addPeer(int size, int edge, int flags, const std::string& name)
+void addPeers(const peers::Size& size, fftwf_r2r_kind kind, const std::string& name)
 {
-    auto peer = std::make_shared<Peer>(size, edge, flags);
-    table::add({name, [=] {
-                    peer->prepare();
-                    Images& images = peer->images;
-                    if (edge == size)
-                        fftwf_execute(peer->plan);
-                    else
-                        forBlocks(size, [&](int x, int y) {
-                            fftwf_execute_r2r(peer->plan, images.row(images.src, y) + x, images.row(images.dst, y) + x);
-                        });
+    size_t pixels = size_t(size.width) * size_t(size.height);
+    peers::add(peers::nameOf("FFTW DCT " + name, size), pixels, pixels, [=](float* in, float* out) {
+        return fftwf_plan_r2r_2d(size.height, size.width, in, out, kind, kind, FFTW_MEASURE);
+    });
+}
+
+void addPeerBlocks(fftwf_r2r_kind kind, const std::string& name)
+{
+    struct Blocks {
+        fftwf_plan plan = nullptr;
+        float* in = nullptr;
+        float* out = nullptr;
+    };
+    table::add({"FFTW 8x8 blocks " + name, [=, blocks = Blocks()]() mutable {
+                    if (!blocks.plan) {
+                        constexpr size_t pixels = size_t(blocksSize) * blocksSize;
+                        blocks.in = fftwf_alloc_real(pixels);
+                        blocks.out = fftwf_alloc_real(pixels);
+                        int edges[2] = {8, 8}, steps[2] = {blocksSize, blocksSize};
+                        fftwf_r2r_kind kinds[2] = {kind, kind};
+                        blocks.plan = fftwf_plan_many_r2r(2, edges, 1, blocks.in, steps, 1, 0, blocks.out, steps, 1, 0,
+                                                          kinds, FFTW_MEASURE);
+                    }
+                    forBlocks([&](int x, int y) {
+                        ptrdiff_t at = ptrdiff_t{y} * blocksSize + x;
+                        fftwf_execute_r2r(blocks.plan, blocks.in + at, blocks.out + at);
+                    });
                 }});
 }
 #endif
 
 bool added = [] {
     for (auto [flags, name] : {std::pair(ORV_DCT_FORWARD, "forward"), std::pair(ORV_DCT_INVERSE, "inverse")}) {
-        addBlocks(1024, flags, name);
-        for (int size : {256, 1024, 1023})
+        addBlocks(flags, name);
+#if defined(ORV_BENCH_FFTW)
+        fftwf_r2r_kind kind = flags == ORV_DCT_FORWARD ? FFTW_REDFT10 : FFTW_REDFT01;
+        addPeerBlocks(kind, name);
+#endif
+        for (const peers::Size& size : peers::sizes) {
             addWhole(size, flags, name);
 #if defined(ORV_BENCH_FFTW)
-        addPeer(1024, 8, flags, std::string("FFTW 8x8 blocks ") + name);
-        for (int size : {256, 1024, 1023})
-            addPeer(size, size, flags, "FFTW DCT " + std::to_string(size) + " " + name);
+            addPeers(size, kind, name);
 #endif
+        }
     }
     return true;
 }();

@@ -1,105 +1,46 @@
 // Fourier transforms beside FFTW in single precision.
-#include <string>
-#include <vector>
-
+#include "image.h"
 #include "orv.h"
-#include "table.h"
-
-#if defined(ORV_BENCH_FFTW)
-#include <fftw3.h>
-#endif
+#include "peers.h"
 
 namespace {
 
-constexpr int32_t forward = ORV_FFT_FORWARD;
+using table::Image, table::Layout;
 
-std::string nameOf(const char* what, int n)
+template <class Transform>
+void addTransform(const std::string& name, const peers::Size& size, Transform transform, int32_t flags,
+                  const std::string& peer, double bound, uint32_t depth = ORV_DEPTH_32F)
 {
-    return std::string(what) + ' ' + std::to_string(n) + " x " + std::to_string(n);
+    table::add({peers::nameOf(name, size),
+                [=] {
+                    Layout layout = {.depth = ORV_DEPTH_32F, .width = size.width, .height = size.height};
+                    Image dst(layout, table::slotD);
+                    layout.depth = depth;
+                    Image src(layout, table::slotA);
+                    transform(src, dst, flags);
+                },
+                peer, 1, bound});
 }
 
-OrvImage* newImage(uint32_t depth, int n)
-{
-    OrvImage* image = orvCreateImageHeader(1, 0, depth, "GRAY", "G", ORV_DATA_ORDER_PIXEL, ORV_ORIGIN_TL, 32, n, n,
-                                           nullptr, nullptr, nullptr, nullptr);
-    if (depth == ORV_DEPTH_32F) {
-        orvAllocateImageFP(image, 0, 0);
-        for (int32_t i = 0; i < image->imageSize / 4; ++i)
-            reinterpret_cast<float*>(image->imageData)[i] = float(i % 251);
-    } else {
-        orvAllocateImage(image, 1, 0x5A);
-    }
-    return image;
-}
-
-// The images are made at the first run and kept: none is made for rows that are filtered out.
-struct Images {
-    uint32_t depth;
-    int n;
-    OrvImage* src = nullptr;
-    OrvImage* dst = nullptr;
-
-    void make()
-    {
-        if (src)
-            return;
-        src = newImage(depth, n);
-        dst = newImage(ORV_DEPTH_32F, n);
-    }
-};
-
+bool added = [] {
+    for (const peers::Size& size : peers::sizes) {
+        std::string peer = peers::nameOf("FFTW r2c", size);
 #if defined(ORV_BENCH_FFTW)
-struct Peer {
-    int n;
-    fftwf_plan plan = nullptr;
-
-    void run()
-    {
-        if (!plan) {
-            float* in = fftwf_alloc_real(size_t(n) * size_t(n));
-            fftwf_complex* out = fftwf_alloc_complex(size_t(n) * size_t(n / 2 + 1));
-            plan = fftwf_plan_dft_r2c_2d(n, n, in, out, FFTW_MEASURE);
-            for (size_t i = 0; i < size_t(n) * size_t(n); ++i)
-                in[i] = float(i % 251);
-        }
-        fftwf_execute(plan);
-    }
-};
+        size_t pixels = size_t(size.width) * size_t(size.height);
+        peers::add(peer, pixels, pixels + 2 * size_t(size.height), [=](float* in, float* out) {
+            return fftwf_plan_dft_r2c_2d(size.height, size.width, in, reinterpret_cast<fftwf_complex*>(out),
+                                         FFTW_MEASURE);
+        });
 #endif
-
-struct Rows {
-    Rows()
-    {
-        for (int n : {256, 1024, 1023, 4096}) {
-            std::string peer = nameOf("FFTW r2c", n);
-#if defined(ORV_BENCH_FFTW)
-            table::add({peer, [state = Peer{n}]() mutable { state.run(); }});
-#endif
-            // Odd lengths go through the direct transform: reported, with no ratio to reach.
-            table::add({nameOf("orvRealFft2D 32F", n),
-                        [images = Images{ORV_DEPTH_32F, n}]() mutable {
-                            images.make();
-                            orvRealFft2D(images.src, images.dst, forward);
-                        },
-                        peer, 1, n % 2 ? 0 : 1 / 1.5});
-            table::add({nameOf("orvCcsFft2D 32F", n),
-                        [images = Images{ORV_DEPTH_32F, n}]() mutable {
-                            images.make();
-                            orvCcsFft2D(images.src, images.dst, ORV_FFT_INVERSE);
-                        },
-                        peer});
-        }
-        table::add({nameOf("orvRealFft2D 8U to 32F", 1024),
-                    [images = Images{ORV_DEPTH_8U, 1024}]() mutable {
-                        images.make();
-                        orvRealFft2D(images.src, images.dst, forward);
-                    },
-                    nameOf("orvRealFft2D 32F", 1024)});
-        table::add({nameOf("orvMpyRCPack2D 32F", 1024), [images = Images{ORV_DEPTH_32F, 1024}]() mutable {
-                        images.make();
-                        orvMpyRCPack2D(images.src, images.src, images.dst);
-                    }});
+        addTransform("orvRealFft2D 32F", size, orvRealFft2D, ORV_FFT_FORWARD, peer, 1 / size.slower);
+        addTransform("orvCcsFft2D 32F", size, orvCcsFft2D, ORV_FFT_INVERSE, peer, 0);
     }
-} const rows;
+    peers::Size size = {1024, 1024, 0};
+    addTransform("orvRealFft2D 8U to 32F", size, orvRealFft2D, ORV_FFT_FORWARD, peers::nameOf("orvRealFft2D 32F", size),
+                 0, ORV_DEPTH_8U);
+    auto multiply = [](OrvImage* src, OrvImage* dst, int32_t) { orvMpyRCPack2D(src, src, dst); };
+    addTransform("orvMpyRCPack2D 32F", size, multiply, 0, "", 0);
+    return true;
+}();
 
 }  // namespace

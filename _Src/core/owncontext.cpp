@@ -1,7 +1,6 @@
 // The life of the per-thread record.
 #include "owncontext.h"
 
-#include "../transform/owncaches.h"
 #include "platform.h"
 
 bool ownThreadStart()
@@ -10,7 +9,6 @@ bool ownThreadStart()
     if (!context)
         return false;
     context->report = orvGuiBoxReport;
-    context->dctCosineLength = -1;
     if (platformSetRecord(context))
         return true;
     platformFreeRecord(context);
@@ -22,9 +20,16 @@ void ownThreadEnd(void* record)
     if (!record)
         return;
     auto* context = static_cast<OrvContext*>(record);
-    ownReleaseFftCaches(*context);
-    ownReleaseDctCaches(*context);
+    for (OwnCache& cache : context->caches)
+        ownReleaseCache(cache);
     platformFreeRecord(context);
+}
+
+void ownReleaseCache(OwnCache& cache)
+{
+    if (cache.record)
+        cache.release(cache.record);
+    cache = {};
 }
 
 OrvContext& ownContext()

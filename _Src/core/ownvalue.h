@@ -5,6 +5,7 @@
 //   ownSaturated        an integer, cut to the range of a type
 //   ownRounded          a number to nearest, ties to even, and cut
 //   ownTruncated        a number toward zero, and cut
+//   ownAsValue          a float rounded to an integer type, or as it is
 //
 // A number that is none, NaN, becomes 0 in integers. Kernels use these too: everything is inlined, so that no two levels
 // share a function, and loops over them are vectorised.
@@ -93,4 +94,14 @@ OWN_INLINE T ownTruncated(Real value)
 {
     const auto toward = int32_t(ownCut<T>(value));
     return ownIsAbove<T>(value) ? T(OwnRange<T>::highest) : T(toward);
+}
+
+// A number as a value of T: integers rounded and cut, floats as they are.
+template <class T>
+OWN_INLINE T ownAsValue(float value)
+{
+    if constexpr (T(0.5f) == T(0))
+        return ownRounded<T>(value);
+    else
+        return value;
 }

@@ -1,7 +1,7 @@
 // Packed spectra.
 //
 //   orvMpyRCPack2D   the product of two packed spectra, element by element
-#include "../core/ownpixels.h"
+#include "../core/ownregion.h"
 #include "../core/ownreport.h"
 #include "kernels/ownfft.h"
 #include "orv/transform.h"
@@ -36,46 +36,34 @@ bool goodSizes(const OwnReport& report, const OwnGeometry& srcA, const OwnGeomet
     return true;
 }
 
-bool goodChannels(const OwnReport& report, const OrvImage& image, const char* coiText, const char* alphaText)
-{
-    if (report.when(image.roi && image.roi->coi > image.nChannels, ORV_STATUS_BAD_COI, coiText))
-        return false;
-    if (report.when(image.alphaChannel != 0 && image.alphaChannel != image.nChannels, ORV_STATUS_BAD_ALPHA_CHANNEL,
-                    alphaText))
-        return false;
-    return true;
-}
-
-// One channel's region of an image.
+// One channel of an image, whose values have `bytes` bytes.
 struct Channel {
-    uint8_t* first;
-    ptrdiff_t rowStep;
-    ptrdiff_t pixelStep;
+    OwnGeometry image;
+    ptrdiff_t bytes;
+
+    // The spectrum's values from row r and column x on: pairs along the row, or along the column.
+    OwnFftOperand alongRow(ptrdiff_t r, ptrdiff_t x) const { return operand(r, x, image.pixelStep * bytes); }
+    OwnFftOperand alongColumn(ptrdiff_t r, ptrdiff_t x) const { return operand(r, x, image.rowStep); }
+
+private:
+    OwnFftOperand operand(ptrdiff_t r, ptrdiff_t x, ptrdiff_t step) const
+    {
+        return {image.start + r * image.rowStep + x * image.pixelStep * bytes, step, 2 * step};
+    }
 };
 
-Channel channelOf(const OwnGeometry& geometry, ptrdiff_t bytes, int32_t channel)
+Channel channelOf(const OwnGeometry& image, int bytes, int32_t channel)
 {
-    ptrdiff_t channelStep = geometry.planeStep ? geometry.planeStep : bytes;
-    return {geometry.start + channel * channelStep, geometry.rowStep, geometry.pixelStep * bytes};
-}
-
-// A spectrum's values from row r and column x on: pairs along the row.
-OwnFftOperand alongRow(const Channel& channel, ptrdiff_t r, ptrdiff_t x)
-{
-    return {channel.first + r * channel.rowStep + x * channel.pixelStep, channel.pixelStep, 2 * channel.pixelStep};
-}
-
-// The same with pairs along the column.
-OwnFftOperand alongColumn(const Channel& channel, ptrdiff_t r, ptrdiff_t x)
-{
-    return {channel.first + r * channel.rowStep + x * channel.pixelStep, channel.rowStep, 2 * channel.rowStep};
+    Channel one = {image, bytes};
+    one.image.start = ownChannelStart(image, channel, bytes);
+    return one;
 }
 
 // A packed column: a real value, pairs, and for even heights another real value.
 void multiplyColumn(const OwnFftProducts& products, const Channel (&channels)[3], ptrdiff_t x, int32_t height)
 {
     auto run = [&](OwnFftProducts::Product product, ptrdiff_t r, ptrdiff_t count) {
-        product(alongColumn(channels[0], r, x), alongColumn(channels[1], r, x), alongColumn(channels[2], r, x), count);
+        product(channels[0].alongColumn(r, x), channels[1].alongColumn(r, x), channels[2].alongColumn(r, x), count);
     };
     run(products.real, 0, 1);
     run(products.complex, 1, (height - 1) / 2);
@@ -87,7 +75,7 @@ void multiplyChannel(const OwnFftProducts& products, const Channel (&channels)[3
 {
     multiplyColumn(products, channels, 0, height);
     for (ptrdiff_t r = 0; r < height; ++r)
-        products.complex(alongRow(channels[0], r, 1), alongRow(channels[1], r, 1), alongRow(channels[2], r, 1),
+        products.complex(channels[0].alongRow(r, 1), channels[1].alongRow(r, 1), channels[2].alongRow(r, 1),
                          (width - 1) / 2);
     if (width % 2 == 0)
         multiplyColumn(products, channels, ptrdiff_t{width} - 1, height);
@@ -114,16 +102,13 @@ void ORV_CALL orvMpyRCPack2D(OrvImage* srcA, OrvImage* srcB, OrvImage* dst)
     ownPlaneGeometry(*dst, d);
     if (!goodSizes(report, a, b, d))
         return;
-    if (!goodChannels(report, *srcA, "srcA-roi->coi", "srcA->alphaChannel") ||
-        !goodChannels(report, *srcB, "srcB-roi->coi", "srcB->alphaChannel") ||
-        !goodChannels(report, *dst, "dst-roi->coi", "dst->alphaChannel"))
-        return;
+    // A good header's COI and alpha channel are channels of the image.
     if (report.when(a.channels != b.channels || a.channels != d.channels, ORV_STATUS_BAD_CHANNELS, ""))
         return;
     if (a.width < 1 || a.height < 1)
         return;
     const OwnFftProducts& products = ownFftKernels().products[ownDepthIndex(srcA->depth)];
-    ptrdiff_t bytes = ownValueBytes(srcA->depth);
+    int bytes = ownValueBytes(srcA->depth);
     for (int32_t channel = 0; channel < a.channels; ++channel)
         multiplyChannel(products,
                         {channelOf(a, bytes, channel), channelOf(b, bytes, channel), channelOf(d, bytes, channel)},

@@ -8,6 +8,7 @@
 // as many are kept as the filters span, in a ring; an image that is lower than that is kept as a whole.
 #include <cstring>
 
+#include "../core/ownregion.h"
 #include "../core/ownscratch.h"
 #include "kernels/ownwt.h"
 #include "ownwtfilters.h"
@@ -72,22 +73,19 @@ struct Images {
     OrvImage* subbands[4];
 };
 
-// The picture's region, cut at its edges.
-struct Region {
-    int64_t x, y, width, height;
-};
-
 int32_t checkHeader(const OwnReport& report, OrvImage* image, const char* incorrect, const char* tiled)
 {
-    if (orvCheckImageHeader(image) != ORV_STATUS_OK)
-        return ownWtFail(report, orvGetErrStatus(), incorrect);
-    if (image->tileInfo)
-        return ownWtFail(report, ORV_STATUS_BAD_ARG, tiled);
+    const int32_t fault = orvCheckImageHeader(image);
+    if (report.when(fault != ORV_STATUS_OK, fault, incorrect))
+        return fault;
+    if (report.when(image->tileInfo != nullptr, ORV_STATUS_BAD_ARG, tiled))
+        return ORV_STATUS_BAD_ARG;
     return ORV_STATUS_OK;
 }
 
 int32_t checkHeaders(const OwnReport& report, const Images& images, const Texts& texts)
 {
+    const OrvImage* whole = images.whole;
     if (int32_t status = checkHeader(report, images.whole, texts.whole.incorrect, texts.whole.tiled))
         return status;
     for (int i = 0; i < 4; ++i)
@@ -95,58 +93,48 @@ int32_t checkHeaders(const OwnReport& report, const Images& images, const Texts&
                 checkHeader(report, images.subbands[i], texts.subbands[i].incorrect, texts.subbands[i].tiled))
             return status;
     for (int i = 0; i < 4; ++i)
-        if (images.subbands[i]->roi)
-            return ownWtFail(report, ORV_STATUS_BAD_ROI_SIZE, texts.subbands[i].roi);
-    if (images.whole->depth != ORV_DEPTH_8U)
-        return ownWtFail(report, ORV_STATUS_BAD_DEPTH, texts.whole.depth);
+        if (report.when(images.subbands[i]->roi != nullptr, ORV_STATUS_BAD_ROI_SIZE, texts.subbands[i].roi))
+            return ORV_STATUS_BAD_ROI_SIZE;
+    if (report.when(whole->depth != ORV_DEPTH_8U, ORV_STATUS_BAD_DEPTH, texts.whole.depth))
+        return ORV_STATUS_BAD_DEPTH;
     for (int i = 0; i < 4; ++i)
-        if (images.subbands[i]->depth != ORV_DEPTH_32F)
-            return ownWtFail(report, ORV_STATUS_BAD_DEPTH, texts.subbands[i].depth);
-    if (images.whole->nChannels != 1)
-        return ownWtFail(report, ORV_STATUS_BAD_CHANNELS, texts.whole.channels);
+        if (report.when(images.subbands[i]->depth != ORV_DEPTH_32F, ORV_STATUS_BAD_DEPTH, texts.subbands[i].depth))
+            return ORV_STATUS_BAD_DEPTH;
+    if (report.when(whole->nChannels != 1, ORV_STATUS_BAD_CHANNELS, texts.whole.channels))
+        return ORV_STATUS_BAD_CHANNELS;
     for (int i = 0; i < 4; ++i)
-        if (images.subbands[i]->nChannels != 1)
-            return ownWtFail(report, ORV_STATUS_BAD_CHANNELS, texts.subbands[i].channels);
+        if (report.when(images.subbands[i]->nChannels != 1, ORV_STATUS_BAD_CHANNELS, texts.subbands[i].channels))
+            return ORV_STATUS_BAD_CHANNELS;
+    const OrvROI* roi = whole->roi;
+    if (report.when(roi && roi->xOffset >= whole->width, ORV_STATUS_BAD_ROI_SIZE, texts.whole.xOffset))
+        return ORV_STATUS_BAD_ROI_SIZE;
+    if (report.when(roi && roi->yOffset >= whole->height, ORV_STATUS_BAD_ROI_SIZE, texts.whole.yOffset))
+        return ORV_STATUS_BAD_ROI_SIZE;
     return ORV_STATUS_OK;
 }
 
-int32_t findRegion(const OwnReport& report, const OrvImage& image, const WholeTexts& texts, Region& region)
+int32_t checkSizes(const OwnReport& report, const Images& images, const Texts& texts, const OwnGeometry& region)
 {
-    region = {0, 0, image.width, image.height};
-    const OrvROI* roi = image.roi;
-    if (!roi)
-        return ORV_STATUS_OK;
-    if (roi->xOffset >= image.width)
-        return ownWtFail(report, ORV_STATUS_BAD_ROI_SIZE, texts.xOffset);
-    if (roi->yOffset >= image.height)
-        return ownWtFail(report, ORV_STATUS_BAD_ROI_SIZE, texts.yOffset);
-    region.x = roi->xOffset;
-    region.y = roi->yOffset;
-    region.width = roi->width < image.width - roi->xOffset ? roi->width : image.width - roi->xOffset;
-    region.height = roi->height < image.height - roi->yOffset ? roi->height : image.height - roi->yOffset;
-    return ORV_STATUS_OK;
-}
-
-int32_t checkSizes(const OwnReport& report, const Images& images, const Texts& texts, const Region& region)
-{
-    bool oddWidth = region.width % 2 != 0;
-    bool oddHeight = region.height % 2 != 0;
     for (int i = 0; i < 4; ++i) {
         const SubbandTexts& names = texts.subbands[i];
-        if (images.subbands[i]->width != (region.width + 1) / 2)
-            return ownWtFail(report, ORV_STATUS_BAD_IMAGE_SIZE, oddWidth ? names.oddWidth : names.evenWidth);
-        if (images.subbands[i]->height != (region.height + 1) / 2)
-            return ownWtFail(report, ORV_STATUS_BAD_IMAGE_SIZE, oddHeight ? names.oddHeight : names.evenHeight);
+        if (report.when(images.subbands[i]->width != (int64_t{region.width} + 1) / 2, ORV_STATUS_BAD_IMAGE_SIZE,
+                        region.width % 2 ? names.oddWidth : names.evenWidth))
+            return ORV_STATUS_BAD_IMAGE_SIZE;
+        if (report.when(images.subbands[i]->height != (int64_t{region.height} + 1) / 2, ORV_STATUS_BAD_IMAGE_SIZE,
+                        region.height % 2 ? names.oddHeight : names.evenHeight))
+            return ORV_STATUS_BAD_IMAGE_SIZE;
     }
     for (int i = 1; i < 4; ++i)
-        if (images.subbands[i]->widthStep != images.subbands[0]->widthStep)
-            return ownWtFail(report, ORV_STATUS_BAD_WIDTH_STEP, "Not equal decomposed images widthStep values.");
+        if (report.when(images.subbands[i]->widthStep != images.subbands[0]->widthStep, ORV_STATUS_BAD_WIDTH_STEP,
+                        "Not equal decomposed images widthStep values."))
+            return ORV_STATUS_BAD_WIDTH_STEP;
     return ORV_STATUS_OK;
 }
 
-// All checks of a call but that of the kernel's pointer. The status of the first failure, which has been reported.
+// All checks of a call but that of the kernel's pointer, and the picture's region. The status of the first failure, which has
+// been reported.
 int32_t check(const OwnReport& report, const OrvWtFilter& low, const OrvWtFilter& high, const Images& images,
-              const Texts& texts, Region& region)
+              const Texts& texts, OwnGeometry& region)
 {
     if (int32_t status = ownWtCheckFilter(report, low, texts.low))
         return status;
@@ -154,8 +142,7 @@ int32_t check(const OwnReport& report, const OrvWtFilter& low, const OrvWtFilter
         return status;
     if (int32_t status = checkHeaders(report, images, texts))
         return status;
-    if (int32_t status = findRegion(report, *images.whole, texts.whole, region))
-        return status;
+    ownPlaneGeometry(*images.whole, region);
     return checkSizes(report, images, texts, region);
 }
 
@@ -188,10 +175,10 @@ double tapAt(const OrvWtFilter& filter, int64_t k)
     return k >= 0 && k < filter.length ? filter.taps[k] : 0.0;
 }
 
-template <class T>
-T* rowOf(const OrvImage& image, int64_t y)
+// Where column x of a row of a subband lies, which may be any address.
+uint8_t* floatsAt(const OrvImage& subband, int64_t y, int64_t x)
 {
-    return reinterpret_cast<T*>(image.imageData + y * image.widthStep);
+    return subband.imageData + y * subband.widthStep + x * int64_t{sizeof(float)};
 }
 
 // Lines of `n` samples with room for their continuation from index `start` to before index `end`.
@@ -250,28 +237,27 @@ struct Analysis {
 // a time where they can: most of their rows are the same.
 struct Decomposition {
     const OwnWtKernels& kernels = ownWtKernels();
-    const OrvImage& src;
-    Region region;
+    const OwnGeometry& src;
     const Analysis& analysis;
 
-    int64_t columns = (region.width + 1) / 2;
-    int64_t rows = (region.height + 1) / 2;
+    int64_t columns = (int64_t{src.width} + 1) / 2;
+    int64_t rows = (int64_t{src.height} + 1) / 2;
 
     // A row goes through the filters in chunks, whose samples stay in the nearest cache. A chunk of n steps takes n + reach
     // pairs of samples.
     int64_t reach = floorDiv2(analysis.last) - floorDiv2(analysis.first);
     int64_t chunk = larger(256, 4 * reach);
-    OwnScratch<uint8_t> edge{2 * (chunk + reach)};      // the pixels of a chunk that goes beyond an end of the row
-    OwnScratch<double> samples{2 * (chunk + reach)};    // even, then odd
-    OwnScratch<const double*> shifted{analysis.count};  // the samples for each tap
+    OwnScratch<uint8_t> edge{2 * (chunk + reach)};    // the pixels of a chunk that goes beyond an end of the row
+    OwnScratch<double> samples{2 * (chunk + reach)};  // even, then odd
+    OwnScratch<const void*> shifted{analysis.count};  // the samples for each tap
 
     bool whole = analysis.count + 2 >= 2 * rows;
     int64_t depth = whole ? 2 * rows : analysis.count + 2;  // rows of the ring
     int64_t half = ((columns + 15) & -16) + 16;             // floats of a filtered row and its way to the next
     OwnScratch<float> ring{2 * half * depth};               // low-pass, then high-pass half
     // The halves from the last slot of the ring down, repeated so that a step finds its rows side by side wherever it begins.
-    OwnScratch<const float*> lowRows{depth + analysis.count + 2};
-    OwnScratch<const float*> highRows{depth + analysis.count + 2};
+    OwnScratch<const void*> lowRows{depth + analysis.count + 2};
+    OwnScratch<const void*> highRows{depth + analysis.count + 2};
 
     bool ready() const { return edge && samples && shifted && ring && lowRows && highRows; }
 
@@ -282,8 +268,9 @@ struct Decomposition {
             shifted[k] = samples.data + (t & 1) * (chunk + reach) + floorDiv2(t) - floorDiv2(analysis.first);
         }
         for (int64_t k = 0; k < depth + analysis.count + 2; ++k) {
-            lowRows[k] = ring.data + 2 * half * (depth - 1 - k % depth);
-            highRows[k] = lowRows[k] + half;
+            const float* row = ring.data + 2 * half * (depth - 1 - k % depth);
+            lowRows[k] = row;
+            highRows[k] = row + half;
         }
     }
 
@@ -294,12 +281,12 @@ struct Decomposition {
     // last pixel doubled where the width is odd.
     const uint8_t* pixelsOf(const uint8_t* row, int64_t first, int64_t pairs)
     {
-        if (first >= 0 && 2 * (first + pairs) <= region.width)
+        if (first >= 0 && 2 * (first + pairs) <= src.width)
             return row + 2 * first;
         int64_t from = modulo(2 * first, 2 * columns);
         for (int64_t done = 0; done < 2 * pairs;) {
-            int64_t run = smaller(larger(region.width - from, 1), 2 * pairs - done);
-            memcpy(edge.data + done, row + smaller(from, region.width - 1), size_t(run));
+            int64_t run = smaller(larger(src.width - from, 1), 2 * pairs - done);
+            memcpy(edge.data + done, row + smaller(from, src.width - 1), size_t(run));
             done += run;
             from += run;
             from = from == 2 * columns ? 0 : from;
@@ -310,8 +297,7 @@ struct Decomposition {
     // Filters row y of the continued picture into its slot. The last row is doubled where the height is odd.
     void filterRow(int64_t y)
     {
-        int64_t source = region.y + smaller(modulo(y, 2 * rows), region.height - 1);
-        const uint8_t* row = rowOf<uint8_t>(src, source) + region.x;
+        const uint8_t* row = src.start + smaller(modulo(y, 2 * rows), src.height - 1) * src.rowStep;
         float* low = ring.data + 2 * half * slotOf(y);
         for (int64_t x = 0; x < columns; x += chunk) {
             int64_t n = smaller(chunk, columns - x);
@@ -322,13 +308,13 @@ struct Decomposition {
     }
 
     // Takes `steps` steps, one or two, along columns from..to of one half of the ring, into two subbands from column `out` on.
-    void filterColumns(const float* const* window, int64_t i, int steps, int64_t from, int64_t to, const OrvImage& low,
+    void filterColumns(const void* const* window, int64_t i, int steps, int64_t from, int64_t to, const OrvImage& low,
                        const OrvImage& high, int64_t out)
     {
-        float* outputs[4];
+        void* outputs[4];
         for (ptrdiff_t step = 0; step < steps; ++step) {
-            outputs[2 * step] = rowOf<float>(low, i + step) + out;
-            outputs[2 * step + 1] = rowOf<float>(high, modulo(i + step - analysis.shift, rows)) + out;
+            outputs[2 * step] = floatsAt(low, i + step, out);
+            outputs[2 * step + 1] = floatsAt(high, modulo(i + step - analysis.shift, rows), out);
         }
         (steps == 2 ? kernels.filterRowsTwice : kernels.filterRows)(window, analysis.taps.data, analysis.count, from,
                                                                     outputs, to - from);
@@ -395,18 +381,17 @@ struct Synthesis {
 
 struct Reconstruction {
     const OwnWtKernels& kernels = ownWtKernels();
-    const OrvImage& dst;
-    Region region;
+    const OwnGeometry& dst;
     const Synthesis& synthesis;
 
-    int64_t columns = (region.width + 1) / 2;
-    int64_t rows = (region.height + 1) / 2;
+    int64_t columns = (int64_t{dst.width} + 1) / 2;
+    int64_t rows = (int64_t{dst.height} + 1) / 2;
     int64_t steps = columns - synthesis.phase;  // along a row
     // Two rows of the low-pass half and two of the high-pass half, as the steps along the columns yield them.
     Lines<float> halves{4, columns, smaller(synthesis.lowFirst, synthesis.highFirst),
                         steps + larger(synthesis.lowLast, synthesis.highLast)};
     OwnScratch<float> joined{2 * steps};
-    OwnScratch<const float*> window{synthesis.count};
+    OwnScratch<const void*> window{synthesis.count};
 
     bool ready() const { return halves.block && joined && window; }
 
@@ -416,9 +401,9 @@ struct Reconstruction {
         for (int64_t k = 0; k < synthesis.count; ++k) {
             bool isLow = k < synthesis.lowCount;
             int64_t y = m + (isLow ? synthesis.lowLast - k : synthesis.highLast - (k - synthesis.lowCount));
-            window[k] = rowOf<const float>(isLow ? low : high, modulo(y, rows));
+            window[k] = floatsAt(isLow ? low : high, modulo(y, rows), 0);
         }
-        float* outputs[2] = {first, second};
+        void* outputs[2] = {first, second};
         kernels.filterRows(window.data, synthesis.taps.data, synthesis.count, 0, outputs, columns);
     }
 
@@ -430,13 +415,15 @@ struct Reconstruction {
         for (int64_t k = 0; k < synthesis.count; ++k)
             window[k] = k < synthesis.lowCount ? halves[lowLine] + synthesis.lowLast - k
                                                : halves[highLine] + synthesis.highLast - (k - synthesis.lowCount);
-        float* outputs[2] = {joined.data, joined.data + steps};
+        float* even = joined.data;
+        float* odd = joined.data + steps;
+        void* outputs[2] = {even, odd};
         kernels.filterRows(window.data, synthesis.taps.data, synthesis.count, 0, outputs, steps);
-        uint8_t* pixels = rowOf<uint8_t>(dst, region.y + y) + region.x;
+        uint8_t* pixels = dst.start + y * dst.rowStep;
         if (synthesis.phase == 0)
-            kernels.join(outputs[0], outputs[1], pixels, region.width);
+            kernels.join(even, odd, pixels, dst.width);
         else
-            kernels.join(outputs[1], outputs[0] + 1, pixels, region.width);
+            kernels.join(odd, even + 1, pixels, dst.width);
     }
 
     void run(OrvImage* const (&subbands)[4])
@@ -446,7 +433,7 @@ struct Reconstruction {
             mergeRows(*subbands[2], *subbands[3], m, halves[2], halves[3]);
             for (int output = 0; output < 2; ++output) {
                 int64_t y = modulo(2 * m + synthesis.phase + output, 2 * rows);
-                if (y < region.height)
+                if (y < dst.height)
                     mergeLines(output, 2 + output, y);
             }
         }
@@ -460,17 +447,17 @@ int32_t ORV_CALL orvWtDecompose(const OrvWtKernel* wtKernel, OrvImage* src, OrvI
 {
     constexpr OwnReport report{"orvWtDecompose", source};
     orvSetErrStatus(ORV_STATUS_OK);
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
     Images images = {src, {approxDst, xDetailDst, yDetailDst, dDetailDst}};
-    Region region;
+    OwnGeometry region;
     if (int32_t status = check(report, wtKernel->filtDecLow, wtKernel->filtDecHigh, images, decomposeTexts, region))
         return status;
 
     Analysis analysis(wtKernel->filtDecLow, wtKernel->filtDecHigh);
-    Decomposition decomposition{.src = *src, .region = region, .analysis = analysis};
-    if (!analysis.taps || !decomposition.ready())
-        return ownWtFail(report, ORV_STATUS_NO_MEMORY, "No working memory.");
+    Decomposition decomposition{.src = region, .analysis = analysis};
+    if (report.when(!analysis.taps || !decomposition.ready(), ORV_STATUS_NO_MEMORY, "No working memory."))
+        return ORV_STATUS_NO_MEMORY;
     decomposition.run(images.subbands);
     return ORV_STATUS_OK;
 }
@@ -480,17 +467,17 @@ int32_t ORV_CALL orvWtReconstruct(const OrvWtKernel* wtKernel, OrvImage* approxS
 {
     constexpr OwnReport report{"orvWtReconstruct", source};
     orvSetErrStatus(ORV_STATUS_OK);
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
     Images images = {dst, {approxSrc, xDetailSrc, yDetailSrc, dDetailSrc}};
-    Region region;
+    OwnGeometry region;
     if (int32_t status = check(report, wtKernel->filtRecLow, wtKernel->filtRecHigh, images, reconstructTexts, region))
         return status;
 
     Synthesis synthesis(wtKernel->filtRecLow, wtKernel->filtRecHigh);
-    Reconstruction reconstruction{.dst = *dst, .region = region, .synthesis = synthesis};
-    if (!synthesis.taps || !reconstruction.ready())
-        return ownWtFail(report, ORV_STATUS_NO_MEMORY, "No working memory.");
+    Reconstruction reconstruction{.dst = region, .synthesis = synthesis};
+    if (report.when(!synthesis.taps || !reconstruction.ready(), ORV_STATUS_NO_MEMORY, "No working memory."))
+        return ORV_STATUS_NO_MEMORY;
     reconstruction.run(images.subbands);
     return ORV_STATUS_OK;
 }

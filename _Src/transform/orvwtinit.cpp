@@ -56,8 +56,8 @@ int32_t makeUserKernel(const OwnReport& report, const OrvWtFilter (&from)[filter
     made.kernel.orthogonality = ORV_WT_UNKNOWN;
     for (int i = 0; i < filters; ++i) {
         float* taps = orvsMalloc(from[i].length);
-        if (!taps)
-            return ownWtFail(report, ORV_STATUS_NO_MEMORY, "No working memory.");
+        if (report.when(!taps, ORV_STATUS_NO_MEMORY, "No working memory."))
+            return ORV_STATUS_NO_MEMORY;
         memcpy(taps, from[i].taps, size_t(from[i].length) * sizeof(float));
         filterOf(made.kernel, i) = {taps, from[i].length, from[i].offset, ORV_WT_UNKNOWN};
     }
@@ -71,8 +71,8 @@ int32_t ORV_CALL orvWtInit(int32_t wtType, int32_t par1, int32_t par2, OrvWtKern
 {
     constexpr OwnReport report{"orvWtInit", source};
     orvSetErrStatus(ORV_STATUS_OK);
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
     const OrvWtKernel* kernel = ownWtCatalogueKernel(report, wtType, par1, par2);
     if (!kernel)
         return ORV_STATUS_BAD_ARG;
@@ -90,10 +90,10 @@ int32_t ORV_CALL orvWtInitUserFilter4(const OrvWtFilter* filt, OrvWtKernel* wtKe
         OWN_WT_FILTER_TEXTS("filt[3]"),
     };
     orvSetErrStatus(ORV_STATUS_OK);
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
-    if (!filt)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by filt was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!filt, ORV_STATUS_NULL_POINTER, "Null pointer by filt was passed."))
+        return ORV_STATUS_NULL_POINTER;
     for (int i = 0; i < filters; ++i)
         if (int32_t status = ownWtCheckFilter(report, filt[i], texts[i]))
             return status;
@@ -111,16 +111,16 @@ int32_t ORV_CALL orvWtInitUserFilter(const OrvWtFilter* decLow, const OrvWtFilte
         OWN_WT_FILTER_TEXTS("(*recHigh)"),
     };
     orvSetErrStatus(ORV_STATUS_OK);
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
-    if (!decLow)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by decLow was passed.");
-    if (!decHigh)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by decHigh was passed.");
-    if (!recLow)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by recLow was passed.");
-    if (!recHigh)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by recHigh was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!decLow, ORV_STATUS_NULL_POINTER, "Null pointer by decLow was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!decHigh, ORV_STATUS_NULL_POINTER, "Null pointer by decHigh was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!recLow, ORV_STATUS_NULL_POINTER, "Null pointer by recLow was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!recHigh, ORV_STATUS_NULL_POINTER, "Null pointer by recHigh was passed."))
+        return ORV_STATUS_NULL_POINTER;
     const OrvWtFilter from[filters] = {*decLow, *decHigh, *recLow, *recHigh};
     for (int i = 0; i < filters; ++i)
         if (int32_t status = ownWtCheckFilter(report, from[i], texts[i]))
@@ -145,18 +145,18 @@ int32_t ORV_CALL orvWtInitUserTaps(float* const* tap_filt, const int32_t* len_fi
         {nullptr, "Error len_filt[3] < 2.", "Error ofs_filt[3] >= len_filt[3].", "Error ofs_filt[3] < 0."},
     };
     orvSetErrStatus(ORV_STATUS_OK);
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
-    if (!tap_filt)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by tap_filt was passed.");
-    if (!len_filt)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by len_filt was passed.");
-    if (!ofs_filt)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by ofs_filt was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!tap_filt, ORV_STATUS_NULL_POINTER, "Null pointer by tap_filt was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!len_filt, ORV_STATUS_NULL_POINTER, "Null pointer by len_filt was passed."))
+        return ORV_STATUS_NULL_POINTER;
+    if (report.when(!ofs_filt, ORV_STATUS_NULL_POINTER, "Null pointer by ofs_filt was passed."))
+        return ORV_STATUS_NULL_POINTER;
     OrvWtFilter from[filters];
     for (int i = 0; i < filters; ++i) {
-        if (!tap_filt[i])
-            return ownWtFail(report, ORV_STATUS_NULL_POINTER, tapTexts[i]);
+        if (report.when(!tap_filt[i], ORV_STATUS_NULL_POINTER, tapTexts[i]))
+            return ORV_STATUS_NULL_POINTER;
         from[i] = {tap_filt[i], len_filt[i], ofs_filt[i], ORV_WT_UNKNOWN};
     }
     for (int i = 0; i < filters; ++i)
@@ -168,8 +168,8 @@ int32_t ORV_CALL orvWtInitUserTaps(float* const* tap_filt, const int32_t* len_fi
 int32_t ORV_CALL orvWtFree(OrvWtKernel* wtKernel)
 {
     constexpr OwnReport report{"orvWtFree", source};
-    if (!wtKernel)
-        return ownWtFail(report, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed.");
+    if (report.when(!wtKernel, ORV_STATUS_NULL_POINTER, "Null pointer by wtKernel was passed."))
+        return ORV_STATUS_NULL_POINTER;
     if (wtKernel->wtType == ORV_WT_USER)
         freeTaps(*wtKernel);
     *wtKernel = {};

@@ -1,32 +1,43 @@
 // The Fourier transforms' tables and work buffers, which the calling thread keeps.
 #pragma once
 
+#include "../core/ownfourier.h"
 #include "kernels/ownfft.h"
+#include "owncaches.h"
 
-// The values of T that the direct transform of `length` in blocks of `lanes` needs as work space: sums and differences of
-// complex lines, the two values that have no partner, and the table.
+// The work buffers of a call.
+enum OwnFftBuffer { OWN_FFT_SPECTRA, OWN_FFT_BLOCK, OWN_FFT_LINES, OWN_FFT_SCRATCH, OWN_FFT_BUFFERS };
+
+// Buffers only grow. All zero means empty.
+struct OwnFftCaches {
+    static constexpr int count = 32;
+
+    float* work[OWN_FFT_BUFFERS];
+    int32_t workSize[OWN_FFT_BUFFERS];  // in values of 4 bytes
+    OwnLengthTables<OwnFourierTable<float>> floating;
+    OwnLengthTables<int32_t> direct;  // of the fixed-point core
+    int16_t* twiddle[count];          // the same, by log2 of the length
+    int32_t* bitReversal[count];      // the same
+
+    static void release(void* record);
+};
+
+// A work buffer for at least `count` values of 4 bytes, at the start of a cache line. NULL if there is no memory.
 template <class T>
-constexpr int64_t ownFftDirectScratch(int64_t length, int64_t lanes)
+T* ownFftWork(OwnFftCaches& caches, OwnFftBuffer buffer, int64_t count);
+
+const OwnFourierTable<float>* ownFftTable(OwnFftCaches& caches, int32_t length);
+
+// Fills in what transforms real lines of the length, or complex ones, in fixed point. Work space of the direct transform is
+// left out. False if there is no memory, or no place for one more direct table.
+bool ownFftRealTables(OwnFftCaches& caches, int32_t length, OwnFftFixedLength& tables);
+bool ownFftComplexTables(OwnFftCaches& caches, int32_t length, OwnFftFixedLength& tables);
+
+// The logarithm of a power of two above 1, otherwise 0.
+inline int32_t ownFftLog2(int32_t length)
 {
-    int64_t wide = (length - 1) / 2 * 4 * lanes + 4 * lanes + 2 * length;
-    constexpr int64_t wideBytes = sizeof(typename OwnFftTypes<T>::Wide);
-    return wide * wideBytes / int64_t(sizeof(T));
+    return length > 1 && (length & (length - 1)) == 0 ? __builtin_ctz(uint32_t(length)) : 0;
 }
 
-// The next work buffer of the running call, for at least `count` values. NULL if there is no memory or no slot left.
-template <class T>
-T* ownFftWork(OrvContext& context, int64_t count);
-template <>
-float* ownFftWork<float>(OrvContext& context, int64_t count);
-template <>
-int32_t* ownFftWork<int32_t>(OrvContext& context, int64_t count);
-
-// Fills in what transforms real lines of the length, or complex ones; log2 is 0 unless it is a power of two above 1. Work
-// space of the direct transform is left out. False if there is no memory, or no place for one more direct table.
-bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables);
-bool ownFftRealTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables);
-bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<float>& tables);
-bool ownFftComplexTables(OrvContext& context, int32_t length, int32_t log2, OwnFftLength<int32_t>& tables);
-
-// Real lines of power-of-two length go through a complex core of half their length, from this logarithm on.
+// Fixed-point real lines of power-of-two length go through a complex core of half their length, from this logarithm on.
 constexpr int32_t ownFftRealCoreLog2 = 2;

@@ -1,360 +1,303 @@
-// The drivers of the Fourier transforms. No exported functions.
+// The driver of the Fourier transforms.
 //
-// A driver takes all the memory that it needs before it stores anything, and then goes through the channels. Rows and
-// columns pass in groups of as many as a vector has lanes. Real to packed, a group of columns is stored as soon as it is
-// transformed; by then all rows have been read, so that the images may be the same. Packed to real likewise.
+// All memory is taken before anything is stored; then channel after channel goes through two passes. Rows and columns pass in
+// groups of as many as a block has lanes. Real to packed, a group of columns is stored as soon as it is transformed; by then
+// all rows have been read, so that the images may be the same. Packed to real likewise.
 #include "ownfftdrive.h"
-#include "../core/ownpixels.h"
+
+#include "../core/ownregion.h"
 #include "ownfftcache.h"
+#include "ownlinegroups.h"
 
 namespace {
 
 template <class T>
-const OwnFftCoreKernels<T>& kernelsOf();
-
-template <>
-const OwnFftCoreKernels<float>& kernelsOf<float>()
-{
-    return ownFftKernels().floating;
-}
-
-template <>
-const OwnFftCoreKernels<int32_t>& kernelsOf<int32_t>()
-{
-    return ownFftKernels().fixed;
-}
-
-enum Lanes { singleLines, vectorLanes };
-
-// Blocks of vector lanes hold lines that are not there if there are too few; up to this many values nobody minds.
-constexpr int64_t smallBlock = 1 << 19;
+constexpr bool isFixed = T(0.5) == 0;
 
 template <class T>
-Lanes lanesFor(int32_t lines, int32_t length)
+const OwnFftCoreKernels<T>& kernelsOf()
 {
-    int64_t lanes = kernelsOf<T>().blocks[vectorLanes].lanes;
-    return lines >= lanes || length * lanes <= smallBlock ? vectorLanes : singleLines;
-}
-
-// How the lines of one direction of an image are transformed.
-template <class T>
-struct LineKit {
-    const OwnFftBlocks<T>* blocks;
-    const OwnFftTransforms<T>* real;
-    const OwnFftTransforms<T>* complex;
-    OwnFftLength<T> length;
-};
-
-template <class T>
-bool prepareKit(OrvContext& context, int32_t length, int32_t log2, Lanes lanes, bool alsoComplex, LineKit<T>& kit)
-{
-    const OwnFftCoreKernels<T>& kernels = kernelsOf<T>();
-    bool realDirect = log2 < ownFftRealCoreLog2, complexDirect = log2 == 0;
-    kit.blocks = &kernels.blocks[lanes];
-    kit.real = realDirect ? &kernels.direct[lanes] : &kernels.core[lanes];
-    kit.complex = complexDirect ? &kernels.direct[lanes] : &kernels.core[lanes];
-    kit.length = {};
-    if (!ownFftRealTables(context, length, log2, kit.length))
-        return false;
-    if (alsoComplex && !ownFftComplexTables(context, length, log2, kit.length))
-        return false;
-    if (!realDirect && !(alsoComplex && complexDirect))
-        return true;
-    kit.length.directScratch = ownFftWork<T>(context, ownFftDirectScratch<T>(length, kit.blocks->lanes));
-    return kit.length.directScratch != nullptr;
-}
-
-// The factor of a division by the number of elements. The fixed-point core divides where it stores, or not at all for 0.
-template <class T>
-float factor(const OwnFftPlan& plan)
-{
-    if (!plan.scale)
-        return ownFftIsFixed<T> ? 0.0f : 1.0f;
-    return float(1.0 / (double(plan.width) * plan.height));
-}
-
-template <class T>
-const OwnFftMoves<T>& movesOf(const OwnFftPlan& plan)
-{
-    if constexpr (ownFftIsFixed<T>)
-        return plan.intMoves;
+    if constexpr (isFixed<T>)
+        return ownFftKernels().fixed;
     else
-        return plan.floatMoves;
+        return ownFftKernels().floating;
 }
 
-OwnFftPixels regionPixels(uint8_t* data, int32_t x, int32_t y, int64_t channel, int32_t step,
-                          const OwnFftLayout& layout)
-{
-    uint8_t* first = data + ptrdiff_t{y} * step + x * layout.pixelStep + ptrdiff_t(channel) * layout.channelStep;
-    bool aligned = (reinterpret_cast<uintptr_t>(first) | uintptr_t(step)) % alignof(float) == 0;
-    return {first, step, layout.pixelStep, layout.sideBySide && layout.isFloat && aligned};
-}
+// ---- Lines of one length --------------------------------------------------------------------------------------------
 
-OwnFftPixels sourcePixels(const OwnFftPlan& plan)
-{
-    return regionPixels(plan.srcData, plan.srcX, plan.srcY, int64_t{plan.srcFirstChannel} + plan.channel, plan.srcStep,
-                        plan.srcLayout);
-}
-
-OwnFftPixels destinationPixels(const OwnFftPlan& plan)
-{
-    return regionPixels(plan.dstData, plan.dstX, plan.dstY, int64_t{plan.dstFirstChannel} + plan.channel, plan.dstStep,
-                        plan.dstLayout);
-}
-
-// A packed line of n values from a line of pairs, in which it begins at value 1; and back. The line has room for n + 2.
+// How a core transforms lines of one length.
 template <class T>
-void packPairs(T* line, int32_t n)
-{
-    if (n % 2 == 0)
-        line[n] = line[1];
-    line[1] = line[0];
-}
+struct LineKit;
 
-template <class T>
-void unpackPairs(T* line, int32_t n)
-{
-    line[0] = line[1];
-    line[1] = n % 2 == 0 ? line[n] : 0;
-}
+template <>
+struct LineKit<float> {
+    const OwnFftBlocks<float>* blocks;
+    const OwnFourierLines<float>* lines;
+    const OwnFourierTable<float>* table;
+    float* scratch;
 
-// ---- One line ----
-
-template <class T, bool isColumn, bool toPacked>
-bool transformLine(OrvContext& context)
-{
-    OwnFftPlan& plan = context.fftPlan;
-    int32_t n = isColumn ? plan.height : plan.width;
-    LineKit<T> kit;
-    if (!prepareKit(context, n, isColumn ? plan.heightLog2 : plan.widthLog2, singleLines, false, kit))
-        return false;
-    T* line = ownFftWork<T>(context, int64_t{n} + 2);
-    if (!line)
-        return false;
-    const OwnFftMoves<T>& moves = movesOf<T>(plan);
-    auto load = isColumn ? moves.loadColumn : moves.loadRow;
-    auto store = isColumn ? moves.storeColumn : moves.storeRow;
-    for (plan.channel = 0; plan.channel < plan.channelCount; ++plan.channel) {
-        OwnFftPixels src = sourcePixels(plan), dst = destinationPixels(plan);
-        load(src.first, isColumn ? src.rowStep : src.pixelStep, toPacked ? line : line + 1, n);
-        if (toPacked) {
-            kit.real->realToPairs(line, kit.length, plan.direction);
-            packPairs(line, n);
-        } else {
-            unpackPairs(line, n);
-            kit.real->pairsToReal(line, kit.length, plan.direction);
-        }
-        store(toPacked ? line + 1 : line, dst.first, isColumn ? dst.rowStep : dst.pixelStep, n, factor<T>(plan));
+    bool prepare(OwnFftCaches& caches, int32_t length, OwnLanes lanes)
+    {
+        blocks = &kernelsOf<float>().blocks[lanes];
+        lines = &ownFourierKernels().floats[lanes];
+        table = ownFftTable(caches, length);
+        return table != nullptr;
     }
-    return true;
-}
-
-// ---- Two dimensions ----
-
-template <class T>
-struct WorkSpace {
-    LineKit<T> rows;
-    LineKit<T> columns;
-    T* image;  // the work image
-    T* block;  // of rows, or of columns
-    T* lines;  // the real columns, lineStep values apart
-    ptrdiff_t lineStep;
+    int64_t blockSize() const { return int64_t{2} * table->room * blocks->complexLanes; }
+    int64_t scratchSize() const { return int64_t{2} * table->scratch * blocks->complexLanes; }
+    const int32_t* order() const { return table->order; }
+    void complex(float* block, int32_t direction) const { lines->transform(block, scratch, *table, direction); }
+    void realToSpectra(float* block, int32_t direction) const { complex(block, direction); }
+    void spectraToReal(float* block, int32_t direction) const { complex(block, direction); }
 };
 
-// Full groups of rows reach the work image in whole cache lines.
-constexpr int64_t cacheLine = 64;
+template <>
+struct LineKit<int32_t> {
+    const OwnFftBlocks<int32_t>* blocks;
+    const OwnFftFixedTransforms* realLines;
+    const OwnFftFixedTransforms* complexLines;
+    OwnFftFixedLength length;
+    int32_t* scratch;
 
-template <class T>
-bool prepareWork(OrvContext& context, WorkSpace<T>& work)
-{
-    const OwnFftPlan& plan = context.fftPlan;
-    int64_t width = plan.width, height = plan.height;
-    if (!prepareKit(context, plan.width, plan.widthLog2, lanesFor<T>(plan.height, plan.width), false, work.rows))
-        return false;
-    if (!prepareKit(context, plan.height, plan.heightLog2, lanesFor<T>((plan.width - 1) / 2, plan.height), true,
-                    work.columns))
-        return false;
-    int64_t rowBlock = (width + 2) * work.rows.blocks->lanes;
-    int64_t columnBlock = (2 * height + 2) * work.columns.blocks->lanes;
-    work.lineStep = height + 2;
-    work.image = ownFftWork<T>(context, width * height + cacheLine / int64_t{sizeof(T)});
-    work.block = ownFftWork<T>(context, rowBlock > columnBlock ? rowBlock : columnBlock);
-    work.lines = ownFftWork<T>(context, 2 * work.lineStep);
-    if (!work.image || !work.block || !work.lines)
-        return false;
-    uintptr_t past = reinterpret_cast<uintptr_t>(work.image) % cacheLine;
-    work.image += past ? (cacheLine - past) / sizeof(T) : 0;
-    return true;
-}
-
-// Calls `pass(first, columns, address)` for each group of complex columns; first counts from 0, the address is in the work
-// image.
-template <class T, class Pass>
-void eachColumnGroup(const OwnFftPlan& plan, const WorkSpace<T>& work, Pass pass)
-{
-    int32_t count = (plan.width - 1) / 2;
-    int32_t lanes = work.columns.blocks->lanes;
-    for (int32_t first = 0; first < count; first += lanes) {
-        int32_t columns = count - first < lanes ? count - first : lanes;
-        pass(first, columns, work.image + plan.height + 2 * ptrdiff_t{first} * plan.height);
+    bool prepare(OwnFftCaches& caches, int32_t n, OwnLanes lanes)
+    {
+        const OwnFftKernels& kernels = ownFftKernels();
+        int32_t log2 = ownFftLog2(n);
+        blocks = &kernels.fixed.blocks[lanes];
+        realLines = log2 < ownFftRealCoreLog2 ? &kernels.direct[lanes] : &kernels.core[lanes];
+        complexLines = log2 == 0 ? &kernels.direct[lanes] : &kernels.core[lanes];
+        length = {};
+        return ownFftRealTables(caches, n, length) && ownFftComplexTables(caches, n, length);
     }
-}
-
-// Calls `pass(first, rows)` for each group of rows.
-template <class T, class Pass>
-void eachRowGroup(const OwnFftPlan& plan, const WorkSpace<T>& work, Pass pass)
-{
-    int32_t lanes = work.rows.blocks->lanes;
-    for (int32_t first = 0; first < plan.height; first += lanes)
-        pass(first, plan.height - first < lanes ? plan.height - first : lanes);
-}
-
-OwnFftPixels fromRow(OwnFftPixels pixels, int32_t row)
-{
-    pixels.first += row * pixels.rowStep;
-    return pixels;
-}
-
-// Column 0 and column W / 2 of the work image become packed lines.
-template <class T>
-void realColumnsToLines(const OwnFftPlan& plan, const WorkSpace<T>& work)
-{
-    const OwnFftBlocks<T>& blocks = *work.columns.blocks;
-    int32_t count = 1 + plan.widthEven;
-    ptrdiff_t columnStep = (ptrdiff_t{plan.width} - 1) * plan.height;
-    for (int32_t first = 0; first < count; first += blocks.lanes) {
-        int32_t some = count - first < blocks.lanes ? count - first : blocks.lanes;
-        T* lines = work.lines + first * work.lineStep;
-        blocks.linesIn(work.image + first * columnStep, columnStep, some, plan.height, work.block);
-        work.columns.real->realToPairs(work.block, work.columns.length, plan.direction);
-        blocks.linesOut(work.block, lines, work.lineStep, some, ptrdiff_t{plan.height} + 1, 1);
+    int64_t blockSize() const { return (2 * int64_t{length.length} + 2) * blocks->complexLanes; }
+    int64_t scratchSize() const
+    {
+        return length.direct ? ownFftDirectScratch(length.length, blocks->complexLanes) / int64_t{sizeof(int32_t)} : 0;
     }
-    for (int32_t l = 0; l < count; ++l)
-        packPairs(work.lines + l * work.lineStep, plan.height);
-}
+    const int32_t* order() const { return nullptr; }
+    void complex(int32_t* block, int32_t direction) const { run(complexLines->complex, block, direction); }
+    void realToSpectra(int32_t* block, int32_t direction) const { run(realLines->realToPairs, block, direction); }
+    void spectraToReal(int32_t* block, int32_t direction) const { run(realLines->pairsToReal, block, direction); }
 
-// And back, times the scale.
-template <class T>
-void linesToRealColumns(const OwnFftPlan& plan, const WorkSpace<T>& work, float scale)
-{
-    const OwnFftBlocks<T>& blocks = *work.columns.blocks;
-    int32_t count = 1 + plan.widthEven;
-    ptrdiff_t columnStep = (ptrdiff_t{plan.width} - 1) * plan.height;
-    for (int32_t l = 0; l < count; ++l)
-        unpackPairs(work.lines + l * work.lineStep, plan.height);
-    for (int32_t first = 0; first < count; first += blocks.lanes) {
-        int32_t some = count - first < blocks.lanes ? count - first : blocks.lanes;
-        const T* lines = work.lines + first * work.lineStep;
-        blocks.linesIn(lines, work.lineStep, some, ptrdiff_t{plan.height} + 1, work.block);
-        work.columns.real->pairsToReal(work.block, work.columns.length, plan.direction);
-        blocks.linesOut(work.block, work.image + first * columnStep, columnStep, some, plan.height, scale);
+private:
+    void run(OwnFftFixedTransforms::Transform transform, int32_t* block, int32_t direction) const
+    {
+        OwnFftFixedLength with = length;
+        with.directScratch = scratch;
+        transform(block, with, direction);
     }
-}
+};
+
+// ---- One call -------------------------------------------------------------------------------------------------------
+
+// The real columns of the spectra, of which even widths have two, others one.
+constexpr int32_t mostEdges = 2;
 
 template <class T>
-void realToPacked(OwnFftPlan& plan, const WorkSpace<T>& work, const OwnFftPixels& src, const OwnFftPixels& dst)
-{
-    const OwnFftMoves<T>& moves = movesOf<T>(plan);
-    eachRowGroup(plan, work, [&](int32_t first, int32_t rows) {
-        work.rows.blocks->rowsIn(fromRow(src, first), moves.loadRow, rows, plan.width, work.block);
-        work.rows.real->realToPairs(work.block, work.rows.length, plan.direction);
-        work.rows.blocks->pairsOut(work.block, work.image, first, rows, plan.width, plan.height);
-    });
-    realColumnsToLines(plan, work);
-    float scale = factor<T>(plan);
-    T* carry = work.lines + 1;
-    eachColumnGroup(plan, work, [&](int32_t first, int32_t columns, const T* from) {
-        work.columns.blocks->linesIn(from, 2 * ptrdiff_t{plan.height}, columns, 2 * ptrdiff_t{plan.height}, work.block);
-        work.columns.complex->complex(work.block, work.columns.length, plan.direction);
-        moves.storeSpectrum(work.block, carry, dst, moves.storeRow, 2 * first, columns, plan.height, scale);
-    });
-    int32_t carried = (plan.width - 1) / 2 * 2;
-    moves.storeColumn(carry, dst.first + carried * dst.pixelStep, dst.rowStep, plan.height, scale);
-    if (plan.widthEven)
-        moves.storeColumn(carry + work.lineStep, dst.first + (plan.width - 1) * dst.pixelStep, dst.rowStep, plan.height,
-                          scale);
-}
+class Driver {
+public:
+    Driver(const OwnFftPlan& plan_, OwnFftCaches& caches_)
+        : plan(plan_),
+          caches(caches_),
+          columnCount((plan.width - 1) / 2),
+          edgeCount(plan.width % 2 == 0 ? 2 : 1),
+          scale(plan.divides ? float(1.0 / (double(plan.width) * plan.height))
+                : isFixed<T> ? 0.0f
+                             : 1.0f)
+    {
+    }
 
-template <class T>
-void packedToReal(OwnFftPlan& plan, const WorkSpace<T>& work, const OwnFftPixels& src, const OwnFftPixels& dst)
-{
-    const OwnFftMoves<T>& moves = movesOf<T>(plan);
-    float scale = factor<T>(plan);
-    moves.loadColumn(src.first, src.rowStep, work.lines + 1, plan.height);
-    if (plan.widthEven)
-        moves.loadColumn(src.first + (plan.width - 1) * src.pixelStep, src.rowStep, work.lines + 1 + work.lineStep,
-                         plan.height);
-    linesToRealColumns(plan, work, scale);
-    eachColumnGroup(plan, work, [&](int32_t first, int32_t columns, T* to) {
-        moves.loadSpectrum(src, moves.loadRow, 2 * first + 1, columns, plan.height, work.block);
-        work.columns.complex->complex(work.block, work.columns.length, plan.direction);
-        work.columns.blocks->linesOut(work.block, to, 2 * ptrdiff_t{plan.height}, columns, 2 * ptrdiff_t{plan.height},
+    bool run()
+    {
+        if (!prepare())
+            return false;
+        for (int32_t channel = 0; channel < plan.src.channels; ++channel) {
+            Side src = sideOf(plan.src, plan.srcDepth, channel), dst = sideOf(plan.dst, plan.dstDepth, channel);
+            if (plan.toPacked)
+                realToPacked(src, dst);
+            else
+                packedToReal(src, dst);
+        }
+        return true;
+    }
+
+private:
+    // One channel of an image.
+    struct Side {
+        OwnGeometry image;
+        const OwnFftRow<T>* row;      // converts single values
+        const OwnFftRow<T>* convert;  // the same, or NULL where rows are values of T side by side
+
+        OwnGeometry part(int32_t x, int32_t y, int32_t width, int32_t height) const
+        {
+            return ownPart(image, row->bytes, x, y, width, height);
+        }
+    };
+
+    Side sideOf(const OwnGeometry& image, OwnDepthIndex depth, int32_t channel) const
+    {
+        const OwnFftRow<T>* row = &kernelsOf<T>().rows[depth];
+        Side side = {image, row, depth == OWN_32F && image.pixelStep == 1 ? nullptr : row};
+        side.image.start = ownChannelStart(image, channel, int(row->bytes));
+        side.image.width = plan.width;
+        side.image.height = plan.height;
+        return side;
+    }
+
+    // Values of the complex columns, of whole groups.
+    int64_t columnsSize(int64_t count, int64_t rowCount) const
+    {
+        int64_t lanes = columns.blocks->complexLanes;
+        return (count + lanes - 1) / lanes * lanes * 2 * rowCount;
+    }
+
+    bool prepare()
+    {
+        const OwnFftBlocks<T>& widest = kernelsOf<T>().blocks[OWN_VECTOR_LANES];
+        int64_t height = plan.height;
+        if (!rows.prepare(caches, plan.width, ownLanesFor(plan.height, widest.realLanes, plan.width)) ||
+            !columns.prepare(caches, plan.height, ownLanesFor(columnCount, widest.complexLanes, plan.height)))
+            return false;
+        int64_t blockSize = ownLarger(rows.blockSize(), columns.blockSize());
+        int64_t scratchSize = ownLarger(rows.scratchSize(), columns.scratchSize());
+        T* complexColumns = ownFftWork<T>(caches, OWN_FFT_SPECTRA, columnsSize(columnCount, height));
+        edges =
+            ownFftWork<T>(caches, OWN_FFT_LINES, mostEdges * (height + 2) + columnsSize((height - 1) / 2, mostEdges));
+        block = ownFftWork<T>(caches, OWN_FFT_BLOCK, blockSize);
+        T* scratch = ownFftWork<T>(caches, OWN_FFT_SCRATCH, scratchSize);
+        if (!complexColumns || !edges || !block || !scratch)
+            return false;
+        rows.scratch = columns.scratch = scratch;
+        packedEdges = edges + mostEdges * height;
+        spectra = {edges, edges + height, complexColumns, ptrdiff_t(height), columns.blocks->complexLanes};
+        return true;
+    }
+
+    // The real columns as rows of an image.
+    OwnGeometry edgeRows(int32_t first, int32_t count) const
+    {
+        ptrdiff_t step = ptrdiff_t{plan.height} * ptrdiff_t{sizeof(T)};
+        return {reinterpret_cast<uint8_t*>(edges) + first * step, step, 0, 1, 1, 0, plan.height, count};
+    }
+
+    // The spectra of `count` of them.
+    OwnFftSpectra<T> edgeSpectra(int32_t count) const
+    {
+        T* middle = packedEdges + mostEdges;
+        return {packedEdges, middle, middle + mostEdges, count, columns.blocks->complexLanes};
+    }
+
+    // Calls move(place in a packed line, value of its spectrum) for all values of real column first + l of `count`.
+    template <class Move>
+    void eachPacked(int32_t first, int32_t l, int32_t count, Move move) const
+    {
+        OwnFftSpectra<T> from = edgeSpectra(count);
+        T* line = edges + ptrdiff_t{first + l} * plan.height;
+        move(line[0], from.first[l]);
+        if (plan.height % 2 == 0)
+            move(line[plan.height - 1], from.middle[l]);
+        const ptrdiff_t pairs = (plan.height - 1) / 2;
+        for (ptrdiff_t k = 1; k <= pairs; ++k) {
+            T* value = from.at(k, l);
+            move(line[2 * k - 1], value[0]);
+            move(line[2 * k], value[from.lanes]);
+        }
+    }
+
+    // The real columns become packed lines, and back.
+    void packEdges()
+    {
+        const OwnFftBlocks<T>& blocks = *columns.blocks;
+        ownEachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
+            blocks.imageRowsIn(edgeRows(first, count), nullptr, columns.order(), block);
+            columns.realToSpectra(block, plan.direction);
+            blocks.spectraOut(block, edgeSpectra(count), 0, count, plan.height);
+            for (int32_t l = 0; l < count; ++l)
+                eachPacked(first, l, count, [](T& packed, T value) { packed = value; });
+        });
+    }
+
+    void unpackEdges(float factor)
+    {
+        const OwnFftBlocks<T>& blocks = *columns.blocks;
+        ownEachGroup(edgeCount, blocks.realLanes, [&](int32_t first, int32_t count) {
+            for (int32_t l = 0; l < count; ++l)
+                eachPacked(first, l, count, [](T packed, T& value) { value = packed; });
+            blocks.spectraIn(edgeSpectra(count), 0, count, plan.height, columns.order(), block);
+            columns.spectraToReal(block, plan.direction);
+            blocks.imageRowsOut(block, nullptr, edgeRows(first, count), nullptr, factor);
+        });
+    }
+
+    // A column of a packed spectrum, between the image and a line.
+    void loadColumn(const Side& side, int32_t x, T* line) const
+    {
+        for (int32_t y = 0; y < plan.height; ++y)
+            side.row->load(side.part(x, y, 1, 1).start, 1, line + y, 1);
+    }
+
+    void storeColumn(const T* line, const Side& side, int32_t x) const
+    {
+        for (int32_t y = 0; y < plan.height; ++y)
+            side.row->store(line + y, side.part(x, y, 1, 1).start, 1, 1, scale);
+    }
+
+    void realToPacked(const Side& src, const Side& dst)
+    {
+        ownEachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
+            rows.blocks->imageRowsIn(src.part(0, first, plan.width, count), src.convert, rows.order(), block);
+            rows.realToSpectra(block, plan.direction);
+            rows.blocks->spectraOut(block, spectra, first, count, plan.width);
+        });
+        packEdges();
+        T* carry = edges;
+        ownEachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
+            columns.blocks->columnsIn(spectra.at(first + 1, 0), plan.height, columns.order(), block);
+            columns.complex(block, plan.direction);
+            columns.blocks->packedOut(block, carry, dst.part(2 * first, 0, 2 * count, plan.height), dst.convert, count,
                                       scale);
-    });
-    eachRowGroup(plan, work, [&](int32_t first, int32_t rows) {
-        work.rows.blocks->pairsIn(work.image, first, rows, plan.width, plan.height, work.block);
-        work.rows.real->pairsToReal(work.block, work.rows.length, plan.direction);
-        work.rows.blocks->rowsOut(work.block, fromRow(dst, first), moves.storeRow, rows, plan.width,
-                                  ownFftIsFixed<T> ? scale : 1.0f);
-    });
-}
-
-template <class T, bool toPacked>
-bool transformImage(OrvContext& context)
-{
-    OwnFftPlan& plan = context.fftPlan;
-    WorkSpace<T> work;
-    if (!prepareWork(context, work))
-        return false;
-    for (plan.channel = 0; plan.channel < plan.channelCount; ++plan.channel) {
-        OwnFftPixels src = sourcePixels(plan), dst = destinationPixels(plan);
-        if (toPacked)
-            realToPacked(plan, work, src, dst);
-        else
-            packedToReal(plan, work, src, dst);
+        });
+        storeColumn(carry, dst, 2 * columnCount);
+        if (edgeCount == 2)
+            storeColumn(edges + plan.height, dst, plan.width - 1);
     }
-    return true;
-}
 
-template <class T>
-void chooseDrivers(OwnFftPlan& plan)
-{
-    if (plan.height == 1) {
-        plan.realDriver = transformLine<T, false, true>;
-        plan.ccsDriver = transformLine<T, false, false>;
-    } else if (plan.width == 1) {
-        plan.realDriver = transformLine<T, true, true>;
-        plan.ccsDriver = transformLine<T, true, false>;
-    } else {
-        plan.realDriver = transformImage<T, true>;
-        plan.ccsDriver = transformImage<T, false>;
+    void packedToReal(const Side& src, const Side& dst)
+    {
+        loadColumn(src, 0, edges);
+        if (edgeCount == 2)
+            loadColumn(src, plan.width - 1, edges + plan.height);
+        unpackEdges(scale);
+        ownEachGroup(columnCount, columns.blocks->complexLanes, [&](int32_t first, int32_t count) {
+            columns.blocks->packedIn(src.part(2 * first + 1, 0, 2 * count, plan.height), src.convert, count,
+                                     columns.order(), block);
+            columns.complex(block, plan.direction);
+            columns.blocks->columnsOut(block, spectra.at(first + 1, 0), plan.height, scale);
+        });
+        ownEachGroup(plan.height, rows.blocks->realLanes, [&](int32_t first, int32_t count) {
+            rows.blocks->spectraIn(spectra, first, count, plan.width, rows.order(), block);
+            rows.spectraToReal(block, plan.direction);
+            rows.blocks->imageRowsOut(block, nullptr, dst.part(0, first, plan.width, count), dst.convert,
+                                      isFixed<T> ? scale : 1.0f);
+        });
     }
-}
+
+    const OwnFftPlan& plan;
+    OwnFftCaches& caches;
+    int32_t columnCount;  // complex columns of the spectra
+    int32_t edgeCount;    // real ones
+    float scale;          // the fixed-point core divides where it stores, or not at all for 0
+    LineKit<T> rows = {};
+    LineKit<T> columns = {};
+    OwnFftSpectra<T> spectra = {};  // of all rows
+    T* edges = nullptr;             // the real columns, or packed lines of them
+    T* packedEdges = nullptr;       // their spectra
+    T* block = nullptr;             // of rows, or of columns
+};
 
 }  // namespace
 
-template <class T>
-bool ownFftChoose(OwnFftPlan& plan, uint32_t srcDepth, uint32_t dstDepth)
+bool ownFftRun(const OwnFftPlan& plan, OwnFftCaches& caches)
 {
-    const OwnFftCoreKernels<T>& kernels = kernelsOf<T>();
-    const OwnFftLines<T>& from = kernels.lines[ownDepthIndex(srcDepth)];
-    const OwnFftLines<T>& to = kernels.lines[ownDepthIndex(dstDepth)];
-    if (!from.load || !to.store)
-        return false;
-    const OwnFftBlocks<T>& columns = kernels.blocks[lanesFor<T>((plan.width - 1) / 2, plan.height)];
-    OwnFftMoves<T> moves = {plan.srcLayout.sideBySide ? from.load : from.loadStrided,
-                            from.loadStrided,
-                            plan.dstLayout.sideBySide ? to.store : to.storeStrided,
-                            to.storeStrided,
-                            columns.loadSpectrum,
-                            columns.storeSpectrum};
-    if constexpr (ownFftIsFixed<T>)
-        plan.intMoves = moves;
-    else
-        plan.floatMoves = moves;
-    chooseDrivers<T>(plan);
-    return true;
+    return plan.fixedPoint ? Driver<int32_t>(plan, caches).run() : Driver<float>(plan, caches).run();
 }
-
-template bool ownFftChoose<float>(OwnFftPlan& plan, uint32_t srcDepth, uint32_t dstDepth);
-template bool ownFftChoose<int32_t>(OwnFftPlan& plan, uint32_t srcDepth, uint32_t dstDepth);

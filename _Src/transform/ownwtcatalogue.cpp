@@ -352,10 +352,9 @@ constexpr OrvWtKernel quadraticSpline = splineKernel<3, 3>(ORV_WT_QUADRATIC_SPLI
 template <int N>
 const OrvWtKernel* findOrder(const OwnReport& report, const OrvWtKernel (&family)[N], int32_t par1)
 {
-    if (par1 >= 1 && par1 <= N)
-        return &family[par1 - 1];
-    report(ORV_STATUS_BAD_ARG, "Bad par1   value.");
-    return nullptr;
+    if (report.when(par1 < 1 || par1 > N, ORV_STATUS_BAD_ARG, "Bad par1   value."))
+        return nullptr;
+    return &family[par1 - 1];
 }
 
 template <int N>
@@ -363,17 +362,21 @@ const OrvWtKernel* findPair(const OwnReport& report, const OrvWtKernel (&family)
 {
     if (report.when(par1 < 1 || par1 > 3, ORV_STATUS_BAD_ARG, "Bad par1   value."))
         return nullptr;
+    const OrvWtKernel* found = nullptr;
     for (const OrvWtKernel& kernel : family)
         if (kernel.par1 == par1 && kernel.par2 == par2)
-            return &kernel;
-    report(ORV_STATUS_BAD_ARG, "Bad par2   value.");
-    return nullptr;
+            found = &kernel;
+    if (report.when(!found, ORV_STATUS_BAD_ARG, "Bad par2   value."))
+        return nullptr;
+    return found;
 }
 
 }  // namespace
 
 const OrvWtKernel* ownWtCatalogueKernel(const OwnReport& report, int32_t wtType, int32_t par1, int32_t par2)
 {
+    if (report.when(wtType < ORV_WT_HAAR || wtType > ORV_WT_QUADRATIC_SPLINE, ORV_STATUS_BAD_ARG, "Bad wtType value."))
+        return nullptr;
     switch (wtType) {
     case ORV_WT_HAAR: return &haar;
     case ORV_WT_DAUBECHIES: return findOrder(report, daubechies, par1);
@@ -383,7 +386,6 @@ const OrvWtKernel* ownWtCatalogueKernel(const OwnReport& report, int32_t wtType,
     case ORV_WT_BSPLINE: return findPair(report, splines, par1, par2);
     case ORV_WT_BSPLINE_DUAL: return findPair(report, exchangedSplines, par1, par2);
     case ORV_WT_LINEAR_SPLINE: return &linearSpline;
-    case ORV_WT_QUADRATIC_SPLINE: return &quadraticSpline;
-    default: report(ORV_STATUS_BAD_ARG, "Bad wtType value."); return nullptr;
+    default: return &quadraticSpline;
     }
 }

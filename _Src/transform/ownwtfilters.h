@@ -7,13 +7,6 @@
 // The catalogue's kernel, a constant; NULL after a report if there is none.
 const OrvWtKernel* ownWtCatalogueKernel(const OwnReport& report, int32_t wtType, int32_t par1, int32_t par2);
 
-// Reports and returns `status`.
-inline int32_t ownWtFail(const OwnReport& report, int32_t status, const char* context, int32_t line = __builtin_LINE())
-{
-    report(status, context, line);
-    return status;
-}
-
 // The texts for a filter's faults.
 struct OwnWtFilterTexts {
     const char* taps;
@@ -32,13 +25,14 @@ struct OwnWtFilterTexts {
 inline int32_t ownWtCheckFilter(const OwnReport& report, const OrvWtFilter& filter, const OwnWtFilterTexts& texts,
                                 int32_t line = __builtin_LINE())
 {
-    if (!filter.taps)
-        return ownWtFail(report, ORV_STATUS_BAD_FILTER, texts.taps, line);
-    if (filter.length < 2)
-        return ownWtFail(report, ORV_STATUS_BAD_FILTER, texts.length, line);
-    if (filter.offset >= filter.length)
-        return ownWtFail(report, ORV_STATUS_BAD_FILTER, texts.offsetAbove, line);
-    if (filter.offset < 0)
-        return ownWtFail(report, ORV_STATUS_BAD_FILTER, texts.offsetBelow, line);
+    constexpr int32_t fault = ORV_STATUS_BAD_FILTER;
+    if (report.when(!filter.taps, fault, texts.taps, line))
+        return fault;
+    if (report.when(filter.length < 2, fault, texts.length, line))
+        return fault;
+    if (report.when(filter.offset >= filter.length, fault, texts.offsetAbove, line))
+        return fault;
+    if (report.when(filter.offset < 0, fault, texts.offsetBelow, line))
+        return fault;
     return ORV_STATUS_OK;
 }

@@ -28,18 +28,28 @@ enum {
  * - For even W, column W - 1 holds F(v, W / 2) in the same way.
  * - Columns 2k - 1 and 2k of row v hold real and imaginary part of F(v, k), k = 1 to (W - 1) / 2.
  *
- * The transforms work on the images' regions, whose smaller width and height count, channel by channel; masks are not looked
- * at. Depths may be any but 1U and need not be the same: values are rounded to nearest, ties to even, and saturated
- * where they are stored. Source and destination may be the same image. Any size will do. Lengths that are powers of two
- * take about N log N steps (radix-4 decimation in time; in fixed point radix-4 decimation in frequency; real lines as
- * complex ones of half the length: J. W. Cooley, P. A. W. Lewis and P. D. Welch, "The fast Fourier transform algorithm:
- * programming considerations in the calculation of sine, cosine and Laplace transforms", J. Sound Vib. 12, 1970), all other
- * lengths N squared.
+ * The transforms work on the images' regions, whose smaller width and height count, channel by channel; masks are not
+ * looked at. Depths may be any but 1U and need not be the same: values are rounded to nearest, ties to even, and
+ * saturated where they are stored, and what is no number becomes 0. Source and destination may be the same image.
+ *
+ * Any size will do. In floating-point arithmetic, which is single precision, all lengths N take about N log N steps:
+ * products of 2, 3, 5, 7, 11 and 13 by mixed radix (J. W. Cooley and J. W. Tukey, "An algorithm for the machine
+ * calculation of complex Fourier series", Math. Comp. 19, 1965), with prime factors up to 61 at some more cost, with
+ * larger ones as a convolution at about four times the cost (L. I. Bluestein, "A linear filtering approach to the
+ * computation of discrete Fourier transform", IEEE Trans. AU-18, 1970). The root of the mean square error, relative
+ * to that of the result, stays below 3e-7 times the logarithm to base 2 of the number of pixels, and is usually a
+ * tenth of it. In fixed point lengths that are powers of two take N log N steps (radix 4; real lines as complex ones
+ * of half the length: J. W. Cooley, P. A. W. Lewis and P. D. Welch, "The fast Fourier transform algorithm:
+ * programming considerations in the calculation of sine, cosine and Laplace transforms", J. Sound Vib. 12, 1970), all
+ * other lengths N squared.
  *
  * The fixed-point arithmetic wraps around where a spectrum's values, of the whole image, do not fit 26 bits.
  *
- * Tables and work buffers are kept for the calling thread, so that repeated transforms of a size allocate nothing. A call with
- * ORV_FFT_RELEASE releases them and does nothing else; the images may then be NULL. They end with the thread. */
+ * Tables and work buffers are kept for the calling thread, so that repeated transforms of a size allocate nothing:
+ * about 4 bytes for each pixel of the largest transform so far, which is 64 MB after one of 4096 x 4096 pixels, and for
+ * up to 32 lengths tables of 12 bytes for each pixel of a line, or about 100 where the length has a prime factor above
+ * 61. A call with ORV_FFT_RELEASE releases all that and does nothing else; the images may then be NULL. The thread's end
+ * releases it too. */
 
 /* Transforms a real image into its packed spectrum, or with ORV_FFT_INVERSE into that of the inverse transform.
  *
@@ -77,26 +87,29 @@ enum {
  *     F(u, v) = A(u, v) sum over y, x of f(y, x) cos((2 x + 1) v pi / (2 W)) cos((2 y + 1) u pi / (2 H))
  *
  * with A(0, 0) = 1 / sqrt(W H), sqrt(2) / sqrt(W H) in the rest of the first row and of the first column, and
- * 2 / sqrt(W H) elsewhere; the inverse gives f back from F. Any size is taken; lengths that are powers of two, and blocks of
- * 8 x 8 above all, are fast, other lengths take a time that grows with their square.
+ * 2 / sqrt(W H) elsewhere; the inverse gives f back from F. Any size is taken, at the cost and with the accuracy of a Fourier
+ * transform in single precision; blocks of 8 x 8 have a way of their own.
  *
  * src    pixels, or coefficients for the inverse, of any depth but 1U. Its region gives the size.
  * dst    another image of the same size, number of channels and data order, of any depth but 1U. The result begins at the
- *        start of its region, whose size does not count. Integer values are saturated and rounded to nearest, ties to even:
- *        a forward transform belongs in a 32F image.
+ *        start of its region, whose size does not count. Integer values are saturated and rounded to nearest, ties to even,
+ *        and what is no number becomes 0; a forward transform belongs in a 32F image.
  * flags  ORV_DCT_FORWARD or ORV_DCT_INVERSE.
  *
- * Each channel is transformed by itself, alpha excepted; with a `coi` in both images the selected ones only. Masks are not
- * looked at. Tables are kept for the thread's next call, until ORV_DCT_RELEASE or the thread's end.
+ * Each channel is transformed by itself, alpha excepted; with a `coi` in both images the selected ones only. Masks
+ * are not looked at. Tables like those of the Fourier transforms, and 12 bytes more for each pixel of a line, are kept
+ * for the thread's next calls, until ORV_DCT_RELEASE or the thread's end. While it works a call takes about 4 bytes for
+ * each pixel of the region.
  *
  * Reports ORV_STATUS_BAD_ARG: neither or both directions; a NULL image; `src` and `dst` the same image; depth 1U; a bad
  * alphaChannel of `src`; images that are not compatible: sizes, channels, processed channels or data orders differ, one
  * alone has a region, a region lies partly outside its image or the source's does not fit at the destination's start, a
- * tiled image. Without memory nothing is reported and `dst` stays as it is.
+ * tiled image; ORV_STATUS_NO_MEMORY (the tables). Without memory for the work nothing is reported. Without either
+ * `dst` stays as it is.
  *
- * Method: rows and columns by the recursion of B. G. Lee, "A new algorithm
- * to compute the discrete cosine transform", IEEE Trans. ASSP-32 (1984); blocks of 8 x 8 by Y. Arai, T. Agui and
- * M. Nakajima, "A fast DCT-SQ scheme for images", Trans. IEICE E-71 (1988). */
+ * Method: rows and columns as in J. Makhoul, "A fast cosine transform in one and two dimensions", IEEE Trans. ASSP-28
+ * (1980), from a Fourier transform of their length; blocks of 8 x 8 by Y. Arai, T. Agui and M. Nakajima, "A fast
+ * DCT-SQ scheme for images", Trans. IEICE E-71 (1988). */
 ORV_API(void) orvDCT2D(OrvImage* src, OrvImage* dst, int32_t flags);
 
 /* ---- Wavelet transforms ------------------------------------------------------------------------------------------- */
@@ -205,7 +218,7 @@ ORV_API(int32_t) orvWtDecompose(const OrvWtKernel* wtKernel, OrvImage* src, OrvI
 /* Merges four subbands into an image, the inverse of orvWtDecompose with the same kernel. Along each axis output n is the
  * sum over k of low.taps[k] * u(n + low.offset - k) and high.taps[k] * w(n + high.offset - k), u and w being the two
  * subbands with zeros between their samples, continued periodically. Pixels are clamped to 0 and 255 and rounded to
- * nearest, ties to even.
+ * nearest, ties to even; what is no number becomes 0.
  *
  * wtKernel    of which filtRecLow and filtRecHigh are used.
  * approxSrc, xDetailSrc, yDetailSrc, dDetailSrc   as orvWtDecompose writes them, for the size of dst's region.

@@ -1,4 +1,4 @@
-// Fourier transforms in double precision, and packed spectra as they are told, for tests.
+// Fourier transforms in double precision, and packed spectra by their definition, for tests.
 #pragma once
 
 #include <complex>

@@ -1,52 +1,46 @@
-// Kernels of the cosine transform.
+// Kernels of the cosine transform: blocks of 8 x 8, and what lies between lines of other lengths and their spectra.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include "../../core/kernels/ownfourier.h"
+#include "../../core/owngeometry.h"
 
-#include "../../core/ownisa.h"
-
-// Depths as the kernels number them.
-enum OwnDctDepth { ownDct8U, ownDct8S, ownDct16U, ownDct16S, ownDct32S, ownDct32F, ownDctDepths };
-
-// One channel of a region: where it begins, and how far it is to the next value and the next row.
-struct OwnDctPlane {
-    uint8_t* data;
-    ptrdiff_t step;     // in values
-    ptrdiff_t rowStep;  // in bytes
+// An 8 x 8 channel of one depth, to 64 floats and back.
+struct OwnDctPixels {
+    void (*read)(const OwnGeometry& pixels, float* block);
+    void (*write)(const float* block, const OwnGeometry& pixels);
 };
 
-// How lines of one length are transformed.
-struct OwnDctLine {
-    ptrdiff_t length;
-    bool inverse;
-    const double* const* secants;  // the fast transform's tables, the longest last; not used below a length of 16
-    int32_t levels;                // how many of them
-    const float* cosines;          // the direct transform's table of 4 * length entries; NULL for the fast transform
+struct OwnDctBlock {
+    OwnDctPixels pixels[OWN_DEPTHS];
+
+    // The whole transform, in place.
+    void (*forward)(float* block);
+    void (*inverse)(float* block);
 };
 
-// Lines are worked on in groups of this many, which lie side by side, so that every vector register holds the same
-// sample of several lines.
-constexpr ptrdiff_t ownDctGroup = 8;
+OWN_KERNEL_TABLE(OwnDctBlock, ownDctBlock)
 
+// What lines of one length need, beside the Fourier transform of that length: even samples in their order and odd ones in the
+// opposite order make the line whose spectrum has the coefficients.
+struct OwnDctLength {
+    const OwnFourierTable<float>* fourier;
+    const int32_t* samples;  // the place of each sample in that line
+    const int32_t* order;    // the place of that place in a block of the Fourier transform
+    const float* turns;      // cos and sin of pi k / (2 length), divided by sqrt(2 length), for k up to half the length
+    float first;             // 1 / sqrt(length)
+};
+
+// Lines are side by side as the real lines of the Fourier transform are: two of them are one complex line.
+struct OwnDctLines {
+    // Makes the coefficients, in place, of spectra.
+    void (*toCoefficients)(float* block, const OwnDctLength& length);
+    // Makes spectra, laid as the Fourier transform wants them, of coefficients.
+    void (*toSpectra)(const float* block, const OwnDctLength& length, float* spectra);
+};
+
+// The first is for single lines, the second for as many as a vector has lanes.
 struct OwnDctKernels {
-    // Between a channel, width x height values, and rows of floats that are `stride` apart.
-    void (*read[ownDctDepths])(const OwnDctPlane& plane, float* block, ptrdiff_t stride, ptrdiff_t width,
-                               ptrdiff_t height);
-    void (*write[ownDctDepths])(const OwnDctPlane& plane, const float* block, ptrdiff_t stride, ptrdiff_t width,
-                                ptrdiff_t height);
-
-    // The whole transform of an 8 x 8 block, in place.
-    void (*forward8x8)(float* block);
-    void (*inverse8x8)(float* block);
-
-    // Transforms `count` lines in place. Lines are `lineStep` apart, their samples `step`; one of the two is 1. The scratch
-    // is ownDctGroup * (2 * length + 1) values, aligned to 32 bytes.
-    void (*lines)(float* block, ptrdiff_t lineStep, ptrdiff_t step, ptrdiff_t count, const OwnDctLine& line,
-                  double* scratch);
-
-    // Multiplies by the factor of the orthonormal transform.
-    void (*normalise)(float* block, ptrdiff_t stride, ptrdiff_t width, ptrdiff_t height);
+    OwnDctLines lines[2];
 };
 
 OWN_KERNEL_TABLE(OwnDctKernels, ownDctKernels)

@@ -1,142 +1,122 @@
 // What the Fourier drivers and their kernels share.
 //
-// Lines are transformed several at a time, side by side in the lanes of a block: value e of line l stands at
-// block[e * lanes + l], so that one vector operation does the same step of every line. A block of complex lines holds real
-// and imaginary parts as alternate values.
+// Lines are transformed several at a time, side by side in the lanes of a block, so that one vector operation does the same
+// step of every line: value e of real line l stands at block[e * lanes + l], and of complex line l at
+// block[2 * e * lanes + l] and block[(2 * e + 1) * lanes + l]. Values are floats, or 32-bit integers in the fixed-point core.
 //
-// The spectrum of a real line of length N stands in a block as pairs: value 0 is X(0), value 1 is X(N/2) for even N and of
-// no meaning otherwise, values 2k and 2k + 1 are the parts of X(k), k = 1 to (N - 1) / 2.
+// The floating core takes complex lines of any length, and two real lines as one complex line: a block of real lines has
+// twice as many lanes and is a block of complex lines at once. Values are laid in the order that the transform asks for.
 //
-// The work image holds the rows' spectra of a width by height channel column by column: `height` values of X(0), then
-// `height` pairs for each k, then for even widths `height` values of X(width / 2).
-//
-// Values are floats, or 32-bit integers in the fixed-point core.
+// The fixed-point core makes of a real line of length N pairs: value 0 is X(0), value 1 is X(N/2) for even N and of no
+// meaning otherwise, values 2k and 2k + 1 are the parts of X(k), k = 1 to (N - 1) / 2.
 #pragma once
 
-#include "../../core/owncontext.h"
-#include "../../core/ownisa.h"
+#include "../../core/kernels/ownfourier.h"
+#include "../../core/owngeometry.h"
 
-// The memory of one channel's region.
-struct OwnFftPixels {
-    uint8_t* first;
-    ptrdiff_t rowStep;
-    ptrdiff_t pixelStep;
-    bool direct;  // values of the floating core side by side, which need no conversion
-};
-
-// The lengths of the floating core's stages: runs of up to inCache, merged into runs of up to block, merged into the whole.
-constexpr int32_t ownFftInCacheLog2 = 10;
-constexpr int32_t ownFftBlockLog2 = 14;
-
-// Complex values that the last merge does at a time, for locality.
-constexpr ptrdiff_t ownFftLastMergeStep = 256;
-
-// Floats of an entry of the twiddle tables: three pairs and room to align them.
-constexpr int32_t ownFftTwiddleEntry = 8;
-
-// The tables of the complex core for one length 2^log2, log2 1 or more.
-template <class T>
-struct OwnFftCore;
-
-template <>
-struct OwnFftCore<float> {
-    int32_t log2;
-    const float* twiddle;        // of the length, or of the in-cache length above that
-    const float* upper;          // of the length, above the in-cache length
-    const int32_t* bitReversal;  // above length 8
-};
-
-template <>
-struct OwnFftCore<int32_t> {
+// The tables of the fixed-point core for one length 2^log2, log2 1 or more.
+struct OwnFftCore {
     int32_t log2;
     const int16_t* twiddle;
     int32_t twiddleLog2;         // the table's length, at least log2
     const int32_t* bitReversal;  // above length 8
 };
 
-// True for the values of the fixed-point core.
-template <class T>
-constexpr bool ownFftIsFixed = T(0.5) == 0;
-
-// What goes with the values of a core.
-template <class T>
-struct OwnFftTypes;
-
-template <>
-struct OwnFftTypes<float> {
-    using Split = float;  // in the tables that split and join real lines
-    using Wide = double;  // in the sums of the direct transform
-};
-
-template <>
-struct OwnFftTypes<int32_t> {
-    using Split = int16_t;
-    using Wide = int32_t;
-};
-
-// The tables for lines of one length. Those of a way that lines of this length do not take are empty.
-template <class T>
-struct OwnFftLength {
+// What lines of one length need in fixed point. Tables of a way that lines of this length do not take are empty.
+struct OwnFftFixedLength {
     int32_t length;
-    const T* direct;                              // table of the direct transform: cos, -sin
-    void* directScratch;                          // its work space, of ownFftDirectScratch values
-    OwnFftCore<T> whole;                          // for complex lines
-    OwnFftCore<T> half;                           // for real lines, as complex lines of half their length, and
-    const typename OwnFftTypes<T>::Split* split;  // the table that splits and joins these
+    const int32_t* direct;  // table of the direct transform: cos, -sin
+    void* directScratch;    // its work space
+    OwnFftCore whole;       // for complex lines
+    OwnFftCore half;        // for real lines, as complex lines of half their length, and
+    const int16_t* split;   // the table that splits and joins these
 };
 
-// The transforms of the lines of a block. A direction of -1 is the inverse, which does not divide.
-template <class T>
-struct OwnFftTransforms {
-    using Transform = void (*)(T* block, const OwnFftLength<T>& length, int32_t direction);
+// The fixed-point transforms of the lines of a block. A direction of -1 is the inverse, which does not divide.
+struct OwnFftFixedTransforms {
+    using Transform = void (*)(int32_t* block, const OwnFftFixedLength& length, int32_t direction);
 
     Transform realToPairs;
     Transform pairsToReal;
     Transform complex;
 };
 
-// How lines come into a block of `lanes` lanes and leave it.
+// Bytes that the direct transform needs as work space: sums and differences of complex lines, and the two values that have
+// no partner.
+constexpr int64_t ownFftDirectScratch(int64_t length, int64_t lanes)
+{
+    return ((length - 1) / 2 * 4 + 4) * lanes * int64_t{sizeof(int32_t)};
+}
+
+// Rows of an image to values of T and back: `count` pixels of a row, `step` values apart. The floating core multiplies by
+// `scale` first; so does the fixed-point core, unless it is 0.
 template <class T>
-struct OwnFftBlocks {
-    using Moves = OwnFftMoves<T>;
-
-    int32_t lanes;
-
-    // `count` lines of `length` values, lineStep values apart in memory. Lanes without a line get any value. Going back,
-    // the floating core multiplies by `scale`.
-    void (*linesIn)(const T* lines, ptrdiff_t lineStep, int32_t count, ptrdiff_t length, T* block);
-    void (*linesOut)(const T* block, T* lines, ptrdiff_t lineStep, int32_t count, ptrdiff_t length, float scale);
-
-    // Rows of an image.
-    void (*rowsIn)(const OwnFftPixels& pixels, typename Moves::Load load, int32_t rows, int32_t width, T* block);
-    void (*rowsOut)(const T* block, const OwnFftPixels& pixels, typename Moves::Store store, int32_t rows,
-                    int32_t width, float scale);
-
-    // The pairs of `rows` rows of the work image, the first of which is firstRow.
-    void (*pairsOut)(const T* block, T* work, int32_t firstRow, int32_t rows, int32_t width, int32_t height);
-    void (*pairsIn)(const T* work, int32_t firstRow, int32_t rows, int32_t width, int32_t height, T* block);
-
-    // Complex columns of a packed spectrum in an image. Loading, firstColumn is the image column of the first real part.
-    // Storing, it is one less: the column that `carry` holds, one value a row, goes with the others except for the
-    // last one, which takes its place in `carry`. So rows are written in pieces that start at even columns.
-    typename Moves::LoadSpectrum loadSpectrum;
-    typename Moves::StoreSpectrum storeSpectrum;
+struct OwnFftRow {
+    void (*load)(const uint8_t* pixels, ptrdiff_t step, T* line, ptrdiff_t count);
+    void (*store)(const T* line, uint8_t* pixels, ptrdiff_t step, ptrdiff_t count, float scale);
+    ptrdiff_t bytes;  // of a pixel's value
 };
 
-// Lines of an image of one depth, of values side by side or at any step. All NULL where a core does not take the depth.
+// The spectra of `rows` rows: the real columns 0 and, for even widths, width / 2, and between them complex columns. These lie
+// in groups as wide as the blocks that take them: of each row the real parts of a group's columns, then the imaginary ones.
 template <class T>
-struct OwnFftLines {
-    typename OwnFftMoves<T>::Load load, loadStrided;
-    typename OwnFftMoves<T>::Store store, storeStrided;
+struct OwnFftSpectra {
+    T* first;
+    T* middle;
+    T* columns;
+    ptrdiff_t rows;
+    ptrdiff_t lanes;  // columns of a group
+
+    // The real part of column k, from 1, in a row; the imaginary part lies `lanes` values further on.
+    [[gnu::always_inline]] T* at(ptrdiff_t k, ptrdiff_t row) const
+    {
+        ptrdiff_t group = (k - 1) / lanes;
+        return columns + (group * rows + row) * 2 * lanes + (k - 1 - group * lanes);
+    }
+};
+
+// How lines come into a block and leave it. Parts of images are given as geometries of one channel; without a conversion
+// they hold values of T side by side. `order` is the place of each value in the block, NULL for the natural order.
+template <class T>
+struct OwnFftBlocks {
+    int32_t realLanes;
+    int32_t complexLanes;
+
+    // Up to realLanes real lines, which are rows of an image. Lanes without a row get values like the others', since
+    // lines that share a complex one share its rounding.
+    void (*imageRowsIn)(const OwnGeometry& rows, const OwnFftRow<T>* convert, const int32_t* order, T* block);
+    void (*imageRowsOut)(const T* block, const int32_t* order, const OwnGeometry& rows, const OwnFftRow<T>* convert,
+                         float scale);
+
+    // Up to realLanes real lines, which are columns of an image; coming in, of values of T side by side.
+    void (*imageColumnsIn)(const OwnGeometry& columns, const int32_t* order, T* block);
+    void (*imageColumnsOut)(const T* block, const int32_t* order, const OwnGeometry& columns,
+                            const OwnFftRow<T>* convert);
+
+    // The spectra of up to realLanes real lines of `length`, as those of the rows from `row` on.
+    void (*spectraOut)(const T* block, const OwnFftSpectra<T>& to, int32_t row, int32_t rows, int32_t length);
+    void (*spectraIn)(const OwnFftSpectra<T>& from, int32_t row, int32_t rows, int32_t length, const int32_t* order,
+                      T* block);
+
+    // A group of complex columns of spectra, as many as the block has lanes. Going back, the floating core multiplies by
+    // `scale`.
+    void (*columnsIn)(const T* columns, ptrdiff_t length, const int32_t* order, T* block);
+    void (*columnsOut)(const T* block, T* columns, ptrdiff_t length, float scale);
+
+    // `count` complex columns of a packed spectrum, which the image begins with. Going out, the image begins a column before
+    // them: the column that `carry` holds, one value a row, goes with the others except for the last one, which takes
+    // its place in `carry`. So rows are written in pieces that start at even columns.
+    void (*packedIn)(const OwnGeometry& image, const OwnFftRow<T>* convert, int32_t count, const int32_t* order,
+                     T* block);
+    void (*packedOut)(const T* block, T* carry, const OwnGeometry& image, const OwnFftRow<T>* convert, int32_t count,
+                      float scale);
 };
 
 // The kernels of one core. Of each two the first serves single lines, the second as many as a vector has lanes.
 template <class T>
 struct OwnFftCoreKernels {
-    const OwnFftTransforms<T>* core;    // lines of power-of-two length, real ones from 4, complex ones from 2
-    const OwnFftTransforms<T>* direct;  // lines of any length
     const OwnFftBlocks<T>* blocks;
-    const OwnFftLines<T>* lines;  // by OwnDepthIndex
+    const OwnFftRow<T>* rows;  // by OwnDepthIndex; NULLs where a core does not take the depth
 };
 
 // A source or the destination of products.
@@ -153,12 +133,12 @@ struct OwnFftProducts {
     Product complex;
 };
 
-constexpr int32_t ownFftDepths = 7;  // as OwnDepthIndex counts them
-
 struct OwnFftKernels {
     OwnFftCoreKernels<float> floating;
     OwnFftCoreKernels<int32_t> fixed;
-    const OwnFftProducts* products;  // by OwnDepthIndex; NULL where there are none
+    const OwnFftFixedTransforms* core;    // lines of power-of-two length, real ones from 4, complex ones from 2
+    const OwnFftFixedTransforms* direct;  // lines of any length
+    const OwnFftProducts* products;       // by OwnDepthIndex; NULL where there are none
 };
 
 OWN_KERNEL_TABLE(OwnFftKernels, ownFftKernels)

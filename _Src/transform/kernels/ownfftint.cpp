@@ -1,20 +1,67 @@
 // The fixed-point core: complex lines of power-of-two length by decimation in frequency, and real lines through them.
 //
 // Values are 32-bit integers that wrap around, twiddles are in Q14.
-#include "ownfftcomplex.h"
+#include "ownfftlanes.h"
 #include "ownfftparts.h"
 
 namespace OWN_ISA {
 namespace {
 
-constexpr int32_t halfRoot = 11585;  // of one half, in Q14
-
-// Times -i.
 template <class V>
-inline Complex<V> quarterTurn(Complex<V> a)
+inline Complex<V> get(const V* x)
 {
-    return {a.im, -a.re};
+    return {x[0], x[1]};
 }
+
+template <class V>
+inline void set(V* x, Complex<V> value)
+{
+    x[0] = value.re;
+    x[1] = value.im;
+}
+
+template <class V>
+inline void exchange(V* a, V* b)
+{
+    Complex<V> kept = get(a);
+    set(a, get(b));
+    set(b, kept);
+}
+
+// Brings values into bit-reversed order, or back. The table, which serves lengths above 8, holds byte offsets in a single
+// line: of values whose indices' middle bits trade places, with the first and the last bit clear. The four settings of these
+// two bits make four exchanges of each pair, and one of each offset that stays, which are read from the table's end.
+template <class V>
+void reverseBits(V* x, int log2, const int32_t* table)
+{
+    if (log2 == 2) {
+        exchange(x + 2, x + 4);
+    } else if (log2 == 3) {
+        exchange(x + 2, x + 8);
+        exchange(x + 6, x + 12);
+    }
+    if (log2 <= 3)
+        return;
+    constexpr int bytesToGroups = 2;  // a value of 8 bytes is two lane groups of 4 a lane
+    ptrdiff_t quarter = ptrdiff_t{1} << (log2 - 2);
+    ptrdiff_t half = 4 * quarter;
+    const int32_t* pair = table;
+    for (; pair[0] != 0; pair += 2) {
+        V* a = x + (pair[0] >> bytesToGroups);
+        V* b = x + (pair[1] >> bytesToGroups);
+        exchange(a, b);
+        exchange(a + 2, b + half);
+        exchange(a + half, b + 2);
+        exchange(a + half + 2, b + half + 2);
+    }
+    const int32_t* own = table + quarter;
+    do {
+        V* a = x + (*own >> bytesToGroups);
+        exchange(a + 2, a + half);
+    } while (*own-- != 0);
+}
+
+constexpr int32_t halfRoot = 11585;  // of one half, in Q14
 
 // Times a table entry cos t, sin t, as cos t - i sin t.
 template <class V>
@@ -89,7 +136,7 @@ void negateImaginary(V* x, ptrdiff_t count)
 }
 
 template <class V>
-void forwardCore(V* x, const OwnFftCore<int32_t>& core)
+void forwardCore(V* x, const OwnFftCore& core)
 {
     ptrdiff_t count = ptrdiff_t{1} << core.log2;
     ptrdiff_t size = count;
@@ -102,7 +149,7 @@ void forwardCore(V* x, const OwnFftCore<int32_t>& core)
 
 // The inverse is the conjugate of the conjugate's forward transform.
 template <class V>
-void complexCore(V* x, const OwnFftCore<int32_t>& core, int32_t direction)
+void complexCore(V* x, const OwnFftCore& core, int32_t direction)
 {
     ptrdiff_t count = ptrdiff_t{1} << core.log2;
     if (direction < 0)
@@ -135,7 +182,7 @@ inline void recombine(V* near, V* far, Complex<V> even, Complex<V> turned)
 }
 
 template <class V>
-void realToPairs(int32_t* block, const OwnFftLength<int32_t>& length, int32_t direction)
+void realToPairs(int32_t* block, const OwnFftFixedLength& length, int32_t direction)
 {
     V* x = groups<V>(block);
     complexCore(x, length.half, direction);
@@ -157,7 +204,7 @@ void realToPairs(int32_t* block, const OwnFftLength<int32_t>& length, int32_t di
 }
 
 template <class V>
-void pairsToReal(int32_t* block, const OwnFftLength<int32_t>& length, int32_t direction)
+void pairsToReal(int32_t* block, const OwnFftFixedLength& length, int32_t direction)
 {
     V* x = groups<V>(block);
     V first = x[0], middle = x[1];
@@ -179,15 +226,17 @@ void pairsToReal(int32_t* block, const OwnFftLength<int32_t>& length, int32_t di
 }
 
 template <class V>
-void complexLines(int32_t* block, const OwnFftLength<int32_t>& length, int32_t direction)
+void complexLines(int32_t* block, const OwnFftFixedLength& length, int32_t direction)
 {
     complexCore(groups<V>(block), length.whole, direction);
 }
 
 }  // namespace
 
-const OwnFftTransforms<int32_t> intCore[2] = {
-    {realToPairs<uint32_t>, pairsToReal<uint32_t>, complexLines<uint32_t>},
-    {realToPairs<IntVector>, pairsToReal<IntVector>, complexLines<IntVector>}};
+const OwnFftFixedTransforms intCore[2] = {{realToPairs<uint32_t>, pairsToReal<uint32_t>, complexLines<uint32_t>},
+                                          {realToPairs<IntVector>, pairsToReal<IntVector>, complexLines<IntVector>}};
+
+const OwnFftKernels ownFftKernels = {
+    {floatBlocks, floatRows}, {intBlocks, intRows}, intCore, intDirect, packedProducts};
 
 }  // namespace OWN_ISA

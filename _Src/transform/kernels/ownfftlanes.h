@@ -2,22 +2,12 @@
 // in the unnamed namespace of the level.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
+#include "../../core/kernels/owncomplex.h"
 #include "ownfft.h"
 
 namespace OWN_ISA {
 namespace {
 
-#if defined(__AVX2__)
-constexpr int vectorBytes = 32;
-#else
-constexpr int vectorBytes = 16;
-#endif
-
-using FloatVector = float __attribute__((vector_size(vectorBytes)));
-using DoubleVector = double __attribute__((vector_size(vectorBytes)));
 // The fixed-point core wraps around, so that it counts without sign.
 using IntVector = uint32_t __attribute__((vector_size(vectorBytes)));
 using SignedVector = int32_t __attribute__((vector_size(vectorBytes)));
@@ -28,17 +18,7 @@ constexpr int vectorLanes = vectorBytes / 4;
 template <class V>
 constexpr int lanesOf = sizeof(V) / 4;
 
-// What the memory of a core's lane groups is declared as.
-template <class V>
-struct ValueOf;
-template <>
-struct ValueOf<FloatVector> {
-    using Type = float;
-};
-template <>
-struct ValueOf<float> {
-    using Type = float;
-};
+// The memory of the fixed-point core's lane groups is declared as signed values.
 template <>
 struct ValueOf<IntVector> {
     using Type = int32_t;
@@ -47,8 +27,6 @@ template <>
 struct ValueOf<uint32_t> {
     using Type = int32_t;
 };
-template <class V>
-using Value = typename ValueOf<V>::Type;
 
 template <class V>
 constexpr bool isFloat = false;

@@ -1,4 +1,5 @@
 // Products of packed spectra.
+#include "../../core/ownvalue.h"
 #include "ownfftlanes.h"
 #include "ownfftparts.h"
 
@@ -7,7 +8,10 @@ namespace {
 
 // How values of a type are multiplied: in what, and how the result comes back.
 template <class T>
-struct Product;
+struct Product {
+    using Wide = double;
+    static T narrow(double value) { return ownRounded<T>(value); }
+};
 
 template <>
 struct Product<float> {
@@ -18,51 +22,26 @@ struct Product<float> {
 template <>
 struct Product<int8_t> {
     using Wide = int32_t;
-    static int8_t narrow(int32_t value)
-    {
-        value = value < -128 ? -128 : value;
-        return int8_t(value > 127 ? 127 : value);
-    }
+    static int8_t narrow(int32_t value) { return ownSaturated<int8_t>(value); }
 };
 
 template <>
 struct Product<int16_t> {
     // The sum of two products may have 33 bits.
     using Wide = int64_t;
-    static int16_t narrow(int64_t value)
-    {
-        value = value < -32768 ? -32768 : value;
-        return int16_t(value > 32767 ? 32767 : value);
-    }
-};
-
-template <>
-struct Product<int32_t> {
-    using Wide = double;
-    static int32_t narrow(double value)
-    {
-        constexpr double low = -2147483648.0, high = 2147483647.0;
-        value = value > low ? value : low;
-        value = value < high ? value : high;
-        // The sum's last bit is worth 1, so that the addition rounds.
-        constexpr double magic = 6755399441055744.0;
-        return int32_t((value + magic) - magic);
-    }
+    static int16_t narrow(int64_t value) { return ownSaturated<int16_t>(value); }
 };
 
 template <class T>
 inline typename Product<T>::Wide read(const uint8_t* from)
 {
-    T value;
-    __builtin_memcpy(&value, from, sizeof(T));
-    return value;
+    return ownLoad<T>(from);
 }
 
 template <class T>
 inline void write(uint8_t* to, typename Product<T>::Wide value)
 {
-    T narrow = Product<T>::narrow(value);
-    __builtin_memcpy(to, &narrow, sizeof(T));
+    ownStore(to, 0, Product<T>::narrow(value));
 }
 
 template <class T>
@@ -107,7 +86,7 @@ constexpr OwnFftProducts products = {multiplyReal<T>, multiplyPairs<T>};
 
 }  // namespace
 
-const OwnFftProducts packedProducts[ownFftDepths] = {
+const OwnFftProducts packedProducts[OWN_DEPTHS] = {
     {}, {}, products<int8_t>, {}, products<int16_t>, products<int32_t>, products<float>};
 
 }  // namespace OWN_ISA

@@ -5,14 +5,12 @@
 
 namespace OWN_ISA {
 
-extern const OwnFftTransforms<float> floatCore[2];    // ownfft.cpp
-extern const OwnFftTransforms<int32_t> intCore[2];    // ownfftint.cpp
-extern const OwnFftTransforms<float> floatDirect[2];  // ownfftdirect.cpp
-extern const OwnFftTransforms<int32_t> intDirect[2];
 extern const OwnFftBlocks<float> floatBlocks[2];  // ownfftmove.cpp
 extern const OwnFftBlocks<int32_t> intBlocks[2];
-extern const OwnFftLines<float> floatLines[ownFftDepths];  // ownfftline.cpp
-extern const OwnFftLines<int32_t> intLines[ownFftDepths];
-extern const OwnFftProducts packedProducts[ownFftDepths];  // ownfftpack.cpp
+extern const OwnFftRow<float> floatRows[OWN_DEPTHS];  // ownfftrow.cpp
+extern const OwnFftRow<int32_t> intRows[OWN_DEPTHS];
+extern const OwnFftFixedTransforms intCore[2];           // ownfftint.cpp
+extern const OwnFftFixedTransforms intDirect[2];         // ownfftdirect.cpp
+extern const OwnFftProducts packedProducts[OWN_DEPTHS];  // ownfftpack.cpp
 
 }  // namespace OWN_ISA

@@ -1,6 +1,8 @@
 // Kernels of the wavelet transforms: sums of rows times taps, and the way between pixels and even and odd samples.
 #include "ownwt.h"
 
+#include "../../core/ownvalue.h"
+
 #if defined(__AVX2__)
 #pragma GCC target("fma")
 #include <immintrin.h>
@@ -12,29 +14,37 @@ namespace {
 
 // Column i of a pair of sums.
 template <class T>
-inline void sumColumn(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* first,
-                      float* second, ptrdiff_t i)
+inline void sumColumn(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, void* first,
+                      void* second, ptrdiff_t i)
 {
     double a = 0;
     double b = 0;
     for (ptrdiff_t k = 0; k < count; ++k) {
-        a += rows[k][start + i] * taps[2 * k];
-        b += rows[k][start + i] * taps[2 * k + 1];
+        double value = ownLoad<T>(rows[k], start + i);
+        a += value * taps[2 * k];
+        b += value * taps[2 * k + 1];
     }
-    first[i] = float(a);
-    second[i] = float(b);
+    ownStore(first, i, float(a));
+    ownStore(second, i, float(b));
 }
 
 #if defined(__AVX2__)
 
-inline __m256d load4(const double* from)
+// Values from index i on.
+template <class T>
+inline __m256d load4(const void* row, ptrdiff_t i)
 {
-    return _mm256_loadu_pd(from);
+    auto* from = static_cast<const char*>(row) + i * ptrdiff_t(sizeof(T));
+    if constexpr (sizeof(T) == sizeof(double))
+        return _mm256_loadu_pd(reinterpret_cast<const double*>(from));
+    else
+        return _mm256_cvtps_pd(_mm_castsi128_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))));
 }
 
-inline __m256d load4(const float* from)
+inline void store4(void* row, ptrdiff_t i, __m256d values)
 {
-    return _mm256_cvtps_pd(_mm_loadu_ps(from));
+    auto* to = static_cast<char*>(row) + i * ptrdiff_t(sizeof(float));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_castps_si128(_mm256_cvtpd_ps(values)));
 }
 
 // Pairs of sums of 4 * vectors columns, which stay in registers.
@@ -63,56 +73,56 @@ struct Sums {
         }
     }
 
-    void store(float* first, float* second) const
+    void store(void* first, void* second, ptrdiff_t i) const
     {
 #pragma GCC unroll 4
         for (int v = 0; v < vectors; ++v) {
-            _mm_storeu_ps(first + 4 * v, _mm256_cvtpd_ps(a[v]));
-            _mm_storeu_ps(second + 4 * v, _mm256_cvtpd_ps(b[v]));
+            store4(first, i + 4 * v, a[v]);
+            store4(second, i + 4 * v, b[v]);
         }
     }
 };
 
-template <int vectors, class T>
-inline void load(const T* row, __m256d (&x)[vectors])
+template <class T, int vectors>
+inline void load(const void* row, ptrdiff_t i, __m256d (&x)[vectors])
 {
 #pragma GCC unroll 4
     for (int v = 0; v < vectors; ++v) {
-        x[v] = load4(row + 4 * v);
+        x[v] = load4<T>(row, i + 4 * v);
         __asm__("" : "+x"(x[v]));  // or else it is loaded again for each use
     }
 }
 
-template <int vectors, class T>
-inline void sumBlock(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t column, float* first,
-                     float* second)
+template <class T, int vectors>
+inline void sumBlock(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, void* first,
+                     void* second, ptrdiff_t i)
 {
     Sums<vectors> sums;
     sums.clear();
     for (ptrdiff_t k = 0; k < count; ++k) {
         __m256d x[vectors];
-        load(rows[k] + column, x);
+        load<T>(rows[k], start + i, x);
         sums.add(x, taps + 2 * k);
     }
-    sums.store(first, second);
+    sums.store(first, second, i);
 }
 
+// Columns i to n of a pair of sums.
 template <class T>
-void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* first, float* second,
-             ptrdiff_t n)
+void sumRows(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, void* first, void* second,
+             ptrdiff_t i, ptrdiff_t n)
 {
-    ptrdiff_t i = 0;
     for (; i + 16 <= n; i += 16)
-        sumBlock<4>(rows, taps, count, start + i, first + i, second + i);
+        sumBlock<T, 4>(rows, taps, count, start, first, second, i);
     for (; i + 4 <= n; i += 4)
-        sumBlock<1>(rows, taps, count, start + i, first + i, second + i);
+        sumBlock<T, 1>(rows, taps, count, start, first, second, i);
     for (; i < n; ++i)
-        sumColumn(rows, taps, count, start, first, second, i);
+        sumColumn<T>(rows, taps, count, start, first, second, i);
 }
 
 // The rows that two steps have in common are loaded once.
-void filterRowsTwice(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
-                     float* const* outputs, ptrdiff_t n)
+void filterRowsTwice(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                     void* const* outputs, ptrdiff_t n)
 {
     ptrdiff_t i = 0;
     for (; i + 8 <= n; i += 8) {
@@ -122,39 +132,38 @@ void filterRowsTwice(const float* const* rows, const double* taps, ptrdiff_t cou
         late.clear();
         __m256d x[2];
         for (ptrdiff_t k = 0; k < 2; ++k) {
-            load(rows[k] + start + i, x);
+            load<float>(rows[k], start + i, x);
             late.add(x, taps + 2 * k);
         }
         for (ptrdiff_t k = 2; k < count; ++k) {
-            load(rows[k] + start + i, x);
+            load<float>(rows[k], start + i, x);
             late.add(x, taps + 2 * k);
             early.add(x, taps + 2 * k - 4);
         }
         for (ptrdiff_t k = count; k < count + 2; ++k) {
-            load(rows[k] + start + i, x);
+            load<float>(rows[k], start + i, x);
             early.add(x, taps + 2 * k - 4);
         }
-        early.store(outputs[0] + i, outputs[1] + i);
-        late.store(outputs[2] + i, outputs[3] + i);
+        early.store(outputs[0], outputs[1], i);
+        late.store(outputs[2], outputs[3], i);
     }
-    sumRows(rows + 2, taps, count, start + i, outputs[0] + i, outputs[1] + i, n - i);
-    sumRows(rows, taps, count, start + i, outputs[2] + i, outputs[3] + i, n - i);
+    sumRows<float>(rows + 2, taps, count, start, outputs[0], outputs[1], i, n);
+    sumRows<float>(rows, taps, count, start, outputs[2], outputs[3], i, n);
 }
 
 #else
 
 // Blocks of columns are the inner loop, so that the compiler makes vectors of them.
 template <class T>
-void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* first, float* second,
-             ptrdiff_t n)
+void sumRows(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, void* first, void* second,
+             ptrdiff_t i, ptrdiff_t n)
 {
     constexpr ptrdiff_t block = 4;
-    ptrdiff_t i = 0;
     for (; i + block <= n; i += block) {
         double a[block] = {};
         double b[block] = {};
         for (ptrdiff_t k = 0; k < count; ++k) {
-            const T* row = rows[k] + start + i;
+            const OwnValues<T> row = {static_cast<const char*>(rows[k]) + (start + i) * ptrdiff_t(sizeof(T))};
             double tapA = taps[2 * k];
             double tapB = taps[2 * k + 1];
             for (ptrdiff_t c = 0; c < block; ++c) {
@@ -163,33 +172,33 @@ void sumRows(const T* const* rows, const double* taps, ptrdiff_t count, ptrdiff_
             }
         }
         for (ptrdiff_t c = 0; c < block; ++c) {
-            first[i + c] = float(a[c]);
-            second[i + c] = float(b[c]);
+            ownStore(first, i + c, float(a[c]));
+            ownStore(second, i + c, float(b[c]));
         }
     }
     for (; i < n; ++i)
-        sumColumn(rows, taps, count, start, first, second, i);
+        sumColumn<T>(rows, taps, count, start, first, second, i);
 }
 
-void filterRowsTwice(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
-                     float* const* outputs, ptrdiff_t n)
+void filterRowsTwice(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                     void* const* outputs, ptrdiff_t n)
 {
-    sumRows(rows + 2, taps, count, start, outputs[0], outputs[1], n);
-    sumRows(rows, taps, count, start, outputs[2], outputs[3], n);
+    sumRows<float>(rows + 2, taps, count, start, outputs[0], outputs[1], 0, n);
+    sumRows<float>(rows, taps, count, start, outputs[2], outputs[3], 0, n);
 }
 
 #endif
 
-void filterSamples(const double* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
+void filterSamples(const void* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
                    ptrdiff_t n)
 {
-    sumRows(rows, taps, count, 0, first, second, n);
+    sumRows<double>(rows, taps, count, 0, first, second, 0, n);
 }
 
-void filterRows(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, float* const* outputs,
+void filterRows(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start, void* const* outputs,
                 ptrdiff_t n)
 {
-    sumRows(rows, taps, count, start, outputs[0], outputs[1], n);
+    sumRows<float>(rows, taps, count, start, outputs[0], outputs[1], 0, n);
 }
 
 void split(const uint8_t* __restrict pixels, ptrdiff_t pairs, double* __restrict even, double* __restrict odd)
@@ -218,22 +227,14 @@ void split(const uint8_t* __restrict pixels, ptrdiff_t pairs, double* __restrict
     }
 }
 
-// The sum with the large constant has no room for a fraction, which rounds as the processor does.
-inline uint8_t pixelOf(float value)
-{
-    constexpr float round = 0x1.8p23f;
-    value = value < 255.0f ? value : 255.0f;
-    value = value > 0.0f ? value : 0.0f;
-    return uint8_t(int32_t(value + round - round));
-}
-
 void join(const float* __restrict even, const float* __restrict odd, uint8_t* __restrict pixels, ptrdiff_t n)
 {
     ptrdiff_t i = 0;
 #if defined(__AVX2__)
     auto load8 = [](const float* from) {
-        __m256 value = _mm256_min_ps(_mm256_loadu_ps(from), _mm256_set1_ps(255.0f));
-        return _mm256_cvtps_epi32(_mm256_max_ps(value, _mm256_setzero_ps()));
+        // Of a value that is no number and another one these take the other.
+        __m256 value = _mm256_max_ps(_mm256_loadu_ps(from), _mm256_setzero_ps());
+        return _mm256_cvtps_epi32(_mm256_min_ps(value, _mm256_set1_ps(255.0f)));
     };
     auto join8 = [&](ptrdiff_t at) { return _mm256_or_si256(load8(even + at), _mm256_slli_epi32(load8(odd + at), 8)); };
     for (; i + 16 <= n / 2; i += 16) {
@@ -242,11 +243,11 @@ void join(const float* __restrict even, const float* __restrict odd, uint8_t* __
     }
 #endif
     for (; i < n / 2; ++i) {
-        pixels[2 * i] = pixelOf(even[i]);
-        pixels[2 * i + 1] = pixelOf(odd[i]);
+        pixels[2 * i] = ownRounded<uint8_t>(even[i]);
+        pixels[2 * i + 1] = ownRounded<uint8_t>(odd[i]);
     }
     if (n % 2)
-        pixels[n - 1] = pixelOf(even[n / 2]);
+        pixels[n - 1] = ownRounded<uint8_t>(even[n / 2]);
 }
 
 }  // namespace

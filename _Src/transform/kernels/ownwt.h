@@ -5,8 +5,8 @@
 // takes the same row at several shifts.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <stddef.h>
+#include <stdint.h>
 
 #include "../../core/ownisa.h"
 
@@ -14,17 +14,17 @@
 // for i below n. Sums run in double precision, in this order, and are rounded to single precision. Taps and samples have
 // single precision whatever their type.
 struct OwnWtKernels {
-    // Along rows, split to even and odd samples.
-    void (*filterSamples)(const double* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
+    // Along rows, split to even and odd samples, which are doubles.
+    void (*filterSamples)(const void* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
                           ptrdiff_t n);
 
-    // Along columns, columns from `start` on of the rows, into two outputs.
-    void (*filterRows)(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
-                       float* const* outputs, ptrdiff_t n);
+    // Along columns, columns from `start` on of rows of floats, into two outputs of floats, all at any address.
+    void (*filterRows)(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                       void* const* outputs, ptrdiff_t n);
 
     // Two steps of filterRows at once, into four outputs: the first step begins two rows later than the second.
-    void (*filterRowsTwice)(const float* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
-                            float* const* outputs, ptrdiff_t n);
+    void (*filterRowsTwice)(const void* const* rows, const double* taps, ptrdiff_t count, ptrdiff_t start,
+                            void* const* outputs, ptrdiff_t n);
 
     // Splits pixels into even and odd samples, `pairs` of each.
     void (*split)(const uint8_t* pixels, ptrdiff_t pairs, double* even, double* odd);
