@@ -14,7 +14,7 @@ OwnGeometry geometryOf(const OrvImage& image)
     return geometry;
 }
 
-// Up to some channels are processed together, also with one behind them that is not: that costs less than to bring
+// Up to some channels are processed together, also with one after them that is not: that costs less than to bring
 // the others together.
 bool fitTogether(const OrvImage& src, const OrvImage& dst)
 {
@@ -65,8 +65,8 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       scatters(!dstBytes || masked || processed != rowStep || dst.pixelStep != rowStep),
       readsBeyondRows(region.y < around.top || source.height - region.yEnd < around.bottom),
       sourceBytes(slotBytes((int64_t{src.width} + reach.left + reach.right) * rowStep, srcBytes)),
-      lanesBytes(slotBytes(int64_t{src.width} * rowStep, dstBytes)),
-      targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{src.width} + 7) / 8, 1))),
+      lanesBytes(slotBytes(int64_t{dst.width} * rowStep, dstBytes)),
+      targetBytes(lanesBytes + (dstBytes ? 0 : slotBytes((int64_t{dst.width} + 7) / 8, 1))),
       sourceRows(usesSlots() ? sourceBytes * sourceSlots : 0),
       targetRows(scatters ? targetBytes * targetSlots : 0),
       bits(srcBytes ? 0 : slotBytes(sourceBytes / 8 + 1, 1))
@@ -128,7 +128,7 @@ void OwnLines::store(int32_t y, int32_t rows)
     if (!scatters)
         return;
     const OwnRowKernels& move = ownRowKernels();
-    OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, src.width, rows};
+    OwnGeometry from = {targetRows.data, ptrdiff_t(targetBytes), 0, rowStep, processed, 0, dst.width, rows};
     OwnGeometry to = dst;
     to.start = targetStart + y * dst.rowStep;
     to.channels = processed;
@@ -140,7 +140,7 @@ void OwnLines::store(int32_t y, int32_t rows)
             from.start += lanesBytes;
         for (int32_t i = 0; i < rows; ++i) {
             uint8_t* bits = masked ? from.start + i * from.rowStep : to.start + i * to.rowStep;
-            move.allBits(targetRows.data + i * targetBytes, 1, 1, {bits, masked ? 0 : to.bit}, src.width);
+            move.allBits(targetRows.data + i * targetBytes, 1, 1, {bits, masked ? 0 : to.bit}, dst.width);
         }
         if (!masked)
             return;

@@ -1,5 +1,5 @@
-// Rows of a rectangle of plain memory in the form in which filters compute on them: the values side by side, whatever the
-// layouts. Rows of bits are bytes, 0 or 1 on the way in and 0 or 255 on the way out.
+// Rows of a rectangle of plain memory in the form in which filters compute on them: the values side by side, whatever
+// the layouts. Rows of bits are bytes, 0 or 1 on the way in and 0 or 255 on the way out.
 //
 //   OwnLines lines(src, dst, mask, reach, 2, 1);
 //   for (int32_t pass = 0; pass < lines.passes(); ++pass) {
@@ -19,9 +19,9 @@ int32_t ownLineStep(const OrvImage& src, const OrvImage& dst);
 
 class OwnLines {
 public:
-    // The regions of the images and of the mask, which may be NULL, have one size. Around that of the source, `reach` is
-    // read; what lies beyond the edges of the source comes from its border modes. `sourceSlots` and `targetSlots` are how
-    // many rows are in use at a time.
+    // The regions of the destination and of the mask, which may be NULL, have one size, and that of the source has it
+    // too unless the operation changes sizes. Around the source's, `reach` is read; what lies beyond the edges of the
+    // source comes from its border modes. `sourceSlots` and `targetSlots` are how many rows are in use at a time.
     OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int sourceSlots,
              int targetSlots);
 
@@ -31,14 +31,15 @@ public:
         return ends && (!usesSlots() || sourceRows) && (srcBytes || bits) && (!scatters || targetRows);
     }
 
-    int32_t width() const { return src.width; }  // in pixels
-    int32_t height() const { return src.height; }
+    int32_t width() const { return dst.width; }  // of the destination, in pixels
+    int32_t height() const { return dst.height; }
 
     // A pass processes all channels where they stand side by side, otherwise one channel.
     int32_t passes() const { return together ? 1 : dst.channels; }
     void begin(int32_t pass);
 
-    // Values from pixel to pixel in the rows; the last of them may be one that is not processed.
+    // Values from pixel to pixel in the rows; the last of them may be one that is not processed, and can be read also
+    // in the last pixel.
     int32_t step() const { return rowStep; }
 
     // Values of a row of `pixels` pixels, as far as the last processed one.
@@ -77,3 +78,19 @@ private:
     const uint8_t* sourceStart = nullptr;  // of the pass
     uint8_t* targetStart = nullptr;
 };
+
+// How many rows are worth storing at a time.
+constexpr int32_t ownLinesBand = 8;
+
+// Makes all rows of a pass of lines that have so many slots for results: make(y, row) is to fill row y.
+template <class Make>
+void ownMakeLines(OwnLines& lines, Make make)
+{
+    for (int32_t y = 0; y < lines.height();) {
+        const int32_t rows = ownMin(ownLinesBand, lines.height() - y);
+        for (int32_t i = 0; i < rows; ++i)
+            make(y + i, lines.target(y + i, i));
+        lines.store(y, rows);
+        y += rows;
+    }
+}

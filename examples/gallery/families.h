@@ -8,15 +8,24 @@ namespace gallery {
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs, convolutions;
+extern const Family scaling, mirrors;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
 
+// clang-format off
 inline std::vector<const Family*> families()
 {
-    return {&coreMoves,  &corePixels,  &twoImages, &scalars,      &unary,        &comparisons,
-            &thresholds, &compositing, &blurs,     &convolutions, &fourier,      &cosines,
-            &wavelets,   &contrast,    &measures,  &generators,   &userFunctions};
+    return {
+        &coreMoves, &corePixels,
+        &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
+        &blurs, &convolutions,
+        &scaling, &mirrors,
+        &fourier, &cosines, &wavelets,
+        &contrast, &measures,
+        &generators, &userFunctions,
+    };
 }
+// clang-format on
 
 }  // namespace gallery

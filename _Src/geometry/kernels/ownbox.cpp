@@ -1,0 +1,315 @@
+// Kernels of the means of boxes.
+//
+// Sums over the rows of a box move down with it. Along a row they are added up from its start, so that the sum of a box
+// is the difference of two of these, whatever its size. Integer sums are modular: what does not fit on the way cancels
+// out.
+#include "ownbox.h"
+
+namespace OWN_ISA {
+namespace {
+
+// What becomes of a sum, by depth.
+struct Bits {
+    using Value = uint8_t;
+    template <class Sum>
+    struct Mean {
+        uint64_t area;
+        explicit Mean(const OwnBoxMeans& task) : area(task.area) {}
+        uint8_t operator()(Sum sum) const { return uint64_t{sum} * 2 >= area; }
+    };
+};
+
+template <class T>
+struct Integers {
+    using Value = T;
+    static constexpr T most = T(-1);
+
+    template <class Sum>
+    struct Mean {
+        uint64_t factor;
+        int shift;
+        explicit Mean(const OwnBoxMeans& task) : factor(task.factor), shift(task.shift) {}
+        T operator()(Sum sum) const
+        {
+            const uint64_t mean = sum * factor >> shift;
+            return T(mean < most ? mean : most);
+        }
+    };
+};
+
+template <>
+template <>
+struct Integers<uint8_t>::Mean<uint16_t> {
+    uint16_t factor;
+    explicit Mean(const OwnBoxMeans& task) : factor(task.upperFactor) {}
+    uint8_t operator()(uint16_t sum) const
+    {
+        const auto mean = uint16_t(sum * unsigned{factor} >> 16);
+        return uint8_t(mean < most ? mean : most);
+    }
+#if defined(__AVX2__)
+    // Not yet cut to the range of a byte.
+    __m256i words(__m256i sums) const
+    {
+        return _mm256_mulhi_epu16(sums, _mm256_set1_epi16(int16_t(factor)));
+    }
+#endif
+};
+
+struct Reals {
+    using Value = float;
+    template <class Sum>
+    struct Mean {
+        double scale;
+        explicit Mean(const OwnBoxMeans& task) : scale(1.0 / double(task.area)) {}
+        float operator()(Sum sum) const { return float(sum * scale); }
+    };
+};
+
+// ---- Adding up ----------------------------------------------------------------------------------------------------
+
+// running[i] = the sum of what stands before sums[i] in its lane.
+template <class Sum>
+void addUpLanes(const Sum* sums, Sum* running, ptrdiff_t n, ptrdiff_t lanes)
+{
+    for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+        Sum sum = 0;
+        running[lane] = sum;
+        for (ptrdiff_t i = lane; i < n; i += lanes) {
+            sum = Sum(sum + sums[i]);
+            running[i + lanes] = sum;
+        }
+    }
+}
+
+#if defined(__AVX2__)
+
+// Sums of 16 or 32 bits side by side.
+template <class Sum>
+inline __m256i plus(__m256i a, __m256i b)
+{
+    return sizeof(Sum) == 2 ? _mm256_add_epi16(a, b) : _mm256_add_epi32(a, b);
+}
+
+// Adds up within vectors by sums of 2, 4 and 8 elements of a lane, first in their halves, and carries the last elements
+// of a lane on to what follows. Vectors may hold any number of lanes that is not more than a half holds.
+template <class Sum>
+struct Adder {
+    static constexpr int inHalf = 16 / int(sizeof(Sum));
+    static constexpr int steps = inHalf == 8 ? 3 : 2;
+    __m256i shift[steps];  // brings each element so much further in its half, behind zeros
+    __m256i last;          // brings the last elements of the lanes to all elements of their lane in the next vector
+    __m256i turn;          // does the same with what all elements of a lane have
+
+    struct Orders {
+        alignas(32) int8_t order[inHalf][steps + 2][32];
+    };
+    static constexpr Orders makeOrders()
+    {
+        Orders orders = {};
+        for (int lanes = 1; lanes <= inHalf; ++lanes)
+            for (int i = 0; i < 32; ++i) {
+                const int element = i / int(sizeof(Sum)), byte = i % int(sizeof(Sum));
+                auto& order = orders.order[lanes - 1];
+                for (int step = 0; step < steps; ++step) {
+                    int from = element % inHalf - (lanes << step);
+                    order[step][i] = int8_t(from < 0 ? -1 : from * int(sizeof(Sum)) + byte);
+                }
+                order[steps][i] = int8_t((inHalf - lanes + element % lanes) * int(sizeof(Sum)) + byte);
+                // The element of the same half that is of the lane.
+                const int lane = (2 * inHalf - lanes + element % lanes) % lanes, half = element / inHalf * inHalf;
+                order[steps + 1][i] = int8_t((lanes + lane - half % lanes) % lanes * int(sizeof(Sum)) + byte);
+            }
+        return orders;
+    }
+    static constexpr Orders orders = makeOrders();
+
+    explicit Adder(int lanes)
+    {
+        auto* order = reinterpret_cast<const __m256i*>(orders.order[lanes - 1]);
+        for (int step = 0; step < steps; ++step)
+            shift[step] = _mm256_load_si256(order + step);
+        last = _mm256_load_si256(order + steps);
+        turn = _mm256_load_si256(order + steps + 1);
+    }
+
+    // Those of the low half are due in the high one from its first element on.
+    __m256i carryHalf(__m256i sums) const
+    {
+        __m256i low = _mm256_permute2x128_si256(sums, sums, 0x08);
+        return _mm256_shuffle_epi8(low, _mm256_permute2x128_si256(last, last, 0x00));
+    }
+
+    // Adds up a vector; `carry` is what stands before it.
+    __m256i operator()(__m256i sums, __m256i& carry) const
+    {
+        for (int step = 0; step < steps; ++step)
+            sums = plus<Sum>(sums, _mm256_shuffle_epi8(sums, shift[step]));
+        sums = plus<Sum>(sums, carryHalf(sums));
+        const __m256i all = plus<Sum>(sums, carry);
+        // The vector's own sums do not wait for the carry, so that the chain has short links.
+        carry = plus<Sum>(_mm256_shuffle_epi8(carry, turn),
+                          _mm256_shuffle_epi8(_mm256_permute2x128_si256(sums, sums, 0x11), last));
+        return all;
+    }
+};
+
+template <class Sum>
+void addUpVectors(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
+{
+    constexpr ptrdiff_t inVector = 32 / ptrdiff_t(sizeof(Sum));
+    const Adder<Sum> adder(lanes);
+    __m256i carry = _mm256_setzero_si256();
+    for (ptrdiff_t i = 0; i < lanes; ++i)
+        running[i] = 0;
+    // The last vector may pass the end: there is room for it.
+    for (ptrdiff_t i = 0; i < n; i += inVector) {
+        __m256i all = adder(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(sums + i)), carry);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(running + lanes + i), all);
+    }
+}
+
+#endif
+
+template <class Sum>
+void addUp(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
+{
+#if defined(__AVX2__)
+    if constexpr (sizeof(Sum) <= 4)
+        if (lanes <= Adder<Sum>::inHalf)
+            return addUpVectors(sums, running, n, lanes);
+#endif
+    addUpLanes(sums, running, n, lanes);
+}
+
+// ---- Kernels ------------------------------------------------------------------------------------------------------
+
+template <class Depth, class Sum>
+struct Kernel {
+    using Value = typename Depth::Value;
+    using Mean = typename Depth::template Mean<Sum>;
+
+    static void add(const void* row, void* to, ptrdiff_t n, int64_t times)
+    {
+        const OwnValues<Value> values = {row};
+        auto* sums = static_cast<Sum*>(to);
+        const auto factor = Sum(times);
+#pragma GCC ivdep
+        for (ptrdiff_t i = 0; i < n; ++i)
+            sums[i] = Sum(sums[i] + Sum(values[i]) * factor);
+    }
+
+    template <int count>
+    static void moveRows(const void* const* enter, const void* const* leave, void* to, ptrdiff_t n)
+    {
+        OwnValues<Value> in[count], out[count];
+        for (int k = 0; k < count; ++k) {
+            in[k] = {enter[k]};
+            out[k] = {leave[k]};
+        }
+        auto* sums = static_cast<Sum*>(to);
+#pragma GCC ivdep
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            Sum sum = sums[i];
+            for (int k = 0; k < count; ++k)
+                sum = Sum(sum + Sum(in[k][i]) - Sum(out[k][i]));
+            sums[i] = sum;
+        }
+    }
+
+    static void move(const void* const* enter, const void* const* leave, int count, void* sums, ptrdiff_t n)
+    {
+        switch (count) {
+        case 1: return moveRows<1>(enter, leave, sums, n);
+        case 2: return moveRows<2>(enter, leave, sums, n);
+        default: return moveRows<3>(enter, leave, sums, n);
+        }
+    }
+
+    // The same at any pixel: beyond the columns their first or last sum comes again and again.
+    static Sum runningAt(const OwnBoxMeans& task, const Sum* sums, int64_t pixel, ptrdiff_t lane)
+    {
+        const auto* running = static_cast<const Sum*>(task.running) + ownBoxEdge * task.lanes + lane;
+        const Sum* last = sums + (task.columns - 1) * task.lanes + lane;
+        if (pixel < 0)
+            return Sum(1u * Sum(pixel) * sums[lane]);
+        if (pixel > task.columns)
+            return Sum(running[task.columns * task.lanes] + 1u * Sum(pixel - task.columns) * *last);
+        return running[pixel * task.lanes];
+    }
+
+    static void insideMeans(const Sum* first, const Sum* last, const Mean& mean, Value* means, ptrdiff_t n)
+    {
+#if defined(__AVX2__)
+        if constexpr (requires { mean.words(__m256i{}); }) {
+            auto words = [=, &mean](ptrdiff_t i) {
+                const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(last + i));
+                const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(first + i));
+                return mean.words(_mm256_sub_epi16(high, low));
+            };
+            auto store = [=](ptrdiff_t i) {
+                __m256i bytes = _mm256_packus_epi16(words(i), words(i + 16));
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(means + i), _mm256_permute4x64_epi64(bytes, 0xD8));
+            };
+            if (n >= 32) {
+                for (ptrdiff_t i = 0; i < n - 32; i += 32)
+                    store(i);
+                return store(n - 32);
+            }
+        }
+#endif
+#pragma GCC ivdep
+        for (ptrdiff_t i = 0; i < n; ++i)
+            means[i] = mean(Sum(last[i] - first[i]));
+    }
+
+    static void means(const OwnBoxMeans& given, const void* from, void* to)
+    {
+        const OwnBoxMeans task = given;
+        const auto* sums = static_cast<const Sum*>(from);
+        auto* means = static_cast<Value*>(to);
+        const ptrdiff_t lanes = task.lanes;
+        Sum* running = static_cast<Sum*>(task.running) + ownBoxEdge * lanes;
+        const Mean mean(task);
+        addUp(sums, running, task.columns * lanes, task.lanes);
+        // Few boxes pass the columns by more than an edge that is filled in: those before `left` and from `right` on.
+        auto clamp = [&](int64_t i) { return ptrdiff_t(i < 0 ? 0 : i < task.count ? i : task.count); };
+        const ptrdiff_t left = clamp(-task.first - ownBoxEdge);
+        const ptrdiff_t right = clamp(task.columns + ownBoxEdge - task.size - task.first + 1);
+        const int64_t low = task.first + left, end = task.first + (right > left ? right : left) - 1 + task.size;
+        for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+            for (int64_t i = low < -ownBoxEdge ? -ownBoxEdge : low; i < 0; ++i)
+                running[i * lanes + lane] = runningAt(task, sums, i, lane);
+            for (int64_t i = task.columns + 1; i <= end && i <= task.columns + ownBoxEdge; ++i)
+                running[i * lanes + lane] = runningAt(task, sums, i, lane);
+        }
+        auto isInside = [&](ptrdiff_t i) { return i >= left && i < right; };
+        for (ptrdiff_t i = 0; i < task.count; i = isInside(i + 1) ? right : i + 1)
+            for (ptrdiff_t lane = 0; lane < lanes && !isInside(i); ++lane) {
+                const int64_t first = task.first + i;
+                const Sum sum =
+                    Sum(runningAt(task, sums, first + task.size, lane) - runningAt(task, sums, first, lane));
+                means[i * lanes + lane] = mean(sum);
+            }
+        const Sum* first = running + low * lanes;
+        insideMeans(first, first + task.size * lanes, mean, means + left * lanes, (right - left) * lanes);
+    }
+
+    static constexpr OwnBoxKernel kernel = {sizeof(Sum), add, move, means};
+};
+
+constexpr OwnBoxKernel none = {};
+constexpr OwnBoxKernel reals = Kernel<Reals, double>::kernel;
+
+}  // namespace
+
+extern const OwnBoxKernels ownBoxKernels;
+const OwnBoxKernels ownBoxKernels = {
+    {Kernel<Bits, uint16_t>::kernel, Kernel<Integers<uint8_t>, uint16_t>::kernel, none, none, none, none, reals},
+    {Kernel<Bits, uint32_t>::kernel, Kernel<Integers<uint8_t>, uint32_t>::kernel, none,
+     Kernel<Integers<uint16_t>, uint32_t>::kernel, none, none, reals},
+    {Kernel<Bits, uint64_t>::kernel, Kernel<Integers<uint8_t>, uint64_t>::kernel, none,
+     Kernel<Integers<uint16_t>, uint64_t>::kernel, none, none, reals},
+};
+
+}  // namespace OWN_ISA

@@ -1,0 +1,165 @@
+#include "ownscale.h"
+
+#include <cstring>
+
+#include "../core/ownlines.h"
+#include "../core/ownpixels.h"
+
+namespace {
+
+// Blocks of the destination where it is not tiled but the source is.
+constexpr OwnSize cutSize = {64, 64};
+
+constexpr int mostSamples = 4;
+
+// Rows of the ring, a power of two: those of a pixel's samples, of which the last may have been made with the next one.
+constexpr int slots = 8;
+
+// One block.
+class Piece {
+public:
+    Piece(const OwnScale& scale, const OwnBlock& part, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+        : call(scale),
+          block(part),
+          across(call.x->need({block.x, block.width})),
+          down(call.y->need({block.y, block.height})),
+          lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, ownLinesBand),
+          valueBytes(ownValueBytes(dst.depth)),
+          columns(columnsOf()),
+          ringStep((int64_t{columns.values()} * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~int64_t{31}),
+          table(call.kernel ? call.kernel->tableBytes(columns) : picker().tableBytes(columns)),
+          ring(call.kernel ? ringStep * slots : 0),
+          goesByTwo(!call.box && down.count <= 2 * int64_t{block.height}),
+          boxes(call.box, lines, src.depth, across, down)
+    {
+    }
+
+    bool make()
+    {
+        if (!lines || !table || (call.kernel && !ring) || !boxes)
+            return false;
+        columns.table = table.data;
+        call.kernel ? call.kernel->prepare(columns) : picker().prepare(columns);
+        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+            lines.begin(pass);
+            boxes.begin();
+            call.kernel ? interpolate() : copy();
+        }
+        return true;
+    }
+
+private:
+    const OwnScale& call;
+    const OwnBlock& block;
+    OwnSpan across, down;  // what the block needs
+    OwnLines lines;
+    int valueBytes;
+    OwnScaleColumns columns;
+    int64_t ringStep;  // bytes from row to row of the ring
+    OwnScratch<uint8_t> table, ring;
+    bool goesByTwo;       // all rows are needed, so that two may be made at a time
+    int32_t held[slots];  // the rows in the ring, from the first that is needed on
+    OwnBoxRows boxes;
+
+    OwnScaleColumns columnsOf() const
+    {
+        const OwnScaleAxis& x = *call.x;
+        bool whole = x.firstIsWhole && block.x == 0;
+        return {block.width,
+                across.count,
+                lines.step(),
+                x.samples,
+                x.index.data + block.x,
+                across.first,
+                x.fraction ? x.fraction.data + block.x : nullptr,
+                whole ? -across.first : -1,
+                nullptr};
+    }
+
+    const OwnPickKernel& picker() const { return ownScaleKernels().pick[ownSizeIndex(ownMax(valueBytes, 1))]; }
+
+    // A row of the source's region, from the first pixel that is needed on.
+    const void* source(int32_t row) { return call.box ? boxes.row(row) : lines.source(row - down.first, 0); }
+
+    void copy()
+    {
+        const size_t bytes = size_t(columns.values()) * size_t(ownMax(valueBytes, 1));
+        int32_t made = -1;
+        const void* previous = nullptr;
+        ownMakeLines(lines, [&](int32_t y, void* to) {
+            const int32_t row = call.y->index.data[block.y + y];
+            if (previous && row == made) {
+                memcpy(to, previous, bytes);
+            } else {
+                picker().pick(columns, source(row), to);
+                if (!valueBytes)
+                    ownScaleKernels().spreadBits(static_cast<uint8_t*>(to), columns.values());
+            }
+            made = row;
+            previous = to;
+        });
+    }
+
+    // Makes row `row` of the ring, counted from the first that is needed, and perhaps the next one too.
+    void makeRing(int32_t row)
+    {
+        const int count = goesByTwo && row + 1 < down.count ? 2 : 1;
+        const void* from[2] = {};
+        void* to[2] = {};
+        for (int i = 0; i < count; ++i) {
+            from[i] = call.box ? boxes.row(down.first + row + i) : lines.source(row + i, i);
+            to[i] = slot(row + i);
+            held[(row + i) & (slots - 1)] = row + i;
+        }
+        call.kernel->across(columns, from, count, to);
+    }
+
+    uint8_t* slot(int32_t row) const { return ring.data + (row & (slots - 1)) * ringStep; }
+
+    void interpolate()
+    {
+        const OwnScaleAxis& axis = *call.y;
+        for (int32_t& row : held)
+            row = -1;
+        ownMakeLines(lines, [&](int32_t y, void* to) {
+            const int32_t place = block.y + y;
+            const bool whole = axis.firstIsWhole && place == 0;
+            const int32_t first = (whole ? 0 : axis.index.data[place]) - down.first;
+            const int samples = whole ? 1 : axis.samples;
+            const void* rows[mostSamples];
+            for (int i = 0; i < samples; ++i) {
+                if (held[(first + i) & (slots - 1)] != first + i)
+                    makeRing(first + i);
+                rows[i] = slot(first + i);
+            }
+            double fraction = axis.fraction ? axis.fraction.data[place] : 0;
+            call.kernel->down(columns, rows, samples, fraction, to);
+        });
+    }
+};
+
+OwnBlock needOf(const void* task, const OwnBlock& block)
+{
+    const OwnScale& call = *static_cast<const OwnScale*>(task);
+    OwnSpan x = call.x->need({block.x, block.width}), y = call.y->need({block.y, block.height});
+    if (call.box) {
+        x = ownBoxSpan(call.box->x, x);
+        y = ownBoxSpan(call.box->y, y);
+    }
+    return {x.first, y.first, x.count, y.count};
+}
+
+bool makeScaled(const void* task, const OwnBlock& block, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return Piece(*static_cast<const OwnScale*>(task), block, src, dst, mask).make();
+}
+
+}  // namespace
+
+OwnBlockResult ownRunScale(const OwnScale& call)
+{
+    const OwnBlock all = {0, 0, call.x->count, call.y->count};
+    if (all.width < 1 || all.height < 1)
+        return OwnBlockResult::done;
+    return ownRunBlocks({call.src, call.dst, call.mask, all, cutSize, needOf, makeScaled, &call});
+}
