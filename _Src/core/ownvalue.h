@@ -81,11 +81,15 @@ template <class T, class Real>
 OWN_INLINE T ownRounded(Real value)
 {
     const Real cut = ownCut<T>(value);
+#if defined(__clang__)  // which makes the same instruction of it, and has no irint
+    const auto nearest = int32_t(__builtin_lrint(double(cut)));
+#else
     int32_t nearest;
     if constexpr (sizeof(Real) == 8)
         nearest = __builtin_irint(cut);
     else
         nearest = __builtin_irintf(cut);
+#endif
     return ownIsAbove<T>(value) ? T(OwnRange<T>::highest) : T(nearest);
 }
 

@@ -9,6 +9,8 @@ extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
 extern const Family blurs, convolutions;
 extern const Family scaling, mirrors;
+extern const Family dithers;
+extern const Family bitmaps;
 extern const Family fourier, cosines, wavelets;
 extern const Family contrast, measures;
 extern const Family generators, userFunctions;
@@ -20,6 +22,7 @@ inline std::vector<const Family*> families()
         &coreMoves, &corePixels,
         &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
         &blurs, &convolutions,
+        &dithers, &bitmaps,
         &scaling, &mirrors,
         &fourier, &cosines, &wavelets,
         &contrast, &measures,

@@ -332,6 +332,8 @@ std::string Picture::faults()
         int rows = std::min(storeHeight, spec.height - store->row * storeHeight);
         int columns = std::min(storeWidth, spec.width - store->column * storeWidth);
         size_t used = size_t(columns) * size_t(planes ? 1 : spec.channels) * size_t(bits);
+        if (spec.wholeBytes)
+            used = (used + 7) / 8 * 8;
         for (size_t row = 0; row < store->size / step; ++row) {
             bool inside = int(row % size_t(storeHeight)) < rows;
             if (!store->untouched(row * step, inside ? used : 0, step)) {

@@ -62,6 +62,7 @@ struct PictureSpec {
     int tileHeight = 0;
     int extraStep = 0;                 // bytes between the rows of a plain image, above what they need; odd ones too
     int offset = 0;                    // bytes, below 32, from an aligned address to the pixels
+    bool wholeBytes = false;           // rows of bits in tiles may be written to the end of their last byte
     uint64_t seed = 1;                 // of the pixels
     const char* name = "A";            // in the tile log
     TileLog* log = nullptr;            // NULL for a log of the picture's own

@@ -1,0 +1,136 @@
+// The gallery's entries for device-independent bitmaps.
+#include <cstring>
+#include <deque>
+#include <vector>
+
+#include "families.h"
+
+namespace gallery {
+
+namespace {
+
+// A bitmap as large as an image, with its palette and its pixels in one block. Bitmaps last as long as the program, so that
+// entries can show images that share their pixels.
+BITMAPINFOHEADER* bitmapFor(const OrvImage* image, int bits, uint32_t compression = BI_RGB)
+{
+    static std::deque<std::vector<uint8_t>> blocks;
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof header;
+    header.biWidth = image->width;
+    header.biHeight = image->height;
+    header.biPlanes = 1;
+    header.biBitCount = uint16_t(bits);
+    header.biCompression = compression;
+    size_t rowBytes = (size_t(image->width) * size_t(bits) + 31) / 32 * 4;
+    blocks.emplace_back(sizeof header + 4 * 256 + rowBytes * size_t(image->height));
+    memcpy(blocks.back().data(), &header, sizeof header);
+    return reinterpret_cast<BITMAPINFOHEADER*>(blocks.back().data());
+}
+
+// The pixels of a bitmap without a palette.
+char* pixelsOf(BITMAPINFOHEADER* dib)
+{
+    return reinterpret_cast<char*>(dib + 1);
+}
+
+// What a bitmap has become, as an image.
+Image& readBack(Stage& stage, const char* name, const Image& like)
+{
+    return stage.target(name, Image(3, ORV_DEPTH_8U, like->width, like->height));
+}
+
+void palettes(Stage& stage)
+{
+    Image& image = stage.source("image", photo("coffee"));
+    Image &fixed8 = readBack(stage, "fixed8", image), &median8 = readBack(stage, "median8", image),
+          &fixed4 = readBack(stage, "fixed4", image), &median4 = readBack(stage, "median4", image);
+    BITMAPINFOHEADER *dib8 = bitmapFor(image, 8), *dib4 = bitmapFor(image, 4);
+    CALL(orvConvertToDIB(image, dib8, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib8, fixed8));
+    CALL(orvConvertToDIB(image, dib8, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
+    CALL(orvConvertFromDIB(dib8, median8));
+    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib4, fixed4));
+    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
+    CALL(orvConvertFromDIB(dib4, median4));
+}
+
+void dithered(Stage& stage)
+{
+    Image& image = stage.source("image", photo("coffee"));
+    Image &none = readBack(stage, "none", image), &diffused = readBack(stage, "diffused", image),
+          &ordered = readBack(stage, "ordered", image);
+    BITMAPINFOHEADER* dib = bitmapFor(image, 16);
+    char* pixels = pixelsOf(dib);
+    CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_NONE, ORV_PALETTE_KEEP));
+    CALL(orvConvertFromDIBSep(dib, pixels, none));
+    CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_FS, ORV_PALETTE_KEEP));
+    CALL(orvConvertFromDIBSep(dib, pixels, diffused));
+    CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_BAYER, ORV_PALETTE_KEEP));
+    CALL(orvConvertFromDIBSep(dib, pixels, ordered));
+}
+
+void greys(Stage& stage)
+{
+    Image& image = stage.source("image", photo("camera"));
+    Image &two = stage.target("two", Image(1, ORV_DEPTH_1U, 512, 512)),
+          &twoDithered = stage.target("twoDithered", Image(1, ORV_DEPTH_1U, 512, 512)),
+          &sixteen = stage.target("sixteen", Image(1, ORV_DEPTH_8U, 512, 512)),
+          &sixteenDithered = stage.target("sixteenDithered", Image(1, ORV_DEPTH_8U, 512, 512));
+    BITMAPINFOHEADER *dib1 = bitmapFor(image, 1), *dib4 = bitmapFor(image, 4);
+    CALL(orvConvertToDIB(image, dib1, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib1, two));
+    CALL(orvConvertToDIB(image, dib1, ORV_DITHER_STUCKEY, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib1, twoDithered));
+    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib4, sixteen));
+    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_STUCKEY, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib4, sixteenDithered));
+}
+
+void coded(Stage& stage)
+{
+    Image& image = stage.source("image", photo("camera"));
+    Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_8U, 512, 512));
+    BITMAPINFOHEADER* dib = bitmapFor(image, 4, BI_RLE4);
+    CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
+    stage.note("The code has " + std::to_string(dib->biSizeImage) + " bytes, the rows had " +
+               std::to_string(512 * 512 / 2) + ".");
+    CALL(orvConvertFromDIB(dib, dstImage));
+}
+
+void translated(Stage& stage)
+{
+    Image& source = stage.hidden(photo("astronaut"));
+    BITMAPINFOHEADER* dib = bitmapFor(source, 24);
+    orvConvertToDIB(source, dib, ORV_DITHER_NONE, ORV_PALETTE_KEEP);
+    int cloneData = 1;
+    OrvImage* made = nullptr;
+    CALL(made = orvTranslateDIB(dib, &cloneData));
+    Image image(made);
+    stage.showBefore("image", image);
+    CALL(orvNot(image, image));
+    stage.showAfter("image", image);
+    stage.note(cloneData ? "The image has pixels of its own." : "What changes the image changes the bitmap.");
+    if (!made || cloneData)
+        stage.fail("the pixels are not shared");
+}
+
+}  // namespace
+
+const Family bitmaps = {
+    "Format conversion",
+    "Bitmaps",
+    "Device-independent bitmaps, as Windows and BMP files have them: written, and read back for the picture.",
+    {
+        {"orvConvertToDIB, palettes",
+         "256 and 16 colours: fixed ones, and those that median cut finds in the picture itself.", palettes},
+        {"orvConvertToDIB, greys", "Two and sixteen greys, plain and by Stucki's error diffusion.", greys},
+        {"orvConvertToDIBSep, 15 bits", "Five bits for each component: bands, unless they are dithered away.",
+         dithered},
+        {"orvConvertToDIB, run-length code", "Sixteen greys, coded as they are written and decoded as they are read.",
+         coded},
+        {"orvTranslateDIB", "An image that shares its pixels with a bitmap, and inverts them there.", translated},
+    }};
+
+}  // namespace gallery
