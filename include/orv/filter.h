@@ -155,6 +155,31 @@ orvConvolveSep2D(OrvImage* srcImage, OrvImage* dstImage, OrvConvKernel* xKernel,
 ORV_API(int32_t)
 orvConvolveSep2DFP(OrvImage* srcImage, OrvImage* dstImage, OrvConvKernelFP* xKernel, OrvConvKernelFP* yKernel);
 
+/* ---- Correlation -------------------------------------------------------------------------------------------------- */
+
+/* Tells how like the template the surroundings of every pixel are: the cosine of the angle between both as vectors,
+ *
+ *     r(x, y) = sum of s * t / sqrt(sum of s * s * sum of t * t)
+ *
+ * over the region of `tplImage`, of tw by th pixels, whose top left value t meets the sample s at (x - tw / 2, y - th / 2),
+ * halves rounded down; with 1 for a root that is not above 1.1754943508222875e-38. The template's mask does not count. Sums
+ * of integers are exact, those of samples of 32 bits are formed in double precision. All depths but 1U; the images have
+ * one depth, or the source and the template 8U and the destination 32F. The result is r at 32F, and at other depths r * 255
+ * (8U), r * 127 (8S), r * 65535 (16U), r * 32767 (16S) or r * 2147483520 (32S), rounded to nearest, ties to even, and cut.
+ *
+ * The images agree in their numbers of processed channels; in data order, origin, alpha channel and number of channels
+ * the source agrees with one of the others at least. In place is refused; the template may be any image, but is not tiled.
+ *
+ * See J. P. Lewis, "Fast normalized cross-correlation", Vision Interface (1995).
+ *
+ * Returns 0, or a negative status. Reports an image's fault with "Incorrect Image" (the source's, the template's, the
+ * destination's); then ORV_STATUS_BAD_ARG, which is also what is returned (source and destination are one image; the
+ * template's depth differs; a destination of another depth, or 1U; data orders, origins, alpha channels, numbers of channels
+ * that differ from both of the source's; numbers of processed channels that differ; a tiled template); ORV_STATUS_NO_MEMORY (no
+ * memory, or a tile that does not come). While it computes, the thread's error mode is ORV_ErrModeSilent: tile providers see
+ * that. */
+ORV_API(int32_t) orvNormCrossCorr(OrvImage* tplImage, OrvImage* srcImage, OrvImage* dstImage);
+
 #ifdef __cplusplus
 }
 #endif
