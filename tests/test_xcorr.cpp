@@ -8,7 +8,6 @@
 #include "neighbours.h"
 #include "refusals.h"
 #include "reports.h"
-#include "testheap.h"
 
 namespace {
 
@@ -77,26 +76,27 @@ TEST(Correlate, IsTheCosineOfEveryWindowInEveryLayout)
         PictureSpec spec = randomPictureSpec(random, depth, count, random.between(1, 9), random.between(1, 9));
         spec.tileWidth = spec.tileHeight = 0;
         // The source agrees with either of the others.
-        for (auto field : {&PictureSpec::order, &PictureSpec::origin, &PictureSpec::channels, &PictureSpec::alpha})
-            (random.below(2) ? &spec : &layout.images[1].spec)->*field = layout.images[0].spec.*field;
-        auto settle = [&](PictureSpec& one) {
-            one.alpha = one.alpha ? one.channels : 0;
-            int processed = one.channels - (one.alpha != 0);
-            OrvROI roi = one.roi.value_or(OrvROI{0, 0, 0, one.width, one.height});
-            roi.coi = processed == count ? 0 : random.between(1, one.channels);
-            one.roi = roi;
-            return processed == count || count == 1;
-        };
-        if (!settle(spec) || !settle(layout.images[1].spec) || !settle(layout.images[0].spec))
-            continue;
+        PictureSpec &src = layout.images[0].spec, &dst = layout.images[1].spec;
+        auto other = [&]() -> PictureSpec& { return random.below(2) ? spec : dst; };
+        other().order = src.order;
+        other().origin = src.origin;
+        PictureSpec& alike = other();
+        alike.channels = src.channels;
+        alike.alpha = src.alpha;
+        for (PictureSpec* one : {&spec, &src, &dst}) {
+            bool all = one->channels - (one->alpha != 0) == count;
+            one->roi = one->roi.value_or(OrvROI{0, 0, 0, one->width, one->height});
+            one->roi->coi = all ? 0 : random.between(1, one->channels);
+        }
         if (depth == ORV_DEPTH_8U && random.below(2))
-            layout.images[1].spec.depth = ORV_DEPTH_32F;
-        SCOPED_TRACE(testing::Message() << round << ": " << spec.width << " x " << spec.height << " order " << spec.order << layout.text());
+            dst.depth = ORV_DEPTH_32F;
+        SCOPED_TRACE(testing::Message() << round << ": " << spec.width << " x " << spec.height << layout.text());
         Scene scene(layout);
         Picture tpl(spec);
-        Picture& src = *scene.images[0];
-        setRandomBorders(src, random);
-        for (Picture* picture : {&src, &tpl})
+        if (areaOf(tpl).width < 1 || areaOf(tpl).height < 1)
+            continue;
+        setRandomBorders(scene.pointers()[0], random);
+        for (Picture* picture : {scene.images[0], &tpl})
             if (depth == ORV_DEPTH_32F)
                 picture->fill([&](int, int, int) { return std::ldexp(random.between(-5000, 5000), -random.below(9)); });
         uint32_t result = scene.destination()->depth;
@@ -104,4 +104,30 @@ TEST(Correlate, IsTheCosineOfEveryWindowInEveryLayout)
             scene, [&](Picture& from, int x, int y, int c) { return naiveResult(tpl, from, result, x, y, c); },
             [&](OrvImage* const* images) { EXPECT_EQ(orvNormCrossCorr(tpl, images[0], images[1]), 0); });
     }
+}
+
+// Templates that are large enough for Fourier transforms, in several blocks, at the ends of the ranges and in between.
+TEST(Correlate, OfLargeTemplatesIsExact)
+{
+    Random random(22);
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_8S, ORV_DEPTH_16U, ORV_DEPTH_16S})
+        for (int kind = 0; kind < 4; ++kind) {
+            int side = kind == 3 ? 170 : random.between(58, 75);
+            PictureSpec spec = {.depth = depth, .channels = 3, .alpha = 3, .width = 230, .height = 131};
+            PictureSpec tplSpec = {.depth = depth, .channels = 2, .width = side, .height = side + 1};
+            Picture src(spec), dst(spec), tpl(tplSpec);
+            setRandomBorders(src, random);
+            for (Picture* picture : {&src, &tpl})
+                if (kind == 1)
+                    picture->fillRaw([&](int, int, int) { return bitsOf(depth, -1e9); });
+                else if (kind == 2)
+                    picture->fillRaw([&](int, int, int) { return bitsOf(depth, random.below(2) ? 1e9 : -1e9); });
+            SCOPED_TRACE(testing::Message() << depthName(depth) << ' ' << kind << ' ' << side);
+            EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvNormCrossCorr(tpl, src, dst), 0); }), "");
+            for (int i = 0; i < 60; ++i) {
+                int x = random.below(230), y = random.below(131), c = random.below(2);
+                ASSERT_EQ(dst.raw(x, y, c), naiveResult(tpl, src, depth, x, y, c)) << x << ' ' << y << ' ' << c;
+            }
+            EXPECT_EQ(dst.faults(), "");
+        }
 }

@@ -19,9 +19,8 @@ OwnGeometry geometryOf(const OrvImage& image)
 bool fitTogether(const OrvImage& src, const OrvImage& dst)
 {
     constexpr int32_t most = 8;
-    OwnChannels channels = ownChannels(src);
     return src.dataOrder == ORV_DATA_ORDER_PIXEL && dst.dataOrder == ORV_DATA_ORDER_PIXEL && src.nChannels <= most &&
-           channels.first == 0 && channels.count + 1 >= src.nChannels;
+           (src.nChannels == 1 || !ownChannels(src).coi);
 }
 
 // The processor foresees what follows in a row, but not where the next one begins.
