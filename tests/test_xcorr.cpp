@@ -3,11 +3,13 @@
 
 #include <bit>
 #include <cmath>
+#include <limits>
 
 #include "checks.h"
 #include "neighbours.h"
 #include "refusals.h"
 #include "reports.h"
+#include "testheap.h"
 
 namespace {
 
@@ -68,7 +70,7 @@ const std::vector<uint32_t> depths(allDepths.begin() + 1, allDepths.end());
 TEST(Correlate, IsTheCosineOfEveryWindowInEveryLayout)
 {
     Random random(21);
-    for (int round = 0; round < 1200 && !testing::Test::HasFailure(); ++round) {
+    for (int round = 0; round < 500 && !testing::Test::HasFailure(); ++round) {
         uint32_t depth = depths[size_t(round) % depths.size()];
         int count = random.below(2) ? 1 : random.between(2, 9);
         Layout layout = randomNeighbours(random, depth, count);
@@ -129,5 +131,142 @@ TEST(Correlate, OfLargeTemplatesIsExact)
                 ASSERT_EQ(dst.raw(x, y, c), naiveResult(tpl, src, depth, x, y, c)) << x << ' ' << y << ' ' << c;
             }
             EXPECT_EQ(dst.faults(), "");
+        }
+}
+
+TEST(Correlate, AtTheEndsOfItsNumbers)
+{
+    // A window that is the template, whose middle lies to the right and below that of an even size.
+    Picture src({.width = 20, .height = 20}), tpl({.width = 20, .height = 20, .roi = OrvROI{0, 5, 7, 6, 4}});
+    Picture bytes({.width = 20, .height = 20}), reals({.depth = ORV_DEPTH_32F, .width = 20, .height = 20});
+    tpl->imageData = src->imageData;
+    for (OrvImage* dst : {&bytes.image, &reals.image})
+        EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvNormCrossCorr(tpl, src, dst), 0); }), "");
+    EXPECT_EQ(bytes.get(5 + 3, 7 + 2), 255);
+    EXPECT_EQ(reals.get(5 + 3, 7 + 2), 1);
+    // The destination may be the template.
+    Picture alone({.width = 20, .height = 20, .roi = OrvROI{0, 5, 7, 6, 4}});
+    EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvNormCrossCorr(alone, src, alone), 0); }), "");
+    EXPECT_EQ(alone.get(5, 7), bytes.get(0, 0));
+    EXPECT_EQ(alone.get(5 + 5, 7 + 3), bytes.get(5, 3));
+    // One float, its template and what becomes of them.
+    const float inf = std::numeric_limits<float>::infinity();
+    const float cases[][3] = {
+        {3, -2, -1},         {0, 5, 0},       {0, 0, 0},         {1e-19f, 1e-19f, 1e-38f}, {1.1e-19f, 1.1e-19f, 1},
+        {1e30f, -1e38f, -1}, {inf, 0, -7.0f}, {2e-45f, 1e38f, 1}};
+    for (auto [sample, factor, expected] : cases) {
+        PictureSpec one = {.depth = ORV_DEPTH_32F};
+        Picture a(one), b(one), c(one);
+        a.set(0, 0, 0, sample);
+        b.set(0, 0, 0, factor);
+        EXPECT_EQ(orvNormCrossCorr(b, a, c), 0);
+        if (expected == -7.0f)
+            EXPECT_TRUE(std::isnan(c.get(0, 0)));
+        else
+            EXPECT_EQ(float(c.get(0, 0)), expected) << sample;
+    }
+}
+
+namespace {
+
+int modeOfProvider = -1;
+bool providerFails = false;
+
+int32_t ORV_CALL provide(OrvImage* image, int32_t, int32_t, int32_t mode)
+{
+    static uint8_t tile[64 * 64];
+    modeOfProvider = orvGetErrMode();
+    image->tileInfo->tileData = providerFails && mode != ORV_TILE_RELEASE ? nullptr : tile;
+    return 0;
+}
+
+}  // namespace
+
+TEST(Correlate, ChecksInTheirOrder)
+{
+    static OrvROI coi;
+    coi = {2, 0, 0, 9, 9};
+    static OrvTileInfo tiles;
+    orvSetTileInfo(&tiles, provide, nullptr, 64, 64);
+    auto tile = [](OrvImage* image) {
+        image->imageData = nullptr;
+        image->tileInfo = &tiles;
+    };
+    PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
+    auto call = [](OrvImage* const* images) { return orvNormCrossCorr(images[1], images[0], images[2]); };
+    auto fault = [](int32_t status, const std::string& context, FaultMaker make) {
+        int32_t returned = status == ORV_STATUS_NO_MEMORY ? status : ORV_STATUS_BAD_ARG;
+        return FaultOf{"orvNormCrossCorr"}(status, context, std::move(make), returned);
+    };
+    expectFaultsInOrder(
+        {spec, spec, spec}, call,
+        {
+            fault(-10, "Incorrect Image", setField(0, &OrvImage::height, 0)),
+            fault(-10, "Incorrect Image", setField(1, &OrvImage::height, 0)),
+            fault(-10, "Incorrect Image", setField(2, &OrvImage::width, 0)),
+            fault(-5, "SRC and TPL depth are different", setField(1, &OrvImage::depth, ORV_DEPTH_8S)),
+            fault(-5, "SRC and DST depth are incompatible", setField(2, &OrvImage::depth, ORV_DEPTH_8S)),
+            fault(-5, "SRC, TPL or DST order are different", setField(0, &OrvImage::dataOrder, 1)),
+            fault(-5, "SRC, TPL or DST orign are different", setField(0, &OrvImage::origin, 1)),
+            fault(-5, "SRC, TPL or DST Alpha channels are different", setChannels(0, 3, 3)),
+            fault(-5, "SRC, TPL or DST number of channels are different", setChannels(0, 4, 0)),
+            fault(-5, "SRC, TPL or DST number of processing channels are different",
+                  [](OrvImage* const* images) { images[0]->roi = &coi; }),
+            fault(-5, "TPL tiling is not supported", [=](auto images) { tile(images[1]); }),
+            fault(-4, "Not enough memory", refuseMemory(1, true)),
+        });
+    Picture src(spec), tpl(spec), dst(spec);
+    EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvNormCrossCorr(tpl, src, src), ORV_STATUS_BAD_ARG); }),
+              "-5 orvNormCrossCorr Unsupported in-place mode\n");
+    auto incompatible = "-5 orvNormCrossCorr SRC and DST depth are incompatible\n";
+    for (auto [from, to] : {std::pair{ORV_DEPTH_1U, ORV_DEPTH_1U}, {ORV_DEPTH_16U, ORV_DEPTH_32F}}) {
+        Picture a({.depth = from}), b({.depth = from}), c({.depth = to});
+        EXPECT_EQ(reportsOf([&, d = &b] { orvNormCrossCorr(*d, a, c); }), incompatible);
+    }
+    // Where there is nothing to do, nothing is done, and the stored status stays.
+    OrvROI outside = {0, 9, 9, 1, 1};
+    for (Picture* picture : {&src, &tpl, &dst}) {
+        picture->image.roi = &outside;
+        std::vector<uint8_t> before = dst.bytes();
+        EXPECT_EQ(reportsOf([&] {
+                      orvSetErrStatus(-7);
+                      EXPECT_EQ(orvNormCrossCorr(tpl, src, dst), 0);
+                      EXPECT_EQ(orvGetErrStatus(), -7);
+                  }),
+                  "");
+        EXPECT_EQ(dst.bytes(), before);
+        picture->image.roi = nullptr;
+    }
+    // Providers find the error mode silent, and it is restored whatever they do.
+    Picture plain({.width = 20, .height = 20}), small({.width = 3, .height = 3}), result({.width = 20, .height = 20});
+    tile(plain);
+    int32_t mode = orvGetErrMode();
+    for (bool fails : {false, true}) {
+        providerFails = fails;
+        EXPECT_EQ(reportsOf([&] { orvNormCrossCorr(small, plain, result); }),
+                  fails ? "-4 orvNormCrossCorr Not enough memory\n" : "");
+        EXPECT_EQ(modeOfProvider, ORV_ErrModeSilent);
+        EXPECT_EQ(orvGetErrMode(), mode);
+    }
+}
+
+TEST(Correlate, LosesNothingWhereMemoryOrATileIsRefused)
+{
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_16S, ORV_DEPTH_32F})
+        for (int side : {3, 64}) {
+            Picture tpl({.depth = depth, .channels = side == 3 ? 3 : 1, .width = side, .height = side});
+            const Operation operation = {
+                .name = "orvNormCrossCorr",
+                .sourceDepth = depth,
+                .resultDepth = depth,
+                .call = [&](OrvImage* const* images) { orvNormCrossCorr(tpl, images[0], images[1]); },
+                .inPlace = false};
+            const RefusalOptions options = {.report = "-4 orvNormCrossCorr Not enough memory\n"};
+            PictureSpec spec = {.depth = depth, .width = 90, .height = 80};
+            if (side == 3)
+                expectNothingLost(operation, options);
+            else if (depth != ORV_DEPTH_32F) {
+                EXPECT_TRUE(expectNothingLost(operation, {{{spec, 0, {}, 0}, {spec, 1, {}, 1}}}, options));
+            }
         }
 }

@@ -1,4 +1,4 @@
-// The gallery's entries for convolution.
+// The gallery's entries for convolution and correlation.
 #include "families.h"
 
 namespace gallery {
@@ -102,6 +102,19 @@ void separableReals(Stage& stage)
     CODE(orvDeleteConvKernelFP(xKernel));
 }
 
+void correlation(Stage& stage)
+{
+    Image& tplImage = stage.source("tplImage", photo("camera"));
+    Image& srcImage = stage.source("srcImage", photo("camera"));
+    Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_32F, 512, 512), scaled(2550, -2295));
+    CODE(tplImage->roi = orvCreateROI(0, 200, 80, 70, 70));
+    CODE(orvSetBorderMode(srcImage, ORV_BORDER_REPLICATE, allSides, 0));
+    CALL(orvNormCrossCorr(tplImage, srcImage, dstImage));
+    if (valueAt(*dstImage, 235, 115, 0) != 1)
+        stage.fail("the template was not found in its place");
+    stage.note("The template is the square around the head; black is 0.9, and white, where the template lies, 1.");
+}
+
 }  // namespace
 
 const Family convolutions = {
@@ -115,6 +128,7 @@ const Family convolutions = {
         {"orvConvolve2DFP", "Small things stand out; grey is 0.", reals},
         {"orvConvolveSep2D", "A row kernel and a column kernel: 18 products for a window of 81.", separable},
         {"orvConvolveSep2DFP", "A row kernel alone: the slope to the right; grey is 0.", separableReals},
+        {"orvNormCrossCorr", "How like a part of the picture every place is.", correlation},
     }};
 
 }  // namespace gallery
