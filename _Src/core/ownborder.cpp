@@ -120,15 +120,6 @@ struct Layout {
     ptrdiff_t stepBytes() const { return ptrdiff_t(step) * valueBytes; }
 };
 
-void copyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int32_t n)
-{
-    uint8_t* first = dst + (to >> 3);
-    int bit = int(to & 7);
-    uint8_t before = uint8_t(*first & ~(0xFF >> bit));
-    ownRowKernels().alignBits(src + (from >> 3), int(from & 7), first, bit, n);
-    *first |= before;
-}
-
 bool bitAt(const uint8_t* row, int64_t x)
 {
     return row[x >> 3] & (128 >> (x & 7));
@@ -146,7 +137,7 @@ void copyRun(const Layout& layout, const uint8_t* src, const Run& run, uint8_t* 
 {
     if (!layout.valueBytes) {
         if (run.direction > 0)
-            copyBits(src, run.from, dst, to, run.count);
+            ownCopyBits(src, run.from, dst, to, run.count);
         else
             for (int32_t i = 0; i < run.count; ++i)
                 if (bitAt(src, run.from + int64_t{run.direction} * i))
@@ -224,6 +215,8 @@ public:
         return true;
     }
 
+    bool tileRefused = false;
+
 private:
     OrvImage& image;
     OrvTileInfo* tiles;
@@ -280,8 +273,10 @@ private:
         });
         int32_t row = cellRowAt(y);
         for (int32_t i = low; i <= high; ++i)
-            if (list[i - low] && !(list[i - low] = ownOpenTile(&image, i, row, ORV_TILE_READ)))
+            if (list[i - low] && !(list[i - low] = ownOpenTile(&image, i, row, ORV_TILE_READ))) {
+                tileRefused = true;
                 return false;
+            }
         firstCell = low;
         cells = list.data;
         copyLines(y, rows, dst, dstStep, dstPlaneStep);
@@ -377,7 +372,8 @@ bool knownLayout(const OrvImage& image)
 
 }  // namespace
 
-uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step)
+uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step,
+                         bool* tileRefused)
 {
     if (width < 1 || height < 1 || !knownLayout(*image))
         return nullptr;
@@ -390,8 +386,12 @@ uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, i
         return nullptr;
     if (image->depth == ORV_DEPTH_1U)
         memset(block.data, 0, size_t(rowBytes * rows));
-    if (!Reader(image, -1, x, width).read(y, height, block.data, ptrdiff_t(rowBytes)))
+    Reader reader(image, -1, x, width);
+    if (!reader.read(y, height, block.data, ptrdiff_t(rowBytes))) {
+        if (tileRefused)
+            *tileRefused = reader.tileRefused;
         return nullptr;
+    }
     *step = int32_t(rowBytes);
     return block.release();
 }
@@ -485,7 +485,7 @@ bool OwnBorderedImage::fetch(OrvImage* image, const OwnRect& rect, const OwnReac
         return false;
     int32_t step;
     orvFree(block.data);
-    block.data = ownBorderedRect(image, int32_t(x), int32_t(y), int32_t(width), int32_t(height), &step);
+    block.data = ownBorderedRect(image, int32_t(x), int32_t(y), int32_t(width), int32_t(height), &step, &tileRefused);
     if (!block)
         return false;
     work.take(*image);

@@ -18,8 +18,9 @@
 
 enum class OwnNeighbourResult {
     done,
-    noMemory,  // or a tile of the source does not come
-    noTile     // a tile of the destination does not come
+    noMemory,
+    noSourceTile,  // a tile of the source does not come
+    noTile         // a tile of the destination does not come
 };
 
 // Filters one rectangle: the regions of working headers of plain memory, all of one size. The mask may be NULL. False if
@@ -35,6 +36,12 @@ struct OwnNeighbours {
     void* task;
     // The piece reads the source by OwnLines alone, which knows the borders of plain memory: that needs no bands.
     bool throughLines = false;
+    // Tiles of the source divide the work too, so that the copy of a piece is no larger than a tile of each image.
+    bool bySourceTiles = false;
+    // How far around the region pixels are read. A piece is called with what of its reach that leaves on each side.
+    int32_t frame = INT32_MAX;
+    // If not NULL, receives before each piece where it lies, counted from the region's start.
+    OwnRect* place = nullptr;
 };
 
 // Runs a filter over the smallest common region of the images and the mask. When a tile does not come or memory is

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "checks.h"
+#include "testheap.h"
 
 Layout randomNeighbours(Random& random, uint32_t depth, int count)
 {
@@ -45,4 +46,49 @@ void expectFiltered(const Scene& scene, const NaiveFilter& naive, const FilterCa
     EXPECT_TRUE(&src == &dst || src.values() == before);
     EXPECT_EQ(scene.faults(), "");
     EXPECT_EQ(scene.openTiles(), 0);
+}
+
+void makeAlike(Layout& layout, Random& random)
+{
+    const PictureSpec& src = layout.images[0].spec;
+    PictureSpec& dst = layout.images[1].spec;
+    layout.images[1].same = 1;
+    dst.channels = src.channels;
+    dst.alpha = src.alpha;
+    dst.order = src.order;
+    bool coi = src.roi && src.roi->coi;
+    if (coi && !dst.roi)
+        dst.roi = OrvROI{0, 0, 0, dst.width, dst.height};
+    if (dst.roi)
+        dst.roi->coi = coi ? random.between(1, dst.channels) : 0;
+}
+
+void forAlikeLayouts(const std::function<void(const Layout& layout)>& visit)
+{
+    for (int kind = 0; kind < 4; ++kind) {
+        const bool tiled = kind & 1, masked = kind & 2;
+        Layout layout;
+        for (int i = 0; i < 2; ++i) {
+            const PictureSpec spec = {.channels = 3,
+                                      .width = 30,
+                                      .height = 20,
+                                      .roi = OrvROI{0, 3 + 4 * i, 1 + 2 * i, 17, 13},
+                                      .tileWidth = tiled ? 8 + 8 * i : 0,
+                                      .tileHeight = tiled ? 8 : 0,
+                                      .seed = uint64_t(i + 1)};
+            const PictureSpec mask = {.depth = ORV_DEPTH_1U, .width = 24, .height = 16, .seed = uint64_t(i + 7)};
+            layout.images.push_back({spec, i, masked ? std::optional(mask) : std::nullopt, i});
+        }
+        SCOPED_TRACE(testing::Message() << kind);
+        visit(layout);
+    }
+}
+
+FilterCall tellingRefusals(const FilterCall& call, int32_t status)
+{
+    return [=](OrvImage* const* images) {
+        call(images);
+        if (status ? orvGetErrStatus() == status : testheap::refused())
+            orvError(ORV_STATUS_NO_MEMORY, "filter", "refused", "", 0);
+    };
 }

@@ -20,3 +20,13 @@ void setRandomBorders(OrvImage* image, Random& random);
 
 // Calls a filter of one source and expects the naive filter's results where it should write, and no change elsewhere.
 void expectFiltered(const Scene& scene, const NaiveFilter& naive, const FilterCall& call);
+
+// Gives the destination the channels and the data order of the source, and a channel of interest where that has one; it is
+// another image than the source.
+void makeAlike(Layout& layout, Random& random);
+
+// Calls visit with layouts of two images of like channels: plain and tiled, with masks and without.
+void forAlikeLayouts(const std::function<void(const Layout& layout)>& visit);
+
+// A call after which a refusal of which the filter only leaves `status`, or says nothing if that is 0, is reported too.
+FilterCall tellingRefusals(const FilterCall& call, int32_t status);
