@@ -62,8 +62,9 @@ void everyDither(Stage& stage)
                                                         {"BAYER", ORV_DITHER_BAYER}};
     Image& image = stage.source("image", photo(bits == 1 ? "camera" : "coffee"));
     BITMAPINFOHEADER* dib = bitmapFor(image, bits);
-    for (auto [name, dither] : kinds) {
-        Image& shown = readBack(stage, name, image);
+    for (const auto& kind : kinds) {
+        const int dither = kind.second;
+        Image& shown = readBack(stage, kind.first, image);
         CALL(orvConvertToDIB(image, dib, dither, paletteConversion));
         CALL(orvConvertFromDIB(dib, shown));
     }

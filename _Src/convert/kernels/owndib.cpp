@@ -316,22 +316,20 @@ template <class T, int channels>
 void load(const OwnDibRow& row, uint32_t* words, ptrdiff_t n)
 {
     if (row.step == 1)
-        loadChannels<T, channels, 1>(row, words, n);
-    else if (sizeof(T) == 1 && channels == 3)
-        read24(row.channel[0], {}, words, n);
-    else
-        loadChannels<T, channels, channels>(row, words, n);
+        return loadChannels<T, channels, 1>(row, words, n);
+    if (sizeof(T) == 1 && channels == 3)
+        return read24(row.channel[0], {}, words, n);
+    loadChannels<T, channels, channels>(row, words, n);
 }
 
 template <class T, int channels>
 void store(const uint32_t* words, const OwnDibRow& row, ptrdiff_t n)
 {
     if (row.step == 1)
-        storeChannels<T, channels, 1>(words, row, n);
-    else if (sizeof(T) == 1 && channels == 3)
-        write24(words, {}, row.channel[0], n);
-    else
-        storeChannels<T, channels, channels>(words, row, n);
+        return storeChannels<T, channels, 1>(words, row, n);
+    if (sizeof(T) == 1 && channels == 3)
+        return write24(words, {}, row.channel[0], n);
+    storeChannels<T, channels, channels>(words, row, n);
 }
 
 // ---- Tables -------------------------------------------------------------------------------------------------------
