@@ -102,7 +102,8 @@ def _pointer(kind, fixed):
     def convert(value):
         if isinstance(value, (list, tuple)):
             if hasattr(target, "contents"):  # pointers to records
-                return (target * len(value))(*(ctypes.pointer(v) if isinstance(v, ctypes.Structure) else v for v in value))
+                values = (getattr(v, "_as_parameter_", v) for v in value)
+                return (target * len(value))(*(ctypes.pointer(v) if isinstance(v, ctypes.Structure) else v for v in values))
             if dtype is None:
                 return (target * len(value))(*value)
             value = np.array(value, dtype)
