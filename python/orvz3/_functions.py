@@ -75,8 +75,10 @@ def _integer(kind):
 def _image(writes):
     def convert(value):
         if isinstance(value, np.ndarray):
-            value = Image(value, write=writes)
-        return value
+            return Image(value, write=writes)
+        if value is None or isinstance(value, (Image, TiledImage, d.OrvImage, _IMAGE)):
+            return value
+        raise TypeError(f"an array, an Image, a TiledImage or an OrvImage is wanted, not {type(value).__name__}")
     return convert
 
 

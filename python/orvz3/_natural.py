@@ -6,7 +6,7 @@ import numpy as np
 
 from . import _declarations as d
 from ._functions import FUNCTIONS
-from ._images import Image, LayoutError, layout, pair, region
+from ._images import Image, LayoutError, depth_of, layout, pair, region
 from ._tiles import TiledImage
 
 OPERATIONS = {}
@@ -64,7 +64,7 @@ def window(size, anchor):
 
 
 def is_picture(value):
-    return isinstance(value, (*_PICTURES, list)) and np.ndim(getattr(value, "array", value)) != 0
+    return isinstance(value, (Image, TiledImage)) or isinstance(value, (np.ndarray, list)) and np.ndim(value) > 1
 
 
 def channels(picture):
@@ -143,7 +143,8 @@ class Operation:
         if out is not None and given.get("shape") is None and "shape" in given:
             given["shape"] = tuple(out.shape[:2])
         shape, dtype = self.result(first, given) if self.result else (first.shape, first.dtype)
-        shape, dtype = tuple(map(int, shape)), np.dtype(dtype)
+        shape, dtype = tuple(map(int, shape)), np.dtype(dtype).newbyteorder("=")
+        depth_of(dtype)
         if out is None:
             if isinstance(first, TiledImage):
                 raise ValueError(f"{self.name}: out is wanted, for the result of a tiled image")
@@ -196,7 +197,9 @@ class Operation:
             images[name] = self._same(picture, target, dst)
             if images[name] is None:
                 if isinstance(picture, np.ndarray) and isinstance(target, np.ndarray) and np.may_share_memory(picture, target):
-                    picture = np.array(picture)  # what is written must not change what is still to be read
+                    picture = np.array(picture, order="C")  # what is written must not change what is still to be read
+                if isinstance(picture, np.ndarray) and dst is not None and not any(self.models):
+                    picture = _in_order_of(dst, picture)
                 images[name] = wrap(picture, name, self.models[0], False)
             if border is not None:
                 images[name].set_border(*border)
@@ -250,6 +253,14 @@ def _is_zero(value):
 def _planes(array):
     found = layout(array)
     return not isinstance(found, str) and found[0] == d.ORV_DATA_ORDER_PLANE
+
+
+def _in_order_of(image, array):
+    """The array in an image's data order, which most operations want to be that of all images."""
+    planes = image.record.dataOrder == d.ORV_DATA_ORDER_PLANE
+    if array.ndim != 3 or array.shape[2] == 1 or channels(image) == 1 or min(array.shape) < 1 or planes == _planes(array):
+        return array
+    return np.moveaxis(np.ascontiguousarray(np.moveaxis(array, -1, 0)), 0, -1) if planes else np.ascontiguousarray(array)
 
 
 def _picture(operation, name, value):
