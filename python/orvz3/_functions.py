@@ -87,19 +87,15 @@ def _text(value):
 
 
 def _element(kind):
-    """The numpy type and the inner shape of what a pointer points at; None for what numpy has not."""
-    shape = ()
+    """The numpy type of the numbers that a pointer points at; None for records and pointers."""
     while hasattr(kind, "_length_"):
-        shape, kind = shape + (kind._length_,), kind._type_
-    try:
-        return np.dtype(kind), shape
-    except (TypeError, NotImplementedError):
-        return None, shape
+        kind = kind._type_
+    return np.dtype(kind) if issubclass(kind, ctypes._SimpleCData) and kind is not ctypes.c_void_p else None
 
 
 def _pointer(kind, fixed):
     target = kind._type_
-    dtype, inner = _element(target)
+    dtype = _element(target)
 
     def convert(value):
         if isinstance(value, (list, tuple)):

@@ -114,8 +114,11 @@ class Operation:
         """(left, top, right, bottom): how many pixels around a pixel count for it with these parameters."""
         if self._reach is None:
             return 0, 0, 0, 0
-        defaults = {p.name: p.default for p in self.signature.parameters.values()}
-        return tuple(self._reach(**{key: named.get(key, defaults[key]) for key in inspect.signature(self._reach).parameters}))
+        given = {p.name: p.default for p in self.signature.parameters.values()} | named
+        values = {key: given[key] for key in inspect.signature(self._reach).parameters}
+        if absent := [key for key, value in values.items() if value is inspect.Parameter.empty]:
+            raise TypeError(f"{self.name}: the reach depends on {', '.join(absent)}")
+        return tuple(map(int, self._reach(**values)))
 
     def run(self, given):
         """The road of a call: from arrays to images, to the library, and back."""

@@ -25,14 +25,14 @@ def of_shape(first, given):
 
 def arithmetic(name):
     """Two images, or an image and a number."""
-    scalars = {"orvAdd": True, "orvMultiply": True}
-    c = f"orv{name} orv{name}S" + (f" orv{name}SFP" if f"orv{name}" in scalars else "")
+    floating = name in ("Add", "Multiply")
+    c = f"orv{name} orv{name}S" + (f" orv{name}SFP" if floating else "")
 
     def arguments(a, b, dst):
         if is_picture(a) and is_picture(b):
             return f"orv{name}", a, b, dst
         image, number = (a, b) if is_picture(a) else (b, a)
-        if is_float(image) and f"orv{name}SFP" in c:
+        if is_float(image) and floating:
             return f"orv{name}SFP", image, dst, float(number)
         return f"orv{name}S", image, dst, operator.index(number)
     return c, arguments
@@ -48,18 +48,24 @@ def subtraction(a, b, dst):
 
 
 def comparison(name):
-    opposite = {"Less": "Greater", "Greater": "Less", "Equal": "Equal"}
-
-    def arguments(a, b, dst, eps=None):
+    def arguments(a, b, dst):
         if is_picture(a) and is_picture(b):
-            return (f"orv{name}", a, b, dst) if eps is None else (f"orv{name}FPEps", a, b, dst, eps)
-        image, number, side = (a, b, name) if is_picture(a) else (b, a, opposite[name])
-        if eps is not None:
-            return f"orv{side}SFPEps", image, float(number), dst, eps
+            return f"orv{name}", a, b, dst
+        # A number on the left: what holds of the picture is the opposite.
+        image, number, side = (a, b, name) if is_picture(a) else (b, a, {"Less": "Greater", "Greater": "Less"}.get(name, name))
         if is_float(image):
             return f"orv{side}SFP", image, float(number), dst
         return f"orv{side}S", image, operator.index(number), dst
     return arguments
+
+
+def equality(a, b, dst, eps=None):
+    if eps is None:
+        return comparison("Equal")(a, b, dst)
+    if is_picture(a) and is_picture(b):
+        return "orvEqualFPEps", a, b, dst, eps
+    image, number = (a, b) if is_picture(a) else (b, a)
+    return "orvEqualSFPEps", image, float(number), dst, eps
 
 
 for python, c in {"add": "Add", "multiply": "Multiply", "and_": "And", "or_": "Or", "xor": "Xor"}.items():
@@ -70,12 +76,10 @@ operation("right_shift", "orvRShiftS", lambda src, n, dst: (src, dst, n))
 operation("not_", "orvNot", lambda src, dst: (src, dst))
 operation("abs", "orvAbs", lambda src, dst: (src, dst))
 operation("square", "orvSquare", lambda src, dst: (src, dst))
-for python, c in {"less": "Less", "greater": "Greater"}.items():
-    arguments = comparison(c)
-    operation(python, f"orv{c} orv{c}S orv{c}SFP", lambda a, b, dst, arguments=arguments: arguments(a, b, dst),
-              images=("a", "b"), result=bits, inplace=False)
-operation("equal", "orvEqual orvEqualS orvEqualSFP orvEqualFPEps orvEqualSFPEps",
-          comparison("Equal"), images=("a", "b"), result=bits, inplace=False)
+for python, c, opposite in (("less", "Less", "Greater"), ("greater", "Greater", "Less")):
+    operation(python, f"orv{c} orv{c}S orv{c}SFP orv{opposite}S orv{opposite}SFP", comparison(c), images=("a", "b"), result=bits, inplace=False)
+operation("equal", "orvEqual orvEqualS orvEqualSFP orvEqualFPEps orvEqualSFPEps", equality, images=("a", "b"), result=bits,
+          inplace=False)
 operation("threshold", "orvThreshold", lambda src, threshold, dst: (src, dst, threshold),
           keywords="roi mask coi alpha dtype", result=typed(), note="dtype may be bool.")
 operation("multiply_scale", "orvMultiplyScale orvMultiplySScale",
@@ -104,9 +108,12 @@ for python, c in {"blur": "orvBlur", "max_filter": "orvMaxFilter", "min_filter":
                   "median_filter": "orvMedianFilter", "color_median_filter": "orvColorMedianFilter"}.items():
     operation(python, c, lambda src, size, dst, anchor=None: (src, dst, *pair(size), *centre(anchor, size)),
               keywords=_FILTER, inplace=python == "blur", reach=window, note="size: (columns, rows) of the window; anchor: (x, y) in it.")
+def morphology_reach(passes):
+    return lambda iterations: (iterations * passes,) * 4
+
+
 for python, c, passes in (("dilate", "orvDilate", 1), ("erode", "orvErode", 1), ("open", "orvOpen", 2), ("close", "orvClose", 2)):
-    operation(python, c, lambda src, dst, iterations=1: (src, dst, iterations), keywords=_FILTER,
-              reach=lambda iterations, passes=passes: (iterations * passes,) * 4)
+    operation(python, c, lambda src, dst, iterations=1: (src, dst, iterations), keywords=_FILTER, reach=morphology_reach(passes))
 
 
 def fixed_reach(filter):
@@ -168,11 +175,12 @@ def interpolation(value, blend_edge=False):
 _SCALES = "x, y: scales as whole numbers, Fractions or pairs (to, from); y is x by default."
 operation("zoom", "orvZoom", lambda src, x, dst, y=None, interpolate="linear": (src, dst, *both(x, y), interpolation(interpolate)),
           keywords="roi mask coi alpha shape", result=scaled, inplace=False, note=_SCALES)
-for python, c, default in (("resize", "orvResize", "linear"), ("decimate", "orvDecimate", "super")):
-    def scaling(src, x, dst, y=None, interpolate=default):
-        return src, dst, *both(x, y), interpolation(interpolate)
-    operation(python, c, scaling, keywords="roi coi alpha shape" + (" mask" if python == "resize" else ""), result=scaled,
-              inplace=False, note=_SCALES)
+operation("resize", "orvResize", lambda src, x, dst, y=None, interpolate="linear":
+          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi mask coi alpha shape", result=scaled, inplace=False,
+          note=_SCALES)
+operation("decimate", "orvDecimate", lambda src, x, dst, y=None, interpolate="super":
+          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi coi alpha shape", result=scaled, inplace=False,
+          note=_SCALES)
 operation("decimate_blur", "orvDecimateBlur", lambda src, x, dst, y=None, interpolate="linear", mask_size=0:
           (src, dst, *both(x, y), interpolation(interpolate), *pair(mask_size)), keywords="roi coi alpha shape", result=scaled,
           inplace=False, note=_SCALES)
@@ -186,13 +194,20 @@ def matrix(values, rows, columns):
 
 operation("warp_affine", "orvWarpAffine", lambda src, coeffs, dst, interpolate="linear", blend_edge=False:
           (src, dst, matrix(coeffs, 2, 3), interpolation(interpolate, blend_edge)), **_WARP)
-for kind, rows, columns in (("Bilinear", 2, 4), ("Perspective", 3, 3)):
-    operation(f"warp_{kind.lower()}", f"orvWarp{kind}",
-              lambda src, coeffs, dst, warp_flag=0, interpolate="linear", blend_edge=False, rows=rows, columns=columns:
-              (src, dst, matrix(coeffs, rows, columns), warp_flag, interpolation(interpolate, blend_edge)), **_WARP)
-    operation(f"warp_{kind.lower()}_q", f"orvWarp{kind}Q",
-              lambda src, quad, dst, warp_flag=0, interpolate="linear", blend_edge=False:
-              (src, dst, matrix(quad, 4, 2), warp_flag, interpolation(interpolate, blend_edge)), **_WARP)
+
+
+def by_coefficients(rows, columns):
+    return lambda src, coeffs, dst, warp_flag=0, interpolate="linear", blend_edge=False: (
+        src, dst, matrix(coeffs, rows, columns), warp_flag, interpolation(interpolate, blend_edge))
+
+
+def by_quadrangle(src, quad, dst, warp_flag=0, interpolate="linear", blend_edge=False):
+    return src, dst, matrix(quad, 4, 2), warp_flag, interpolation(interpolate, blend_edge)
+
+
+for kind, size in (("Bilinear", (2, 4)), ("Perspective", (3, 3))):
+    operation(f"warp_{kind.lower()}", f"orvWarp{kind}", by_coefficients(*size), **_WARP)
+    operation(f"warp_{kind.lower()}_q", f"orvWarp{kind}Q", by_quadrangle, **_WARP)
 operation("shear", "orvShear", lambda src, x_shear, y_shear, dst, x_shift=0, y_shift=0, interpolate="linear", blend_edge=False:
           (src, dst, x_shear, y_shear, x_shift, y_shift, interpolation(interpolate, blend_edge)), **_WARP)
 operation("rotate", "orvRotate", lambda src, angle, dst, x_shift=0, y_shift=0, interpolate="linear", blend_edge=False:

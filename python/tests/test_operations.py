@@ -48,12 +48,35 @@ def test_every_form_runs_and_is_what_it_says(name):
         before = [np.copy(value) for value in sample]
         result = form(*sample, **named)
         assert all(np.array_equal(a, b) for a, b in zip(before, sample) if isinstance(b, np.ndarray))
-        assert len(form.reach(size=3, anchor=None, iterations=2, filter="sobel_x", kernel=GREY3, row=[1, 2, 1], column=None,
-                              template=GREY)) == 4
         if form.operation.writes:
             out = np.zeros_like(result)
             assert form(*sample, **named, out=out) is out
             assert np.array_equal(out, result, equal_nan=result.dtype.kind == "f")
+
+
+FILTERS = [("blur", dict(size=(5, 4), anchor=(0, 3))), ("max_filter", dict(size=(4, 7))), ("min_filter", dict(size=3, anchor=(2, 0))),
+           ("median_filter", dict(size=(5, 3))), ("dilate", dict(iterations=2)), ("erode", {}), ("open", dict(iterations=2)),
+           ("close", dict(iterations=3)), ("fixed_filter", dict(filter="gauss5")), ("fixed_filter", dict(filter="sobel_y")),
+           ("convolve", dict(kernel=np.arange(12).reshape(3, 4), anchor=(3, 0), shift=7)),
+           ("convolve", dict(kernel=[GREY3, np.ones((1, 7), int)], shift=4, combine="max")),
+           ("convolve_separable", dict(row=[1, 2, 3, 4], column=[5, 4, 3], anchor=(0, 2), shift=7)),
+           ("norm_cross_corr", dict(template=GREY[:4, :7]))]
+
+
+@pytest.mark.parametrize("name, parameters", [pair for pair in FILTERS if pair[0] in orvz3.OPERATIONS])
+def test_what_lies_beyond_the_reach_does_not_count(name, parameters):
+    form = orvz3.OPERATIONS[name]
+    left, top, right, bottom = form.reach(**parameters)
+    picture = np.random.default_rng(6).integers(0, 256, (60, 64), dtype=np.uint8)
+    whole = form(picture, **parameters)[20:40, 20:40]
+    around = picture[20 - top:40 + bottom, 20 - left:40 + right]
+    assert (form(around, **parameters)[top:top + 20, left:left + 20] == whole).all()
+    if name in ("blur", "convolve_separable") or "anchor" in parameters and name == "convolve":
+        for less in np.eye(4, dtype=int):  # and all within it does, on each side
+            l, t, r, b = np.array((left, top, right, bottom)) - less
+            if min(l, t, r, b) >= 0:
+                part = form(picture[20 - t:40 + b, 20 - l:40 + r], **parameters)[t:t + 20, l:l + 20]
+                assert (part != whole).any(), less
 
 
 def test_what_forms_compute():
