@@ -37,7 +37,7 @@ def from_dib(data):
     coded = header.biCompression in (d.BI_RLE8, d.BI_RLE4)
     if coded and header.biSizeImage == 0:
         header.biSizeImage = max(len(data) - _promised(header), 0)
-    if header.biClrUsed > 32768 or len(data) < _promised(header):
+    if header.biClrUsed > 32768 or len(data) < _promised(header) or coded and header.biSizeImage == 0:
         raise ValueError(f"the bitmap has {len(data)} bytes, fewer than its header promises")
     copied = ctypes.c_int()
     image = FUNCTIONS["orvTranslateDIB"](header, copied)

@@ -58,24 +58,27 @@ class Use:
             image.end(kind is not None)
 
 
-def _integer(kind):
+def _integer(kind, wide):
     bits = 8 * ctypes.sizeof(kind)
     signed = kind(-1).value < 0
     low, high = (-(1 << bits - 1), (1 << bits - 1) - 1) if signed else (0, (1 << bits) - 1)
 
     def convert(value):
         value = operator.index(value)
-        # Depths and flags are at home in both kinds of 32 bits.
-        if not low <= value <= max(high, 0xFFFFFFFF if bits == 32 else 0):
+        if not low <= value <= (0xFFFFFFFF if wide else high):
             raise OverflowError(f"{value} does not fit {bits} bits")
         return value
     return convert
 
 
 def _image(writes):
-    def convert(value):
+    def convert(value, made):
         if isinstance(value, np.ndarray):
-            return Image(value, write=writes)
+            # One array in two places is one image, which the library may want to know.
+            key = (value.ctypes.data, value.shape, value.strides, value.dtype)
+            if key not in made:
+                made[key] = Image(value, write=writes)
+            return made[key]
         if value is None or isinstance(value, (Image, TiledImage, d.OrvImage, _IMAGE)):
             return value
         raise TypeError(f"an array, an Image, a TiledImage or an OrvImage is wanted, not {type(value).__name__}")
@@ -158,7 +161,8 @@ def _converter(function, parameter, kind, fixed):
         return _address
     if hasattr(kind, "contents"):
         return _pointer(kind, fixed)
-    return float if kind in _FLOATS else _integer(kind)
+    # Depths are numbers without a sign, whatever the parameter is.
+    return float if kind in _FLOATS else _integer(kind, parameter == "depth")
 
 
 def _argument(value):
@@ -172,17 +176,20 @@ def _make(name):
     converters = [_converter(name, *parameter) for parameter in parameters]
     names = [parameter for parameter, _, _ in parameters]
     signature = inspect.Signature([inspect.Parameter(n, inspect.Parameter.POSITIONAL_OR_KEYWORD) for n in names])
+    pictures = {i for i, (_, kind, _) in enumerate(parameters) if kind is _IMAGE}
+    order = sorted(range(len(names)), key=lambda i: bool(_SOURCE.match(names[i])))
     makes_record = hasattr(result, "contents") and isinstance(result._type_, type) and issubclass(result._type_, ctypes.Structure)
 
     def function(*values, **named):
         if named or len(values) != len(names):
             values = signature.bind(*values, **named).args
-        kept = []
-        for convert, value, parameter in zip(converters, values, names):
+        kept, made = list(values), {}
+        # What is written first, so that an array which is read too is an image that may be written.
+        for i in order:
             try:
-                kept.append(convert(value))
+                kept[i] = converters[i](values[i], made) if i in pictures else converters[i](values[i])
             except (TypeError, ValueError, OverflowError) as error:
-                raise type(error)(f"{name}: {parameter}: {error}") from None
+                raise type(error)(f"{name}: {names[i]}: {error}") from None
         images = images_of(kept)
         arguments = [_argument(value) for value in kept]
         if name in _DIRECT:

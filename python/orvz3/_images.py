@@ -157,6 +157,11 @@ class Image:
     def dtype(self):
         return self.array.dtype
 
+    @property
+    def partial(self):
+        """Whether a region, a mask or alpha leaves something out."""
+        return self._roi is not None or self.mask is not None or self.record.alphaChannel != 0
+
     def set_roi(self, roi, coi=0):
         """Sets the region and the channel of interest; None takes both off."""
         if roi is None:

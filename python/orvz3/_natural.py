@@ -151,7 +151,7 @@ class Operation:
         if out is None:
             if isinstance(first, TiledImage):
                 raise ValueError(f"{self.name}: out is wanted, for the result of a tiled image")
-            return self._new(getattr(first, "array", first), shape, dtype, given)
+            return self._new(first, shape, dtype, given)
         if (out.shape[:2], channels(out)) != (shape[:2], shape[2] if len(shape) == 3 else 1):
             raise ValueError(f"{self.name}: out has shape {tuple(out.shape)} instead of {shape}")
         if self.copied:
@@ -161,9 +161,11 @@ class Operation:
                 FUNCTIONS["orvCopy"](first, out)
         return out
 
-    def _new(self, array, shape, dtype, given):
-        partial = self.copied or any(given.get(key) is not None and given[key] is not False and not _is_zero(given[key])
-                                     for key in ("roi", "mask", "coi", "alpha"))
+    def _new(self, first, shape, dtype, given):
+        array = getattr(first, "array", first)
+        # What is left out shows what was there.
+        partial = (self.copied or given.get("coi") or given.get("alpha") or given.get("roi") is not None or
+                   given.get("mask") is not None or isinstance(first, Image) and first.partial)
         planes = len(shape) == 3 and array.ndim == 3 and _planes(array)
         new = np.moveaxis(np.zeros((shape[2], *shape[:2]), dtype), 0, -1) if planes else np.zeros(shape, dtype)
         if partial and (array.shape, array.dtype) == (shape, dtype):
@@ -232,7 +234,7 @@ class Operation:
             roi = settings["roi"] = region(given["roi"], first.shape)
         if given.get("coi"):
             settings["coi"] = int(given["coi"])
-        if given.get("alpha") is True:
+        if given.get("alpha"):
             settings["alpha"] = True
         if given.get("mask") is not None:
             mask = np.asarray(given["mask"])
@@ -247,10 +249,6 @@ class Operation:
             border = given["border"] if isinstance(given["border"], tuple) else (given["border"],)
             settings["border"] = (choice("ORV_BORDER_", border[0]), *map(int, border[1:]))
         return settings
-
-
-def _is_zero(value):
-    return np.ndim(value) == 0 and value == 0
 
 
 def _planes(array):

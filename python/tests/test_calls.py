@@ -53,11 +53,20 @@ def test_arguments_that_are_no_images_are_refused(arguments, error):
 
 def test_numbers_that_do_not_fit_are_refused():
     with pytest.raises(OverflowError):
-        orvz3.orvAddS(picture(), picture(), 2**40)
+        orvz3.orvAddS(picture(), picture(), 2**31)
     with pytest.raises(TypeError):
         orvz3.orvAddS(picture(), picture(), 1.5)
     with pytest.raises(ValueError):
         orvz3.orvGetPixel(picture(), 0, 0, np.zeros((4, 4), np.uint8)[:, ::2])
+
+
+def test_one_array_in_two_places_is_one_image():
+    a = picture()
+    orvz3.orvMirror(a, a, 0)  # of two images over the same pixels, one would be read after it was written
+    assert (a == picture()[::-1]).all()
+    bits = picture() > 20
+    orvz3.orvNot(bits, bits)
+    assert (bits == (picture() <= 20)).all()
 
 
 def test_handlers_are_told_and_their_exceptions_are_raised():
