@@ -111,7 +111,7 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
         return;
     bool done =
         combined != OwnMaskResult::noMemory && fits(*src, *dst, window) &&
-        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) == OwnNeighbourResult::done;
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window, true}) == OwnNeighbourResult::done;
     report.when(!done, ORV_STATUS_NO_MEMORY, "Allocation failure");
 }
 

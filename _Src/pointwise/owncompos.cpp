@@ -3,9 +3,8 @@
 #include <cstring>
 
 #include "../core/kernels/ownrows.h"
+#include "../core/ownmask.h"
 #include "../core/ownpixels.h"
-#include "../core/ownscratch.h"
-#include "orv/pointwise.h"
 
 namespace {
 
@@ -288,19 +287,12 @@ bool findMask(const OwnReport& report, OrvImage* const* images, int count, OwnSi
     mask = found ? masks[0] : nullptr;
     if (found < 2 || size.width < 1 || size.height < 1)
         return true;
-    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", masks[0]->dataOrder, masks[0]->origin,
-                                      masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
-    orvAllocateImage(made.image, 1, 0);
-    if (report.when(!made.image || !made.image->imageData, ORV_STATUS_NO_MEMORY, "No working memory"))
+    if (report.when(!ownMakeMask(*masks[0], size, made), ORV_STATUS_NO_MEMORY, "No working memory"))
         return false;
-    int32_t before = orvGetErrStatus();
-    orvSetErrStatus(ORV_STATUS_OK);
-    orvAnd(masks[0], masks[1], made.image);
-    if (found == 3)
-        orvAnd(made.image, masks[2], made.image);
-    if (report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "Bad masks for images"))
+    if (report.when(!ownAndInto(masks[0], masks[1], made.image) ||
+                        (found == 3 && !ownAndInto(made.image, masks[2], made.image)),
+                    ORV_STATUS_BACKTRACE, "Bad masks for images"))
         return false;
-    orvSetErrStatus(before);
     mask = made.image;
     return true;
 }

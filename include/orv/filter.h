@@ -46,6 +46,130 @@ ORV_API(void) orvSetBorderMode(OrvImage* image, int32_t mode, int32_t border, in
 ORV_API(void)
 orvBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
 
+/* ---- Morphology ----------------------------------------------------------------------------------------------------
+ *
+ * The window is a square of 2 n + 1 by 2 n + 1 pixels, n being `iterations`, with the pixel in its middle: what n steps with
+ * a window of 3 by 3 give. Of what lies around the region a frame of one pixel takes part, which is the image's own or, outside
+ * the image, that of its border modes; farther out the frame is repeated. Depths 1U, 8U and 16U; each channel by itself; in
+ * place is allowed and gives the same pixels. The destination's channel of interest is the source's, or none where it has no
+ * region; its own one only counts in the checks. The time hardly depends on the window's size:
+ * it grows with its logarithm.
+ *
+ * All four clear the stored status first. They report, in this order, an image's fault with "Incorrect Image", the source's
+ * before the destination's, and with ORV_STATUS_BAD_ARG: "Illegal number of iterations" (fewer than 1), "Illegal image depth",
+ * "SRC and DST depth are different", "SRC and DST order are different" (data orders, also of one channel), "SRC and DST
+ * orign are different", "SRC and DST number of channels are different" (processed ones, or the destination lacks the
+ * source's channel of interest). Without memory, or where a tile does not come, the stored status becomes
+ * ORV_STATUS_NO_MEMORY and nothing is reported.
+ *
+ * J. Serra, "Image Analysis and Mathematical Morphology", Academic Press (1982). Running extremes: M. van Herk, "A fast
+ * algorithm for local minimum and maximum filters on rectangular and octagonal kernels", Pattern Recognition Letters 13 (1992);
+ * J. Gil and M. Werman, "Computing 2-D min, median, and max filters", IEEE Transactions on Pattern Analysis and Machine
+ * Intelligence 15 (1993). */
+
+/* The greatest value of the window; at 1U whether any bit is set. */
+ORV_API(void) orvDilate(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+
+/* The least value of the window; at 1U whether all bits are set. */
+ORV_API(void) orvErode(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+
+/* Erosion, then dilation: removes what is bright and smaller than the window. The first stage is made in the region alone;
+ * around it the second stage sees the source. Both run from the top down, row by row, and the first does so no further than
+ * the second needs rows: the last n rows of the result, all of which have the window of the first of them, are equal. */
+ORV_API(void) orvOpen(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+
+/* Dilation, then erosion: removes what is dark and smaller than the window. Otherwise as orvOpen. */
+ORV_API(void) orvClose(OrvImage* srcImage, OrvImage* dstImage, int32_t iterations);
+
+/* ---- Ranks ---------------------------------------------------------------------------------------------------------
+ *
+ * The window is of `nCols` by `nRows` pixels, of which the pixel itself is column `anchorX` and row `anchorY`, counted from 0.
+ * In place is refused. Where both images have masks, pixels are computed that are set in both.
+ *
+ * These three take all depths but 32F and compute each channel by itself. They report, in this order, an image's fault with
+ * "Incorrect Image", the source's before the destination's, and with ORV_STATUS_BAD_ARG: "(anchorX>=nCols)||(anchorX<0)",
+ * "(anchorY>=nRows)||(anchorY<0)", "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth", "srcImage->depth==32",
+ * "srcImage->nChannels!=dstImage->nChannels", "srcImage->alphaChannel!=dstImage->alphaChannel",
+ * "(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)" and, unless the depth is 1U,
+ * "srcImage->dataOrder!=dstImage->dataOrder". Then "Interst Channel of input Image more number of channels.", the same of
+ * the "output Image", and "Number of interset channel input and output Image is not equal." are all tested; if the stored
+ * status is negative after that, whoever stored it, nothing is done.
+ *
+ * A tile that does not come is reported with ORV_STATUS_ERROR, "Error get tile to read" or "Error get tile to write". Without
+ * memory the work ends without a report. */
+
+/* The greatest value of the window; at 1U whether any bit is set. For the method see orvDilate. */
+ORV_API(void)
+orvMaxFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+/* The least value of the window; at 1U whether all bits are set. */
+ORV_API(void)
+orvMinFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+/* The median of the window: value nCols * nRows / 2 + 1 from below, rounded down, which is the upper of the two in the middle
+ * if their number is even; at 1U whether at least half of the bits are set.
+ *
+ * Small windows: A. Adams, "Fast median filters using separable sorting networks", ACM Transactions on Graphics 40 (2021). Large
+ * ones at 8 bits: S. Perreault and P. Hebert, "Median filtering in constant time", IEEE Transactions on Image Processing 16
+ * (2007); otherwise: T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median filtering algorithm", IEEE
+ * Transactions on Acoustics, Speech and Signal Processing 27 (1979). */
+ORV_API(void)
+orvMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY);
+
+/* The pixel of the window whose distances to all the others have the least sum, of several the first, row by row. A distance is
+ * the sum of the absolute differences of three channels; at 32F distances are added as floats, pair by pair. The images have
+ * three channels, or four of which the source's last one is alpha; the fourth is not written. All depths but 1U and 32S; the
+ * data orders may differ. The time grows with the square of the window's number of pixels.
+ *
+ * J. Astola, P. Haavisto and Y. Neuvo, "Vector median filters", Proceedings of the IEEE 78 (1990).
+ *
+ * Reports, in this order, an image's fault with "Incorrect Image", the source's before the destination's, and with
+ * ORV_STATUS_BAD_ARG: "(anchorX>=nCols)||(anchorX<0)", "(anchorY>=nRows)||(anchorY<0)", "(srcImage==dstImage)",
+ * "srcImage->depth!=dstImage->depth", "srcImage->depth==1", "srcImage->depth==(0x80000000|32)",
+ * "srcImage->nChannels!=dstImage->nChannels", "srcImage->nChannels<3", "srcImage->nChannels>4",
+ * "(srcImage->nChannels==3)&&(srcImage->alphaChannel!=0)", "(srcImage->nChannels==4)&&(srcImage->alphaChannel==0)",
+ * "srcImage->roi->coi!=0", "dstImage->roi->coi!=0". Tiles and memory: as above. */
+ORV_API(void)
+orvColorMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX,
+                     int32_t anchorY);
+
+/* ---- Fixed filters ------------------------------------------------------------------------------------------------ */
+
+/* The coefficients of a window, from left to right and top to bottom, and what the sum is divided by if anything. */
+enum {
+    ORV_FIXED_PREWITT_X = 0, /* 1 0 -1, three times */
+    ORV_FIXED_PREWITT_Y = 1, /* -1 -1 -1, 0 0 0, 1 1 1 */
+    ORV_FIXED_SOBEL_X = 2,   /* 1 0 -1, 2 0 -2, 1 0 -1 */
+    ORV_FIXED_SOBEL_Y = 3,   /* -1 -2 -1, 0 0 0, 1 2 1 */
+    ORV_FIXED_LAPLACE3 = 4,  /* all -1, in the middle 8 */
+    ORV_FIXED_LAPLACE5 = 5,  /* -1 -3 -4 -3 -1, -3 0 6 0 -3, -4 6 20 6 -4, and back */
+    ORV_FIXED_GAUSS3 = 6,    /* 1 2 1, 2 4 2, 1 2 1, by 16 */
+    ORV_FIXED_GAUSS5 = 7,    /* 2 7 12 7 2, 7 31 52 31 7, 12 52 127 52 12, and back, by 571 */
+    ORV_FIXED_HIGHPASS3 = 8, /* ORV_FIXED_LAPLACE3 by another name */
+    ORV_FIXED_HIGHPASS5 = 9, /* 5 by 5, all -1, in the middle 24 */
+    ORV_FIXED_SHARPEN3 = 10  /* all -1, in the middle 16, by 8 */
+};
+
+/* Gives every value the sum of the window around it times the coefficients of `filter` (ORV_FIXED_...). The coefficients are not
+ * turned round: a ramp that rises to the right gives something negative with ORV_FIXED_SOBEL_X. Quotients are rounded to
+ * nearest, ties to even, and results cut to the range of the depth. 32S and 32F are computed in 32-bit float, row by row, and
+ * so is ORV_FIXED_GAUSS5 at all depths, whose coefficients are rounded to float. At 1U a bit is set where the sum is above 0,
+ * with ORV_FIXED_GAUSS3 above 7, with ORV_FIXED_GAUSS5 above 285; ORV_FIXED_SHARPEN3 is orvCopy then, with all its rules. Each
+ * channel by itself; in place is refused. No floating-point exception is raised or left.
+ *
+ * J. M. S. Prewitt, "Object enhancement and extraction", in Picture Processing and Psychopictorics (1970); I. Sobel and G.
+ * Feldman, "A 3x3 isotropic gradient operator for image processing" (1968).
+ *
+ * Reports and returns, in this order: an image's fault, with "Incorrect Image", the source's before the destination's; then
+ * with ORV_STATUS_BAD_ARG "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth" (returns ORV_STATUS_BAD_DEPTH),
+ * "srcImage->nChannels!=dstImage->nChannels" (ORV_STATUS_BAD_CHANNELS), "srcImage->alphaChannel!=dstImage->alphaChannel"
+ * (ORV_STATUS_BAD_ALPHA_CHANNEL), "(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)", and unless the
+ * depth is 1U "srcImage->dataOrder!=dstImage->dataOrder" (-1); then the three tests of the channels of interest as
+ * orvMedianFilter makes them, with ORV_STATUS_BAD_COI, after which a negative stored status is returned; last, with
+ * ORV_STATUS_BAD_ARG, "Unknow filter.". Tiles and memory: as orvMedianFilter. Returns the stored status if it is negative, 0
+ * otherwise. */
+ORV_API(int32_t) orvFixedFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t filter);
+
 #ifdef __cplusplus
 }
 #endif

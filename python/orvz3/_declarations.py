@@ -73,6 +73,17 @@ ORV_SIDE_TOP = 1
 ORV_SIDE_BOTTOM = 2
 ORV_SIDE_LEFT = 4
 ORV_SIDE_RIGHT = 8
+ORV_FIXED_PREWITT_X = 0  # 1 0 -1, three times
+ORV_FIXED_PREWITT_Y = 1  # -1 -1 -1, 0 0 0, 1 1 1
+ORV_FIXED_SOBEL_X = 2  # 1 0 -1, 2 0 -2, 1 0 -1
+ORV_FIXED_SOBEL_Y = 3  # -1 -2 -1, 0 0 0, 1 2 1
+ORV_FIXED_LAPLACE3 = 4  # all -1, in the middle 8
+ORV_FIXED_LAPLACE5 = 5  # -1 -3 -4 -3 -1, -3 0 6 0 -3, -4 6 20 6 -4, and back
+ORV_FIXED_GAUSS3 = 6  # 1 2 1, 2 4 2, 1 2 1, by 16
+ORV_FIXED_GAUSS5 = 7  # 2 7 12 7 2, 7 31 52 31 7, 12 52 127 52 12, and back, by 571
+ORV_FIXED_HIGHPASS3 = 8  # ORV_FIXED_LAPLACE3 by another name
+ORV_FIXED_HIGHPASS5 = 9  # 5 by 5, all -1, in the middle 24
+ORV_FIXED_SHARPEN3 = 10  # all -1, in the middle 16, by 8
 ORV_INTER_NN = 0  # nearest neighbour
 ORV_INTER_LINEAR = 1  # bilinear, of two by two pixels
 ORV_INTER_CUBIC = 2  # bicubic: Lagrange polynomials through four by four pixels
@@ -139,7 +150,7 @@ class OrvTileInfo(Structure):
 
     callBack: must not be NULL
     tileTag: the application's own word; never read by the library
-    tileData: set by the provider: the pixels of the tile last asked for
+    tileData: NULL at a request, then set by the provider: the pixels of the tile asked for
     width: in pixels, a multiple of 8, at least 8
     height: in pixels, a multiple of 8, at least 8
     """
@@ -167,7 +178,7 @@ class OrvImage(Structure):
     imageTag: the application's own word; never read by the library
     tileInfo: NULL for an image with a data buffer
     imageSize: size of the pixel data in bytes, row padding included
-    imageData: first byte of the pixel data; NULL for a tiled image
+    imageData: first byte of the pixel data, at any address; NULL for a tiled image
     widthStep: distance between row starts in bytes
     borderMode: ORV_BORDER_... for the top, bottom, left and right side
     borderConst: border constant for the same sides
@@ -187,6 +198,10 @@ class OrvLibVersion(Structure):
     buildDate: "Mar 5 2002"
     linkage: "DLL"
     """
+
+
+class OrvColorTwist(Structure):
+    """M[r][c] = data[4 r + c] / 2^scalingValue, with scalingValue from 0 to 31. To be changed by orvSetColorTwist only."""
 
 
 class BITMAPINFOHEADER(Structure):
@@ -311,6 +326,10 @@ OrvLibVersion._fields_ = [
     ("internalVersion", c_char_p),
     ("buildDate", c_char_p),
     ("linkage", c_char_p),
+]
+OrvColorTwist._fields_ = [
+    ("data", (c_int32 * 16)),
+    ("scalingValue", c_int32),
 ]
 BITMAPINFOHEADER._fields_ = [
     ("biSize", c_uint32),
@@ -744,6 +763,218 @@ FUNCTIONS = {
         ("anchorX", c_int32, None),
         ("anchorY", c_int32, None),
     ), "filter"),
+    "orvDilate": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("iterations", c_int32, None),
+    ), "filter"),
+    "orvErode": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("iterations", c_int32, None),
+    ), "filter"),
+    "orvOpen": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("iterations", c_int32, None),
+    ), "filter"),
+    "orvClose": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("iterations", c_int32, None),
+    ), "filter"),
+    "orvMaxFilter": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("nCols", c_int32, None),
+        ("nRows", c_int32, None),
+        ("anchorX", c_int32, None),
+        ("anchorY", c_int32, None),
+    ), "filter"),
+    "orvMinFilter": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("nCols", c_int32, None),
+        ("nRows", c_int32, None),
+        ("anchorX", c_int32, None),
+        ("anchorY", c_int32, None),
+    ), "filter"),
+    "orvMedianFilter": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("nCols", c_int32, None),
+        ("nRows", c_int32, None),
+        ("anchorX", c_int32, None),
+        ("anchorY", c_int32, None),
+    ), "filter"),
+    "orvColorMedianFilter": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("nCols", c_int32, None),
+        ("nRows", c_int32, None),
+        ("anchorX", c_int32, None),
+        ("anchorY", c_int32, None),
+    ), "filter"),
+    "orvFixedFilter": (c_int32, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("filter", c_int32, None),
+    ), "filter"),
+    "orvGetAffineQuad": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetAffineQuadROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetBilinearQuad": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetBilinearQuadROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetPerspectiveQuad": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetPerspectiveQuadROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetAffineBound": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("bound", POINTER((c_double * 2)), (2, 2)),
+    ), "geometry"),
+    "orvGetAffineBoundROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("bound", POINTER((c_double * 2)), (2, 2)),
+    ), "geometry"),
+    "orvGetBilinearBound": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("bound", POINTER((c_double * 2)), (2, 2)),
+    ), "geometry"),
+    "orvGetBilinearBoundROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("bound", POINTER((c_double * 2)), (2, 2)),
+    ), "geometry"),
+    "orvGetPerspectiveBound": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("bound", POINTER((c_double * 2)), (2, 2)),
+    ), "geometry"),
+    "orvGetPerspectiveBoundROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("bound", POINTER((c_double * 2)), (2, 2)),
+    ), "geometry"),
+    "orvGetAffineTransform": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetAffineTransformROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetBilinearTransform": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetBilinearTransformROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetPerspectiveTransform": (None, (
+        ("image", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetPerspectiveTransformROI": (None, (
+        ("roi", POINTER(OrvROI), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+    ), "geometry"),
+    "orvGetRotateShift": (None, (
+        ("xCenter", c_double, None),
+        ("yCenter", c_double, None),
+        ("angle", c_double, None),
+        ("xShift", POINTER(c_double), None),
+        ("yShift", POINTER(c_double), None),
+    ), "geometry"),
+    "orvWarpAffine": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (2, 3)),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvWarpBilinearQ": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+        ("warpFlag", c_int32, None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvWarpBilinear": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 4)), (2, 4)),
+        ("warpFlag", c_int32, None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvWarpPerspectiveQ": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("quad", POINTER((c_double * 2)), (4, 2)),
+        ("warpFlag", c_int32, None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvWarpPerspective": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("coeffs", POINTER((c_double * 3)), (3, 3)),
+        ("warpFlag", c_int32, None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvShear": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("xShear", c_double, None),
+        ("yShear", c_double, None),
+        ("xShift", c_double, None),
+        ("yShift", c_double, None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvRotate": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("angle", c_double, None),
+        ("xShift", c_double, None),
+        ("yShift", c_double, None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
+    "orvRemap": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("xMap", POINTER(OrvImage), None),
+        ("yMap", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("interpolate", c_int32, None),
+    ), "geometry"),
     "orvZoom": (None, (
         ("srcImage", POINTER(OrvImage), None),
         ("dstImage", POINTER(OrvImage), None),
@@ -787,6 +1018,92 @@ FUNCTIONS = {
         ("dstImage", POINTER(OrvImage), None),
         ("flipAxis", c_int32, None),
     ), "geometry"),
+    "orvColorToGray": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvGrayToColor": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+        ("weightR", c_float, None),
+        ("weightG", c_float, None),
+        ("weightB", c_float, None),
+    ), "colour"),
+    "orvRGB2HSV": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvHSV2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvRGB2HLS": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvHLS2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvRGB2XYZ": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvXYZ2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvRGB2LUV": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvLUV2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvRGB2YUV": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvYUV2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvRGB2YCrCb": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvYCrCb2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvYCC2RGB": (None, (
+        ("src", POINTER(OrvImage), None),
+        ("dst", POINTER(OrvImage), None),
+    ), "colour"),
+    "orvCreateColorTwist": (POINTER(OrvColorTwist), (
+        ("data", POINTER(c_int32), None),
+        ("scalingValue", c_int32, None),
+    ), "colour"),
+    "orvSetColorTwist": (None, (
+        ("cTwist", POINTER(OrvColorTwist), None),
+        ("data", POINTER(c_int32), None),
+        ("scalingValue", c_int32, None),
+    ), "colour"),
+    "orvDeleteColorTwist": (None, (
+        ("cTwist", POINTER(OrvColorTwist), None),
+    ), "colour"),
+    "orvApplyColorTwist": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("cTwist", POINTER(OrvColorTwist), None),
+        ("offset", c_int32, None),
+    ), "colour"),
+    "orvColorTwistFP": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("TwistFP", POINTER(c_float), None),
+    ), "colour"),
     "orvReduceBits": (None, (
         ("srcImage", POINTER(OrvImage), None),
         ("dstImage", POINTER(OrvImage), None),
@@ -794,6 +1111,26 @@ FUNCTIONS = {
         ("ditherType", c_int32, None),
         ("levels", c_int32, None),
     ), "colour"),
+    "orvConvert": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+    ), "convert"),
+    "orvBitonalToGray": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("ZeroScale", c_int32, None),
+        ("OneScale", c_int32, None),
+    ), "convert"),
+    "orvScale": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+    ), "convert"),
+    "orvScaleFP": (None, (
+        ("srcImage", POINTER(OrvImage), None),
+        ("dstImage", POINTER(OrvImage), None),
+        ("minVal", c_float, None),
+        ("maxVal", c_float, None),
+    ), "convert"),
     "orvTranslateDIB": (POINTER(OrvImage), (
         ("dib", POINTER(BITMAPINFOHEADER), None),
         ("cloneData", POINTER(c_int), None),
@@ -1067,7 +1404,7 @@ imageDataBlock is the application's and stays. Nothing for NULL.
     "orvCheckImageHeader": """Validates an image. Returns 0, or the first fault found, which is also stored; nothing is reported. In order:
 ORV_STATUS_NULL_IMAGE, ORV_STATUS_NO_IMAGE_DATA (not exactly one of data and tiles), ORV_STATUS_BAD_IMAGE_SIZE and
 ORV_STATUS_BAD_WIDTH_STEP (below 1, plain images only), the faults of orvCreateImageHeader, ORV_STATUS_NULL_CALLBACK,
-ORV_STATUS_BAD_TILE_SIZE, ORV_STATUS_BAD_COI, ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies
+ORV_STATUS_BAD_TILE_SIZE (also where a tile's row takes more than 2147483647 bytes), ORV_STATUS_BAD_COI, ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies
 outside the image passes: operations cut it.
 """,
     "orvCloneImage": """Returns a copy of an image with a data buffer and a region record of its own, without mask, tag and tiles. The pixels
@@ -1096,7 +1433,8 @@ one data order unless they are 1U or have one channel; they may be tiled. Masks 
 
 Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an image's
 fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs, going on to
-the next; ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
+the next, and ends with a negative status or where the depths differ: a report handler that clears the status lets the
+copy go on between two origins or data orders. Then ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
 masks or tiles; ORV_STATUS_ERROR for a tile that does not come.
 """,
     "orvSet": """Fills the processed channels of the region with `fillValue`, cut to the range of the depth; any depth but 32F. While it
@@ -1243,6 +1581,255 @@ anchor negative; an anchor outside the window); ORV_STATUS_BAD_ALPHA_CHANNEL (th
 nothing but alpha); ORV_STATUS_BAD_CHANNELS (numbers of processed channels that differ); ORV_STATUS_BAD_ALPHA_CHANNEL (a
 mask); ORV_STATUS_NO_MEMORY (no memory, or a tile that does not come).
 """,
+    "orvDilate": """The greatest value of the window; at 1U whether any bit is set.""",
+    "orvErode": """The least value of the window; at 1U whether all bits are set.""",
+    "orvOpen": """Erosion, then dilation: removes what is bright and smaller than the window. The first stage is made in the region alone;
+around it the second stage sees the source. Both run from the top down, row by row, and the first does so no further than
+the second needs rows: the last n rows of the result, all of which have the window of the first of them, are equal.
+""",
+    "orvClose": """Dilation, then erosion: removes what is dark and smaller than the window. Otherwise as orvOpen.""",
+    "orvMaxFilter": """The greatest value of the window; at 1U whether any bit is set. For the method see orvDilate.""",
+    "orvMinFilter": """As orvErode, beside which it is declared:
+
+The least value of the window; at 1U whether all bits are set.
+""",
+    "orvMedianFilter": """The median of the window: value nCols * nRows / 2 + 1 from below, rounded down, which is the upper of the two in the middle
+if their number is even; at 1U whether at least half of the bits are set.
+
+Small windows: A. Adams, "Fast median filters using separable sorting networks", ACM Transactions on Graphics 40 (2021). Large
+ones at 8 bits: S. Perreault and P. Hebert, "Median filtering in constant time", IEEE Transactions on Image Processing 16
+(2007); otherwise: T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median filtering algorithm", IEEE
+Transactions on Acoustics, Speech and Signal Processing 27 (1979).
+""",
+    "orvColorMedianFilter": """The pixel of the window whose distances to all the others have the least sum, of several the first, row by row. A distance is
+the sum of the absolute differences of three channels; at 32F distances are added as floats, pair by pair. The images have
+three channels, or four of which the source's last one is alpha; the fourth is not written. All depths but 1U and 32S; the
+data orders may differ. The time grows with the square of the window's number of pixels.
+
+J. Astola, P. Haavisto and Y. Neuvo, "Vector median filters", Proceedings of the IEEE 78 (1990).
+
+Reports, in this order, an image's fault with "Incorrect Image", the source's before the destination's, and with
+ORV_STATUS_BAD_ARG: "(anchorX>=nCols)||(anchorX<0)", "(anchorY>=nRows)||(anchorY<0)", "(srcImage==dstImage)",
+"srcImage->depth!=dstImage->depth", "srcImage->depth==1", "srcImage->depth==(0x80000000|32)",
+"srcImage->nChannels!=dstImage->nChannels", "srcImage->nChannels<3", "srcImage->nChannels>4",
+"(srcImage->nChannels==3)&&(srcImage->alphaChannel!=0)", "(srcImage->nChannels==4)&&(srcImage->alphaChannel==0)",
+"srcImage->roi->coi!=0", "dstImage->roi->coi!=0". Tiles and memory: as above.
+""",
+    "orvFixedFilter": """Gives every value the sum of the window around it times the coefficients of `filter` (ORV_FIXED_...). The coefficients are not
+turned round: a ramp that rises to the right gives something negative with ORV_FIXED_SOBEL_X. Quotients are rounded to
+nearest, ties to even, and results cut to the range of the depth. 32S and 32F are computed in 32-bit float, row by row, and
+so is ORV_FIXED_GAUSS5 at all depths, whose coefficients are rounded to float. At 1U a bit is set where the sum is above 0,
+with ORV_FIXED_GAUSS3 above 7, with ORV_FIXED_GAUSS5 above 285; ORV_FIXED_SHARPEN3 is orvCopy then, with all its rules. Each
+channel by itself; in place is refused. No floating-point exception is raised or left.
+
+J. M. S. Prewitt, "Object enhancement and extraction", in Picture Processing and Psychopictorics (1970); I. Sobel and G.
+Feldman, "A 3x3 isotropic gradient operator for image processing" (1968).
+
+Reports and returns, in this order: an image's fault, with "Incorrect Image", the source's before the destination's; then
+with ORV_STATUS_BAD_ARG "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth" (returns ORV_STATUS_BAD_DEPTH),
+"srcImage->nChannels!=dstImage->nChannels" (ORV_STATUS_BAD_CHANNELS), "srcImage->alphaChannel!=dstImage->alphaChannel"
+(ORV_STATUS_BAD_ALPHA_CHANNEL), "(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)", and unless the
+depth is 1U "srcImage->dataOrder!=dstImage->dataOrder" (-1); then the three tests of the channels of interest as
+orvMedianFilter makes them, with ORV_STATUS_BAD_COI, after which a negative stored status is returned; last, with
+ORV_STATUS_BAD_ARG, "Unknow filter.". Tiles and memory: as orvMedianFilter. Returns the stored status if it is negative, 0
+otherwise.
+""",
+    "orvGetAffineQuad": """Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+NULL; `quad` NULL).
+""",
+    "orvGetAffineQuadROI": """As orvGetAffineQuad, beside which it is declared:
+
+Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+NULL; `quad` NULL).
+""",
+    "orvGetBilinearQuad": """As orvGetAffineQuad, beside which it is declared:
+
+Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+NULL; `quad` NULL).
+""",
+    "orvGetBilinearQuadROI": """As orvGetAffineQuad, beside which it is declared:
+
+Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+NULL; `quad` NULL).
+""",
+    "orvGetPerspectiveQuad": """As orvGetAffineQuad, beside which it is declared:
+
+Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+NULL; `quad` NULL).
+""",
+    "orvGetPerspectiveQuadROI": """As orvGetAffineQuad, beside which it is declared:
+
+Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+NULL; `quad` NULL).
+""",
+    "orvGetAffineBound": """The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+
+Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL).
+""",
+    "orvGetAffineBoundROI": """As orvGetAffineBound, beside which it is declared:
+
+The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+
+Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL).
+""",
+    "orvGetBilinearBound": """As orvGetAffineBound, beside which it is declared:
+
+The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+
+Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL).
+""",
+    "orvGetBilinearBoundROI": """As orvGetAffineBound, beside which it is declared:
+
+The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+
+Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL).
+""",
+    "orvGetPerspectiveBound": """As orvGetAffineBound, beside which it is declared:
+
+The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+
+Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL).
+""",
+    "orvGetPerspectiveBoundROI": """As orvGetAffineBound, beside which it is declared:
+
+The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+
+Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL).
+""",
+    "orvGetAffineTransform": """Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+wide or high).
+""",
+    "orvGetAffineTransformROI": """As orvGetAffineTransform, beside which it is declared:
+
+Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+wide or high).
+""",
+    "orvGetBilinearTransform": """As orvGetAffineTransform, beside which it is declared:
+
+Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+wide or high).
+""",
+    "orvGetBilinearTransformROI": """As orvGetAffineTransform, beside which it is declared:
+
+Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+wide or high).
+""",
+    "orvGetPerspectiveTransform": """As orvGetAffineTransform, beside which it is declared:
+
+Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+wide or high).
+""",
+    "orvGetPerspectiveTransformROI": """As orvGetAffineTransform, beside which it is declared:
+
+Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+wide or high).
+""",
+    "orvGetRotateShift": """Adds to `*xShift` and `*yShift` what makes orvRotate turn about the point (xCenter, yCenter). They come in as the
+shift that is wanted besides, 0 for none. `angle` is in degrees; whole turns do not count, and for 90, 180 and 270
+the sums are exact.
+
+Reports ORV_STATUS_BAD_ARG (`xShift` or `yShift` NULL).
+""",
+    "orvWarpAffine": """Carries the source's region onto the parallelogram that an affine map makes of it.
+
+Reports the fault of an image with "Incorrect Image". Then ORV_STATUS_BAD_ARG for each that holds of: depths,
+origins, data orders that differ, a signed depth, one image for both; and ends, as it does if the thread's stored
+status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`coeffs` NULL; a determinant of 1e-7 or less); what
+orvGetAffineQuad reports, and ORV_STATUS_BACKTRACE; ORV_STATUS_BAD_ARG (`interpolate`; a source region one pixel wide
+or high; numbers of processed channels that differ). A region that lies outside the destination ends it silently. Of
+tiles, ORV_STATUS_BACKTRACE if those of the source do not come or there is no memory for their pixels,
+ORV_STATUS_ERROR for one of the destination, or of the smooth edge.
+""",
+    "orvWarpBilinearQ": """Carries a region onto a quadrangle, or a quadrangle onto a region, by the bilinear map that leads to its corners.
+
+Reports the fault of an image with "Incorrect Image". Then ORV_STATUS_BAD_ARG for each that holds of: depths,
+origins, data orders that differ, a signed depth, a bad `warpFlag`, one image for both; and ends, as it does if the
+thread's stored status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`quad` NULL; degenerate; concave;
+`interpolate`; the region that is carried one pixel wide or high; numbers of processed channels that differ). Regions
+that lie outside their images end it silently. Tiles as in orvWarpAffine.
+""",
+    "orvWarpBilinear": """The same with the quadrangle that orvGetBilinearQuad makes: of the destination's region if `warpFlag` is not 0,
+otherwise of the source's.
+
+Reports what that function reports, and ORV_STATUS_BACKTRACE; what orvWarpBilinearQ reports, and
+ORV_STATUS_BACKTRACE. The latter too while the thread's stored status is negative from an earlier call.
+""",
+    "orvWarpPerspectiveQ": """orvWarpBilinearQ by the perspective map that leads to the corners.""",
+    "orvWarpPerspective": """orvWarpBilinear with orvGetPerspectiveQuad and orvWarpPerspectiveQ.""",
+    "orvShear": """orvWarpAffine with x' = x + xShear y + xShift, y' = yShear x + y + yShift.
+
+Reports what orvWarpAffine reports, and ORV_STATUS_BACKTRACE if the thread's stored status is then negative.
+""",
+    "orvRotate": """Turns an image around pixel (0, 0) by `angle` degrees and shifts it: orvWarpAffine with
+
+    x' = cos(angle) x + sin(angle) y + xShift        y' = -sin(angle) x + cos(angle) y + yShift
+
+which is counter-clockwise where rows are stored from the top down. orvGetRotateShift makes shifts for other centres.
+A turn by 90, 180 or 270 degrees, whole turns not counted, with whole shifts and without tiles copies pixels exactly,
+regions one pixel wide too, and does not look at `interpolate`.
+
+Reports what orvWarpAffine reports, and ORV_STATUS_BACKTRACE if the thread's stored status is then negative. The
+exact turn reports in its own name the fault of an image, ORV_STATUS_BAD_ARG for each of the first tests of
+orvWarpAffine, and for numbers of processed channels that differ.
+""",
+    "orvRemap": """Makes every pixel of the destination's region of the source's values at a position that two images tell: x and y of
+one channel of depth 32F, counted in rows as they are stored. Positions outside the source's region, edges included
+in it, and those that are not numbers leave their pixels as they are. The smallest of the regions of `dstImage`,
+`xMap` and `yMap` counts. Depths, methods and layouts are those of a warp; ORV_BLEND_EDGE has no effect.
+
+A tiled source is read as a whole. The work goes by tiles of the destination, or blocks of 128 x 128 pixels; a tiled
+map is read block by block.
+
+Reports the fault of an image with "Incorrect Image": source, destination, x and y map. Then ORV_STATUS_BAD_ARG for
+each that holds of: depths, origins, data orders of source and destination that differ, a signed depth, an x map that
+is not 32F with one channel which is not alpha, a y map likewise, one image for source and destination; and ends, as
+it does if the thread's stored status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`interpolate`). An
+empty region ends it silently. Then ORV_STATUS_BAD_ARG (numbers of processed channels that differ);
+ORV_STATUS_BACKTRACE if tiles of the source or of a map do not come or there is no memory for their pixels,
+ORV_STATUS_ERROR for one of the destination.
+""",
     "orvZoom": """Makes an image larger, or leaves it as large: xDst >= xSrc and yDst >= ySrc. With W the width of the source's region,
 before it is cut at the image's edge, and D = W * xDst / xSrc, pixel i of the destination is at i * (W - 1) / (D - 1)
 in the source, so that the first centres meet and the last ones do. Between pixels, `interpolate` says what is taken:
@@ -1328,6 +1915,213 @@ place; `flipAxis`; a 1U image with an alpha channel; numbers of processed channe
 ORV_STATUS_NO_MEMORY; ORV_STATUS_ERROR for a tile of the destination that does not come, ORV_STATUS_BACKTRACE for one
 of the source.
 """,
+    "orvColorToGray": """Makes grey of colours, from the weighted sums w = 54 R + 183 G + 18 B, whose weights have the sum 255, so that white of 8U
+becomes 254, and, at 32S, v(n) = 109 (R >> n) + 366 (G >> n) + 37 (B >> n), which takes values to be positive:
+
+            to 8U          to 16U         to 1U, a bit is set if
+    8U      w >> 8         w              w >> 8 > 127
+    16U     w >> 16        w >> 8         w >> 8 > 32767
+    32S     v(11) >> 21    v(11) >> 13    v(10) >= 536870912
+
+Other pairs are refused. Regions have no effect. Of a destination in planes the first one is written.
+
+Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a destination that is not grey; one in pixels with more than one
+channel; origins that differ; a pair of depths; a source with fewer than 3 channels.
+""",
+    "orvGrayToColor": """Makes colours of grey: each of R, G and B is the grey value g times its own weight, which is at 8U W = [256 weight] and at
+16U and 32S W = [32768 weight], of which the low 16 bits count (at 32S all 32). Where the low 16 bits of all three are 0
+they are 54, 183, 18 at 8U, 109, 366, 37 with a shift of 9 at 16U, and 6968, 23434, 2364 at 32S.
+
+    8U      g W >> 8
+    16U     g W >> 15
+    32S     (W (g & 65535) >> 15) + 2 W (g >> 16), which wraps
+    1U      to 8U: 255 W >> 8 where the bit is set, 0 elsewhere
+
+Regions have no effect. A destination in pixels keeps its further channels.
+
+Reports ORV_STATUS_BAD_ARG for a destination that is not RGB; a source that is not grey; depths that differ and are not 1U
+and 8U; a source in pixels with a destination in planes; a source in pixels with more than one channel; origins that
+differ; a depth; a destination with fewer than 3 channels.
+""",
+    "orvRGB2HSV": """RGB to hue, saturation and value; 8U, 16U, 32S. With mx the largest and mn the smallest of R, G, B, and d = mx - mn:
+
+    degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360 below 0
+    hue          [degrees F / 360], 0 for grey
+    saturation   [F d / mx], 0 for black
+    value        mx
+
+At 32S all three are [x - 2147483648.5], x being what stands here before it is rounded. RGB reports.
+
+A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978).
+""",
+    "orvHSV2RGB": """HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = 6 H / F, where 6 counts as 0, the sector
+k = [h - 0.5], f = h - k and s = S / F:
+
+    p = [V (1 - s)]    q = [V (1 - s f)]    t = [V (1 - s (1 - f))]
+
+    k        0        1        2        3        4        5
+    R, G, B  V, t, p  q, V, p  p, V, t  p, q, V  t, p, V  V, p, q
+
+Sectors begin half a sector late, before which f is up to 1.5, and q or t leave the range and keep their low bits. At 32S p,
+q and t are [x - 2147483648.5]. RGB reports.
+""",
+    "orvRGB2HLS": """RGB to hue, lightness and saturation; 8U, 16U, 32S. With the terms of orvRGB2HSV:
+
+    hue          as there
+    lightness    [(mx + mn) / 2]
+    saturation   [F d / (mx + mn)] if mx + mn <= F, [F d / (2 F - mx - mn)] otherwise, 0 for grey
+
+At 32S all three are [x - 2147483648]. RGB reports.
+
+J. D. Foley, A. van Dam, S. K. Feiner, J. F. Hughes, "Computer Graphics: Principles and Practice" (1990), chapter 13.
+""",
+    "orvHLS2RGB": """HLS to RGB; 8U, 16U, 32S. A saturation of 0 gives three times L. Otherwise, with l = L / F, s = S / F, m2 = (1 + s) l if
+l <= 0.5, else l + s - l s, m1 = 2 l - m2, and c(a) for an angle a of a full circle of 360:
+
+    c(a)     m1 + (m2 - m1) a / 60 below 60, m2 below 180, m1 + (m2 - m1) (240 - a) / 60 below 240, m1 otherwise
+    R, G, B  [F c(a + 120)], [F c(a)], [F c(a - 120)] with a = 360 H / F
+
+At 32S they are [x - 2147483648]. RGB reports.
+""",
+    "orvRGB2XYZ": """RGB to XYZ, with the primaries of HDTV; 8U, 16U, 32S, 32F.
+
+    8U, 16U  X =     (6758 R +  5859 G +  2956 B + 8192) >> 14
+             Y =     (3484 R + 11717 G +  1182 B + 8192) >> 14
+             Z = cut((317 R  +  1953 G + 15569 B + 8192) >> 14)
+    32S      X =    [0.412453 R + 0.35758 G  + 0.180423 B - 106394929.85651207]
+             Y =    [0.212671 R + 0.71516 G  + 0.072169 B - 1028644.6673920155]
+             Z = cut[0.019334 R + 0.119193 G + 0.950227 B + 190597763.694592]
+    32F      the same without the constants, their factors in single precision
+
+RGB reports. Recommendation ITU-R BT.709; CIE 15, "Colorimetry".
+""",
+    "orvXYZ2RGB": """XYZ to RGB; 8U, 16U, 32S, 32F.
+
+    8U       R = cut((53092 X  - 25185 Y -  8168 Z + 8192) >> 14)
+             G = cut((-15880 X + 30736 Y +   681 Z + 8192) >> 14)
+             B = cut((912 X    -  3343 Y + 17323 Z + 8192) >> 14)
+    16U      the same of X >> 8, Y >> 8 and Z >> 8, shifted by 6
+    32S      R = cut[3.2404813432005 X    + 439790694.0994415  - 1.5371515162713 Y  - 0.49853632616889 Z]
+             G = cut[-0.96925494999657 X  - 111044279.08821273 + 1.8759900014899 Y  + 0.041555926558293 Z]
+             B = cut[0.055646639135177 X  - 195600605.13649487 - 0.20404133836651 Y + 1.0573110696453 Z]
+    32F      R = 3.240479 X - 1.53715 Y - 0.498535 Z, G = -0.969256 X + 1.875992 Y + 0.041556 Z,
+             B = 0.055648 X - 0.204043 Y + 1.057311 Z, without a limit
+
+RGB reports.
+""",
+    "orvRGB2LUV": """RGB to LUV; 32F, of full scale 1. X, Y and Z are those of orvRGB2XYZ at 32F. Where Y is at most 0.01 all three are 0, otherwise
+
+    r = 1 / (X + 15 Y + 3 Z)
+    L = 116 Y^0.3333333432674408 - 16
+    U = 13 L (4 X r - 0.1978394091129303)
+    V = 13 L (9 Y r - 0.47076964378356934)
+
+The white point differs a little from that of orvLUV2RGB. RGB reports. CIE 15, "Colorimetry".
+""",
+    "orvLUV2RGB": """LUV to RGB; 32F. Where L is not above 8.7 all three are 0, otherwise
+
+    u = U / (13 L) + 0.19783940212891    v = V / (13 L) + 0.46834220078579
+    Y = ((L + 16) 0.008620689655172414)^3    a = Y / v    X = 2.25 u a    Z = 3 a - 5 Y - X / 3
+
+and R, G and B are those of orvXYZ2RGB at 32F. RGB reports.
+""",
+    "orvRGB2YUV": """RGB to YUV; 8U, 16U, 32S, 32F. The middle m is 127 at 8U and 32767 at 16U.
+
+    8U, 16U  Y =      (9798 R  + 19235 G +  3736 B) >> 15, where white of 16U wraps to 0
+             U =     ((-4784 R -  9437 G + 14221 B) >> 15) + m
+             V = cut(((20218 R - 16941 G -  3277 B) >> 15) + m)
+    32S      Y = cut[0.299 R + 0.587 G + 0.114 B], U = cut[-0.146 R - 0.288 G + 0.434 B],
+             V = cut[0.617 R - 0.517 G - 0.1 B]
+    32F      the same sums, not cut
+
+Of 8U, an image of three channels in pixels may also go into planes, by sums of its own, in which t = 19595 R + 38470 G +
+7471 B:
+
+    Y = t >> 16
+    U =     (((65536 B - t + 32767) >> 16) 32244 >> 16) + 128
+    V = cut((((65536 R - t + 32767) >> 16) 57475 >> 16) + 128)
+
+Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a region; depths that differ; fewer than 3 source channels, other
+than 3 destination channels, data orders or origins that differ, unless it is that case, which compares no origins and
+wants 3 planes at least.
+""",
+    "orvYUV2RGB": """YUV to RGB; 8U, 16U, 32S, 32F. At 8U u = U - 127, v = V - 127, at 16U u = U - 32767, v = V - 32767.
+
+    8U, 16U  R = cut(Y + ((37222 v - 31 u) >> 15)), G = cut(Y + ((-12974 u - 18949 v) >> 15)),
+             B = cut(Y + ((66883 u - 53 v) >> 15))
+    32S      R = cut[Y + 1.135920183 V], G = cut[Y - 0.3959190767 U - 0.5782887929 V], B = cut[Y + 2.041101518 U]
+    32F      the same sums, not cut
+
+Of 8U, planes may also go into an image of three channels in pixels, with u = U - 128 and v = V - 128:
+
+    R = cut((65536 Y + 74710 v) >> 16)
+    G = cut((65536 Y - 25820 u - 38075 v) >> 16)
+    B = cut((65536 Y + 133168 u) >> 16)
+
+Reports ORV_STATUS_BAD_ARG as orvRGB2YUV, but for a source that is not YUV; the destination's model is not looked at.
+""",
+    "orvRGB2YCrCb": """RGB to YCrCb; 8U, 16U, 32S, 32F. 8U takes differences from Y, the largest of which leave the range.
+
+    8U       Y  = (4898 R + 9617 G + 1867 B + 8192) >> 14
+             Cb = ((B - Y) 9246 + 2097152) >> 14
+             Cr = ((R - Y) 11686 + 2097152) >> 14
+    16U      Y  = (4899 R  + 9617 G + 1868 B + 8192) >> 14
+             Cb = (-2765 R - 5427 G + 8192 B + 536870912) >> 14
+             Cr = (8192 R  - 6860 G - 1332 B + 536870912) >> 14
+    32S      Y  = [0.299 R + 0.587 G + 0.114 B]
+             Cb = [-0.1687359 R - 0.331264 G + 0.5 B], Cr = [0.5 R - 0.41868759 G - 0.08131241 B]
+    32F      the same sums, 0.5 being added to Cb and Cr
+
+RGB reports. Recommendation ITU-R BT.601.
+""",
+    "orvYCrCb2RGB": """YCrCb to RGB; 8U, 16U, 32S, 32F.
+
+    8U       R = cut(Y + ((22970 Cr - 2928675) >> 14))
+             G = cut(Y - ((11700 Cr + 5638 Cb - 2210595) >> 14))
+             B = cut(Y + ((29032 Cb - 3701580) >> 14))
+    16U      the same with 752669475, 568122915 and 951306060
+    32S      R = cut[Y + 1.4019999991573 Cr]
+             G = cut[Y - 0.34413629776123 Cb - 0.71413631643017 Cr]
+             B = cut[Y + 1.7720000660742 Cb]
+    32F      R = Y - 0.7009999752044678 + 1.4019999504089355 Cr
+             G = Y + 0.5291363000869751 - 0.3441362977027893 Cb - 0.7141363024711609 Cr
+             B = Y - 0.8859999775886536 + 1.7719999551773071 Cb, where what is below 0, or no number, is 0
+
+RGB reports.
+""",
+    "orvYCC2RGB": """YCC to RGB; 8U.
+
+    R = T((22256 Y + 29844 C2 - 4088627) >> 14)
+    G = T((22256 Y - 7050 C1 - 15190 C2 + 3180809) >> 14)
+    B = T((22256 Y + 36338 C1 - 5668739) >> 14)
+
+T(i) is 255 i / 353.2, rounded to nearest and at most 255, with i of 0 at least. T(361) alone is 0.
+
+RGB reports.
+""",
+    "orvCreateColorTwist": """Makes a twist from 16 numbers, which are copied. It is released by orvDeleteColorTwist.
+
+Reports, and returns NULL: ORV_STATUS_BAD_ARG for NULL or a scalingValue outside 0 to 31; ORV_STATUS_NO_MEMORY.
+""",
+    "orvSetColorTwist": """Changes both fields of a twist. Reports ORV_STATUS_BAD_ARG for a NULL `cTwist`; NULL `data`; a scalingValue below 0; one
+above 31; the twist then stays as it was.
+""",
+    "orvDeleteColorTwist": """Releases a twist; NULL is allowed.""",
+    "orvApplyColorTwist": """Twists an image of 8U or 16U: result r is cut(cut(t(r)) + offset), where t(r) is rounded toward zero and cut is the limit to
+the depth's range. Constants and `offset` are thus in units of the depth.
+
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL twist; fewer than 3 channels besides alpha
+(source, destination); depths that differ; another depth; data orders, then origins, that differ; a mask whose origin is
+not that of its image (source, destination); with two masks, no memory for a third, then, as ORV_STATUS_BACKTRACE, a failure
+of orvAnd; ORV_STATUS_BAD_ARG for a tile that does not come. Tiles done before stay done.
+""",
+    "orvColorTwistFP": """Twists an image of 32F by a matrix of 16 floats, row by row. Result r is ((M[r][0] c0 + M[r][3]) + M[r][1] c1) + M[r][2] c2 in
+double precision, rounded once, without a limit.
+
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL matrix; a depth that is not 32F; data orders,
+then origins, that differ; fewer than 3 channels besides alpha; then as orvApplyColorTwist from two masks on. The origins of
+masks are not looked at.
+""",
     "orvReduceBits": """Lowers the number of levels of an image to `levels`, and its depth where the destination's is lower: from 8U to 8U or
 1U, from 16U to 16U, 8U or 1U, from 32S to 32S, 16U, 8U or 1U. For other depths that pass the checks nothing happens.
 
@@ -1364,6 +2158,54 @@ orders, then `noise` out of range, then alpha channels that differ; fewer channe
 `ditherType`; a signed depth other than 32S; one same image; `levels` below 2 or above 2 to the power of the
 destination's bits, plus 1; several channels into one); ORV_STATUS_NO_MEMORY; ORV_STATUS_ERROR for a tile that does
 not come. While the thread's stored status is negative it does nothing from the test of `ditherType` on.
+""",
+    "orvConvert": """Converts integer values to another integer depth: a value stays and is cut to the range of the depth. To 1U a bit is set
+where the value is above 0; 1U itself goes to 1U only. Data orders may differ. Where origins differ the image is turned
+upside down, so that it shows the same.
+
+Whole images with all channels, alpha too: regions and masks have no effect, but that a source of several channels goes to
+1U by its channel of interest. Bits beyond the width stay, except that rows of 1U to 1U are copied as whole bytes. The
+images may be tiled. With one image in both places nothing happens.
+
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 32F (source, destination); heights, then widths, that
+differ; to 1U, several source channels without a region, or without a channel of interest in it; otherwise numbers of
+channels that differ, and 1U to another depth; a tile that does not come. Tiles done before stay done.
+""",
+    "orvBitonalToGray": """Converts a 1U image to integers of 8 bits or more: a set bit gives `OneScale`, a clear one `ZeroScale`, in all channels of the
+destination. Whole images, as in orvConvert, also turned where origins differ.
+
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for heights, then widths, that differ; a source of more
+than one channel; one that is not 1U; a destination of 32F; one of 1U; `ZeroScale`, then `OneScale`, above, then below, the
+range of the destination's depth; a tile that does not come.
+""",
+    "orvScale": """Maps the whole range of an integer depth onto that of another, so that both ends meet. With v the value, counted from the
+lowest of its range where the depth grows, and from 0 or the middle of an unsigned range where it shrinks, >> rounding down:
+
+    8 to 16 bits     257 v, counted from the lowest value of the result
+    8 to 32 bits     16843009 v
+    16 to 32 bits    65537 v
+    equal bits       v, counted anew
+    16 to 8 bits     (v - (v >> 8)) >> 8, counted from 0 or the middle of the result
+    32 to 16 bits    (v - (v >> 16)) >> 16
+    32 to 8 bits     (v - (v >> 8)) >> 24
+
+Regions, channels of interest and tiles as in every operation, alpha left out; masks have no effect. Data orders may differ
+where one of the images has one channel.
+
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for depths that are equal; 1U or 32F (source,
+destination); data orders, then origins, that differ; numbers of processed channels that differ; a tile that does not
+come.
+""",
+    "orvScaleFP": """Maps the range of an integer depth onto the floats from `minVal` to `maxVal`, or these onto that range. With low the lowest
+value of the integer depth, F its highest less its lowest, and r = maxVal - minVal, in double precision:
+
+    to 32F      (r / F) v + b with b = minVal - (r / F) low, rounded once
+    from 32F    (F / r) x + b with b = low - minVal (F / r), rounded to nearest, ties to even; below `minVal` the lowest value,
+                above `maxVal` the highest, 0 for what is no number
+
+Otherwise as orvScale. Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 1U; a `maxVal` that is not
+above `minVal`; no image, then both images, of 32F; data orders, then origins, that differ; numbers of processed channels
+that differ; a tile that does not come.
 """,
     "orvTranslateDIB": """Makes an image of a bitmap. Where an image can use the bitmap's own pixels they are shared: `*cloneData` is then 0,
 the bitmap must outlive the image, and of the image only the header is to be freed (orvDeallocateHeader). Otherwise
