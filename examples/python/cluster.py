@@ -19,7 +19,6 @@ import orvz3
 # The operations, with their parameters. The reach of each is the library's own knowledge.
 CHAIN = [("blur", dict(size=(5, 5))), ("fixed_filter", dict(filter="gauss5")), ("median_filter", dict(size=(5, 5))),
          ("blur", dict(size=(3, 3)))]
-CHAIN = [(name, parameters) for name, parameters in CHAIN if hasattr(orvz3, name)]
 
 
 def reach(chain):

@@ -8,6 +8,8 @@ from pathlib import Path
 
 import pytest
 
+import orvz3
+
 PACKAGE = Path(__file__).resolve().parents[1]
 
 
@@ -18,7 +20,8 @@ def test_pip_installs_a_package_that_needs_nothing_else(tmp_path):
     shutil.copytree(PACKAGE, tree / "python", ignore=shutil.ignore_patterns("__pycache__", "build", "*.egg-info"))
     shutil.copy(PACKAGE.parent / "CMakeLists.txt", tree)
     run = subprocess.run([sys.executable, "-m", "pip", "install", "--no-index", "--no-deps", "--no-build-isolation", "--target",
-                          str(tmp_path / "site"), str(tree / "python")], capture_output=True, text=True)
+                          str(tmp_path / "site"), str(tree / "python")], capture_output=True, text=True,
+                         env=os.environ | {"ORVZ3_LIBRARY": orvz3._library.library._name})
     assert run.returncode == 0, run.stdout + run.stderr
     environment = {key: value for key, value in os.environ.items() if key not in ("ORVZ3_LIBRARY", "PYTHONPATH")}
     said = subprocess.run([sys.executable, "-c", "import orvz3; print(orvz3.__file__, orvz3._library.library._name, "
