@@ -19,9 +19,16 @@ OwnGeometry geometryOf(const OrvImage& image)
 bool fitTogether(const OrvImage& src, const OrvImage& dst)
 {
     constexpr int32_t most = 8;
-    OwnChannels channels = ownChannels(src);
     return src.dataOrder == ORV_DATA_ORDER_PIXEL && dst.dataOrder == ORV_DATA_ORDER_PIXEL && src.nChannels <= most &&
-           channels.first == 0 && channels.count + 1 >= src.nChannels;
+           (src.nChannels == 1 || !ownChannels(src).coi);
+}
+
+// The processor foresees what follows in a row, but not where the next one begins.
+void prefetch(const uint8_t* row, int64_t bytes)
+{
+    constexpr int64_t line = 64, most = 8192;
+    for (int64_t at = 0; at < bytes && at < most; at += line)
+        __builtin_prefetch(row + at);
 }
 
 // Slots begin where vectors like to.
@@ -166,6 +173,7 @@ void OwnLines::copyRow(int64_t y, uint8_t* line) const
     else
         ownRowKernels().gather[ownSizeIndex(srcBytes)](row + first * pixelBytes, src.pixelStep, 1, inside,
                                                        ptrdiff_t(own));
+    prefetch(row + src.rowStep + first * pixelBytes, own * pixelBytes);
     if (ends.any())
         ends.fill(srcBytes ? row - region.x * pixelBytes : row - (region.x >> 3), line);
 }

@@ -43,7 +43,7 @@ public:
     int32_t width() const { return dst.width; }  // of the destination, in pixels
     int32_t height() const { return dst.height; }
 
-    // A pass processes all channels where they stand side by side, otherwise one channel.
+    // A pass processes all channels where they stand side by side, otherwise, and always for a channel of interest, one.
     int32_t passes() const { return together ? 1 : dst.channels; }
     void begin(int32_t pass);
 

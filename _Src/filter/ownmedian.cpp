@@ -55,17 +55,6 @@ BandKernel squareKernel(const Window& window, OwnDepthIndex depth)
     }
 }
 
-// The pixels of the largest window for which comparing takes less time than counting.
-int32_t mostCompared(uint32_t depth)
-{
-    switch (depth) {
-    case ORV_DEPTH_1U: return 0;
-    case ORV_DEPTH_8U:
-    case ORV_DEPTH_8S: return 64;
-    default: return ownNetworkMost;
-    }
-}
-
 // Windows whose samples are compared with one another.
 bool medianByComparing(const OwnReach& reach, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
@@ -107,6 +96,6 @@ bool ownMedianWindows(const OwnReach& reach, const OrvImage& src, const OrvImage
     // Of a larger window, the samples of one pixel alone are more than there is memory for.
     if (window.pixels() > INT32_MAX / 8)
         return false;
-    return window.pixels() <= mostCompared(src.depth) ? medianByComparing(reach, src, dst, mask)
-                                                      : ownMedianByCounting(reach, src, dst, mask);
+    return src.depth != ORV_DEPTH_1U && window.pixels() <= ownNetworkMost ? medianByComparing(reach, src, dst, mask)
+                                                                          : ownMedianByCounting(reach, src, dst, mask);
 }

@@ -7,7 +7,7 @@ namespace gallery {
 
 extern const Family coreMoves, corePixels;
 extern const Family twoImages, scalars, unary, comparisons, thresholds, compositing;
-extern const Family blurs;
+extern const Family blurs, convolutions;
 extern const Family morphology, ranks, fixedFilters;
 extern const Family planeMaps, warps, remaps;
 extern const Family scaling, mirrors;
@@ -23,7 +23,7 @@ inline std::vector<const Family*> families()
     return {
         &coreMoves, &corePixels,
         &twoImages, &scalars, &unary, &comparisons, &thresholds, &compositing,
-        &blurs,
+        &blurs, &convolutions,
         &morphology, &ranks, &fixedFilters,
         &planeMaps, &warps, &remaps,
         &scaling, &mirrors,

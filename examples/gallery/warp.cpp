@@ -100,7 +100,9 @@ void affineMap(Stage& stage)
     MapScene<double[2][3]> scene(stage);
     Image& image = scene.image;
     OrvROI* const roi = &scene.small;
-    auto& [_, canvas, small, coeffs, again, corners, bound, smallBound] = scene;
+    auto &coeffs = scene.coeffs, &again = scene.again;
+    auto& corners = scene.corners;
+    auto &bound = scene.bound, &smallBound = scene.smallBound;
     double quad[4][2] = {{40, 90}, {290, 20}, {360, 210}, {110, 280}};
     CALL(orvGetAffineTransform(image, coeffs, quad));
     CALL(orvGetAffineQuad(image, coeffs, corners));
@@ -116,7 +118,9 @@ void bilinearMap(Stage& stage)
     MapScene<double[2][4]> scene(stage);
     Image& image = scene.image;
     OrvROI* const roi = &scene.small;
-    auto& [_, canvas, small, coeffs, again, corners, bound, smallBound] = scene;
+    auto &coeffs = scene.coeffs, &again = scene.again;
+    auto& corners = scene.corners;
+    auto &bound = scene.bound, &smallBound = scene.smallBound;
     double quad[4][2] = {{130, 30}, {270, 30}, {380, 270}, {20, 270}};
     CALL(orvGetBilinearTransform(image, coeffs, quad));
     CALL(orvGetBilinearQuad(image, coeffs, corners));
@@ -132,7 +136,9 @@ void perspectiveMap(Stage& stage)
     MapScene<double[3][3]> scene(stage);
     Image& image = scene.image;
     OrvROI* const roi = &scene.small;
-    auto& [_, canvas, small, coeffs, again, corners, bound, smallBound] = scene;
+    auto &coeffs = scene.coeffs, &again = scene.again;
+    auto& corners = scene.corners;
+    auto &bound = scene.bound, &smallBound = scene.smallBound;
     double quad[4][2] = {{130, 30}, {270, 30}, {380, 270}, {20, 270}};
     CALL(orvGetPerspectiveTransform(image, coeffs, quad));
     CALL(orvGetPerspectiveQuad(image, coeffs, corners));
