@@ -8,10 +8,9 @@ globals().update(_functions.FUNCTIONS)
 globals().update({name: value for name, value in vars(_declarations).items()
                   if name.startswith(("ORV_", "Orv", "BI_", "BITMAP"))})
 from . import _operations, _special
+from ._bitmaps import from_dib, to_dib
 from ._kernels import Kernel, Wavelet
 from ._natural import OPERATIONS
 
 globals().update(OPERATIONS)
 globals().update(_special.FORMS)
-if "orvTranslateDIB" in _functions.FUNCTIONS:
-    from ._bitmaps import from_dib, to_dib

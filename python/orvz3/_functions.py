@@ -86,6 +86,11 @@ def _image(writes):
 
 
 def _text(value):
+    """What is only read as characters: a text, bytes, or numbers of eight bits."""
+    if isinstance(value, np.ndarray):
+        if value.itemsize != 1:
+            raise TypeError(f"an array of bytes is wanted, not of {value.dtype}")
+        return value.tobytes()
     return value.encode() if isinstance(value, str) else value
 
 
@@ -140,14 +145,26 @@ def _address(value):
 
 
 def _callback(kind, name):
-    stop = (lambda: library.orvSetErrStatus(d.ORV_STATUS_ERROR)) if kind is getattr(d, "OrvUserFuncPixel", None) else None
+    failed = None if kind._restype_ is None else kind._restype_(0).value
+    # Only this one has a way to stop the walk.
+    stop = (lambda: library.orvSetErrStatus(d.ORV_STATUS_ERROR)) if kind is d.OrvUserFuncPixel else None
 
     def convert(value):
-        made = guarded(kind, value, None if kind._restype_ is None else kind._restype_(0).value, stop)
-        if "TileInfo" in name and made is not value:
-            made = _kept.setdefault((kind, value), made)
-        return made
+        if value is None or isinstance(value, kind):
+            return value or kind()
+        run = guarded(value, failed, stop)
+        made = kind(_provider(run) if kind is d.OrvTileCallBack else run)
+        return _kept.setdefault((kind, value), made) if "TileInfo" in name else made
     return convert
+
+
+def _provider(function):
+    """A tile provider. A tile that does not come must not leave the address of another behind."""
+    def run(image, column, row, mode):
+        if mode != d.ORV_TILE_RELEASE:
+            image.contents.tileInfo.contents.tileData = None
+        return function(image, column, row, mode) or 0
+    return run
 
 
 def _converter(function, parameter, kind, fixed):

@@ -156,11 +156,8 @@ def direct(name, arguments):
     return getattr(library, name)(*arguments)
 
 
-def guarded(kind, function, failed=0, stop=None):
-    """A callback that keeps exceptions for the caller; it returns `failed` then, and for the rest of the call."""
-    if isinstance(function, kind) or function is None:
-        return function or kind()
-
+def guarded(function, failed=0, stop=None):
+    """A function that keeps exceptions for the caller; it returns `failed` then, and for the rest of the call."""
     def run(*arguments):
         if kept():
             return failed
@@ -171,7 +168,7 @@ def guarded(kind, function, failed=0, stop=None):
             if stop:
                 stop()
             return failed
-    return kind(run)
+    return run
 
 
 def redirect(handler):

@@ -219,11 +219,11 @@ operation("remap", "orvRemap", lambda src, x_map, y_map, dst, interpolate="linea
 # ---- Colours and depths
 
 for model in ("HSV", "HLS", "XYZ", "LUV", "YUV", "YCrCb", "YCC"):
-    name = model[:3]
-    operation(f"rgb_to_{model.lower()}", f"orvRGB2{model}", lambda src, dst: (src, dst), keywords="", inplace=False,
-              models=("RGB", name))
+    if model != "YCC":  # which is only read
+        operation(f"rgb_to_{model.lower()}", f"orvRGB2{model}", lambda src, dst: (src, dst), keywords="", inplace=False,
+                  models=("RGB", model[:3]))
     operation(f"{model.lower()}_to_rgb", f"orv{model}2RGB", lambda src, dst: (src, dst), keywords="", inplace=False,
-              models=(name, "RGB"))
+              models=(model[:3], "RGB"))
 operation("color_to_gray", "orvColorToGray", lambda src, dst: (src, dst), keywords="dtype", inplace=False,
           models=("RGB", "GRAY"), result=lambda first, given: (first.shape[:2], given["dtype"] or first.dtype))
 operation("gray_to_color", "orvGrayToColor", lambda src, dst, weights=(0, 0, 0): (src, dst, *map(float, weights)), keywords="",

@@ -131,10 +131,9 @@ C_NAMES = {
     "jaehne": "orvCreateImageJaehne", "wt_decompose": "orvWtDecompose", "wt_reconstruct": "orvWtReconstruct",
     "user_process_pixel": "orvUserProcessPixel", "rotate_shift": "orvGetRotateShift", "set_border": "orvSetBorderMode",
 }
-FORMS = {name: globals()[name] for name, c in C_NAMES.items() if c in d.FUNCTIONS}
+FORMS = {name: globals()[name] for name in C_NAMES}
 for _kind, _size in {"Affine": (2, 3), "Bilinear": (2, 4), "Perspective": (3, 3)}.items():
     for _what in ("Quad", "Bound", "Transform"):
-        if f"orvGet{_kind}{_what}ROI" in d.FUNCTIONS:
-            _form = _map(_kind, _what, *_size)
-            FORMS[_form.__name__] = _form
-            C_NAMES[_form.__name__] = f"orvGet{_kind}{_what}ROI"
+        _form = _map(_kind, _what, *_size)
+        FORMS[_form.__name__] = _form
+        C_NAMES[_form.__name__] = f"orvGet{_kind}{_what}ROI"

@@ -1,4 +1,5 @@
 """Faults, callbacks and threads under the functions' own names."""
+import ctypes
 import os
 import pickle
 import pty
@@ -187,3 +188,19 @@ def test_records_and_pixels_by_hand():
     assert (orvz3.take(clone) == array).all()
     with pytest.raises(orvz3.Error, match="BAD_IMAGE_SIZE"):
         orvz3.orvCreateImageHeader(1, 0, 8, "GRAY", "G", 0, 0, 4, 0, 3, None, None, None, None)
+
+
+def test_kernels_by_hand():
+    values = np.arange(-4, 5, dtype=np.int8)
+    kernel = orvz3.orvCreateConvKernelChar(3, 3, 1, 1, values, 2)
+    size = [ctypes.c_int32() for _ in range(5)]
+    inside = (ctypes.c_int32 * 9)()
+    orvz3.orvGetConvKernel(kernel, *size[:4], [ctypes.cast(inside, ctypes.POINTER(ctypes.c_int32))], size[4])
+    assert [number.value for number in size] == [3, 3, 1, 1, 2] and list(inside) == values.tolist()
+    picture_of_kernel = np.zeros((5, 5), np.int16)
+    picture_of_kernel[2, 2] = 4
+    out = np.zeros_like(picture_of_kernel)
+    orvz3.orvConvolve2D(picture_of_kernel, out, [kernel], 1, orvz3.ORV_COMBINE_SUM)
+    assert (out[1:4, 1:4] == values.reshape(3, 3)).all()
+    orvz3.orvDeleteConvKernel(kernel)
+    assert (orvz3.convolve(picture_of_kernel, values.reshape(3, 3), shift=2) == out).all()

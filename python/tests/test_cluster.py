@@ -29,17 +29,6 @@ def in_one_piece(picture):
     return orvz3.threshold(values, 128), orvz3.histogram(values)
 
 
-def test_reach_of_the_chain_is_what_its_result_depends_on():
-    left, top, right, bottom = cluster.reach(cluster.CHAIN)
-    a = np.zeros((64, 64), np.uint8)
-    changed = a.copy()
-    changed[32, 32] = 255
-    if cluster.CHAIN == cluster.CHAIN[:1]:  # a median would hide a single pixel
-        rows, columns = np.nonzero(cluster.filtered(changed, cluster.CHAIN) != cluster.filtered(a, cluster.CHAIN))
-        assert (32 - columns.min(), 32 - rows.min(), columns.max() - 32, rows.max() - 32) == (right, bottom, left, top)
-    assert min(left, top, right, bottom) >= 2
-
-
 @pytest.mark.parametrize("size", [256, 1000])
 def test_tiles_make_the_bytes_of_one_piece(client, tmp_path, size):
     source = cluster.Rings(SHAPE)[slice(0, SHAPE[0]), slice(0, SHAPE[1])]

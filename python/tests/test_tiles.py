@@ -1,4 +1,5 @@
 """Stores that are read and written by slices as tiled images."""
+import ctypes
 import threading
 
 import numpy as np
@@ -110,3 +111,27 @@ def test_a_tiled_image_serves_one_call_at_a_time():
         orvz3.not_(tiled, out=a.copy())
     leave.set()
     thread.join()
+
+
+def test_a_provider_under_the_names_of_c(random):
+    a = random.integers(0, 256, (32, 48), dtype=np.uint8)
+    tiles = np.ascontiguousarray(a.reshape(4, 8, 3, 16).swapaxes(1, 2))
+    calls = []
+
+    def provide(image, column, row, mode):
+        calls.append(mode)
+        if len(calls) == 14:
+            raise KeyError("the fourteenth")
+        if mode != orvz3.ORV_TILE_RELEASE:
+            image.contents.tileInfo.contents.tileData = ctypes.cast(
+                tiles[row, column].ctypes.data, ctypes.POINTER(ctypes.c_uint8))
+
+    info = orvz3.orvCreateTileInfo(provide, None, 16, 8)
+    header = orvz3.orvCreateImageHeader(1, 0, orvz3.ORV_DEPTH_8U, "GRAY", "G", 0, 0, 4, 48, 32, None, None, None, info)
+    out = np.zeros_like(a)
+    with pytest.raises(KeyError):
+        orvz3.orvNot(header, out)
+    assert len(calls) == 14  # and not once more
+    orvz3.orvNot(header, out)
+    assert (out == ~a).all() and len(calls) == 14 + 24
+    orvz3.orvDeallocate(header, orvz3.ORV_IMAGE_HEADER | orvz3.ORV_IMAGE_TILE)
