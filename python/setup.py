@@ -1,7 +1,7 @@
 """The package with the shared library inside: that of the release build, or one that is built for it here.
 
-`pip install ./python` needs nothing from a network: pip, setuptools, wheel and numpy are Debian's. Newer versions of pip want
---no-build-isolation.
+`pip install ./python` needs nothing from a network: pip, setuptools, wheel and numpy are Debian's. Newer versions of
+pip want --no-build-isolation.
 """
 import os
 import re
@@ -55,6 +55,7 @@ class Wheel(bdist_wheel):
 
 
 version = re.search(r"project\(orvz3 VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text()).group(1)
-setup(name="orvz3", version=version, description="Image operations on numpy arrays", license="MIT", python_requires=">=3.10",
-      packages=["orvz3"], package_data={"orvz3": ["py.typed", "*.pyi"]}, install_requires=["numpy"],
+setup(name="orvz3", version=version, description="Image operations on numpy arrays", license="MIT",
+      python_requires=">=3.10", packages=["orvz3"], package_data={"orvz3": ["py.typed", "*.pyi"]},
+      install_requires=["numpy"],
       cmdclass={"build_py": Build, "bdist_wheel": Wheel})

@@ -4,10 +4,10 @@
     cluster.py --scheduler tcp://HOST:8786        a cluster that runs already
     cluster.py --input PICTURE --output RESULT    .npy files that all workers see, read and written by slices
 
-The picture goes in tiles. For each a worker reads the tile and as much around it as the chain reaches, which the operations
-tell themselves; runs the chain; cuts the tile out; thresholds it, writes it, and returns a histogram. Histograms are added up
-on the workers, some at a time. A task depends on nothing but its place, and writes the same bytes whenever it runs: when a
-worker dies, its tasks run elsewhere.
+The picture goes in tiles. For each a worker reads the tile and as much around it as the chain reaches, which the
+operations tell themselves; runs the chain; cuts the tile out; thresholds it, writes it, and returns a histogram.
+Histograms are added up on the workers, some at a time. A task depends on nothing but its place, and writes the same
+bytes whenever it runs: when a worker dies, its tasks run elsewhere.
 """
 import argparse
 import time
@@ -52,8 +52,8 @@ def opened(source):
 
 
 def tile(source, result, place, size, chain, threshold):
-    """One task: the tile at `place`, (row, column). Returns the histogram of its filtered values, and measures: tiles, bytes
-    read and written, seconds of the processor for reading, computing and writing."""
+    """One task: the tile at `place`, (row, column). Returns the histogram of its filtered values, and measures: tiles,
+    bytes read and written, seconds of the processor for reading, computing and writing."""
     clock = [time.thread_time()]
     picture = opened(source)
     height, width = picture.shape
@@ -65,7 +65,8 @@ def tile(source, result, place, size, chain, threshold):
     pixels = np.ascontiguousarray(picture[slice(first_row, min(end_row + bottom, height)),
                                           slice(first_column, min(end_column + right, width))])
     clock.append(time.thread_time())
-    values = filtered(pixels, chain)[row - first_row:end_row - first_row, column - first_column:end_column - first_column]
+    values = filtered(pixels, chain)
+    values = values[row - first_row:end_row - first_row, column - first_column:end_column - first_column]
     counts = orvz3.histogram(values).astype(np.int64)
     marked = orvz3.threshold(values, threshold)
     clock.append(time.thread_time())
@@ -87,8 +88,8 @@ def run(client, source, result, shape, size=2048, chain=None, threshold=128, fan
         np.lib.format.open_memmap(result, mode="w+", dtype=np.uint8, shape=shape)
     places = [(row, column) for row in range(0, shape[0], size) for column in range(0, shape[1], size)]
     # Histograms are kept where they were made; each sum runs on a worker that holds one of its parts.
-    level = [client.submit(tile, source, result, place, size, chain, threshold, key=f"tile-{place}-{time.time_ns()}", retries=3)
-             for place in places]
+    level = [client.submit(tile, source, result, place, size, chain, threshold, retries=3,
+                           key=f"tile-{place}-{time.time_ns()}") for place in places]
     tiles = level
     while len(level) > 1:
         level = [client.submit(added, level[i:i + fan], pure=False) for i in range(0, len(level), fan)]
@@ -128,16 +129,18 @@ def main():
         client.upload_file(__file__)  # workers elsewhere have the package, but not this file
         import cluster as here  # so that tasks name their functions and do not carry them
         begin = time.perf_counter()
-        counts, measures = here.run(client, source, result, opened(source).shape, options.tile, threshold=options.threshold,
-                                    progress=bar)
+        counts, measures = here.run(client, source, result, opened(source).shape, options.tile,
+                                    threshold=options.threshold, progress=bar)
         seconds = time.perf_counter() - begin
     if cluster:
         cluster.close()
     tiles, read, written, reading, computing, writing = measures
-    print(f"\n{counts.sum()} pixels, {counts[options.threshold:].sum() / counts.sum():.2%} at {options.threshold} or above, "
-          f"median {np.searchsorted(counts.cumsum(), counts.sum() / 2)}")
-    print(f"{tiles:.0f} tiles in {seconds:.1f} s; a tile takes the processor {reading / tiles:.3f} s to read {read / tiles / 1e6:.2f} "
-          f"MB, {computing / tiles:.3f} s to compute, {writing / tiles:.3f} s to write {written / tiles / 1e6:.2f} MB")
+    bright = counts[options.threshold:].sum() / counts.sum()
+    print(f"\n{counts.sum()} pixels, {bright:.2%} at {options.threshold} or above, median "
+          f"{np.searchsorted(counts.cumsum(), counts.sum() / 2)}")
+    print(f"{tiles:.0f} tiles in {seconds:.1f} s; a tile takes the processor {reading / tiles:.3f} s to read "
+          f"{read / tiles / 1e6:.2f} MB, {computing / tiles:.3f} s to compute, {writing / tiles:.3f} s to write "
+          f"{written / tiles / 1e6:.2f} MB")
 
 
 if __name__ == "__main__":

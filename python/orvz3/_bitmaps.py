@@ -1,4 +1,4 @@
-"""Device-independent bitmaps, header, palette and pixels in one piece of bytes, as BMP files hold them behind 14 bytes."""
+"""Device-independent bitmaps: header, palette and pixels in one piece, as BMP files hold them behind 14 bytes."""
 import ctypes
 
 import numpy as np

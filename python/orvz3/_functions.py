@@ -3,7 +3,8 @@
 Arguments are what the C function takes; besides, where it wants
 
     an image            numpy arrays, Image, TiledImage, or None for NULL
-    a pointer           numpy arrays of the element type, C-contiguous; for an array of fixed size its shape is checked; lists
+    a pointer           numpy arrays of the element type, C-contiguous; for an array of fixed size its shape is checked;
+                        lists
     a callback          Python functions; an exception in one ends the call and is raised
     a text              str or bytes
 
@@ -109,7 +110,8 @@ def _pointer(kind, fixed):
         if isinstance(value, (list, tuple)):
             if hasattr(target, "contents"):  # pointers to records
                 values = (getattr(v, "_as_parameter_", v) for v in value)
-                return (target * len(value))(*(ctypes.pointer(v) if isinstance(v, ctypes.Structure) else v for v in values))
+                return (target * len(value))(
+                    *(ctypes.pointer(v) if isinstance(v, ctypes.Structure) else v for v in values))
             if dtype is None:
                 return (target * len(value))(*value)
             value = np.array(value, dtype)
@@ -195,7 +197,7 @@ def _make(name):
     signature = inspect.Signature([inspect.Parameter(n, inspect.Parameter.POSITIONAL_OR_KEYWORD) for n in names])
     pictures = {i for i, (_, kind, _) in enumerate(parameters) if kind is _IMAGE}
     order = sorted(range(len(names)), key=lambda i: bool(_SOURCE.match(names[i])))
-    makes_record = hasattr(result, "contents") and isinstance(result._type_, type) and issubclass(result._type_, ctypes.Structure)
+    makes_record = hasattr(result, "contents") and issubclass(result._type_, ctypes.Structure)
 
     def function(*values, **named):
         if named or len(values) != len(names):

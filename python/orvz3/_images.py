@@ -1,9 +1,9 @@
 """Arrays as images: what of an array the library can take as it lies, what is copied, what is refused.
 
-An array of shape (rows, columns) is an image of one channel, one of shape (rows, columns, channels) an image of several.
-The strides say how they lie: channels side by side, or each a plane of its own, as in numpy.moveaxis(planes, 0, -1). The
-element type is the depth. The library packs bits; an array of bool is packed when a call begins and, if written, unpacked
-when it ends.
+An array of shape (rows, columns) is an image of one channel, one of shape (rows, columns, channels) an image of
+several. The strides say how they lie: channels side by side, or each a plane of its own, as in numpy.moveaxis(planes,
+0, -1). The element type is the depth. The library packs bits; an array of bool is packed when a call begins and, if
+written, unpacked when it ends.
 """
 import ctypes
 
@@ -81,15 +81,16 @@ def region(value, shape):
         value = (left, top, right - left, bottom - top)
     x, y, width, height = (int(number) for number in value)
     if x < 0 or y < 0 or width < 1 or height < 1 or x + width > shape[1] or y + height > shape[0]:
-        raise ValueError(f"region (x {x}, y {y}, width {width}, height {height}) is not inside {shape[1]} x {shape[0]} pixels")
+        raise ValueError(f"region (x {x}, y {y}, width {width}, height {height}) is not inside {shape[1]} x {shape[0]} "
+                         "pixels")
     return x, y, width, height
 
 
 class Image:
     """An image over an array's own memory, for the functions under their C names.
 
-    array    of bool or of an integer type up to 32 bits (not uint32) or float32, of 2 or 3 dimensions. The image keeps it
-             alive; it shares the array's memory unless the array is bool, or `copy` allows a copy and one is needed.
+    array    of bool or of an integer type up to 32 bits (not uint32) or float32, of 2 or 3 dimensions. The image keeps
+             it alive; it shares the array's memory unless the array is bool, or `copy` allows a copy and one is needed.
     write    whether the image will be written, which read-only arrays refuse
     copy     whether an array whose strides no image can have is copied; otherwise it raises LayoutError
     roi      (x, y, width, height) or a pair of slices; coi is the channel of interest, from 1
@@ -109,7 +110,8 @@ class Image:
         self.array = array
         depth = depth_of(array.dtype)
         if array.ndim not in (2, 3) or 0 in array.shape:
-            raise ValueError(f"an array of shape {array.shape} is no image: (rows, columns) or (rows, columns, channels), not empty")
+            raise ValueError(f"an array of shape {array.shape} is no image: (rows, columns) or (rows, columns, "
+                             "channels), not empty")
         if max(array.shape) > _INT32_MAX:
             raise ValueError(f"an array of shape {array.shape} is too large for an image")
         if write and not array.flags.writeable:
@@ -135,11 +137,12 @@ class Image:
         extent = step * (height * (channels if order == d.ORV_DATA_ORDER_PLANE else 1) - 1) + (
             self.data.shape[1] if depth == d.ORV_DEPTH_1U else
             width * self.data.itemsize * (1 if order == d.ORV_DATA_ORDER_PLANE else channels))
-        # The size ends with the last row's last value: what lies between the rows of a view is never taken for the image's.
+        # The size ends with the last row's last value: what lies between the rows of a view is never taken for the
+        # image's.
         self.record = d.OrvImage(
-            headerSize=ctypes.sizeof(d.OrvImage), nChannels=channels, alphaChannel=channels if alpha else 0, depth=depth,
-            colorModel=_text4(model[0]), channelSeq=_text4(model[1]), dataOrder=order, origin=origin, align=4, width=width,
-            height=height, imageSize=min(extent, _INT32_MAX), widthStep=step)
+            headerSize=ctypes.sizeof(d.OrvImage), nChannels=channels, alphaChannel=channels if alpha else 0,
+            depth=depth, colorModel=_text4(model[0]), channelSeq=_text4(model[1]), dataOrder=order, origin=origin,
+            align=4, width=width, height=height, imageSize=min(extent, _INT32_MAX), widthStep=step)
         self.record.imageData = ctypes.cast(self.data.ctypes.data, ctypes.POINTER(ctypes.c_uint8))
         self.mask = self._roi = None
         if roi is not None or coi:
@@ -172,7 +175,7 @@ class Image:
         self.record.roi = ctypes.pointer(self._roi)
 
     def set_mask(self, mask):
-        """Sets the mask, an array of bool whose first pixel meets that of the region, or an Image of bits; None takes it off."""
+        """Sets the mask, an array of bool whose first pixel meets that of the region, or an Image of bits; or None."""
         if mask is None:
             self.mask = None
             self.record.maskROI = None
@@ -237,7 +240,8 @@ def to_array(image):
 
 
 def take(image, flags=d.ORV_IMAGE_ALL):
-    """The pixels of an image that the library made, as an array that owns it: the image is released after its last view.
+    """The pixels of an image that the library made, as an array that owns it: the image is released after its last
+    view.
 
     The pointer is not to be used afterwards. Bits are copied into an array of bool.
     """

@@ -37,19 +37,23 @@ class Kernel(Owned):
         # The first value meets the pixel furthest right and lowest.
         self.reach = (columns - 1 - x, rows - 1 - y, x, y)
         if floating:
-            made = FUNCTIONS["orvCreateConvKernelFP"](columns, rows, x, y, np.ascontiguousarray(values, np.float32).ravel())
+            values = np.ascontiguousarray(values, np.float32).ravel()
+            made = FUNCTIONS["orvCreateConvKernelFP"](columns, rows, x, y, values)
             super().__init__(made, "orvDeleteConvKernelFP")
         else:
             if np.any(values > 2**31 - 1) or np.any(values < -2**31):
                 raise OverflowError("a value of the kernel does not fit 32 bits")
-            made = FUNCTIONS["orvCreateConvKernel"](columns, rows, x, y, np.ascontiguousarray(values, np.int32).ravel(), shift)
+            values = np.ascontiguousarray(values, np.int32).ravel()
+            made = FUNCTIONS["orvCreateConvKernel"](columns, rows, x, y, values, shift)
             super().__init__(made, "orvDeleteConvKernel")
 
 
 def kernels(values, anchor, shift, floating):
     """A list of kernels, of one kernel, one array, or a list of either."""
-    several = isinstance(values, (list, tuple)) and len(values) > 0 and (isinstance(values[0], Kernel) or np.ndim(values[0]) == 2)
-    return [one if isinstance(one, Kernel) else Kernel(one, anchor, shift, floating) for one in (values if several else [values])]
+    several = isinstance(values, (list, tuple)) and len(values) > 0 and (
+        isinstance(values[0], Kernel) or np.ndim(values[0]) == 2)
+    return [one if isinstance(one, Kernel) else Kernel(one, anchor, shift, floating)
+            for one in (values if several else [values])]
 
 
 def twist(matrix, scaling):

@@ -17,7 +17,7 @@ _NAMES = ("orvz3.dll",) if sys.platform == "win32" else ("liborvz3.so.2", "libor
 
 
 def _candidates():
-    """The variable ORVZ3_LIBRARY alone if it is set; else the package's folder, the build folder of a source tree, the system."""
+    """ORVZ3_LIBRARY alone if it is set; else the package's folder, a source tree's build folder, the system."""
     if given := os.environ.get("ORVZ3_LIBRARY"):
         yield given
         return
@@ -35,8 +35,8 @@ def _load():
             return loader(path)
         except OSError as error:
             raise ImportError(f"orvz3: {path} cannot be loaded: {error}") from None
-    raise ImportError("orvz3: the shared library is not found. Build it (cmake --preset release, cmake --build --preset "
-                      "release --target orvz3) or set ORVZ3_LIBRARY to its path")
+    raise ImportError("orvz3: the shared library is not found. Build it (cmake --preset release, cmake --build "
+                      "--preset release --target orvz3) or set ORVZ3_LIBRARY to its path")
 
 
 library = _load()
@@ -130,7 +130,7 @@ def kept():
 
 
 def call(name, arguments, check=True):
-    """Calls a function. A fault is raised, and the thread's stored status is as before; so a callback may call, and fail."""
+    """Calls a function. A fault is raised, and the thread's stored status is as before; so callbacks may fail."""
     thread = _thread
     frame = _Frame()
     before = library.orvGetErrStatus() if thread.frames else 0
@@ -174,8 +174,8 @@ def guarded(function, failed=0, stop=None):
 def redirect(handler):
     """orvRedirectError for this thread: returns the handler before, None at first.
 
-    `handler` is called with (status, function, context, file, line) of every report, before the call that failed raises its
-    Error. None ends that. The library's own default, which would ask the user, is never installed.
+    `handler` is called with (status, function, context, file, line) of every report, before the call that failed raises
+    its Error. None ends that. The library's own default, which would ask the user, is never installed.
     """
     before, _thread.handler = _thread.handler, handler
     return before

@@ -1,4 +1,4 @@
-"""Natural forms of the operations: one small record each, and one road from arrays to a call of the library and back."""
+"""Natural forms of the operations: a small record each, and one road from arrays to a call of the library and back."""
 import inspect
 from fractions import Fraction
 
@@ -13,15 +13,16 @@ OPERATIONS = {}
 _PICTURES = (np.ndarray, Image, TiledImage)
 # The keyword arguments that operations share: their defaults and what they mean.
 KEYWORDS = {
-    "out": (None, "where the result goes, which is returned: an array, an Image or a TiledImage. A new array otherwise, whose "
-                  "pixels that the operation does not write are those of the first input if roi, mask, coi or alpha leave "
-                  "some out of a picture of the same shape and type, and 0 otherwise"),
+    "out": (None, "where the result goes, which is returned: an array, an Image or a TiledImage. A new array "
+                  "otherwise, whose pixels that the operation does not write are those of the first input if roi, mask, coi "
+                  "or alpha leave some out of a picture of the same shape and type, and 0 otherwise"),
     "roi": (None, "the region that is processed: (x, y, width, height), or a pair of slices (rows, columns)"),
-    "mask": (None, "array of bool, of the shape of the picture or of the region: only pixels where it is set are processed"),
+    "mask": (None, "array of bool, of the shape of the picture or of the region: only pixels where it is set are "
+                   "processed"),
     "coi": (0, "channel of interest, counted from 1: only that one is processed"),
     "alpha": (False, "whether the last channel is alpha, which is left alone"),
-    "border": (None, "what is read beyond the edges: \"replicate\", \"reflect\", \"wrap\", \"constant\" or (\"constant\", "
-                     "value); a constant of 0 by default"),
+    "border": (None, "what is read beyond the edges: \"replicate\", \"reflect\", \"wrap\", \"constant\" or "
+                     "(\"constant\", value); a constant of 0 by default"),
     "order": ("RGB", "the order of red, green and blue in arrays: \"RGB\" or \"BGR\""),
     "dtype": (None, "element type of the result"),
     "shape": (None, "(rows, columns) of the result; by default those of the first input"),
@@ -80,16 +81,17 @@ class Operation:
 
     name       in Python
     c          the functions behind it
-    arguments  a function that gets the form's own parameters, and `dst` for the result, and returns the arguments of the C
-               function; where there are several functions its name comes first
+    arguments  a function that gets the form's own parameters, and `dst` for the result, and returns the arguments of
+               the C function; where there are several functions its name comes first
     images     which parameters are input images
     keywords   which of KEYWORDS it takes, beside `out`
-    result     (shape, type) of the result: a function of the first input and of all arguments; by default those of the first
-               input; False if nothing but a number is returned
+    result     (shape, type) of the result: a function of the first input and of all arguments; by default those of the
+               first input; False if nothing but a number is returned
     inplace    whether the C function takes one image as source and result
     copied     whether the result begins as a copy of the first input, which the C function does not get
     models     the colour models of input and result
-    reach      (left, top, right, bottom), the pixels around a pixel that count for it: a function of some of the parameters
+    reach      (left, top, right, bottom), the pixels around a pixel that count for it: a function of some of the
+               parameters
     note       a line for the docstring
     """
 
@@ -201,7 +203,8 @@ class Operation:
         for name, picture in sources.items():
             images[name] = self._same(picture, target, dst)
             if images[name] is None:
-                if isinstance(picture, np.ndarray) and isinstance(target, np.ndarray) and np.may_share_memory(picture, target):
+                arrays = isinstance(picture, np.ndarray) and isinstance(target, np.ndarray)
+                if arrays and np.may_share_memory(picture, target):
                     picture = np.array(picture, order="C")  # what is written must not change what is still to be read
                 if isinstance(picture, np.ndarray) and dst is not None and not any(self.models):
                     picture = _in_order_of(dst, picture)
@@ -209,7 +212,8 @@ class Operation:
             if border is not None:
                 images[name].set_border(*border)
         if mask is not None:
-            (dst if dst is not None and dst.shape[:2] == tuple(first.shape[:2]) else images[next(iter(images))]).set_mask(mask)
+            masked = dst if dst is not None and dst.shape[:2] == first.shape[:2] else images[next(iter(images))]
+            masked.set_mask(mask)
         return images, dst
 
     def _same(self, picture, target, dst):
@@ -243,7 +247,7 @@ class Operation:
             if mask.shape == tuple(first.shape[:2]):
                 mask = mask[roi[1]:roi[1] + roi[3], roi[0]:roi[0] + roi[2]]
             elif mask.shape != (roi[3], roi[2]):
-                raise ValueError(f"{self.name}: the mask has the shape {mask.shape} of neither the picture nor the region")
+                raise ValueError(f"{self.name}: the mask has shape {mask.shape}, not the picture's nor the region's")
             settings["mask"] = mask
         if given.get("border") is not None:
             border = given["border"] if isinstance(given["border"], tuple) else (given["border"],)
@@ -259,9 +263,9 @@ def _planes(array):
 def _in_order_of(image, array):
     """The array in an image's data order, which most operations want to be that of all images."""
     planes = image.record.dataOrder == d.ORV_DATA_ORDER_PLANE
-    if array.ndim != 3 or array.shape[2] == 1 or channels(image) == 1 or min(array.shape) < 1 or planes == _planes(array):
+    if 1 in (channels(array), channels(image)) or 0 in array.shape or planes == _planes(array):
         return array
-    return np.moveaxis(np.ascontiguousarray(np.moveaxis(array, -1, 0)), 0, -1) if planes else np.ascontiguousarray(array)
+    return np.moveaxis(np.array(np.moveaxis(array, -1, 0), order="C"), 0, -1) if planes else np.array(array, order="C")
 
 
 def _picture(operation, name, value):

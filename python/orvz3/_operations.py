@@ -52,7 +52,8 @@ def comparison(name):
         if is_picture(a) and is_picture(b):
             return f"orv{name}", a, b, dst
         # A number on the left: what holds of the picture is the opposite.
-        image, number, side = (a, b, name) if is_picture(a) else (b, a, {"Less": "Greater", "Greater": "Less"}.get(name, name))
+        opposite = {"Less": "Greater", "Greater": "Less"}.get(name, name)
+        image, number, side = (a, b, name) if is_picture(a) else (b, a, opposite)
         if is_float(image):
             return f"orv{side}SFP", image, float(number), dst
         return f"orv{side}S", image, operator.index(number), dst
@@ -77,9 +78,10 @@ operation("not_", "orvNot", lambda src, dst: (src, dst))
 operation("abs", "orvAbs", lambda src, dst: (src, dst))
 operation("square", "orvSquare", lambda src, dst: (src, dst))
 for python, c, opposite in (("less", "Less", "Greater"), ("greater", "Greater", "Less")):
-    operation(python, f"orv{c} orv{c}S orv{c}SFP orv{opposite}S orv{opposite}SFP", comparison(c), images=("a", "b"), result=bits, inplace=False)
-operation("equal", "orvEqual orvEqualS orvEqualSFP orvEqualFPEps orvEqualSFPEps", equality, images=("a", "b"), result=bits,
-          inplace=False)
+    operation(python, f"orv{c} orv{c}S orv{c}SFP orv{opposite}S orv{opposite}SFP", comparison(c), images=("a", "b"),
+              result=bits, inplace=False)
+operation("equal", "orvEqual orvEqualS orvEqualSFP orvEqualFPEps orvEqualSFPEps", equality, images=("a", "b"),
+          result=bits, inplace=False)
 operation("threshold", "orvThreshold", lambda src, threshold, dst: (src, dst, threshold),
           keywords="roi mask coi alpha dtype", result=typed(), note="dtype may be bool.")
 operation("multiply_scale", "orvMultiplyScale orvMultiplySScale",
@@ -107,27 +109,33 @@ _FILTER = "roi mask coi alpha border"
 for python, c in {"blur": "orvBlur", "max_filter": "orvMaxFilter", "min_filter": "orvMinFilter",
                   "median_filter": "orvMedianFilter", "color_median_filter": "orvColorMedianFilter"}.items():
     operation(python, c, lambda src, size, dst, anchor=None: (src, dst, *pair(size), *centre(anchor, size)),
-              keywords=_FILTER, inplace=python == "blur", reach=window, note="size: (columns, rows) of the window; anchor: (x, y) in it.")
+              keywords=_FILTER, inplace=python == "blur", reach=window,
+              note="size: (columns, rows) of the window; anchor: (x, y) in it.")
 def morphology_reach(passes):
     return lambda iterations: (iterations * passes,) * 4
 
 
-for python, c, passes in (("dilate", "orvDilate", 1), ("erode", "orvErode", 1), ("open", "orvOpen", 2), ("close", "orvClose", 2)):
-    operation(python, c, lambda src, dst, iterations=1: (src, dst, iterations), keywords=_FILTER, reach=morphology_reach(passes))
+for python, c, passes in (("dilate", "orvDilate", 1), ("erode", "orvErode", 1),
+                          ("open", "orvOpen", 2), ("close", "orvClose", 2)):
+    operation(python, c, lambda src, dst, iterations=1: (src, dst, iterations), keywords=_FILTER,
+              reach=morphology_reach(passes))
 
 
 def fixed_reach(filter):
-    name = next(key for key, value in vars(d).items() if key.startswith("ORV_FIXED_") and value == choice("ORV_FIXED_", filter))
+    wanted = choice("ORV_FIXED_", filter)
+    name = next(key for key, value in vars(d).items() if key.startswith("ORV_FIXED_") and value == wanted)
     return (2 if name.endswith("5") else 1,) * 4
 
 
 operation("fixed_filter", "orvFixedFilter", lambda src, filter, dst: (src, dst, choice("ORV_FIXED_", filter)),
-          keywords=_FILTER, inplace=False, reach=fixed_reach, note="filter: such as \"sobel_x\", \"laplace3\", \"gauss5\".")
+          keywords=_FILTER, inplace=False, reach=fixed_reach,
+          note="filter: such as \"sobel_x\", \"laplace3\", \"gauss5\".")
 
 
 def convolution(src, kernel, dst, anchor=None, shift=0, combine="sum"):
     made = kernels(kernel, anchor, shift, is_float(src))
-    return "orvConvolve2DFP" if is_float(src) else "orvConvolve2D", src, dst, made, len(made), choice("ORV_COMBINE_", combine)
+    name = "orvConvolve2DFP" if is_float(src) else "orvConvolve2D"
+    return name, src, dst, made, len(made), choice("ORV_COMBINE_", combine)
 
 
 def convolution_reach(kernel, anchor):
@@ -137,8 +145,12 @@ def convolution_reach(kernel, anchor):
 
 def separable(src, row, column, dst, anchor=None, shift=0):
     x, y = pair(anchor) if anchor is not None else (None, None)
-    rows = kernels(np.reshape(row, (1, -1)), None if x is None else (x, 0), shift, is_float(src))[0] if row is not None else None
-    columns = kernels(np.reshape(column, (-1, 1)), None if y is None else (0, y), 0, is_float(src))[0] if column is not None else None
+
+    def kernel(values, shape, anchor, shift):
+        return None if values is None else kernels(np.reshape(values, shape), anchor, shift, is_float(src))[0]
+
+    rows = kernel(row, (1, -1), None if x is None else (x, 0), shift)
+    columns = kernel(column, (-1, 1), None if y is None else (0, y), 0 if row is not None else shift)
     return "orvConvolveSep2DFP" if is_float(src) else "orvConvolveSep2D", src, dst, rows, columns
 
 
@@ -148,12 +160,13 @@ def separable_reach(row, column, anchor):
 
 
 operation("convolve", "orvConvolve2D orvConvolve2DFP", convolution, keywords=_FILTER, reach=convolution_reach,
-          note="kernel: a 2-D array, or a list of up to 10 that are combined; anchor: (x, y) in each, its middle by default.")
+          note="kernel: a 2-D array, or a list of up to 10 that are combined; anchor: (x, y) in each, by default its "
+               "middle.")
 operation("convolve_separable", "orvConvolveSep2D orvConvolveSep2DFP", separable, keywords=_FILTER, inplace=False,
           reach=separable_reach, note="row, column: the values of the kernel along x and y, either may be None.")
-operation("norm_cross_corr", "orvNormCrossCorr", lambda src, template, dst: (template, src, dst), images=("src", "template"),
-          keywords=_FILTER + " dtype", inplace=False, result=typed(), reach=lambda template: window(
-              (template.shape[1], template.shape[0]), None))
+operation("norm_cross_corr", "orvNormCrossCorr", lambda src, template, dst: (template, src, dst),
+          images=("src", "template"), keywords=_FILTER + " dtype", inplace=False, result=typed(),
+          reach=lambda template: window((template.shape[1], template.shape[0]), None))
 
 # ---- Geometry
 
@@ -173,17 +186,19 @@ def interpolation(value, blend_edge=False):
 
 
 _SCALES = "x, y: scales as whole numbers, Fractions or pairs (to, from); y is x by default."
-operation("zoom", "orvZoom", lambda src, x, dst, y=None, interpolate="linear": (src, dst, *both(x, y), interpolation(interpolate)),
-          keywords="roi mask coi alpha shape", result=scaled, inplace=False, note=_SCALES)
-operation("resize", "orvResize", lambda src, x, dst, y=None, interpolate="linear":
-          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi mask coi alpha shape", result=scaled, inplace=False,
-          note=_SCALES)
-operation("decimate", "orvDecimate", lambda src, x, dst, y=None, interpolate="super":
-          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi coi alpha shape", result=scaled, inplace=False,
-          note=_SCALES)
-operation("decimate_blur", "orvDecimateBlur", lambda src, x, dst, y=None, interpolate="linear", mask_size=0:
-          (src, dst, *both(x, y), interpolation(interpolate), *pair(mask_size)), keywords="roi coi alpha shape", result=scaled,
+operation("zoom", "orvZoom", lambda src, x, dst, y=None, interpolate="linear":
+          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi mask coi alpha shape", result=scaled,
           inplace=False, note=_SCALES)
+operation("resize", "orvResize", lambda src, x, dst, y=None, interpolate="linear":
+          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi mask coi alpha shape", result=scaled,
+          inplace=False, note=_SCALES)
+operation("decimate", "orvDecimate", lambda src, x, dst, y=None, interpolate="super":
+          (src, dst, *both(x, y), interpolation(interpolate)), keywords="roi coi alpha shape", result=scaled,
+          inplace=False, note=_SCALES)
+operation("decimate_blur", "orvDecimateBlur", lambda src, x, dst, y=None, interpolate="linear", mask_size=0:
+          (src, dst, *both(x, y), interpolation(interpolate), *pair(mask_size)),
+          keywords="roi coi alpha shape", result=scaled, inplace=False,
+          note=_SCALES)
 operation("mirror", "orvMirror", lambda src, axis, dst: (src, dst, axis), inplace=False)
 _WARP = {"keywords": "roi coi alpha shape", "result": of_shape, "inplace": False}
 
@@ -208,8 +223,9 @@ def by_quadrangle(src, quad, dst, warp_flag=0, interpolate="linear", blend_edge=
 for kind, size in (("Bilinear", (2, 4)), ("Perspective", (3, 3))):
     operation(f"warp_{kind.lower()}", f"orvWarp{kind}", by_coefficients(*size), **_WARP)
     operation(f"warp_{kind.lower()}_q", f"orvWarp{kind}Q", by_quadrangle, **_WARP)
-operation("shear", "orvShear", lambda src, x_shear, y_shear, dst, x_shift=0, y_shift=0, interpolate="linear", blend_edge=False:
-          (src, dst, x_shear, y_shear, x_shift, y_shift, interpolation(interpolate, blend_edge)), **_WARP)
+operation("shear", "orvShear",
+          lambda src, x_shear, y_shear, dst, x_shift=0, y_shift=0, interpolate="linear", blend_edge=False: (
+              src, dst, x_shear, y_shear, x_shift, y_shift, interpolation(interpolate, blend_edge)), **_WARP)
 operation("rotate", "orvRotate", lambda src, angle, dst, x_shift=0, y_shift=0, interpolate="linear", blend_edge=False:
           (src, dst, angle, x_shift, y_shift, interpolation(interpolate, blend_edge)), **_WARP)
 operation("remap", "orvRemap", lambda src, x_map, y_map, dst, interpolate="linear":
@@ -226,8 +242,9 @@ for model in ("HSV", "HLS", "XYZ", "LUV", "YUV", "YCrCb", "YCC"):
               models=(model[:3], "RGB"))
 operation("color_to_gray", "orvColorToGray", lambda src, dst: (src, dst), keywords="dtype", inplace=False,
           models=("RGB", "GRAY"), result=lambda first, given: (first.shape[:2], given["dtype"] or first.dtype))
-operation("gray_to_color", "orvGrayToColor", lambda src, dst, weights=(0, 0, 0): (src, dst, *map(float, weights)), keywords="",
-          inplace=False, models=("GRAY", "RGB"),
+operation("gray_to_color", "orvGrayToColor",
+          lambda src, dst, weights=(0, 0, 0): (src, dst, *map(float, weights)), keywords="", inplace=False,
+          models=("GRAY", "RGB"),
           result=lambda first, given: ((*first.shape[:2], 3), np.uint8 if first.dtype == bool else first.dtype))
 
 
@@ -240,13 +257,15 @@ def twisting(src, matrix, dst, offset=0, scaling=16):
 operation("color_twist", "orvApplyColorTwist orvColorTwistFP", twisting, keywords="roi mask alpha",
           note="matrix: 4 rows of 4; of integer pictures rounded to `scaling` bits after the point.")
 operation("reduce_bits", "orvReduceBits", lambda src, levels, dst, dither="fs", noise=0:
-          (src, dst, noise, choice("ORV_DITHER_", dither), levels), keywords="alpha dtype", result=typed(), inplace=False)
+          (src, dst, noise, choice("ORV_DITHER_", dither), levels), keywords="alpha dtype", result=typed(),
+          inplace=False)
 operation("convert", "orvConvert", lambda src, dst: (src, dst), keywords="dtype", result=typed(), inplace=False)
-operation("bitonal_to_gray", "orvBitonalToGray", lambda src, dst, zero=0, one=255: (src, dst, zero, one), keywords="dtype",
-          result=typed(np.uint8), inplace=False)
-operation("scale", "orvScale", lambda src, dst: (src, dst), keywords="roi coi alpha dtype", result=typed(), inplace=False)
-operation("scale_fp", "orvScaleFP", lambda src, dst, low=0.0, high=1.0: (src, dst, low, high), keywords="roi coi alpha dtype",
-          result=typed(np.float32), inplace=False)
+operation("bitonal_to_gray", "orvBitonalToGray", lambda src, dst, zero=0, one=255: (src, dst, zero, one),
+          keywords="dtype", result=typed(np.uint8), inplace=False)
+operation("scale", "orvScale", lambda src, dst: (src, dst), keywords="roi coi alpha dtype", result=typed(),
+          inplace=False)
+operation("scale_fp", "orvScaleFP", lambda src, dst, low=0.0, high=1.0: (src, dst, low, high),
+          keywords="roi coi alpha dtype", result=typed(np.float32), inplace=False)
 
 # ---- Transforms
 
@@ -260,8 +279,10 @@ def fourier(c):
 
 for python, c in (("real_fft", "orvRealFft2D"), ("ccs_fft", "orvCcsFft2D")):
     operation(python, c, fourier(c), keywords="roi coi alpha dtype", result=typed(np.float32))
-operation("multiply_spectra", "orvMpyRCPack2D", lambda a, b, dst: (a, b, dst), images=("a", "b"), keywords="roi coi alpha")
-operation("dct", "orvDCT2D", lambda src, dst, inverse=False: (src, dst, d.ORV_DCT_INVERSE if inverse else d.ORV_DCT_FORWARD),
+operation("multiply_spectra", "orvMpyRCPack2D", lambda a, b, dst: (a, b, dst), images=("a", "b"),
+          keywords="roi coi alpha")
+operation("dct", "orvDCT2D",
+          lambda src, dst, inverse=False: (src, dst, d.ORV_DCT_INVERSE if inverse else d.ORV_DCT_FORWARD),
           keywords="coi alpha dtype", result=typed(np.float32), inplace=False)
 
 # ---- Measures and generators
@@ -274,16 +295,18 @@ def levels(picture):
 
 operation("contrast_stretch", "orvContrastStretch", lambda src, keys, values, dst, factors=None:
           (src, dst, tables(channels(src), keys, values, factors)),
-          note="keys, values, factors: of all channels, or a row for each; value p of interval i, keys[i] <= p < keys[i + 1], "
-               "becomes values[i] + (p - keys[i]) * factors[i].")
+          note="keys, values, factors: of all channels, or a row for each; value p of interval i, keys[i] <= p < "
+               "keys[i + 1], becomes values[i] + (p - keys[i]) * factors[i].")
 operation("histo_equalize", "orvHistoEqualize", lambda src, counts, dst, keys=None:
           (src, dst, tables(channels(src), levels(src) if keys is None else keys, counts)),
           note="counts: those of `histogram`, of the same keys.")
 
-operation("norm", "orvNorm", lambda a, b=None, kind="l2": (a, b, choice("ORV_NORM_", kind)), images=("a", "b"), result=False)
+operation("norm", "orvNorm", lambda a, b=None, kind="l2": (a, b, choice("ORV_NORM_", kind)), images=("a", "b"),
+          result=False)
 for kind in ("Spatial", "NormalizedSpatial", "Central", "NormalizedCentral"):
     words = "".join("_" + c.lower() if c.isupper() else c for c in kind)[1:]
-    operation(f"{words}_moment", f"orv{kind}Moment", lambda src, m, n: (src, m, n), keywords="roi mask coi", result=False)
+    operation(f"{words}_moment", f"orv{kind}Moment", lambda src, m, n: (src, m, n), keywords="roi mask coi",
+              result=False)
 
 
 def noise(fill):

@@ -24,7 +24,8 @@ def exchange(a, b):
 
 
 def histogram(src, keys=None, *, roi=None, mask=None, coi=0):
-    """Counts of the values in the intervals between keys, a row for each channel if there are several: uint8, uint16, bool.
+    """Counts of the values in the intervals between keys, a row for each channel if there are several: uint8, uint16,
+    bool.
 
     keys   ascending; without them every value has an interval of its own. Values outside all intervals are not counted.
     """
@@ -71,7 +72,7 @@ def wt_reconstruct(bands, wavelet, shape):
 
 
 def user_process_pixel(src, function, out):
-    """Calls function(source pixel, result pixel), both arrays of all channels, for every pixel; it writes the second."""
+    """Calls function(source pixel, result pixel), arrays of all channels, for every pixel; it writes the second."""
     types = [np.dtype(picture.dtype) for picture in (src, out)]
     counts = [channels(picture) for picture in (src, out)]
 
@@ -107,9 +108,10 @@ def _map(kind, what, rows, columns):
         return result
 
     function.__name__ = function.__qualname__ = f"{kind.lower()}_{what.lower()}"
-    function.__doc__ = (f"The {'coefficients' if what == 'Transform' else 'corners' if what == 'Quad' else 'box'} for a region, "
-                        f"(x, y, width, height) or a picture, and its {'quadrangle' if what == 'Transform' else 'coefficients'}: "
-                        f"{name}.\n\n{d.DOCS[name]}")
+    answer, given = {"Quad": ("corners", "coefficients"), "Bound": ("box", "coefficients"),
+                     "Transform": ("coefficients", "quadrangle")}[what]
+    function.__doc__ = (f"The {answer} for a region, (x, y, width, height) or a picture, and its {given}: {name}.\n\n"
+                        f"{d.DOCS[name]}")
     return function
 
 

@@ -1,4 +1,4 @@
-"""Stores as tiled images: any object that is read and written by slices, such as an array of zarr, of h5py or a memmap."""
+"""Stores as tiled images: any object that is read and written by slices, as arrays of zarr and h5py or a memmap."""
 import ctypes
 import threading
 from collections import OrderedDict
@@ -20,15 +20,16 @@ class _Tile:
 class TiledImage:
     """An image whose pixels stay in a store and come tile by tile while an operation asks for them.
 
-    store    has `shape`, (rows, columns) or (rows, columns, channels), and `dtype`; `store[rows, columns]` with slices gives an
-             array, and takes one where the image is written. numpy, zarr, h5py and the like will do.
-    tile     (width, height) of the tiles in pixels, multiples of 8; by default those of the store's `chunks`, or 512 x 512
+    store    has `shape`, (rows, columns) or (rows, columns, channels), and `dtype`; `store[rows, columns]` with slices
+             gives an array, and takes one where the image is written. numpy, zarr, h5py and the like will do.
+    tile     (width, height) of the tiles in pixels, multiples of 8; by default those of the store's `chunks`, or
+             512 x 512
     write    whether operations may write the store
     cache    how many closed tiles are kept, since filters come back to the tiles around each
     roi, coi, mask, alpha, model, origin, border   as of Image
 
-    An exception of the store ends the operation and reaches its caller. A tiled image serves one operation at a time. What was
-    written before a failure stays written; tiles that are open then are dropped.
+    An exception of the store ends the operation and reaches its caller. A tiled image serves one operation at a time.
+    What was written before a failure stays written; tiles that are open then are dropped.
     """
 
     def __init__(self, store, tile=None, *, write=True, cache=16, roi=None, coi=0, mask=None, alpha=False, model=None,
@@ -51,9 +52,9 @@ class TiledImage:
         self._tiles = d.OrvTileInfo(callBack=self._calls, width=self.width, height=self.height)
         model = model or MODELS.get(channels, ("", ""))
         self.record = d.OrvImage(
-            headerSize=ctypes.sizeof(d.OrvImage), nChannels=channels, alphaChannel=channels if alpha else 0, depth=depth,
-            colorModel=_text4(model[0]), channelSeq=_text4(model[1]), dataOrder=d.ORV_DATA_ORDER_PIXEL, origin=origin, align=4,
-            width=self.shape[1], height=self.shape[0], tileInfo=ctypes.pointer(self._tiles))
+            headerSize=ctypes.sizeof(d.OrvImage), nChannels=channels, alphaChannel=channels if alpha else 0,
+            depth=depth, colorModel=_text4(model[0]), channelSeq=_text4(model[1]), dataOrder=d.ORV_DATA_ORDER_PIXEL,
+            origin=origin, align=4, width=self.shape[1], height=self.shape[0], tileInfo=ctypes.pointer(self._tiles))
         self._bits = depth == d.ORV_DEPTH_1U
         value = 1 if self._bits else self.dtype.itemsize
         self._step = -(-(self.width // 8 if self._bits else self.width * channels * value) // 4) * 4
