@@ -55,7 +55,7 @@ void convertPiece(void* task, const OrvImage& src, const OrvImage& dst, const Or
     if (from != to) {
         op.kernel = ownConvertKernels().saturate[from][to];
     } else if (from == OWN_1U && conversion.wholeBytes) {
-        op.sourceBytes = op.resultBytes = 1;
+        op = {ownRowKernels().copy[OWN_8U], 1, 1, nullptr};
         for (OwnGeometry& image : images)
             image.width = int32_t((int64_t{image.width} + 7) / 8);
     }

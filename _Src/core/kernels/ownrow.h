@@ -122,8 +122,8 @@ inline __attribute__((always_inline)) Vector<T> vectorAt(const void* p, ptrdiff_
 template <class T>
 inline T select(Lane<T> lane, T yes, T no)
 {
-    if constexpr (sizeof(T) == 1)
-        return T(no ^ ((yes ^ no) & lane));
+    if constexpr (std::is_integral_v<T>)
+        return T(no ^ ((yes ^ no) & T(lane)));
     else
         return lane < 0 ? yes : no;
 }
