@@ -3,7 +3,9 @@
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX  // libstdc++ defines it
 #define NOMINMAX
+#endif
 #include <windows.h>
 #endif
 
