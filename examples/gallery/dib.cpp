@@ -11,7 +11,8 @@ namespace {
 
 // A bitmap as large as an image, with its palette and its pixels in one block. Bitmaps last as long as the program, so that
 // entries can show images that share their pixels.
-BITMAPINFOHEADER* bitmapFor(const OrvImage* image, int bits, uint32_t compression = BI_RGB)
+BITMAPINFOHEADER* bitmapFor(Stage& stage, const char* name, const OrvImage* image, int bits,
+                            uint32_t compression = BI_RGB)
 {
     static std::deque<std::vector<uint8_t>> blocks;
     BITMAPINFOHEADER header = {};
@@ -22,7 +23,14 @@ BITMAPINFOHEADER* bitmapFor(const OrvImage* image, int bits, uint32_t compressio
     header.biBitCount = uint16_t(bits);
     header.biCompression = compression;
     size_t rowBytes = (size_t(image->width) * size_t(bits) + 31) / 32 * 4;
-    blocks.emplace_back(sizeof header + 4 * 256 + rowBytes * size_t(image->height));
+    size_t size = sizeof header + 4 * 256 + rowBytes * size_t(image->height);
+    blocks.emplace_back(size);
+    // What a program without the gallery writes.
+    stage.given("static uint32_t " + std::string(name) + "Block[" + std::to_string(size / 4) +
+                "];\n    BITMAPINFOHEADER* " + name + " = reinterpret_cast<BITMAPINFOHEADER*>(" + name +
+                "Block);\n    *" + name + " = {sizeof *" + name + ", " + std::to_string(image->width) + ", " +
+                std::to_string(image->height) + ", 1, " + std::to_string(bits) + ", " +
+                (compression == BI_RGB ? "BI_RGB" : "BI_RLE4") + "};");
     memcpy(blocks.back().data(), &header, sizeof header);
     return reinterpret_cast<BITMAPINFOHEADER*>(blocks.back().data());
 }
@@ -44,7 +52,7 @@ void palettes(Stage& stage)
     Image& image = stage.source("image", photo("coffee"));
     Image &fixed8 = readBack(stage, "fixed8", image), &median8 = readBack(stage, "median8", image),
           &fixed4 = readBack(stage, "fixed4", image), &median4 = readBack(stage, "median4", image);
-    BITMAPINFOHEADER *dib8 = bitmapFor(image, 8), *dib4 = bitmapFor(image, 4);
+    BITMAPINFOHEADER *dib8 = bitmapFor(stage, "dib8", image, 8), *dib4 = bitmapFor(stage, "dib4", image, 4);
     CALL(orvConvertToDIB(image, dib8, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
     CALL(orvConvertFromDIB(dib8, fixed8));
     CALL(orvConvertToDIB(image, dib8, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
@@ -60,8 +68,9 @@ void dithered(Stage& stage)
     Image& image = stage.source("image", photo("coffee"));
     Image &none = readBack(stage, "none", image), &diffused = readBack(stage, "diffused", image),
           &ordered = readBack(stage, "ordered", image);
-    BITMAPINFOHEADER* dib = bitmapFor(image, 16);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, 16);
     char* pixels = pixelsOf(dib);
+    stage.given("char* pixels = reinterpret_cast<char*>(dib + 1);");
     CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_NONE, ORV_PALETTE_KEEP));
     CALL(orvConvertFromDIBSep(dib, pixels, none));
     CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_FS, ORV_PALETTE_KEEP));
@@ -77,7 +86,7 @@ void greys(Stage& stage)
           &twoDithered = stage.target("twoDithered", Image(1, ORV_DEPTH_1U, 512, 512)),
           &sixteen = stage.target("sixteen", Image(1, ORV_DEPTH_8U, 512, 512)),
           &sixteenDithered = stage.target("sixteenDithered", Image(1, ORV_DEPTH_8U, 512, 512));
-    BITMAPINFOHEADER *dib1 = bitmapFor(image, 1), *dib4 = bitmapFor(image, 4);
+    BITMAPINFOHEADER *dib1 = bitmapFor(stage, "dib1", image, 1), *dib4 = bitmapFor(stage, "dib4", image, 4);
     CALL(orvConvertToDIB(image, dib1, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
     CALL(orvConvertFromDIB(dib1, two));
     CALL(orvConvertToDIB(image, dib1, ORV_DITHER_STUCKEY, ORV_PALETTE_FIXED));
@@ -92,7 +101,7 @@ void coded(Stage& stage)
 {
     Image& image = stage.source("image", photo("camera"));
     Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_8U, 512, 512));
-    BITMAPINFOHEADER* dib = bitmapFor(image, 4, BI_RLE4);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, 4, BI_RLE4);
     CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
     stage.note("The code has " + std::to_string(dib->biSizeImage) + " bytes, the rows had " +
                std::to_string(512 * 512 / 2) + ".");
@@ -102,7 +111,7 @@ void coded(Stage& stage)
 void translated(Stage& stage)
 {
     Image& source = stage.hidden(photo("astronaut"));
-    BITMAPINFOHEADER* dib = bitmapFor(source, 24);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", source, 24);
     orvConvertToDIB(source, dib, ORV_DITHER_NONE, ORV_PALETTE_KEEP);
     int cloneData = 1;
     OrvImage* made = nullptr;
