@@ -284,7 +284,7 @@ private:
         resolved.insert(name);
         if (resolveIn(local, name) || resolveIn(global, name))
             return true;
-        if (language.contains(name) || resolveByType(name) || isLocalOfCall(name))
+        if (language.contains(name) || isLocalOfCall(name) || resolveByType(name))
             return true;
         resolved.erase(name);
         return false;
