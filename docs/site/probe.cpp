@@ -26,6 +26,7 @@ const char* const columns[] = {"depths", "channels", "orders", "coi", "masks", "
 
 // What has been found of a function, in a set of words for each column.
 struct Row {
+    bool hasImages = false;
     int calls = 0;
     std::map<std::string, std::set<std::string>> found;
 };
@@ -83,8 +84,30 @@ size_t bytesOf(uint32_t depth)
     return std::max<size_t>(1, (depth & ORV_DEPTH_MASK) / 8);
 }
 
-// An image as large as the given one, with its region, and values that are the same for the same kind.
-OrvImage* makeLike(const OrvImage& given, const Kind& kind)
+// Random values, floats from 0 to 255, others over the whole range; a seed gives the same ones each time.
+void fill(const OrvImage& image, size_t seed)
+{
+    constexpr size_t size = size_t{1} << 22;
+    static std::vector<uint8_t> bytes;
+    static std::vector<float> floats;
+    if (bytes.empty()) {
+        std::minstd_rand random(5);
+        for (size_t i = 0; i < size; ++i) {
+            bytes.push_back(uint8_t(random() >> 8));
+            floats.push_back(float(bytes.back()) + 0.25f);
+        }
+    }
+    const uint8_t* values =
+        image.depth == ORV_DEPTH_32F ? reinterpret_cast<const uint8_t*>(floats.data()) : bytes.data();
+    for (size_t done = 0, start = 4096 * seed; done < size_t(image.imageSize); start = 0) {
+        size_t part = std::min(size_t(image.imageSize) - done, size - start);
+        memcpy(image.imageData + done, values + start, part);
+        done += part;
+    }
+}
+
+// An image as large as the given one, with its region, and values that are the same for the same kind and seed.
+OrvImage* makeLike(const OrvImage& given, const Kind& kind, size_t seed)
 {
     int channels = kind.depth == ORV_DEPTH_1U ? 1 : kind.channels;
     const char* model = channels < 3 ? "GRAY" : "RGB";
@@ -99,16 +122,7 @@ OrvImage* makeLike(const OrvImage& given, const Kind& kind)
         orvAllocateImageFP(image, 1, 0);
     else
         orvAllocateImage(image, 1, 0);
-    std::minstd_rand random(5);
-    if (kind.depth == ORV_DEPTH_32F) {
-        for (int i = 0; i < image->imageSize / 4; ++i) {
-            float value = float(random() % 256);
-            memcpy(image->imageData + 4 * size_t(i), &value, 4);
-        }
-    } else {
-        for (int i = 0; i < image->imageSize; ++i)
-            image->imageData[i] = uint8_t(bytesOf(kind.depth) == 1 || i % 2 == 0 ? random() >> 8 : 0);
-    }
+    fill(*image, seed);
     std::copy_n(given.borderMode, 4, image->borderMode);
     if (given.roi)
         image->roi = orvCreateROI(0, given.roi->xOffset, given.roi->yOffset, given.roi->width, given.roi->height);
@@ -218,7 +232,7 @@ private:
             OrvImage* image = call.images[i];
             if (roles[i] != Role::fixed) {
                 bool same = inPlace && roles[i] == Role::destination && first;
-                image = same ? first : makeLike(*image, kind);
+                image = same ? first : makeLike(*image, kind, i);
                 if (kind.tiled && !same)
                     image = tiledCopy(image);
                 if (!first)
@@ -338,7 +352,7 @@ private:
             found["orders"].insert("planes");
         destination.order = ORV_DATA_ORDER_PIXEL;
         if (has(Role::source) && has(Role::destination) && works(attempt(source, destination)))
-            found["orders"].insert("mixed");
+            found["orders"].insert("planes to pixels");
     }
 
     // Under a mask without a bit set nothing may change.
@@ -369,7 +383,7 @@ private:
         else if (base[0].depth == ORV_DEPTH_1U || base[1].depth == ORV_DEPTH_1U)
             found["tiles"].insert("yes");  // the bits that pad a row are nobody's
         else
-            found["tiles"].insert(samePixels(plain, tiled) ? "yes" : "yes, rounded otherwise");
+            found["tiles"].insert(samePixels(plain, tiled) ? "yes" : "yes, other values");
     }
 
     static bool samePixels(const Outcome& a, const Outcome& b)
@@ -409,28 +423,31 @@ private:
     Kind base[2] = {};
 };
 
-// Depths in their order; pairs of different ones by their source.
+// Depths in their order; those that go to the same depths together.
 std::string depthsText(const std::set<std::string>& found)
 {
-    std::string text;
+    std::vector<std::pair<std::string, std::string>> groups;  // destinations and their sources
     for (uint32_t from : depths) {
-        std::string same, others, name = depthName(from);
-        if (found.contains(name))
-            same = name;
+        std::string name = depthName(from), destinations;
+        bool others = false;
         for (uint32_t to : depths)
-            if (found.contains(name + ">" + depthName(to)))
-                others += ' ' + depthName(to);
-        if (same.empty() && others.empty())
+            if (found.contains(from == to ? name : name + ">" + depthName(to))) {
+                destinations += ' ' + depthName(to);
+                others |= from != to;
+            }
+        if (destinations.empty())
             continue;
-        text += (text.empty()     ? ""
-                 : others.empty() ? " "
-                                  : "; ") +
-                (others.empty() ? same : name + " to" + (same.empty() ? "" : ' ' + name) + others + ";");
+        if (!others)
+            destinations.clear();
+        auto group = std::find_if(groups.begin(), groups.end(), [&](auto& g) { return g.first == destinations; });
+        if (group == groups.end())
+            groups.push_back({destinations, name});
+        else
+            group->second += ' ' + name;
     }
-    while (text.ends_with(";"))
-        text.pop_back();
-    for (size_t at; (at = text.find(";;")) != std::string::npos;)
-        text.erase(at, 1);
+    std::string text;
+    for (auto& [destinations, sources] : groups)
+        text += (text.empty() ? "" : "; ") + sources + (destinations.empty() ? "" : " to" + destinations);
     return text;
 }
 
@@ -448,6 +465,15 @@ std::string cellText(const std::string& column, const std::set<std::string>& fou
     return text;
 }
 
+// What makes, releases or describes an image has no pixels to process.
+bool isOperation(const std::string& name)
+{
+    for (const char* start : {"orvAllocate", "orvDeallocate", "orvCreate", "orvClone", "orvCheck", "orvSetBorderMode"})
+        if (name.rfind(start, 0) == 0)
+            return false;
+    return true;
+}
+
 // Writes the table when the program ends.
 struct Writer {
     Writer() { rows(); }  // which is then destroyed later
@@ -459,9 +485,10 @@ struct Writer {
             return;
         for (auto& [name, row] : rows()) {
             fprintf(out, "%s", name.c_str());
+            const bool unknown = row.hasImages && isOperation(name) && row.found.empty();
             for (const char* column : columns) {
                 std::string text = cellText(column, row.found[column]);
-                fprintf(out, "\t%s", text.empty() ? "-" : text.c_str());
+                fprintf(out, "\t%s", unknown ? "?" : text.empty() ? "-" : text.c_str());
             }
             fputc('\n', out);
         }
@@ -470,20 +497,11 @@ struct Writer {
     pid_t owner = getpid();
 } writer;
 
-// What makes, releases or describes an image has no pixels to process.
-bool isOperation(const std::string& name)
-{
-    for (const char* start : {"orvAllocate", "orvDeallocate", "orvCreate", "orvClone", "orvCheck", "orvSetBorderMode"})
-        if (name.rfind(start, 0) == 0)
-            return false;
-    return true;
-}
-
 }  // namespace
 
-Function::Function(const char* name, const char* arguments) : name(name), arguments(split(arguments))
+Function::Function(const char* name, const char* arguments, bool hasImages) : name(name), arguments(split(arguments))
 {
-    rows()[name];
+    rows()[name].hasImages = hasImages;
 }
 
 void* address(const char* name)

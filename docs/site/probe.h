@@ -15,7 +15,7 @@ namespace probe {
 
 // A function and the names of its arguments; known from the start, whether it is called or not.
 struct Function {
-    Function(const char* name, const char* arguments);
+    Function(const char* name, const char* arguments, bool hasImages);
     std::string name;
     std::vector<std::string> arguments;
 };
