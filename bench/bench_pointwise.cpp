@@ -81,6 +81,12 @@ void bareAddS(const uint8_t* a, const uint8_t* b, uint8_t* d, size_t n)
     loop<uint8_t>(a, b, d, n, [](uint8_t x, uint8_t) { return uint8_t(std::min(x, uint8_t(223)) + 32); });
 }
 
+template <class T>
+void bareShift(const uint8_t* a, const uint8_t* b, uint8_t* d, size_t n)
+{
+    loop<T>(a, b, d, n, [](T x, T) { return T(x >> 3); });
+}
+
 void bareMultiplyS(const uint8_t* a, const uint8_t* b, uint8_t* d, size_t n)
 {
     loop<uint8_t>(a, b, d, n, [](uint8_t x, uint8_t) { return uint8_t(std::min(x * 3, 255)); });
@@ -124,6 +130,10 @@ const Operation operations[] = {
     {"orvAddS", [](Image& a, Image&, Image& d) { orvAddS(&a, &d, 32); }, bareAddS, ORV_DEPTH_8U, false, true},
     {"orvMultiplyS", [](Image& a, Image&, Image& d) { orvMultiplyS(&a, &d, 3); }, bareMultiplyS, ORV_DEPTH_8U, false,
      true},
+    {"orvLShiftS", [](Image& a, Image&, Image& d) { orvLShiftS(&a, &d, 3); }, bareShift<uint8_t>, ORV_DEPTH_8U},
+    {"orvRShiftS 8S", [](Image& a, Image&, Image& d) { orvRShiftS(&a, &d, 3); }, bareShift<int8_t>, ORV_DEPTH_8S},
+    {"orvRShiftS 16U", [](Image& a, Image&, Image& d) { orvRShiftS(&a, &d, 3); }, bareShift<uint16_t>, ORV_DEPTH_16U},
+    {"orvRShiftS 32S", [](Image& a, Image&, Image& d) { orvRShiftS(&a, &d, 3); }, bareShift<int32_t>, ORV_DEPTH_32S},
     {"orvCopy", [](Image& a, Image&, Image& d) { orvCopy(&a, &d); }, bareCopy, ORV_DEPTH_8U, false, true},
     {"orvSet", [](Image&, Image&, Image& d) { orvSet(&d, 77); }, bareSet, ORV_DEPTH_8U},
     {"orvThreshold", [](Image& a, Image&, Image& d) { orvThreshold(&a, &d, 100); }, bareThreshold, ORV_DEPTH_8U},
@@ -201,7 +211,7 @@ void addOperation(const Operation& operation, int size)
         addRow(operation, planes, "planes, region", "planes", part, 0.9);
     } else {
         Layout region = {.depth = operation.depth, .width = size, .roi = inside};
-        addRow(operation, region, "region", "whole", part, 0.9);
+        addRow(operation, region, "region", "whole", part, 0.75);
     }
     if (operation.depth == ORV_DEPTH_8U) {
         bool less = operation.toBits && operation.name[3] == 'L';

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "checks.h"
-#include "model.h"
-#include "naiveborder.h"
+#include "filter/kernels/ownblurbytes.h"
+#include "neighbours.h"
 #include "refusals.h"
 #include "reports.h"
 #include "testheap.h"
@@ -37,28 +37,6 @@ uint32_t naiveMean(Picture& src, const Window& window, int x, int y, int c)
     return meanOf(depth, sum, window);
 }
 
-// All values of the destination after a blur.
-std::vector<uint32_t> naiveBlur(const Scene& scene, const Window& window)
-{
-    Picture &src = *scene.images[0], &dst = scene.destination();
-    Area common = commonArea(scene), from = areaOf(src), to = areaOf(dst);
-    std::vector<int> read = channelsOf(src.layout()), write = channelsOf(dst.layout());
-    std::vector<uint32_t> values = dst.values();
-    for (int y = 0; y < common.height; ++y)
-        for (int x = 0; x < common.width; ++x) {
-            auto isSet = [=](const Picture* mask) {
-                return !mask || mask->raw(areaOf(*mask).x + x, areaOf(*mask).y + y) != 0;
-            };
-            if (!isSet(scene.masks[0]) || !isSet(scene.masks[1]))
-                continue;
-            for (size_t i = 0; i < read.size(); ++i) {
-                int at = ((to.y + y) * dst->width + to.x + x) * dst->nChannels + write[i];
-                values[size_t(at)] = naiveMean(src, window, from.x + x, from.y + y, read[i]);
-            }
-        }
-    return values;
-}
-
 void call(OrvImage* const* images, const Window& window)
 {
     orvBlur(images[0], images[1], window.nCols, window.nRows, window.anchorX, window.anchorY);
@@ -66,15 +44,9 @@ void call(OrvImage* const* images, const Window& window)
 
 void expectBlurred(const Scene& scene, const Window& window)
 {
-    Picture &src = *scene.images[0], &dst = scene.destination();
-    std::vector<uint32_t> before = src.values(), expected = naiveBlur(scene, window);
-    EXPECT_EQ(reportsOf([&] { call(scene.pointers().data(), window); }), "");
-    std::vector<uint32_t> got = dst.values();
-    for (size_t i = 0; i < got.size(); ++i)
-        ASSERT_EQ(got[i], expected[i]) << "value " << i;
-    EXPECT_TRUE(&src == &dst || src.values() == before);
-    EXPECT_EQ(scene.faults(), "");
-    EXPECT_EQ(scene.openTiles(), 0);
+    expectFiltered(
+        scene, [&](Picture& src, int x, int y, int c) { return naiveMean(src, window, x, y, c); },
+        [&](OrvImage* const* images) { call(images, window); });
 }
 
 // Values whose sums are exact as floats, too.
@@ -94,18 +66,11 @@ TEST(Blur, IsTheMeanOfEveryWindowInEveryLayout)
     for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
         uint32_t depth = allDepths[size_t(round) % allDepths.size()];
         int count = depth == ORV_DEPTH_1U || random.below(2) ? 1 : random.between(2, 9);
-        bool inPlace = random.below(4) == 0, sameMask = random.below(8) == 0;
-        int width = random.below(8) ? random.between(1, 40) : random.between(60, 200), height = random.between(1, 40);
-        auto image = [&] { return randomPictureSpec(random, depth, count, width, height); };
-        auto mask = [&] {
-            return random.below(3) ? std::optional(randomMaskSpec(random, width, height)) : std::nullopt;
-        };
-        Layout layout = {{{image(), 0, mask(), 0}, {image(), inPlace ? 0 : 1, mask(), sameMask ? 0 : 1}}};
+        Layout layout = randomNeighbours(random, depth, count);
         Scene scene(layout);
         Picture& src = *scene.images[0];
         fillSmall(src, random);
-        for (int side = 0; side < 4; ++side)
-            orvSetBorderMode(src, random.below(4), 1 << side, random.between(-300, 300));
+        setRandomBorders(src, random);
         int most = random.below(8) ? 12 : 60;
         Window window = {random.between(1, most), random.between(1, most / 2), 0, 0};
         if (window.nCols == 1 && window.nRows == 1)
@@ -192,6 +157,43 @@ TEST(Blur, KeepsTheOrderOfRunningSums)
                         }
                     }
                 }
+            }
+}
+
+// A multiplication gives the rounded mean of every sum of every window for which it is used; these are nearly all of those with an
+// odd number of pixels whose sums fit 16 bits.
+TEST(Blur, MultipliersGiveTheMeanOfEverySum)
+{
+    int exact = 0;
+    for (uint32_t samples = 2; samples <= 300; ++samples) {
+        OwnBlurMean mean = ownBlurMean(samples);
+        exact += mean.exact;
+        for (uint32_t sum = 0; mean.exact && sum <= 255 * samples; ++sum) {
+            ASSERT_LE(sum + mean.bias, UINT16_MAX);
+            uint32_t quotient = (sum + mean.bias) * mean.multiplier >> 16 >> mean.shift;
+            ASSERT_EQ(quotient, uint32_t(std::nearbyint(float(sum) * (1.0f / float(samples)))))
+                << samples << ' ' << sum;
+        }
+    }
+    EXPECT_GE(exact, 110);
+    for (uint32_t side : {3u, 5u, 7u, 9u, 11u, 13u, 15u})
+        EXPECT_TRUE(ownBlurMean(side * side).exact) << side;
+}
+
+// Windows of every size at which another way is taken, also such as are wider than the image.
+TEST(Blur, OfWindowsOfAllWays)
+{
+    Random random(9);
+    PictureSpec spec = {.width = 75, .height = 3};
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_1U})
+        for (int nCols : {1, 3, 5, 7, 9, 12, 13, 15, 31, 63, 126, 127, 129})
+            for (int nRows : {1, 2, 3, 17, 128, 129}) {
+                spec.depth = depth;
+                Scene scene({{{spec, 0, {}, 0}, {spec, 1, {}, 1}}});
+                scene.images[0]->fillRaw([&](int, int, int) { return random.below(4) ? 255 : random.below(256); });
+                setRandomBorders(scene.pointers()[0], random);
+                SCOPED_TRACE(testing::Message() << depthName(depth) << ' ' << nCols << ' ' << nRows);
+                expectBlurred(scene, {nCols, nRows, random.below(nCols), random.below(nRows)});
             }
 }
 

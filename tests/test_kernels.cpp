@@ -259,20 +259,97 @@ TEST(Kernels, TestsAreAsTheirValues)
         }
 }
 
-TEST(Kernels, BringBitsIntoPhase)
+namespace {
+
+struct BitCase {
+    const char* name;
+    const OwnRowKernel& kernel;
+    int sources;
+    const void* scalar;
+    bool (*rule)(bool a, bool b);  // without a second source of a and the scalar's bits, which are set
+};
+
+// Rows of bits in all phases, with a mask and without, and in place.
+void checkBits(const BitCase& one, ptrdiff_t n, Random& random)
+{
+    int aBit = random.below(8), bBit = random.below(8), dBit = random.below(8), maskBit = random.below(8);
+    constexpr int count = 3;
+    ptrdiff_t aStep = (aBit + n + 7) / 8 + random.below(3), bStep = (bBit + n + 7) / 8 + random.below(3),
+              dStep = (dBit + n + 7) / 8 + random.below(3), maskStep = (maskBit + n + 7) / 8 + random.below(3);
+    // Room for rows that end with the last one's bits.
+    auto room = [&](int bit, ptrdiff_t step) { return Values((count - 1) * step + (bit + n + 7) / 8, 1, random); };
+    Values a = room(aBit, aStep), b = room(bBit, bStep), before = room(dBit, dStep), mask = room(maskBit, maskStep);
+    for (bool masked : {false, true})
+        for (bool inPlace : {false, true}) {
+            if (inPlace && one.sources == 0)
+                continue;
+            uint8_t* x = inPlace ? before.at(0) : a.at(0);
+            int xBit = inPlace ? dBit : aBit;
+            ptrdiff_t xStep = inPlace ? dStep : aStep;
+            Values expected = before, got = before;
+            for (ptrdiff_t y = 0; y < count; ++y)
+                for (ptrdiff_t i = 0; i < n; ++i)
+                    if (!masked || bitAt(mask.at(y * maskStep), maskBit + i))
+                        setBitAt(expected.at(y * dStep), dBit + i,
+                                 one.rule(bitAt(x + y * xStep, xBit + i),
+                                          one.sources < 2 || bitAt(b.at(y * bStep), bBit + i)));
+            one.kernel.bits({.a = inPlace ? got.at(0) : a.at(0),
+                             .aBit = xBit,
+                             .b = b,
+                             .bBit = bBit,
+                             .scalar = one.scalar,
+                             .to = {got, dBit, masked ? mask.at(0) : nullptr, maskBit},
+                             .n = n,
+                             .count = count,
+                             .aStep = xStep,
+                             .bStep = bStep,
+                             .bitStep = dStep,
+                             .maskStep = maskStep});
+            ASSERT_TRUE(got == expected) << one.name << ' ' << n << " from bits " << xBit << ' ' << bBit << " to "
+                                         << dBit << (masked ? " masked" : "") << (inPlace ? " in place" : "");
+        }
+}
+
+}  // namespace
+
+TEST(Kernels, BitsAreAsEachOfThem)
 {
     Random random(3);
-    for (const Tables& level : levels())
-        for (int from = 0; from < 8; ++from)
-            for (int to = 0; to < 8; ++to)
-                for (ptrdiff_t n = 0; n < 340; n += n < 150 ? 1 : 7) {
-                    Values src = bitRow(from, n, random), dst = bitRow(to, n, random), expected = dst;
-                    level.rows.alignBits(src, from, dst, to, n);
-                    // The first and the last byte are cleared around the bits.
-                    for (ptrdiff_t i = 0; n > 0 && i < (to + n + 7) / 8 * 8; ++i)
-                        setBitAt(expected, i, i >= to && i < to + n && bitAt(src, from + i - to));
-                    ASSERT_TRUE(dst == expected) << level.level << ' ' << from << ' ' << to << ' ' << n;
-                }
+    const uint8_t ones = 0xFF;
+    const int32_t one = 1;
+    for (const Tables& level : levels()) {
+        auto land = [](bool a, bool b) { return a && b; };
+        auto lor = [](bool a, bool b) { return a || b; };
+        auto lxor = [](bool a, bool b) { return a != b; };
+        auto equal = [](bool a, bool b) { return a == b; };
+        auto less = [](bool a, bool b) { return !a && b; };
+        auto greater = [](bool a, bool b) { return a && !b; };
+        auto first = [](bool a, bool) { return a; };
+        auto second = [](bool, bool b) { return b; };
+        const BitCase cases[] = {
+            {"and", level.arith.bitAnd[0], 2, nullptr, land},
+            {"or", level.arith.bitOr[0], 2, nullptr, lor},
+            {"xor", level.arith.bitXor[0], 2, nullptr, lxor},
+            {"subtract", level.arith.subtract[0], 2, nullptr, greater},
+            {"and of masks", level.rows.bitAnd, 2, nullptr, land},
+            {"less", level.compare.less.bits, 2, nullptr, less},
+            {"greater", level.compare.greater.bits, 2, nullptr, greater},
+            {"equal", level.compare.equal.bits, 2, nullptr, equal},
+            {"and value", level.scalar.bitAnd[0], 1, &ones, land},
+            {"or value", level.scalar.bitOr[0], 1, &ones, lor},
+            {"xor value", level.scalar.bitXor[0], 1, &ones, lxor},
+            {"less than value", level.compare.lessScalar.bits, 1, &one, less},
+            {"greater than value", level.compare.greaterScalar.bits, 1, &one, greater},
+            {"equal to value", level.compare.equalScalar.bits, 1, &one, equal},
+            {"square", level.scalar.square[0], 1, nullptr, first},
+            {"copy", level.rows.copy[0], 1, nullptr, first},
+            {"fill", level.rows.fill[0], 0, &ones, second},
+        };
+        for (const BitCase& one : cases)
+            for (ptrdiff_t n : lengths())
+                for (int phases = 0; phases < 8; ++phases)
+                    checkBits(one, n, random);
+    }
 }
 
 // Calls check(level, n, step, values) for rows of n pixels, `step` values apart, of which the first `values` are processed.
@@ -350,17 +427,4 @@ TEST(Kernels, ReduceLanesToBits)
             level.rows.allBits(lanes, step, values, {lanes, 0}, n);
         EXPECT_TRUE(lanes == inPlace) << "in place";
     });
-}
-
-TEST(Kernels, MergeBits)
-{
-    Random random(7);
-    for (const Tables& level : levels())
-        for (ptrdiff_t n : lengths()) {
-            Values from(n, 1, random), mask(n, 1, random), merged(n, 1, random), expected = merged;
-            for (ptrdiff_t i = 0; i < n; ++i)
-                expected[i] = uint8_t((from[i] & mask[i]) | (merged[i] & ~mask[i]));
-            level.rows.mergeBits(from, mask, merged, n);
-            EXPECT_TRUE(merged == expected) << level.level << ' ' << n;
-        }
 }

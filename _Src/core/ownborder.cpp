@@ -4,6 +4,7 @@
 
 #include "kernels/ownrows.h"
 #include "ownpixels.h"
+#include "ownvalue.h"
 #include "ownwalk.h"
 
 namespace {
@@ -119,15 +120,6 @@ struct Layout {
     ptrdiff_t stepBytes() const { return ptrdiff_t(step) * valueBytes; }
 };
 
-void copyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int32_t n)
-{
-    uint8_t* first = dst + (to >> 3);
-    int bit = int(to & 7);
-    uint8_t before = uint8_t(*first & ~(0xFF >> bit));
-    ownRowKernels().alignBits(src + (from >> 3), int(from & 7), first, bit, n);
-    *first |= before;
-}
-
 bool bitAt(const uint8_t* row, int64_t x)
 {
     return row[x >> 3] & (128 >> (x & 7));
@@ -145,7 +137,7 @@ void copyRun(const Layout& layout, const uint8_t* src, const Run& run, uint8_t* 
 {
     if (!layout.valueBytes) {
         if (run.direction > 0)
-            copyBits(src, run.from, dst, to, run.count);
+            ownCopyBits(src, run.from, dst, to, run.count);
         else
             for (int32_t i = 0; i < run.count; ++i)
                 if (bitAt(src, run.from + int64_t{run.direction} * i))
@@ -223,6 +215,8 @@ public:
         return true;
     }
 
+    bool tileRefused = false;
+
 private:
     OrvImage& image;
     OrvTileInfo* tiles;
@@ -279,8 +273,10 @@ private:
         });
         int32_t row = cellRowAt(y);
         for (int32_t i = low; i <= high; ++i)
-            if (list[i - low] && !(list[i - low] = ownOpenTile(&image, i, row, ORV_TILE_READ)))
+            if (list[i - low] && !(list[i - low] = ownOpenTile(&image, i, row, ORV_TILE_READ))) {
+                tileRefused = true;
                 return false;
+            }
         firstCell = low;
         cells = list.data;
         copyLines(y, rows, dst, dstStep, dstPlaneStep);
@@ -376,7 +372,8 @@ bool knownLayout(const OrvImage& image)
 
 }  // namespace
 
-uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step)
+uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step,
+                         bool* tileRefused)
 {
     if (width < 1 || height < 1 || !knownLayout(*image))
         return nullptr;
@@ -389,12 +386,14 @@ uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, i
         return nullptr;
     if (image->depth == ORV_DEPTH_1U)
         memset(block.data, 0, size_t(rowBytes * rows));
-    if (!Reader(image, -1, x, width).read(y, height, block.data, ptrdiff_t(rowBytes)))
+    Reader reader(image, -1, x, width);
+    if (!reader.read(y, height, block.data, ptrdiff_t(rowBytes))) {
+        if (tileRefused)
+            *tileRefused = reader.tileRefused;
         return nullptr;
+    }
     *step = int32_t(rowBytes);
-    uint8_t* result = block.data;
-    block.data = nullptr;
-    return result;
+    return block.release();
 }
 
 bool ownBorderedRow(OrvImage* image, int32_t channel, int32_t x, int32_t y, int32_t n, void* values)
@@ -404,6 +403,76 @@ bool ownBorderedRow(OrvImage* image, int32_t channel, int32_t x, int32_t y, int3
     if (image->depth == ORV_DEPTH_1U)
         memset(values, 0, size_t((int64_t{n} + 7) / 8));
     return Reader(image, channel, x, n).read(y, 1, static_cast<uint8_t*>(values), 0);
+}
+
+namespace {
+
+// Where n pixels from column x on, all beyond one end of a row, come from.
+void findPlaces(const OrvImage& image, int side, int64_t x, int64_t n, int32_t values, int32_t* places)
+{
+    int32_t mode = borderMode(image, side);
+    int32_t step = image.dataOrder == ORV_DATA_ORDER_PLANE ? 1 : image.nChannels;
+    for (int64_t i = 0; i < n;) {
+        bool constant = mode == ORV_BORDER_CONSTANT;
+        Run run = constant ? Run{0, 0, int32_t(n)} : runAt(x + i, image.width, mode, int32_t(n - i));
+        for (int32_t k = 0; k < run.count; ++k)
+            for (int32_t c = 0; c < values; ++c)
+                *places++ = constant ? -1 : (run.from + k * run.direction) * step + c;
+        i += run.count;
+    }
+}
+
+// A side's constant as a value of the image's depth is stored.
+int32_t storedConstant(const OrvImage& image, int side)
+{
+    int32_t value = ownClampToDepth(image.depth, image.borderConst[side]);
+    if (image.depth == ORV_DEPTH_32F)
+        ownStore(&value, 0, float(value));
+    return value;
+}
+
+template <class T, class Value>
+void fillEnd(Value valueAt, int32_t constant, const int32_t* places, int64_t n, uint8_t* line)
+{
+    for (ptrdiff_t i = 0; i < n; ++i)
+        ownStore(line, i, places[i] < 0 ? T(constant) : T(valueAt(places[i])));
+}
+
+}  // namespace
+
+OwnRowEnds::OwnRowEnds(const OrvImage& image, int64_t x, int64_t count, int32_t values)
+    : before(x >= 0       ? 0
+             : -x < count ? -x
+                          : count),
+      after(x + count <= image.width ? 0
+            : x >= image.width       ? count
+                                     : x + count - image.width),
+      bytes(ownValueBytes(image.depth)),
+      beforeValues(before * values),
+      lineValues(count * values),
+      afterValues(after * values),
+      constants{storedConstant(image, left), storedConstant(image, right)},
+      places(beforeValues + afterValues)
+{
+    if (!places)
+        return;
+    findPlaces(image, left, x, before, values, places.data);
+    findPlaces(image, right, x + count - after, after, values, places.data + beforeValues);
+}
+
+void OwnRowEnds::fill(const uint8_t* row, uint8_t* line) const
+{
+    auto fillBoth = [&]<class T>(T, auto valueAt) {
+        fillEnd<T>(valueAt, constants[0], places.data, beforeValues, line);
+        fillEnd<T>(valueAt, constants[1], places.data + beforeValues, afterValues,
+                   line + (lineValues - afterValues) * int64_t{sizeof(T)});
+    };
+    switch (bytes) {
+    case 0: return fillBoth(uint8_t{}, [=](int32_t place) { return bitAt(row, place); });
+    case 1: return fillBoth(uint8_t{}, [=](int32_t place) { return row[place]; });
+    case 2: return fillBoth(uint16_t{}, [=](int32_t place) { return ownLoad<uint16_t>(row, place); });
+    default: return fillBoth(int32_t{}, [=](int32_t place) { return ownLoad<int32_t>(row, place); });
+    }
 }
 
 bool OwnBorderedImage::fetch(OrvImage* image, const OwnRect& rect, const OwnReach& reach)
@@ -416,7 +485,7 @@ bool OwnBorderedImage::fetch(OrvImage* image, const OwnRect& rect, const OwnReac
         return false;
     int32_t step;
     orvFree(block.data);
-    block.data = ownBorderedRect(image, int32_t(x), int32_t(y), int32_t(width), int32_t(height), &step);
+    block.data = ownBorderedRect(image, int32_t(x), int32_t(y), int32_t(width), int32_t(height), &step, &tileRefused);
     if (!block)
         return false;
     work.take(*image);

@@ -12,11 +12,16 @@ bool processWholeBuffer(const OwnPointwise& call, OrvImage* const* images)
         alpha = alpha || images[i]->alphaChannel != 0;
     if (call.count < 2 || !ownIsWholeBuffer(images, call.count, alpha))
         return false;
+    const OwnPixelOp& op = call.op;
     int last = call.count - 1;
-    const void* a = images[0]->imageData;
-    const void* b = last > 1 ? images[1]->imageData : call.op.scalar;
-    int bytes = ownMax(call.op.resultBytes, 1);
-    call.op.kernel.run({a, b, images[last]->imageData, images[last]->imageSize / bytes});
+    const uint8_t* a = images[0]->imageData;
+    const uint8_t* b = last > 1 ? images[1]->imageData : nullptr;
+    uint8_t* d = images[last]->imageData;
+    int32_t size = images[last]->imageSize;
+    if (op.resultBytes == 0)
+        ownRunBits(op.kernel, {a, 0, b, 0, op.scalar, {d, 0}, 0}, int64_t{size} * 8);
+    else
+        op.kernel.run({a, b ? b : op.scalar, d, size / op.resultBytes});
     return true;
 }
 
@@ -64,7 +69,7 @@ void ownRunMasked(const OwnReport& report, const OwnWalkImage* images, int count
         return;
     uint32_t depth = images[count - 1].image->depth;
     const OwnRowKernel& kernel = kernels[ownDepthIndex(depth)];
-    if (report.when(!kernel.run, ORV_STATUS_BAD_ARG, refusal))
+    if (report.when(!kernel.run && !kernel.bits, ORV_STATUS_BAD_ARG, refusal))
         return;
     OwnPointwise call = {report, {}, count, ownPixelOp(kernel, depth, scalar), padding};
     for (int i = 0; i < count; ++i)

@@ -13,7 +13,7 @@ inline int32_t ownChannelCount(const OrvImage* image)
     return ownChannels(*image).count;
 }
 
-// A family's kernels by depth. A kernel without a run is a depth that the family refuses.
+// A family's kernels by depth. One without anything to run is a depth that the family refuses.
 using OwnDepthKernels = OwnRowKernel[OWN_DEPTHS];
 
 // What lies behind the rows of untiled images: where it may change, images alike are processed in one run.

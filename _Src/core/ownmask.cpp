@@ -1,6 +1,7 @@
 #include "ownmask.h"
 
 #include "kernels/ownrows.h"
+#include "orv/pointwise.h"
 #include "ownpixels.h"
 
 OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& result)
@@ -41,4 +42,39 @@ OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& re
     }
     result.image = made;
     return OwnMaskResult::combined;
+}
+
+bool ownMakeMask(const OrvImage& like, OwnSize size, OwnTempImage& made)
+{
+    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", ORV_DATA_ORDER_PLANE, like.origin, 8,
+                                      size.width, size.height, nullptr, nullptr, nullptr, nullptr);
+    orvAllocateImage(made.image, 1, 0);
+    return made.image && made.image->imageData;
+}
+
+bool ownAndInto(OrvImage* a, OrvImage* b, OrvImage* made)
+{
+    const int32_t before = orvGetErrStatus();
+    orvSetErrStatus(ORV_STATUS_OK);
+    orvAnd(a, b, made);
+    if (orvGetErrStatus() < 0)
+        return false;
+    orvSetErrStatus(before);
+    return true;
+}
+
+bool ownAndMasks(const OwnReport& report, OrvImage* a, OrvImage* b, OwnTempImage& made)
+{
+    OwnSize size;
+    const bool isEmpty = !ownCommonSize(*a, *b, nullptr, false, size);
+    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", ORV_DATA_ORDER_PLANE, a->origin, 8, 1, 1,
+                                      nullptr, nullptr, nullptr, nullptr);
+    if (report.when(!made.image, ORV_STATUS_BAD_ARG, "(msk == NULL)") || isEmpty)
+        return false;
+    made.image->width = size.width;
+    made.image->height = size.height;
+    orvAllocateImage(made.image, 1, 0);
+    if (report.when(!made.image->imageData, ORV_STATUS_BAD_ARG, "(msk->imageData == NULL)"))
+        return false;
+    return !report.when(!ownAndInto(a, b, made.image), ORV_STATUS_BACKTRACE, "error_orvAnd");
 }

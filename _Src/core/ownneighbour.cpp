@@ -28,7 +28,11 @@ public:
         bool inPlace = call.src == call.dst;
         if (call.dst->tileInfo)
             return inPlace ? runTilesInPlace() : runTiles(whole, nullptr);
-        return inPlace || call.src->tileInfo ? runBordered(whole) : runBands(whole);
+        if (call.src->tileInfo && call.bySourceTiles)
+            return runSourceTiles(whole, *call.dst);
+        if (inPlace || call.src->tileInfo)
+            return runBordered(whole);
+        return call.throughLines ? runDirect(whole) : runBands(whole);
     }
 
 private:
@@ -50,9 +54,30 @@ private:
         work.setRegion(rect.x + part.x, rect.y + part.y, part.width, part.height);
     }
 
+    // What is read around a part.
+    OwnReach reachOf(const Part& part) const
+    {
+        auto within = [&](int32_t reach, int64_t toEdge) {
+            toEdge += call.frame;
+            return int32_t(reach < toEdge ? reach : toEdge);
+        };
+        return {within(call.reach.left, part.x), within(call.reach.top, part.y),
+                within(call.reach.right, size.width - part.x - part.width),
+                within(call.reach.bottom, size.height - part.y - part.height)};
+    }
+
+    Result fetch(OwnBorderedImage& copy, const Part& part) const
+    {
+        if (copy.fetch(call.src, sourceRect(part), reachOf(part)))
+            return Result::done;
+        return copy.tileRefused ? Result::noSourceTile : Result::noMemory;
+    }
+
     Result runPiece(const OrvImage& src, const OrvImage& dst, const Part& part) const
     {
         OwnWork mask;
+        if (call.place)
+            *call.place = {part.x, part.x + part.width, part.y, part.y + part.height, part.width, part.height};
         if (call.mask)
             show(mask, *call.mask, part);
         return call.piece(call.task, src, dst, call.mask ? &mask.image : nullptr) ? Result::done : Result::noMemory;
@@ -65,12 +90,31 @@ private:
         show(src, *call.src, part);
         return runPiece(src.image, dst, part);
     }
+    Result runDirect(const Part& part) const
+    {
+        OwnWork dst;
+        show(dst, *call.dst, part);
+        return runDirect(part, dst.image);
+    }
     Result runCopied(const Part& part, const OrvImage& dst) const
     {
         OwnBorderedImage copy;
-        if (!copy.fetch(call.src, sourceRect(part), call.reach))
-            return Result::noMemory;
-        return runPiece(copy.work.image, dst, part);
+        Result fetched = fetch(copy, part);
+        return fetched == Result::done ? runPiece(copy.work.image, dst, part) : fetched;
+    }
+    // The same for each of the parts into which the source's tiles divide one.
+    Result runSourceTiles(const Part& whole, const OrvImage& dst) const
+    {
+        Result result = Result::done;
+        OwnWork leading;
+        show(leading, *call.src, whole);
+        ownGridWalk(leading.image, {whole.width, whole.height}, [&](const OwnCell& cell) {
+            OwnWork target(dst);
+            target.narrow(cell.x, cell.y, cell.width, cell.height);
+            result = runCopied({whole.x + cell.x, whole.y + cell.y, cell.width, cell.height}, target.image);
+            return result == Result::done;
+        });
+        return result;
     }
     Result runBordered(const Part& part) const
     {
@@ -109,11 +153,7 @@ private:
         rest.width -= after;
         if (result == Result::done)
             result = run({rest.x + rest.width, rest.y, after, rest.height});
-        if (result != Result::done || rest.width <= 0 || rest.height <= 0)
-            return result;
-        OwnWork dst;
-        show(dst, *call.dst, rest);
-        return runDirect(rest, dst.image);
+        return result == Result::done && rest.width > 0 && rest.height > 0 ? runDirect(rest) : result;
     }
 
     // Writes a part of the region tile by tile: from `copy`, which holds that part, or from the source.
@@ -137,8 +177,10 @@ private:
                 src.setRegion(copy->work.roi.xOffset + cell.x, copy->work.roi.yOffset + cell.y, cell.width,
                               cell.height);
                 result = runPiece(src.image, dst.image, part);
-            } else if (!call.src->tileInfo && inside(*call.src, sourceRect(part), call.reach)) {
+            } else if (!call.src->tileInfo && (call.throughLines || inside(*call.src, sourceRect(part), call.reach))) {
                 result = runDirect(part, dst.image);
+            } else if (call.src->tileInfo && call.bySourceTiles) {
+                result = runSourceTiles(part, dst.image);
             } else {
                 result = runCopied(part, dst.image);
             }
@@ -155,7 +197,7 @@ private:
     bool readsWhatIsWritten(int32_t previous) const
     {
         const OrvImage& image = *call.src;
-        int64_t past = int64_t{start.y} + size.height + call.reach.bottom - image.height;
+        int64_t past = int64_t{start.y} + size.height + ownMin(call.reach.bottom, call.frame) - image.height;
         if (past <= 0 || previous <= start.y)
             return false;
         switch (image.borderMode[1] & 3) {
@@ -179,20 +221,18 @@ private:
         OwnBorderedImage copies[2];
         Part band = {0, 0, size.width, firstHeight};
         int current = 0;
-        if (!copies[current].fetch(call.src, sourceRect(band), call.reach))
-            return Result::noMemory;
-        while (band.height > 0) {
+        Result result = fetch(copies[current], band);
+        while (result == Result::done && band.height > 0) {
             int32_t done = band.y + band.height;
             Part next = {0, done, size.width, ownMin(bandHeight, size.height - done)};
-            if (next.height > 0 && !copies[1 - current].fetch(call.src, sourceRect(next), call.reach))
-                return Result::noMemory;
-            Result result = runTiles(band, &copies[current]);
-            if (result != Result::done)
-                return result;
+            if (next.height > 0)
+                result = fetch(copies[1 - current], next);
+            if (result == Result::done)
+                result = runTiles(band, &copies[current]);
             band = next;
             current = 1 - current;
         }
-        return Result::done;
+        return result;
     }
 };
 

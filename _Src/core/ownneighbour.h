@@ -5,8 +5,8 @@
 // far. Pixels outside the region are the image's; pixels outside the image come from its border modes. As little as possible
 // is copied:
 //
-//   images without tiles          bands along those edges of the image that the reach passes are filtered from copies,
-//                                 the centre from the image itself
+//   images without tiles          from the image itself through OwnLines, or: bands along those edges of the image that
+//                                 the reach passes are filtered from copies, the centre from the image itself
 //   in place, or source tiled     from one copy of the whole rectangle
 //   destination tiled             tile by tile; from the source itself where it is not tiled and the reach stays inside
 //   in place and tiled            in bands of whole rows of tiles, the copy of the next band being taken before a band is
@@ -18,8 +18,9 @@
 
 enum class OwnNeighbourResult {
     done,
-    noMemory,  // or a tile of the source does not come
-    noTile     // a tile of the destination does not come
+    noMemory,
+    noSourceTile,  // a tile of the source does not come
+    noTile         // a tile of the destination does not come
 };
 
 // Filters one rectangle: the regions of working headers of plain memory, all of one size. The mask may be NULL. False if
@@ -33,6 +34,14 @@ struct OwnNeighbours {
     OwnReach reach;
     OwnNeighbourPiece piece;
     void* task;
+    // The piece reads the source by OwnLines alone, which knows the borders of plain memory: that needs no bands.
+    bool throughLines = false;
+    // Tiles of the source divide the work too, so that the copy of a piece is no larger than a tile of each image.
+    bool bySourceTiles = false;
+    // How far around the region pixels are read. A piece is called with what of its reach that leaves on each side.
+    int32_t frame = INT32_MAX;
+    // If not NULL, receives before each piece where it lies, counted from the region's start.
+    OwnRect* place = nullptr;
 };
 
 // Runs a filter over the smallest common region of the images and the mask. When a tile does not come or memory is

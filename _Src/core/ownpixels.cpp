@@ -15,11 +15,11 @@ struct alignas(64) Scratch {
     uint8_t bytes[scratchBytes];
 };
 
-// One row of one image.
+// One row of one image, or of a mask.
 struct Row {
     uint8_t* data;
-    int32_t step;  // values from pixel to pixel
-    int32_t bit;   // of the first pixel, for 1U
+    int32_t step;     // values from pixel to pixel
+    int32_t bit = 0;  // of the first pixel, for a mask
 };
 
 OwnSize smallestSize(const OwnGeometry* images, int count, const OwnGeometry* mask)
@@ -220,73 +220,13 @@ void processValues(const OwnPixelOp& op, const OwnGeometry* images, int count, O
     for (int32_t channel = 0; channel < passes; ++channel) {
         for (int i = 0; i < count; ++i) {
             int bytes = i == count - 1 ? op.resultBytes : op.sourceBytes;
-            rows[i] = {ownChannelStart(images[i], channel, bytes), images[i].pixelStep, 0};
+            rows[i] = {ownChannelStart(images[i], channel, bytes), images[i].pixelStep};
         }
         valuePass(op, images, rows, count, together ? channels : 1, size, mask);
     }
 }
 
 // ---- Rows of bits -------------------------------------------------------------------------------------------------
-
-// Runs a kernel of bytes over rows of n bits, whose bytes it gets in the destination's phase. Of a kernel only `run` is
-// called: a blend takes or leaves whole values, and here a mask cuts through the bytes.
-void bitRow(const OwnRowKernel& kernel, const void* scalar, const Row* rows, int count, const Row* mask, int64_t n)
-{
-    const OwnRowKernels& move = ownRowKernels();
-    Scratch aligned[mostImages];
-    const Row& d = rows[count - 1];
-    int bit = d.bit;
-    uint8_t* out = d.data;
-    int64_t done = 0;
-    while (done < n) {
-        int64_t now = int64_t{scratchBytes} * 8 - bit;
-        if (now > n - done)
-            now = n - done;
-        ptrdiff_t bytes = ptrdiff_t((bit + now + 7) >> 3);
-        // The bits of a row from `done` on, in the phase of the destination.
-        auto bring = [&](const Row& row, uint8_t* scratch, bool clean) {
-            int64_t position = row.bit + done;
-            const uint8_t* src = row.data + (position >> 3);
-            if ((position & 7) == bit && !clean)
-                return src;
-            move.alignBits(src, int(position & 7), scratch, bit, ptrdiff_t(now));
-            return static_cast<const uint8_t*>(scratch);
-        };
-        const void* from[2] = {nullptr, scalar};
-        for (int i = 0; i < count - 1; ++i)
-            from[i] = bring(rows[i], aligned[i].bytes, false);
-        const auto* a = static_cast<const uint8_t*>(from[0]);
-        const auto* b = static_cast<const uint8_t*>(from[1]);
-        ptrdiff_t aStep = count > 1;
-        ptrdiff_t bStep = count > 2;  // a scalar stays where it is
-        auto edge = [&](ptrdiff_t at, uint8_t mask) {
-            uint8_t byte;
-            kernel.run({a + at * aStep, b + at * bStep, &byte, 1});
-            move.mergeBits(&byte, &mask, out + at, 1);
-        };
-        if (mask) {
-            Scratch result;
-            kernel.run({a, b, result.bytes, bytes});
-            move.mergeBits(result.bytes, bring(*mask, aligned[2].bytes, true), out, bytes);
-        } else {
-            uint8_t firstMask = uint8_t(0xFF >> bit);
-            uint8_t lastMask = uint8_t(0xFF << (bytes * 8 - bit - now));
-            if (bytes == 1)
-                firstMask &= lastMask;
-            ptrdiff_t begin = firstMask != 0xFF;
-            ptrdiff_t end = bytes - (bytes > begin && lastMask != 0xFF);
-            if (begin)
-                edge(0, firstMask);
-            if (end > begin)
-                kernel.run({a + begin * aStep, b + begin * bStep, out + begin, end - begin});
-            if (end < bytes)
-                edge(end, lastMask);
-        }
-        out += (bit + now) >> 3;
-        done += now;
-        bit = int((bit + now) & 7);
-    }
-}
 
 // True if the rows of a 1U image follow one another without a gap.
 bool joinsBits(const OwnGeometry& image, OwnSize size)
@@ -296,22 +236,28 @@ bool joinsBits(const OwnGeometry& image, OwnSize size)
 
 void processBits(const OwnPixelOp& op, const OwnGeometry* images, int count, OwnSize size, const OwnGeometry* mask)
 {
-    Row rows[mostImages];
-    for (int i = 0; i < count; ++i)
-        rows[i] = {images[i].start, 1, images[i].bit};
-    Row maskRow = mask ? Row{mask->start, 1, mask->bit} : Row{};
+    const int sources = count - 1;
+    const OwnGeometry none = {};
+    const OwnGeometry &a = sources > 0 ? images[0] : none, &b = sources > 1 ? images[1] : none, &d = images[sources],
+                      &m = mask ? *mask : none;
+    OwnBitRows rows = {.a = a.start,
+                       .aBit = a.bit,
+                       .b = b.start,
+                       .bBit = b.bit,
+                       .scalar = op.scalar,
+                       .to = {d.start, d.bit, m.start, m.bit},
+                       .n = 0,
+                       .count = size.height,
+                       .aStep = a.rowStep,
+                       .bStep = b.rowStep,
+                       .bitStep = d.rowStep,
+                       .maskStep = m.rowStep};
     bool joined = !mask || joinsBits(*mask, size);
     for (int i = 0; i < count; ++i)
         joined = joined && joinsBits(images[i], size);
     if (joined)
-        return bitRow(op.kernel, op.scalar, rows, count, mask ? &maskRow : nullptr, int64_t{size.width} * size.height);
-    for (int32_t y = 0; y < size.height; ++y) {
-        bitRow(op.kernel, op.scalar, rows, count, mask ? &maskRow : nullptr, size.width);
-        for (int i = 0; i < count; ++i)
-            rows[i].data += images[i].rowStep;
-        if (mask)
-            maskRow.data += mask->rowStep;
-    }
+        rows.count = 1;
+    ownRunBits(op.kernel, rows, joined ? int64_t{size.width} * size.height : size.width);
 }
 
 // ---- Values to bits -----------------------------------------------------------------------------------------------
@@ -398,11 +344,9 @@ void testChannels(const TestPass& pass, const OwnGeometry* images, int32_t y, in
     testPixels(pass, images, 0, y, x, pixels, {bits.bytes, to.bit});
     for (int32_t channel = 1; channel < pass.passes; ++channel) {
         testPixels(pass, images, channel, y, x, pixels, {more.bytes, to.bit});
-        move.bitAnd.run({bits.bytes, more.bytes, bits.bytes, (to.bit + pixels + 7) >> 3});
+        move.bitAnd.bits({bits.bytes, to.bit, more.bytes, to.bit, nullptr, {bits.bytes, to.bit}, pixels});
     }
-    Row rows[2] = {{bits.bytes, 1, to.bit}, {to.data, 1, to.bit}};
-    Row mask = {const_cast<uint8_t*>(to.mask), 1, to.maskBit};
-    bitRow(move.copy[OWN_1U], nullptr, rows, 2, to.mask ? &mask : nullptr, pixels);
+    move.copy[OWN_1U].bits({bits.bytes, to.bit, nullptr, 0, nullptr, to, pixels});
 }
 
 // Rows that follow one another without a gap are one row.
@@ -417,6 +361,33 @@ void joinTestedRows(const TestPass& pass, const OwnGeometry* images, const OwnGe
 }
 
 }  // namespace
+
+void ownRunBits(const OwnRowKernel& kernel, OwnBitRows rows, int64_t n)
+{
+    // As many bits as can be counted on every machine.
+    constexpr int64_t most = int64_t{1} << 30;
+    auto advance = [](const uint8_t* bits, int64_t by) { return bits ? bits + (by >> 3) : bits; };
+    for (; n > 0; n -= rows.n) {
+        rows.n = ptrdiff_t(n < most ? n : most);
+        kernel.bits(rows);
+        rows.a = advance(rows.a, rows.n);
+        rows.b = advance(rows.b, rows.n);
+        rows.to.data += rows.n >> 3;
+        rows.to.mask = advance(rows.to.mask, rows.n);
+    }
+}
+
+void ownCopyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int64_t n)
+{
+    OwnBitRows rows = {.a = src + (from >> 3),
+                       .aBit = int(from & 7),
+                       .b = nullptr,
+                       .bBit = 0,
+                       .scalar = nullptr,
+                       .to = {dst + (to >> 3), int(to & 7)},
+                       .n = 0};
+    ownRunBits(ownRowKernels().copy[OWN_1U], rows, n);
+}
 
 OwnDepthValue ownDepthValue(uint32_t depth, int32_t value)
 {

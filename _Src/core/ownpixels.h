@@ -7,7 +7,7 @@
 // What to do with the pixels: a row kernel with its scalar, and the sizes of the values it reads and writes.
 struct OwnPixelOp {
     OwnRowKernel kernel;
-    int sourceBytes;  // 0 for 1U, whose rows are handed over as bytes of eight pixels
+    int sourceBytes;  // 0 for 1U
     int resultBytes;
     const void* scalar;  // for kernels of one source or none
 };
@@ -34,6 +34,12 @@ void ownRepeat(uint8_t* data, ptrdiff_t bytes, ptrdiff_t n);
 
 // The op of one depth on both sides.
 OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* scalar);
+
+// Runs a kernel of bits over rows of n bits, however many.
+void ownRunBits(const OwnRowKernel& kernel, OwnBitRows rows, int64_t n);
+
+// Copies n bits from bit `from` of src on to bit `to` of dst, counted from the top of the first byte. Bits around them stay.
+void ownCopyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int64_t n);
 
 // Runs `op` over the smallest size of all images: none, one or two sources, then the destination. Images process the same
 // number of channels and may have different layouts. `mask` may be NULL.

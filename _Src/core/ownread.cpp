@@ -156,23 +156,18 @@ void readValues(const OwnReading& reading, uint32_t depth, const OwnGeometry* im
 
 // ---- Bits ---------------------------------------------------------------------------------------------------------
 
-// Bits of a row from bit `position` on, from the top bit of the first byte on.
-void alignBits(const OwnGeometry& image, int32_t y, int64_t position, uint8_t* to, int32_t pixels)
-{
-    position += image.bit;
-    ownRowKernels().alignBits(image.start + y * image.rowStep + (position >> 3), int(position & 7), to, 0, pixels);
-}
-
+// Bits of a row that come together; a pixel that the mask leaves out is 0, as are the bits behind the last one.
 const void* bringBits(const OwnReading& reading, const OwnGeometry& image, const OwnGeometry* mask, int32_t x,
                       int32_t y, int32_t pixels, Scratch& bits, Scratch& unpacked)
 {
     const OwnRowKernels& move = ownRowKernels();
-    alignBits(image, y, x, bits.bytes, pixels);
-    if (mask) {
-        Scratch under;
-        alignBits(*mask, y, x, under.bytes, pixels);
-        move.bitAnd.run({bits.bytes, under.bytes, bits.bytes, (pixels + 7) >> 3});
-    }
+    const OwnGeometry& under = mask ? *mask : image;
+    const int64_t first = x + int64_t{image.bit}, firstUnder = x + int64_t{under.bit};
+    const uint8_t* from = image.start + y * image.rowStep + (first >> 3);
+    const uint8_t* selected = under.start + y * under.rowStep + (firstUnder >> 3);
+    bits.bytes[(pixels - 1) >> 3] = 0;
+    const OwnRowKernel& kernel = mask ? move.bitAnd : move.copy[OWN_1U];
+    kernel.bits({from, int(first & 7), selected, int(firstUnder & 7), nullptr, {bits.bytes, 0}, pixels});
     if (reading.packsBits)
         return bits.bytes;
     move.unpackBits(bits.bytes, 0, unpacked.bytes, pixels);

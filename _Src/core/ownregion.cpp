@@ -17,13 +17,6 @@ OwnRect ownRoiRect(const OrvImage& image)
     return rect;
 }
 
-OwnChannels ownChannels(const OrvImage& image)
-{
-    if (image.roi && image.roi->coi > 0)
-        return {image.roi->coi - 1, 1, true};
-    return {0, image.nChannels - (image.alphaChannel != 0), false};
-}
-
 OwnRoiStart ownRoiStart(const OrvImage& image, int32_t channel)
 {
     OwnRect rect = ownRoiRect(image);
@@ -123,7 +116,7 @@ bool ownIsWholeBuffer(const OrvImage* const* images, int count, bool alpha)
     for (int i = 0; i < count; ++i) {
         const OrvImage& image = *images[i];
         if (!regionIsImage(image) || image.imageSize != a.imageSize || bufferBytes(image) != a.imageSize ||
-            image.widthStep % ownMax(ownValueBytes(image.depth), 1) != 0)
+            (image.widthStep & (ownMax(ownValueBytes(image.depth), 1) - 1)) != 0)
             return false;
     }
     return true;

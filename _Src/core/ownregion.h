@@ -65,7 +65,14 @@ inline OwnSize ownMin(OwnSize a, OwnSize b)
 }
 
 OwnRect ownRoiRect(const OrvImage& image);
-OwnChannels ownChannels(const OrvImage& image);
+
+// Here, so that no caller stores the record only to load it, which every call of an entry would wait for.
+inline OwnChannels ownChannels(const OrvImage& image)
+{
+    if (image.roi && image.roi->coi > 0)
+        return {image.roi->coi - 1, 1, true};
+    return {0, image.nChannels - (image.alphaChannel != 0), false};
+}
 
 // True for an image with something to process besides its alpha channel.
 inline bool ownHasChannels(const OrvImage& image)

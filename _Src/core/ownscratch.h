@@ -24,6 +24,14 @@ struct OwnScratch {
 
     explicit operator bool() const { return data != nullptr; }
     T& operator[](ptrdiff_t i) { return data[i]; }
+
+    // Gives the block away: it is not scratch any more.
+    T* release()
+    {
+        T* given = data;
+        data = nullptr;
+        return given;
+    }
 };
 
 // A temporary image with its header and pixels.

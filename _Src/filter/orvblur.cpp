@@ -12,18 +12,11 @@
 #include "kernels/ownblur.h"
 #include "orv/core.h"
 #include "orv/filter.h"
+#include "ownblurshort.h"
 
 namespace {
 
 constexpr const char* source = "orvblur";
-
-// The window of a pixel at (0, 0) begins at (-anchorX, -anchorY).
-struct Window {
-    int32_t nCols, nRows;
-    int32_t anchorX, anchorY;
-
-    OwnReach reach() const { return {anchorX, anchorY, nCols - 1 - anchorX, nRows - 1 - anchorY}; }
-};
 
 int64_t largestMagnitude(uint32_t depth)
 {
@@ -36,17 +29,16 @@ int64_t largestMagnitude(uint32_t depth)
     }
 }
 
-const OwnBlurKernel& kernelFor(uint32_t depth, const Window& window)
+const OwnBlurKernel& kernelFor(uint32_t depth, const OwnBlurWindow& window)
 {
     const OwnBlurKernels& kernels = ownBlurKernels();
     OwnDepthIndex index = ownDepthIndex(depth);
-    int64_t samples = int64_t{window.nCols} * window.nRows;
-    bool wide = kernels.wide[index].band && samples > INT32_MAX / largestMagnitude(depth);
+    bool wide = kernels.wide[index].band && window.samples() > INT32_MAX / largestMagnitude(depth);
     return wide ? kernels.wide[index] : kernels.narrow[index];
 }
 
 // One pass over a rectangle of plain memory, from the top down.
-void blurPass(OwnLines& lines, const Window& window, const OwnBlurKernel& kernel, OwnBlurBand& band)
+void blurPass(OwnLines& lines, const OwnBlurWindow& window, const OwnBlurKernel& kernel, OwnBlurBand& band)
 {
     ptrdiff_t columns = lines.values(int64_t{lines.width()} + window.nCols - 1);
     memset(band.sums, 0, size_t(columns) * size_t(kernel.sumBytes));
@@ -66,13 +58,13 @@ void blurPass(OwnLines& lines, const Window& window, const OwnBlurKernel& kernel
 }
 
 // Sums of columns for one pass over a piece.
-int64_t sumsBytes(const OwnBlurKernel& kernel, const Window& window, int32_t step, int32_t width)
+int64_t sumsBytes(const OwnBlurKernel& kernel, const OwnBlurWindow& window, int32_t step, int32_t width)
 {
     return (int64_t{width} + window.nCols - 1) * step * kernel.sumBytes;
 }
 
 // False if the narrowest piece would need more memory than there can be, which is better known before pixels are fetched.
-bool fits(const OrvImage& src, const OrvImage& dst, const Window& window)
+bool fits(const OrvImage& src, const OrvImage& dst, const OwnBlurWindow& window)
 {
     int32_t step = ownLineStep(src, dst);
     return sumsBytes(kernelFor(dst.depth, window), window, step, 1) <= INT32_MAX &&
@@ -81,7 +73,9 @@ bool fits(const OrvImage& src, const OrvImage& dst, const Window& window)
 
 bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
-    const Window& window = *static_cast<const Window*>(task);
+    const OwnBlurWindow& window = *static_cast<const OwnBlurWindow*>(task);
+    if (ownBlurIsShort(window, src, dst))
+        return ownBlurShort(window, src, dst, mask);
     const OwnBlurKernel& kernel = kernelFor(dst.depth, window);
     OwnLines lines(src, dst, mask, window.reach(), 2 * ownBlurRows, ownBlurRows);
     OwnScratch<uint8_t> sums(sumsBytes(kernel, window, lines.step(), lines.width()));
@@ -92,7 +86,7 @@ bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvIm
     band.values = lines.values(lines.width());
     band.step = lines.step();
     band.nCols = window.nCols;
-    band.scale = 1.0f / float(int64_t{window.nCols} * window.nRows);
+    band.scale = window.scale();
     band.sums = sums.data;
     band.scratch = scratch.data;
     for (int32_t pass = 0; pass < lines.passes(); ++pass) {
@@ -102,7 +96,7 @@ bool blurPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvIm
     return true;
 }
 
-void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
+void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnBlurWindow window)
 {
     OwnMask mask;
     OwnMaskResult combined =
@@ -111,7 +105,7 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, Window window)
         return;
     bool done =
         combined != OwnMaskResult::noMemory && fits(*src, *dst, window) &&
-        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) == OwnNeighbourResult::done;
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window, true}) == OwnNeighbourResult::done;
     report.when(!done, ORV_STATUS_NO_MEMORY, "Allocation failure");
 }
 

@@ -5,13 +5,12 @@
 #include <atomic>
 #include <cstring>
 
+#include "../core/ownmask.h"
 #include "../core/ownregion.h"
 #include "../core/ownreport.h"
-#include "../core/ownscratch.h"
 #include "../core/ownvalue.h"
 #include "../core/ownwalk.h"
 #include "orv/generate.h"
-#include "orv/pointwise.h"
 
 namespace {
 
@@ -341,18 +340,15 @@ bool findMask(const OrvImage& src, const OrvImage& dst, OwnSize size, OwnTempIma
     mask = first;
     if (first == second)
         return true;
-    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", first->dataOrder, first->origin, 8,
-                                      size.width, size.height, nullptr, nullptr, nullptr, nullptr);
-    orvAllocateImage(made.image, 1, 0);
-    if (made.image && made.image->imageData) {
+    bool isMade = ownMakeMask(*first, size, made);
+    if (isMade) {
         const int32_t kept = second->dataOrder;
         second->dataOrder = first->dataOrder;
-        orvAnd(first, second, made.image);
+        isMade = ownAndInto(first, second, made.image);
         second->dataOrder = kept;
     }
     mask = made.image;
-    return !report().when(!made.image || !made.image->imageData || failed(), ORV_STATUS_BACKTRACE,
-                          "while mask creating");
+    return !report().when(!isMade, ORV_STATUS_BACKTRACE, "while mask creating");
 }
 
 void run(Call call)

@@ -3,6 +3,7 @@
 //   orvNorm   the greatest magnitude, the sum of magnitudes, or the root of the sum of squares
 #include <cmath>
 
+#include "../core/ownmask.h"
 #include "../core/ownread.h"
 #include "../core/ownreport.h"
 #include "../core/ownwalk.h"
@@ -65,10 +66,7 @@ bool findMask(const OrvImage& a, const OrvImage* b, OwnSize size, OwnTempImage& 
     mask = first;
     if (!first || (first == second && !first->maskROI))
         return true;
-    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", ORV_DATA_ORDER_PIXEL, first->origin, 8,
-                                      size.width, size.height, nullptr, nullptr, nullptr, nullptr);
-    orvAllocateImage(made.image, 1, 0);
-    if (!made.image || !made.image->imageData)
+    if (!ownMakeMask(*first, size, made))
         return false;
     orvAnd(first, second, made.image);
     mask = made.image;

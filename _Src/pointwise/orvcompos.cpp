@@ -115,7 +115,10 @@ OwnCompositeAlpha channelOf(const OrvImage& image, int role)
 // The kernels of a type; `second`: there is a second alpha.
 void chooseKernels(OwnComposite& call, int32_t type, bool premultiplied, bool divides, bool second)
 {
-    const OwnCompositeKernels& kernels = ownCompositeTable().of[call.images[OWN_DST]->depth == ORV_DEPTH_16U];
+    const bool is16 = call.images[OWN_DST]->depth == ORV_DEPTH_16U;
+    const OwnCompositeKernels& kernels = ownCompositeTable().of[is16];
+    const OwnPixelKernels& pixels = ownPixelTable().of[is16];
+    call.whole = (divides ? pixels.divided : pixels.composite)[type][premultiplied];
     call.multiplies = !divides && !premultiplied;
     call.colour = divides ? kernels.divided[premultiplied ? 0 : 1][type] : kernels.colour[type];
     if (call.to.kind != OwnCompositeAlpha::Kind::none)

@@ -137,6 +137,7 @@ void ORV_CALL orvPreMultiplyAlpha(OrvImage* image, int32_t alpha)
     const int32_t channel = image->alphaChannel - 1;
     call.a = {byChannel ? Kind::channel : Kind::constant, OWN_A, channel, alpha};
     call.colour = ownCompositeTable().of[image->depth == ORV_DEPTH_16U].weighted;
+    call.whole = ownPixelTable().of[image->depth == ORV_DEPTH_16U].weighted;
     if (!byChannel && image->alphaChannel)
         call.to = {Kind::constant, OWN_DST, channel, alpha};
     ownRunComposite(call, size, 1);

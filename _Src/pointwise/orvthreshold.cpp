@@ -2,7 +2,7 @@
 //
 //   orvThreshold   makes a two-valued image
 #include "../core/ownframe.h"
-#include "../core/ownscratch.h"
+#include "../core/ownmask.h"
 #include "kernels/ownthreshold.h"
 #include "orv/pointwise.h"
 
@@ -55,34 +55,6 @@ const char* rangeFault(uint32_t depth, int32_t threshold)
     return nullptr;
 }
 
-// The masks of both images become one.
-struct CombinedMask {
-    OrvROI roi = {};
-    OwnTempImage made;
-};
-
-// False if the call ends here.
-bool combineMasks(const OwnReport& report, OrvImage* a, OrvImage* b, CombinedMask& mask)
-{
-    OrvImage* made = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GREY", "GREY", ORV_DATA_ORDER_PLANE, ORV_ORIGIN_TL, 8, 1,
-                                          1, &mask.roi, nullptr, nullptr, nullptr);
-    mask.made.image = made;
-    if (report.when(!made, ORV_STATUS_BAD_ARG, "(msk == NULL)"))
-        return false;
-    OwnSize size;
-    if (!ownCommonSize(*a, *b, nullptr, false, size))
-        return false;
-    made->width = mask.roi.width = size.width;
-    made->height = mask.roi.height = size.height;
-    orvAllocateImage(made, 1, 0);
-    if (report.when(!made->imageData, ORV_STATUS_BAD_ARG, "(msk->imageData == NULL)"))
-        return false;
-    // Where this fails the mask is still empty, so that nothing is written; an old failure is told and stops nothing.
-    orvAnd(a, b, made);
-    report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "error_orvAnd");
-    return true;
-}
-
 }  // namespace
 
 void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Threshold)
@@ -99,12 +71,14 @@ void ORV_CALL orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Thres
                     "(srcChannels != dstChannels)"))
         return;
 
-    CombinedMask combined;
+    OwnTempImage both;
     OrvImage* mask = srcImage->maskROI ? srcImage->maskROI : dstImage->maskROI;
     if (srcImage->maskROI && dstImage->maskROI) {
-        if (!combineMasks(report, srcImage->maskROI, dstImage->maskROI, combined))
+        if (!ownAndMasks(report, srcImage->maskROI, dstImage->maskROI, both))
             return;
-        mask = combined.made.image;
+        // A failure of the past is told here too, and stops nothing.
+        report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "error_orvAnd");
+        mask = both.image;
     }
 
     const OwnThresholdKernels& kernels = ownThresholdKernels();

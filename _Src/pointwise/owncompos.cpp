@@ -3,9 +3,8 @@
 #include <cstring>
 
 #include "../core/kernels/ownrows.h"
+#include "../core/ownmask.h"
 #include "../core/ownpixels.h"
-#include "../core/ownscratch.h"
-#include "orv/pointwise.h"
 
 namespace {
 
@@ -221,6 +220,65 @@ void compositePiece(Piece& piece, OwnSize size)
         }
 }
 
+// ---- Pixels with their alpha ----------------------------------------------------------------------------------------
+
+// True for four values side by side of which all but the alpha are processed.
+bool endsWithAlpha(const Piece& piece, int image)
+{
+    const OwnGeometry& geometry = piece.images[image];
+    return !geometry.planeStep && geometry.pixelStep == 4 && geometry.channels == 3;
+}
+
+// What a kernel for whole pixels needs to know of an alpha; false if that is not in the source's pixels.
+bool pixelAlpha(const OwnCompositeAlpha& alpha, int role, OwnPixelAlpha& found)
+{
+    using Kind = OwnCompositeAlpha::Kind;
+    found = {alpha.kind == Kind::channel, alpha.kind == Kind::complement, uint32_t(alpha.constant)};
+    return !found.own || alpha.role == role;
+}
+
+// The kernel that composites whole pixels and how it takes alphas, or NULL.
+OwnPixelKernels::Kernel pixelKernel(const Piece& piece, OwnPixelRow& row)
+{
+    using Kind = OwnCompositeAlpha::Kind;
+    const OwnComposite& call = piece.call;
+    if (!call.whole || !pixelAlpha(call.a, OWN_A, row.alphaA) || !pixelAlpha(call.b, OWN_B, row.alphaB))
+        return nullptr;
+    for (int i = 0; i < piece.count; ++i)
+        if (!endsWithAlpha(piece, i))
+            return nullptr;
+    if (call.to.kind != Kind::none && call.to.role != OWN_DST)
+        return nullptr;
+    return call.whole[call.to.kind == Kind::none];
+}
+
+void compositePixels(const Piece& piece, OwnPixelKernels::Kernel kernel, OwnPixelRow row, OwnSize size)
+{
+    Scratch results;
+    const int32_t pixelBytes = 4 * piece.bytes, most = piece.mask ? scratchBytes / pixelBytes : size.width;
+    for (int32_t y = 0; y < size.height; ++y)
+        for (int32_t x = 0; x < size.width;) {
+            Chunk chunk = {x, y, ownMin(most, size.width - x), nullptr, nullptr, nullptr, nullptr};
+            uint8_t* places[3];
+            for (int i = 0; i < 3; ++i) {
+                const OwnGeometry& image = piece.images[i < piece.count ? i : 1];
+                places[i] = image.start + y * image.rowStep + ptrdiff_t(x) * pixelBytes;
+            }
+            row.a = places[OWN_A];
+            row.b = places[OWN_B];
+            row.d = piece.mask ? results.bytes : places[OWN_DST];
+            row.pixels = chunk.pixels;
+            if (piece.mask)
+                memcpy(results.bytes, places[OWN_DST], size_t(chunk.pixels) * size_t(pixelBytes));
+            kernel(row);
+            if (piece.mask)
+                storeLanes(piece, chunk, results.bytes, places[OWN_DST], 4, 4);
+            x += chunk.pixels;
+        }
+}
+
+// ---- The road to pieces ---------------------------------------------------------------------------------------------
+
 // Lanes of pixels without a mask.
 void makePattern(Piece& piece)
 {
@@ -266,6 +324,9 @@ void runPiece(void* of, const OrvImage* const* works, const OwnCell& cell)
         piece.alphaB = channelOf(*works[call.b.role], call.b.channel);
     if (call.to.kind != Kind::none)
         piece.alphaTo = channelOf(*works[call.to.role], call.to.channel);
+    OwnPixelRow row = {};
+    if (const OwnPixelKernels::Kernel whole = pixelKernel(piece, row))
+        return compositePixels(piece, whole, row, {cell.width, cell.height});
     piece.shape = shapeOf(piece.images, piece.count);
     piece.chunk = scratchBytes / (ownMax(piece.shape.step, piece.shape.values) * bytes) & ~7;
     if (!piece.mask && piece.shape.step != piece.shape.values)
@@ -288,19 +349,12 @@ bool findMask(const OwnReport& report, OrvImage* const* images, int count, OwnSi
     mask = found ? masks[0] : nullptr;
     if (found < 2 || size.width < 1 || size.height < 1)
         return true;
-    made.image = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", masks[0]->dataOrder, masks[0]->origin,
-                                      masks[0]->align, size.width, size.height, nullptr, nullptr, nullptr, nullptr);
-    orvAllocateImage(made.image, 1, 0);
-    if (report.when(!made.image || !made.image->imageData, ORV_STATUS_NO_MEMORY, "No working memory"))
+    if (report.when(!ownMakeMask(*masks[0], size, made), ORV_STATUS_NO_MEMORY, "No working memory"))
         return false;
-    int32_t before = orvGetErrStatus();
-    orvSetErrStatus(ORV_STATUS_OK);
-    orvAnd(masks[0], masks[1], made.image);
-    if (found == 3)
-        orvAnd(made.image, masks[2], made.image);
-    if (report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "Bad masks for images"))
+    if (report.when(!ownAndInto(masks[0], masks[1], made.image) ||
+                        (found == 3 && !ownAndInto(made.image, masks[2], made.image)),
+                    ORV_STATUS_BACKTRACE, "Bad masks for images"))
         return false;
-    orvSetErrStatus(before);
     mask = made.image;
     return true;
 }

@@ -4,6 +4,7 @@
 #include "../core/ownmanywalk.h"
 #include "../core/ownreport.h"
 #include "kernels/owncompos.h"
+#include "kernels/ownpixcompos.h"
 
 // The images of a call, in the order in which they are checked and in which their tiles are opened.
 enum OwnCompositeRole { OWN_DST, OWN_A, OWN_B, OWN_ALPHA_A, OWN_ALPHA_B, OWN_ALPHA_DST, OWN_ROLES };
@@ -59,7 +60,9 @@ struct OwnComposite {
     OwnCompositeKernels::Kernel colour = nullptr;
     bool multiplies = false;                      // A and B are multiplied by their alphas first
     OwnCompositeKernels::Kernel alpha = nullptr;  // what is stored as the destination's alpha
-    OwnCompositeAlpha to = {};                         // where
+    OwnCompositeAlpha to = {};                    // where
+    // All of this at once for pixels of four values with their alpha, by whether the destination's is kept; may be missing.
+    const OwnPixelKernels::Kernel* whole = nullptr;
 };
 
 // Runs it over the region of `size`, under the combined masks of the first `masked` images.

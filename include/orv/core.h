@@ -156,8 +156,9 @@ enum {
 
 /* The application's tile provider. Tile (xIndex, yIndex) holds the pixels from column xIndex * tileInfo->width and row
  * yIndex * tileInfo->height on. A tile is laid out like a small image of the tile's size with the image's depth,
- * channels, data order and align; tiles at the right and bottom edge have the full size too. The pixels must stay valid
- * until the matching release. The provider runs on the calling thread and may call the library; its result is not
+ * channels, data order and align; tiles at the right and bottom edge have the full size too. The pixels may lie at any
+ * address and must stay valid until the matching release. tileInfo->tileData is NULL at every request to open: a provider
+ * that brings nothing leaves it so. The provider runs on the calling thread and may call the library; its result is not
  * looked at. */
 typedef int32_t(ORV_CALL* OrvTileCallBack)(struct OrvImage* image, int32_t xIndex, int32_t yIndex, int32_t mode);
 
@@ -165,7 +166,7 @@ typedef int32_t(ORV_CALL* OrvTileCallBack)(struct OrvImage* image, int32_t xInde
 typedef struct OrvTileInfo {
     OrvTileCallBack callBack; /* must not be NULL */
     void* tileTag;            /* the application's own word; never read by the library */
-    uint8_t* tileData;        /* set by the provider: the pixels of the tile last asked for */
+    uint8_t* tileData;        /* NULL at a request, then set by the provider: the pixels of the tile asked for */
     int32_t width;            /* in pixels, a multiple of 8, at least 8 */
     int32_t height;           /* in pixels, a multiple of 8, at least 8 */
 } OrvTileInfo;
@@ -191,7 +192,7 @@ typedef struct OrvImage {
     void* imageTag;           /* the application's own word; never read by the library */
     OrvTileInfo* tileInfo;    /* NULL for an image with a data buffer */
     int32_t imageSize;        /* size of the pixel data in bytes, row padding included */
-    uint8_t* imageData;       /* first byte of the pixel data; NULL for a tiled image */
+    uint8_t* imageData;       /* first byte of the pixel data, at any address; NULL for a tiled image */
     int32_t widthStep;        /* distance between row starts in bytes */
     int32_t borderMode[4];    /* ORV_BORDER_... for the top, bottom, left and right side */
     int32_t borderConst[4];   /* border constant for the same sides */
@@ -328,7 +329,7 @@ ORV_API(void) orvDeallocate(OrvImage* image, int32_t flags);
 /* Validates an image. Returns 0, or the first fault found, which is also stored; nothing is reported. In order:
  * ORV_STATUS_NULL_IMAGE, ORV_STATUS_NO_IMAGE_DATA (not exactly one of data and tiles), ORV_STATUS_BAD_IMAGE_SIZE and
  * ORV_STATUS_BAD_WIDTH_STEP (below 1, plain images only), the faults of orvCreateImageHeader, ORV_STATUS_NULL_CALLBACK,
- * ORV_STATUS_BAD_TILE_SIZE, ORV_STATUS_BAD_COI, ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies
+ * ORV_STATUS_BAD_TILE_SIZE (also where a tile's row takes more than 2147483647 bytes), ORV_STATUS_BAD_COI, ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies
  * outside the image passes: operations cut it. */
 ORV_API(int32_t) orvCheckImageHeader(OrvImage* image);
 
@@ -378,7 +379,8 @@ ORV_API(void) orvPutPixel(OrvImage* image, int32_t x, int32_t y, const void* pix
  *
  * Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an image's
  * fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs, going on to
- * the next; ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
+ * the next, and ends with a negative status or where the depths differ: a report handler that clears the status lets the
+ * copy go on between two origins or data orders. Then ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
  * masks or tiles; ORV_STATUS_ERROR for a tile that does not come. */
 ORV_API(void) orvCopy(OrvImage* srcImage, OrvImage* dstImage);
 

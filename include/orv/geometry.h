@@ -1,5 +1,5 @@
-/* orv/geometry.h - operations that move pixels to other places: warps, maps, scaling, mirrors, and their coefficients.
- * */
+/* orv/geometry.h - operations that move pixels to other places: warps, maps, scaling, mirrors, and their
+ * coefficients. */
 #ifndef ORV_GEOMETRY_H
 #define ORV_GEOMETRY_H
 
@@ -17,6 +17,185 @@ enum {
     ORV_INTER_SUPER = 3,  /* the mean of an area, where an image is made smaller; not for warps and maps */
     ORV_BLEND_EDGE = 16   /* added to one of the above: blends the edge of a quadrangle into what was there before */
 };
+
+/* ---- Maps of the plane ------------------------------------------------------------------------------------------- */
+
+/* Pixel centres stand at integer coordinates, x along a row and y from row to stored row. A region of `width` by
+ * `height` pixels at (xOffset, yOffset) is the rectangle
+ *
+ *     left = xOffset, top = yOffset, right = xOffset + width - 1, bottom = yOffset + height - 1
+ *
+ * cut at the image's edges. A bare region, whose image is not known, is cut at 0 only. Three kinds of maps carry it
+ * elsewhere; their coefficients are rows of doubles:
+ *
+ *     affine        x' = c00 x + c01 y + c02                  y' = c10 x + c11 y + c12                  2 rows of 3
+ *     bilinear      x' = c00 x y + c01 x + c02 y + c03        y' = c10 x y + c11 x + c12 y + c13        2 rows of 4
+ *     perspective   x' = (c00 x + c01 y + c02) / w            y' = (c10 x + c11 y + c12) / w            3 rows of 3
+ *                   w = c20 x + c21 y + c22
+ *
+ * Perspective coefficients are homogeneous: c22 need not be 1. A quadrangle is four points x, y: the images of (left,
+ * top), (right, top), (right, bottom) and (left, bottom), in this order. It is usable if it is convex, whichever way
+ * its corners go around it; three corners in a line make it degenerate, without any tolerance.
+ *
+ * Each function has a form for an image, which uses its region, and a form with the suffix ROI for a bare region.
+ * Nothing is written after a report. Arrays that a function only reads stay as they are.
+ *
+ * The maps and their inversion: G. Wolberg, "Digital Image Warping", IEEE Computer Society Press (1990), chapter 3;
+ * P. S. Heckbert, "Fundamentals of Texture Mapping and Image Warping", University of California, Berkeley (1989). */
+
+/* Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
+ *
+ * Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (no region, or one that lies outside; `coeffs`
+ * NULL; `quad` NULL). */
+ORV_API(void) orvGetAffineQuad(OrvImage* image, double coeffs[2][3], double quad[4][2]);
+ORV_API(void) orvGetAffineQuadROI(OrvROI* roi, double coeffs[2][3], double quad[4][2]);
+ORV_API(void) orvGetBilinearQuad(OrvImage* image, double coeffs[2][4], double quad[4][2]);
+ORV_API(void) orvGetBilinearQuadROI(OrvROI* roi, double coeffs[2][4], double quad[4][2]);
+ORV_API(void) orvGetPerspectiveQuad(OrvImage* image, double coeffs[3][3], double quad[4][2]);
+ORV_API(void) orvGetPerspectiveQuadROI(OrvROI* roi, double coeffs[3][3], double quad[4][2]);
+
+/* The same, and then the box around the four corners: the point of the smallest x and y, and that of the largest.
+ *
+ * Reports what the matching function above reports, in its name; ORV_STATUS_BACKTRACE while the thread's stored status
+ * is negative, be it from an earlier call; ORV_STATUS_BAD_ARG (`bound` NULL). */
+ORV_API(void) orvGetAffineBound(OrvImage* image, double coeffs[2][3], double bound[2][2]);
+ORV_API(void) orvGetAffineBoundROI(OrvROI* roi, double coeffs[2][3], double bound[2][2]);
+ORV_API(void) orvGetBilinearBound(OrvImage* image, double coeffs[2][4], double bound[2][2]);
+ORV_API(void) orvGetBilinearBoundROI(OrvROI* roi, double coeffs[2][4], double bound[2][2]);
+ORV_API(void) orvGetPerspectiveBound(OrvImage* image, double coeffs[3][3], double bound[2][2]);
+ORV_API(void) orvGetPerspectiveBoundROI(OrvROI* roi, double coeffs[3][3], double bound[2][2]);
+
+/* Makes the coefficients of the map that carries the corners of the region to the four points of a quadrangle. An
+ * affine map leads to parallelograms only: the cross products of opposite edges may be 1e-7 at most.
+ *
+ * Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`quad` NULL; `coeffs` NULL; the quadrangle
+ * degenerate; concave; for the affine map, not a parallelogram; no region, or one that lies outside; a region one pixel
+ * wide or high). */
+ORV_API(void) orvGetAffineTransform(OrvImage* image, double coeffs[2][3], double quad[4][2]);
+ORV_API(void) orvGetAffineTransformROI(OrvROI* roi, double coeffs[2][3], double quad[4][2]);
+ORV_API(void) orvGetBilinearTransform(OrvImage* image, double coeffs[2][4], double quad[4][2]);
+ORV_API(void) orvGetBilinearTransformROI(OrvROI* roi, double coeffs[2][4], double quad[4][2]);
+ORV_API(void) orvGetPerspectiveTransform(OrvImage* image, double coeffs[3][3], double quad[4][2]);
+ORV_API(void) orvGetPerspectiveTransformROI(OrvROI* roi, double coeffs[3][3], double quad[4][2]);
+
+/* Adds to `*xShift` and `*yShift` what makes orvRotate turn about the point (xCenter, yCenter). They come in as the
+ * shift that is wanted besides, 0 for none. `angle` is in degrees; whole turns do not count, and for 90, 180 and 270
+ * the sums are exact.
+ *
+ * Reports ORV_STATUS_BAD_ARG (`xShift` or `yShift` NULL). */
+ORV_API(void) orvGetRotateShift(double xCenter, double yCenter, double angle, double* xShift, double* yShift);
+
+/* ---- Warps ------------------------------------------------------------------------------------------------------- */
+
+/* A warp makes every pixel of the destination that its map reaches of the source's values around the place where that
+ * pixel comes from. There are two directions, told by `warpFlag`:
+ *
+ *     0    the source's region is carried onto a quadrangle of the destination; pixels whose centres lie in the
+ *          quadrangle, edges included, and in the destination's region are written
+ *     1    the destination's region is carried onto a quadrangle of the source; pixels that come from inside the
+ *          source's region, edges included, are written
+ *
+ * All other pixels stay as they are, those that a map leads nowhere too. Positions count in rows as they are stored,
+ * whatever the origin. They are running sums in double precision along a row; those of a bilinear map with `warpFlag` 0
+ * are rounded to single precision. Values may come from pixels outside the source's region, but inside the image.
+ *
+ * Depths 1U, 8U, 16U and 32F. Both images have one depth, one origin, and one data order unless they are 1U or have one
+ * channel each; they must not be one image. They may be tiled: then the work goes tile by tile of the destination, or
+ * by blocks of 128 x 128 pixels where it has none, and each takes the tiles of the source that it needs. Masks have no
+ * effect.
+ *
+ * `interpolate` is ORV_INTER_NN, ORV_INTER_LINEAR or ORV_INTER_CUBIC. Images of depth 1U and those with one row or one
+ * column are always sampled by the nearest pixel, and a cubic needs four rows and columns, or it is linear:
+ *
+ *     nearest    the pixel at the rounded position, ties to even
+ *     linear     between two by two pixels; at 8U in fixed point, weights with 16 bits after the point, values with 6
+ *     cubic      through four by four pixels, moved inwards at the image's edges; at 8U with weights of 14 bits for 512
+ *                steps from pixel to pixel. Results are clamped, but for 32F
+ *
+ * Linear weights at 16U and 32F are counted from the last pixel that lies before the position or less than 1e-7 behind
+ * it.
+ *
+ * ORV_BLEND_EDGE with `warpFlag` 0 blends the pixels next to the slanting edges of the quadrangle, just outside:
+ * each keeps a share equal to its distance from the edge and takes the rest from its neighbour inside. Not for 1U.
+ *
+ * Samplers: R. G. Keys, "Cubic convolution interpolation for digital image processing", IEEE Trans. ASSP-29 (1981), for
+ * the scheme; the polynomials here are those of Lagrange. */
+
+/* Carries the source's region onto the parallelogram that an affine map makes of it.
+ *
+ * Reports the fault of an image with "Incorrect Image". Then ORV_STATUS_BAD_ARG for each that holds of: depths,
+ * origins, data orders that differ, a signed depth, one image for both; and ends, as it does if the thread's stored
+ * status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`coeffs` NULL; a determinant of 1e-7 or less); what
+ * orvGetAffineQuad reports, and ORV_STATUS_BACKTRACE; ORV_STATUS_BAD_ARG (`interpolate`; a source region one pixel wide
+ * or high; numbers of processed channels that differ). A region that lies outside the destination ends it silently. Of
+ * tiles, ORV_STATUS_BACKTRACE if those of the source do not come or there is no memory for their pixels,
+ * ORV_STATUS_ERROR for one of the destination, or of the smooth edge. */
+ORV_API(void) orvWarpAffine(OrvImage* srcImage, OrvImage* dstImage, double coeffs[2][3], int32_t interpolate);
+
+/* Carries a region onto a quadrangle, or a quadrangle onto a region, by the bilinear map that leads to its corners.
+ *
+ * Reports the fault of an image with "Incorrect Image". Then ORV_STATUS_BAD_ARG for each that holds of: depths,
+ * origins, data orders that differ, a signed depth, a bad `warpFlag`, one image for both; and ends, as it does if the
+ * thread's stored status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`quad` NULL; degenerate; concave;
+ * `interpolate`; the region that is carried one pixel wide or high; numbers of processed channels that differ). Regions
+ * that lie outside their images end it silently. Tiles as in orvWarpAffine. */
+ORV_API(void)
+orvWarpBilinearQ(OrvImage* srcImage, OrvImage* dstImage, double quad[4][2], int32_t warpFlag, int32_t interpolate);
+
+/* The same with the quadrangle that orvGetBilinearQuad makes: of the destination's region if `warpFlag` is not 0,
+ * otherwise of the source's.
+ *
+ * Reports what that function reports, and ORV_STATUS_BACKTRACE; what orvWarpBilinearQ reports, and
+ * ORV_STATUS_BACKTRACE. The latter too while the thread's stored status is negative from an earlier call. */
+ORV_API(void)
+orvWarpBilinear(OrvImage* srcImage, OrvImage* dstImage, double coeffs[2][4], int32_t warpFlag, int32_t interpolate);
+
+/* orvWarpBilinearQ by the perspective map that leads to the corners. */
+ORV_API(void)
+orvWarpPerspectiveQ(OrvImage* srcImage, OrvImage* dstImage, double quad[4][2], int32_t warpFlag, int32_t interpolate);
+
+/* orvWarpBilinear with orvGetPerspectiveQuad and orvWarpPerspectiveQ. */
+ORV_API(void)
+orvWarpPerspective(OrvImage* srcImage, OrvImage* dstImage, double coeffs[3][3], int32_t warpFlag, int32_t interpolate);
+
+/* orvWarpAffine with x' = x + xShear y + xShift, y' = yShear x + y + yShift.
+ *
+ * Reports what orvWarpAffine reports, and ORV_STATUS_BACKTRACE if the thread's stored status is then negative. */
+ORV_API(void)
+orvShear(OrvImage* srcImage, OrvImage* dstImage, double xShear, double yShear, double xShift, double yShift,
+         int32_t interpolate);
+
+/* Turns an image around pixel (0, 0) by `angle` degrees and shifts it: orvWarpAffine with
+ *
+ *     x' = cos(angle) x + sin(angle) y + xShift        y' = -sin(angle) x + cos(angle) y + yShift
+ *
+ * which is counter-clockwise where rows are stored from the top down. orvGetRotateShift makes shifts for other centres.
+ * A turn by 90, 180 or 270 degrees, whole turns not counted, with whole shifts and without tiles copies pixels exactly,
+ * regions one pixel wide too, and does not look at `interpolate`.
+ *
+ * Reports what orvWarpAffine reports, and ORV_STATUS_BACKTRACE if the thread's stored status is then negative. The
+ * exact turn reports in its own name the fault of an image, ORV_STATUS_BAD_ARG for each of the first tests of
+ * orvWarpAffine, and for numbers of processed channels that differ. */
+ORV_API(void)
+orvRotate(OrvImage* srcImage, OrvImage* dstImage, double angle, double xShift, double yShift, int32_t interpolate);
+
+/* Makes every pixel of the destination's region of the source's values at a position that two images tell: x and y of
+ * one channel of depth 32F, counted in rows as they are stored. Positions outside the source's region, edges included
+ * in it, and those that are not numbers leave their pixels as they are. The smallest of the regions of `dstImage`,
+ * `xMap` and `yMap` counts. Depths, methods and layouts are those of a warp; ORV_BLEND_EDGE has no effect.
+ *
+ * A tiled source is read as a whole. The work goes by tiles of the destination, or blocks of 128 x 128 pixels; a tiled
+ * map is read block by block.
+ *
+ * Reports the fault of an image with "Incorrect Image": source, destination, x and y map. Then ORV_STATUS_BAD_ARG for
+ * each that holds of: depths, origins, data orders of source and destination that differ, a signed depth, an x map that
+ * is not 32F with one channel which is not alpha, a y map likewise, one image for source and destination; and ends, as
+ * it does if the thread's stored status is negative from an earlier call. Then ORV_STATUS_BAD_ARG (`interpolate`). An
+ * empty region ends it silently. Then ORV_STATUS_BAD_ARG (numbers of processed channels that differ);
+ * ORV_STATUS_BACKTRACE if tiles of the source or of a map do not come or there is no memory for their pixels,
+ * ORV_STATUS_ERROR for one of the destination. */
+ORV_API(void)
+orvRemap(OrvImage* srcImage, OrvImage* xMap, OrvImage* yMap, OrvImage* dstImage, int32_t interpolate);
 
 /* ---- Scaling ------------------------------------------------------------------------------------------------------ */
 

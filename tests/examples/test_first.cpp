@@ -14,11 +14,13 @@ TEST(Examples, FirstAddsARegion)
 
 TEST(Examples, TellWhatTheyLack)
 {
-    for (std::string name : {"first", "masks", "channels", "errors", "threads"}) {
+    for (std::string name : {"first", "masks", "channels", "errors", "threads", "moments"}) {
         EXPECT_EQ(runExample(name, "").exitCode, 2) << name;
         std::string inputs = name == "first" || name == "errors" ? PHOTOS "coffee.png " : "";
         EXPECT_EQ(runExample(name, inputs + RESULTS "none.png " RESULTS "none-either.png").exitCode, 1) << name;
     }
+    EXPECT_EQ(runExample("straighten", PHOTOS "brick.png " RESULTS "none.png 0 0 9 0 9 9 0 nan").exitCode, 2);
+    EXPECT_EQ(runExample("straighten", PHOTOS "brick.png " RESULTS "none.png 0 0 9 0 9 9 0 0").exitCode, 1);
     EXPECT_EQ(runExample("masks", PHOTOS "coffee.png " RESULTS "no/such/folder.png").exitCode, 1);
     // A photograph without colours, where the channels do not agree.
     ExampleEnd end = runExample("first", PHOTOS "camera.png " PHOTOS "coffee.png " RESULTS "none.png");

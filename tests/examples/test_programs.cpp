@@ -81,3 +81,64 @@ TEST(Examples, ThreadsFindTheSameEdges)
                      [&](int x, int y, int c) { return int(edges[size_t((y * 600 + x) * 3 + c)]); });
     }
 }
+
+// The joints of a wall run together towards its far end; straightened, they stand upright, a brick's breadth apart.
+TEST(Examples, StraightenAWall)
+{
+    Loaded made = make("straighten", PHOTOS "brick.png", "100 0 395 0 467 511 48 511");
+    const int width = 358, height = 516;  // as the edges' mean lengths tell
+    ASSERT_TRUE(made->width == width && made->height == height && made->nChannels == 1);
+    auto meanOfColumn = [&](int x) {
+        int sum = 0;
+        for (int y = 0; y < height; ++y)
+            sum += valueAt(*made, x, y, 0);
+        return sum / height;
+    };
+    for (int joint = 1; joint < 10; ++joint) {
+        int brightest = 0;
+        for (int x = joint * width / 10 - 3; x <= joint * width / 10 + 3; ++x)
+            brightest = std::max(brightest, meanOfColumn(x));
+        EXPECT_GT(brightest, meanOfColumn((2 * joint + 1) * width / 20) + 50) << joint;
+    }
+    // A rectangle is cut out as it is; what lies beyond the photograph is white.
+    Loaded photo = load(PHOTOS "coffee.png"),
+           cut = make("straighten", PHOTOS "coffee.png", "-20 30 79 30 79 89 -20 89 100 60");
+    expectPixels(*cut, 100, 60, 3,
+                 [&](int x, int y, int c) { return x < 20 ? 255 : valueAt(*photo, x - 20, y + 30, c); });
+}
+
+namespace {
+
+// What is dark in a picture of any number of channels: its weight, and the direction of its longest extent in degrees.
+struct Extent {
+    double weight = 0, direction;
+
+    explicit Extent(const OrvImage& image)
+    {
+        double x1 = 0, y1 = 0, xx = 0, xy = 0, yy = 0;
+        for (int y = 0; y < image.height; ++y)
+            for (int x = 0; x < image.width; ++x) {
+                const double p =
+                    (255 - valueAt(image, x, y, 0)) * (image.nChannels == 4 ? valueAt(image, x, y, 3) : 255);
+                weight += p / 65025;
+                x1 += p * x, y1 += p * y, xx += p * x * x, xy += p * x * y, yy += p * y * y;
+            }
+        const double sum = weight * 65025;
+        direction = 90 / M_PI * atan2(2 * (xy - x1 * y1 / sum), (xx - x1 * x1 / sum) - (yy - y1 * y1 / sum));
+    }
+};
+
+}  // namespace
+
+TEST(Examples, MomentsTurnAHorse)
+{
+    const Extent upright(*load(PHOTOS "horse.png"));
+    Loaded level = make("moments", PHOTOS "horse.png");
+    EXPECT_NEAR(Extent(*level).direction, 0, 0.05);
+    EXPECT_NEAR(Extent(*level).weight, upright.weight, 0.001 * upright.weight);
+    std::string levelled = RESULTS "level.png";
+    ASSERT_TRUE(pngSave(levelled.c_str(), level.get()));
+    Loaded back = make("moments", levelled, PHOTOS "horse.png");
+    EXPECT_NEAR(Extent(*back).direction, upright.direction, 0.05);
+    EXPECT_NEAR(Extent(*back).weight, upright.weight, 0.001 * upright.weight);
+}

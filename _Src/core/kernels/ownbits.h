@@ -6,15 +6,6 @@
 // d[i] = 255 where the test of a[i] and b[i], or of a[i] alone, holds, otherwise 0.
 using OwnTestLanes = void (*)(const void* a, const void* b, const void* scalar, uint8_t* d, ptrdiff_t n);
 
-// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
-// 7 - maskBit of *mask. Bits around them stay.
-struct OwnBitPlace {
-    uint8_t* data;
-    int bit;
-    const uint8_t* mask = nullptr;
-    int maskBit = 0;
-};
-
 // Rows of n values: where the first one begins, where its bits go, and how many bytes lie from row to row.
 struct OwnTestRows {
     const void* a;
@@ -152,21 +143,21 @@ inline __attribute__((noinline)) void mergeFew(const OwnBitPlace& to, uint64_t b
     memcpy(to.data, window, size);
 }
 
-// Where the blocks of a row of n bits, at least one block, lie: the first one where a part of its eight bytes lies before
-// the row, whole ones, and the last one where they leave bits over. It overlaps the others.
+// Where the blocks of a row of n bits, at least one block, lie: the first one, of whose eight bytes a part may lie before the
+// row, whole ones, and the last one, of whose bytes a part may lie behind it. It overlaps the others.
 struct BitBlocks {
-    ptrdiff_t head;   // pixels in the first one's bytes, 0 for none
+    ptrdiff_t head;   // pixels in the first one's bytes
     ptrdiff_t whole;  // the pixel where the whole ones end
-    ptrdiff_t last;   // the last one's bytes, from the row's first byte on; -1 for none
+    ptrdiff_t last;   // the last one's bytes, from the row's first byte on
     int bit;
     int behind;  // bits behind the row in the last one's bytes
 
-    BitBlocks(int bit, ptrdiff_t n) : head(bit ? bitBlock - bit : 0), bit(bit)
+    BitBlocks(int bit, ptrdiff_t n) : head(bitBlock - bit), bit(bit)
     {
-        const ptrdiff_t tail = (n - head) & (bitBlock - 1);
-        whole = n - tail;
-        last = tail ? ((bit + n + 7) >> 3) - 8 : -1;
-        behind = int(-tail & 7);
+        const ptrdiff_t bytes = (bit + n + 7) >> 3;
+        whole = n > head ? n - 1 - ((n - 1 - head) & (bitBlock - 1)) : head;
+        last = bytes - 8;
+        behind = int(bytes * 8 - bit - n);
     }
 };
 
@@ -177,29 +168,23 @@ template <class Block>
 inline __attribute__((always_inline)) void storeBlocks(const BitBlocks& blocks, const OwnBitPlace& to, ptrdiff_t n,
                                                        Block block)
 {
+    auto wordAt = [=](ptrdiff_t start) { return __builtin_bswap64(block(start)); };
+    auto maskAt = [&](ptrdiff_t start) { return to.mask ? maskWord(to.mask, to.maskBit + start) : ~uint64_t{0}; };
     uint8_t* d = to.data;
-    uint64_t last = 0;
-    if (blocks.last >= 0) {
-        uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit + n - bitBlock) : ~uint64_t{0};
-        last =
-            mergedWord(d + blocks.last, __builtin_bswap64(block(n - bitBlock)) << blocks.behind, mask << blocks.behind);
-    }
-    if (blocks.head) {
-        uint64_t mask = to.mask ? maskWord(to.mask, to.maskBit) : ~uint64_t{0};
-        storeWord(d, mergedWord(d, __builtin_bswap64(block(0)) >> blocks.bit, mask >> blocks.bit));
-        d += 8;
-    }
+    const uint64_t last =
+        mergedWord(d + blocks.last, wordAt(n - bitBlock) << blocks.behind, maskAt(n - bitBlock) << blocks.behind);
+    storeWord(d, mergedWord(d, wordAt(0) >> blocks.bit, maskAt(0) >> blocks.bit));
+    d += 8;
     if (to.mask) {
         for (ptrdiff_t i = blocks.head; i < blocks.whole; i += bitBlock, d += 8)
-            storeWord(d, mergedWord(d, __builtin_bswap64(block(i)), maskWord(to.mask, to.maskBit + i)));
+            storeWord(d, mergedWord(d, wordAt(i), maskAt(i)));
     } else {
         for (ptrdiff_t i = blocks.head; i < blocks.whole; i += bitBlock, d += 8) {
             uint64_t bits = block(i);
             __builtin_memcpy(d, &bits, sizeof bits);
         }
     }
-    if (blocks.last >= 0)
-        storeWord(to.data + blocks.last, last);
+    storeWord(to.data + blocks.last, last);
 }
 
 // The same for any n; few(n) answers the bits of a row that is shorter than a block, the first on top.
@@ -251,16 +236,22 @@ struct TestRows {
         const BitBlocks blocks(place.bit, n);
         const uint8_t* mask = masked ? place.mask : nullptr;
         const OwnRows all = {rows.a, rows.b, place.data, n, rows.count, rows.aStep, rows.bStep, rows.bitStep};
-        forRows<sizeof(S) * 8, 1, two ? 2 : 1>(all, [=, &mask](const uint8_t* a, const uint8_t* b, uint8_t* d) {
-            auto holds = test(a, b, op);
+        auto placeAt = [=, &mask](uint8_t* d) {
             const OwnBitPlace to = {d, place.bit, masked ? mask : nullptr, place.maskBit};
-            if (n >= bitBlock)
-                storeBlocks(blocks, to, n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); });
-            else if (n > 0)
-                mergeFew(to, few(a, b, scalar, n), n);
             if (masked)
                 mask += maskStep;
-        });
+            return to;
+        };
+        constexpr int sources = two ? 2 : 1;
+        if (n >= bitBlock)
+            forRows<sizeof(S) * 8, 1, sources>(all, [=](const uint8_t* a, const uint8_t* b, uint8_t* d) {
+                auto holds = test(a, b, op);
+                storeBlocks(blocks, placeAt(d), n, [=](ptrdiff_t start) { return bitsOfBlock<S>(start, holds); });
+            });
+        else if (n > 0)
+            forRows<sizeof(S) * 8, 1, sources>(all, [=](const uint8_t* a, const uint8_t* b, uint8_t* d) {
+                mergeFew(placeAt(d), few(a, b, scalar, n), n);
+            });
     }
     static constexpr OwnTestKernel kernel = {lanes, bits};
 };

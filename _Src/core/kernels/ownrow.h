@@ -1,5 +1,4 @@
-// Row kernels: what an operation does to one row of values in plain memory, which may lie at any address. Rows of 1U are bytes
-// of eight pixels.
+// Row kernels: what an operation does to rows of values in plain memory, which may lie at any address.
 //
 // Every pointwise operation is a small record with a function on values; the templates here make row kernels of it. The
 // traversals (ownpixels.h) bring rows of every layout into this form.
@@ -34,10 +33,40 @@ using OwnMasked = void (*)(const void* a, const void* b, void* d, const uint8_t*
 
 enum { OWN_MASKED_LEAST = 64 };
 
+// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
+// 7 - maskBit of *mask. Bits around them stay.
+struct OwnBitPlace {
+    uint8_t* data;
+    int bit;
+    const uint8_t* mask = nullptr;
+    int maskBit = 0;
+};
+
+// Rows of n bits: where the first one begins and how many bytes lie from row to row.
+struct OwnBitRows {
+    const uint8_t* a;
+    int aBit;
+    const uint8_t* b;
+    int bBit;
+    const void* scalar;
+    OwnBitPlace to;
+    ptrdiff_t n;
+    ptrdiff_t count = 1;
+    ptrdiff_t aStep = 0;
+    ptrdiff_t bStep = 0;
+    ptrdiff_t bitStep = 0;
+    ptrdiff_t maskStep = 0;
+};
+
+// The same as OwnRun for bits, under the mask if there is one.
+using OwnBitRun = void (*)(const OwnBitRows& rows);
+
+// A kernel of values has the first two, one of bits the last alone.
 struct OwnRowKernel {
     OwnRun run;
     OwnSelect select;
     OwnMasked masked = nullptr;  // a quicker way for values under a mask; may be missing
+    OwnBitRun bits = nullptr;
 };
 
 // For kernel sources only: the templates.
@@ -89,12 +118,12 @@ inline __attribute__((always_inline)) Vector<T> vectorAt(const void* p, ptrdiff_
     return vector;
 }
 
-// A lane of a byte selects bit by bit, since bytes may be eight pixels of 1U.
+// A lane of a byte selects bit by bit, which is the same.
 template <class T>
 inline T select(Lane<T> lane, T yes, T no)
 {
-    if constexpr (sizeof(T) == 1)
-        return T(no ^ ((yes ^ no) & lane));
+    if constexpr (std::is_integral_v<T>)
+        return T(no ^ ((yes ^ no) & T(lane)));
     else
         return lane < 0 ? yes : no;
 }
@@ -116,6 +145,8 @@ inline __attribute__((always_inline)) void computeBlock(void* to, ptrdiff_t star
             ownStore<D>(to, i, value(start + i));
     }
 }
+
+constexpr ptrdiff_t cacheLine = 64;
 
 // Stores value(i) for n values. Rows are short as often as long, so there are no loops over what is left at the ends:
 // blocks overlap there, and those between lie on cache lines. In place a value must not be computed twice; there the last
@@ -142,29 +173,26 @@ inline __attribute__((always_inline)) void storeRow(void* d, ptrdiff_t n, bool i
         return;
     }
     computeBlock<D, block>(d, 0, value);
-    constexpr ptrdiff_t cacheLine = 64;
-    ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & (cacheLine - 1));
+    ptrdiff_t aligned = cacheLine - ptrdiff_t(reinterpret_cast<uintptr_t>(d) & uintptr_t(cacheLine - 1));
     for (ptrdiff_t i = aligned / ptrdiff_t(sizeof(D)); i < n - block; i += block)
         computeBlock<D, block>(at(i), i, value);
     computeBlock<D, block>(at(n - block), n - block, value);
 }
 
-// Calls row(a, b, d) for every row and brings those that come soon into the cache. The processor foresees what follows in
-// a row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait for
-// nothing. The bits are those of a value, powers of two.
+// Calls row(a, b, d) for every row and, if it fetches, brings those that come soon into the cache. The processor foresees what
+// follows in a row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait
+// for nothing. The bits are those of a value, powers of two.
 template <uintptr_t sourceBits, uintptr_t resultBits, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
     constexpr uintptr_t distance = 512;  // bytes ahead
     constexpr uintptr_t longest = 1024;  // what is fetched of a row
-    constexpr uintptr_t cacheLine = 64;
-    constexpr uintptr_t bitsOfBoth[] = {sourceBits, resultBits};
-    constexpr uintptr_t widest = bitsOfBoth[sourceBits < resultBits];
     auto* a = static_cast<const uint8_t*>(rows.a);
     auto* b = static_cast<const uint8_t*>(rows.b);
     auto* d = static_cast<uint8_t*>(rows.d);
     const ptrdiff_t count = rows.count, aStep = rows.aStep, bStep = rows.bStep, dStep = rows.dStep;
-    uintptr_t bytes = uintptr_t(rows.n) * widest / 8;
+    constexpr uintptr_t bitsOfBoth[] = {sourceBits, resultBits};
+    uintptr_t bytes = uintptr_t(rows.n) * bitsOfBoth[sourceBits < resultBits] / 8;
     const ptrdiff_t ahead = bytes && bytes < distance ? ptrdiff_t(distance / bytes) : 1;
     bytes = bytes < longest ? bytes : longest;
     for (ptrdiff_t y = 0; y < count; ++y) {
@@ -173,12 +201,14 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
             auto nextA = reinterpret_cast<uintptr_t>(a) + uintptr_t(ahead * aStep);
             auto nextB = reinterpret_cast<uintptr_t>(b) + uintptr_t(ahead * bStep);
             auto nextD = reinterpret_cast<uintptr_t>(d) + uintptr_t(ahead * dStep);
-            for (uintptr_t i = 0; i < bytes; i += cacheLine) {
-                __builtin_prefetch(reinterpret_cast<const void*>(nextA + i / (widest / sourceBits)));
+            uintptr_t i = 0;
+            do {
+                __builtin_prefetch(reinterpret_cast<const void*>(nextA + i));
                 if constexpr (sources > 1)
-                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + i / (widest / sourceBits)));
-                __builtin_prefetch(reinterpret_cast<const void*>(nextD + i / (widest / resultBits)));
-            }
+                    __builtin_prefetch(reinterpret_cast<const void*>(nextB + i));
+                __builtin_prefetch(reinterpret_cast<const void*>(nextD + i));
+                i += uintptr_t(cacheLine);
+            } while (resultBits > 1 && i < bytes);
         }
         row(a, b, d);
         a += aStep;

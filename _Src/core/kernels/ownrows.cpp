@@ -3,7 +3,7 @@
 
 #include <string.h>
 
-#include "ownbits.h"
+#include "ownbitrows.h"
 
 namespace OWN_ISA {
 namespace {
@@ -67,71 +67,61 @@ void scatter(const void* from, void* dst, ptrdiff_t step, ptrdiff_t values, ptrd
                 ownStore(dst, i * step + k, src[i * values + k]);
 }
 
+// ---- Ends of rows -------------------------------------------------------------------------------------------------
+
+// Copies at least a vector, and brings what lies `ahead` into the cache; short rows are copied quicker in place than by a call.
+inline __attribute__((always_inline)) void copyVectors(const uint8_t* from, uint8_t* to, ptrdiff_t n, ptrdiff_t ahead)
+{
+    using V = Vector<uint8_t>;
+    auto copy = [=](ptrdiff_t i) {
+        const V v = vectorAt<uint8_t>(from, i);
+        __builtin_memcpy(to + i, &v, sizeof v);
+    };
+    // The address may lie behind the image, where nothing comes of it.
+    const auto next = reinterpret_cast<uintptr_t>(from) + uintptr_t(ahead);
+    ptrdiff_t i = 0;
+    for (; i + 2 * vectorBytes <= n; i += 2 * vectorBytes) {
+        __builtin_prefetch(reinterpret_cast<const void*>(next + uintptr_t(i)));
+        copy(i);
+        copy(i + vectorBytes);
+    }
+    if (i + vectorBytes < n)
+        copy(i);
+    copy(n - vectorBytes);
+}
+
+// An end is constant as a whole or not at all: all of its places are then that of the constant.
+template <class T>
+inline void copyEnd(const uint8_t* row, const int32_t* places, ptrdiff_t n, int32_t constant, uint8_t* to)
+{
+    const T value = T(constant);
+    const bool isConstant = n > 0 && places[0] < 0;
+    const void* const from = isConstant ? static_cast<const void*>(&value) : row;
+    const int32_t mask = isConstant ? 0 : -1;
+    for (ptrdiff_t i = 0; i < n; ++i)
+        ownStore(to, i, ownLoad<T>(from, places[i] & mask));
+}
+
+template <class T>
+void copyEnded(const OwnEndedRows& rows)
+{
+    const OwnEndedRows r = rows;
+    constexpr ptrdiff_t size = sizeof(T);
+    for (ptrdiff_t i = 0; i < r.count; ++i) {
+        const uint8_t* row = r.row + i * r.rowStep;
+        uint8_t* copy = r.copy + i * r.copyStep;
+        copyEnd<T>(row, r.placesBefore, r.before, r.constantBefore, copy);
+        const uint8_t* from = row + r.first * size;
+        uint8_t* to = copy + r.before * size;
+        if (r.values * size < vectorBytes)
+            memcpy(to, from, size_t(r.values * size));
+        else
+            copyVectors(from, to, r.values * size, 2 * r.rowStep);
+        copyEnd<T>(row, r.placesAfter, r.after, r.constantAfter, copy + (r.before + r.values) * size);
+    }
+}
+
 // ---- Bits ---------------------------------------------------------------------------------------------------------
-
-// A byte of src that begins `shift` bits after its byte k; byte k + 1 is looked at only where bits come from it.
-inline uint8_t shiftedByte(const uint8_t* src, ptrdiff_t k, int shift, bool whole)
-{
-    unsigned byte = unsigned(src[k]) << shift;
-    if (shift && whole)
-        byte |= src[k + 1] >> (8 - shift);
-    return uint8_t(byte);
-}
-
-// dst byte j = the eight bits from bit shift of src byte j on, for count bytes; src has count + 1 bytes.
-void shiftBytes(const uint8_t* src, int shift, uint8_t* dst, ptrdiff_t count)
-{
-    // Eight bytes at a time: what a shift of the whole word carries over from a neighbour byte is masked out.
-    const uint64_t every = 0x0101010101010101u;
-    const uint64_t high = every * uint8_t(0xFF << shift);
-    const uint64_t low = every * uint8_t(0xFF >> (8 - shift));
-    auto shiftWord = [=](ptrdiff_t j) {
-        uint64_t first, second;
-        __builtin_memcpy(&first, src + j, 8);
-        __builtin_memcpy(&second, src + j + 1, 8);
-        uint64_t word = ((first << shift) & high) | ((second >> (8 - shift)) & low);
-        __builtin_memcpy(dst + j, &word, 8);
-    };
-    if (count < 8) {
-        for (ptrdiff_t j = 0; j < count; ++j)
-            dst[j] = shiftedByte(src, j, shift, true);
-        return;
-    }
-    ptrdiff_t words = count / 8;
-#pragma GCC ivdep
-    for (ptrdiff_t i = 0; i < words; ++i)
-        shiftWord(i * 8);
-    shiftWord(count - 8);
-}
-
-void alignBits(const uint8_t* src, int srcBit, uint8_t* dst, int dstBit, ptrdiff_t n)
-{
-    if (n <= 0)
-        return;
-    // The source may begin in the byte before the one that falls on dst's second byte.
-    int lag = srcBit - dstBit;
-    ptrdiff_t bytes = (dstBit + n + 7) >> 3;
-    int shift = lag & 7;
-    const uint8_t* base = src + (lag < 0 ? -1 : 0);  // dst byte j begins at bit `shift` of base byte j
-    ptrdiff_t lastSource = (src - base) + ((srcBit + n - 1) >> 3);
-    auto edgeByte = [&](ptrdiff_t j) {
-        if (base + j < src)  // bits from src[0] alone
-            return uint8_t(src[0] >> (8 - shift));
-        return shiftedByte(base, j, shift, j + 1 <= lastSource);
-    };
-    uint8_t firstMask = uint8_t(0xFF >> dstBit);
-    uint8_t lastMask = uint8_t(0xFF << (bytes * 8 - dstBit - n));
-    if (bytes == 1) {
-        dst[0] = edgeByte(0) & firstMask & lastMask;
-        return;
-    }
-    dst[0] = edgeByte(0) & firstMask;
-    if (shift == 0)
-        memcpy(dst + 1, base + 1, size_t(bytes - 2));
-    else
-        shiftBytes(base + 1, shift, dst + 1, bytes - 2);
-    dst[bytes - 1] = edgeByte(bytes - 1) & lastMask;
-}
 
 // Byte lanes of n bits, the first being bit 7 - bit of *bits.
 void byteLanesOf(const uint8_t* bits, int bit, uint8_t* lanes, ptrdiff_t n)
@@ -384,13 +374,6 @@ void fillMasked(const void*, const void* scalar, void* d, const uint8_t* bits, i
     maskRow<T>(d, n, bits, bit, [=](ptrdiff_t) { return value; });
 }
 
-void mergeBits(const uint8_t* from, const uint8_t* mask, uint8_t* d, ptrdiff_t n)
-{
-#pragma GCC ivdep
-    for (ptrdiff_t i = 0; i < n; ++i)
-        d[i] = uint8_t((from[i] & mask[i]) | (d[i] & ~mask[i]));
-}
-
 template <class T>
 void keepRows(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitStep)
 {
@@ -419,12 +402,6 @@ void keepRows(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitSt
     }
 }
 
-struct And {
-    using Source = uint8_t;
-    using Result = uint8_t;
-    static uint8_t of(uint8_t a, uint8_t b) { return a & b; }
-};
-
 template <class T>
 constexpr OwnRowKernel copyOf = {copyRun<T>, OneSourceRows<Copy<T>>::select, OneSourceRows<Copy<T>>::masked};
 template <class T>
@@ -436,15 +413,14 @@ extern const OwnRowKernels ownRowKernels;
 const OwnRowKernels ownRowKernels = {
     {gather<uint8_t>, gather<uint16_t>, gather<uint32_t>},
     {scatter<uint8_t>, scatter<uint16_t>, scatter<uint32_t>},
+    {copyEnded<uint8_t>, copyEnded<uint16_t>, copyEnded<uint32_t>},
     {expandLanes<uint8_t>, expandLanes<uint16_t>, expandLanes<uint32_t>},
     {keepRows<uint8_t>, keepRows<uint16_t>, keepRows<uint32_t>},
-    {copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint16_t>, copyOf<uint16_t>, copyOf<uint32_t>,
+    {bitRows<BitFirst, 1>, copyOf<uint8_t>, copyOf<uint8_t>, copyOf<uint16_t>, copyOf<uint16_t>, copyOf<uint32_t>,
      copyOf<uint32_t>},
-    {fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>, fillOf<uint32_t>,
-     fillOf<uint32_t>},
-    TwoSourceRows<And>::kernel,
-    mergeBits,
-    alignBits,
+    {bitRows<BitSecond, 0, byteScalar>, fillOf<uint8_t>, fillOf<uint8_t>, fillOf<uint16_t>, fillOf<uint16_t>,
+     fillOf<uint32_t>, fillOf<uint32_t>},
+    bitRows<BitAnd, 2>,
     unpackBits,
     allBits,
 };

@@ -1,6 +1,7 @@
 // Kernels of the two-image arithmetic and logic.
 #include "ownarith.h"
 
+#include "../../core/kernels/ownbitrows.h"
 #include "ownvalues.h"
 
 namespace OWN_ISA {
@@ -56,23 +57,16 @@ struct Xor {
     static T of(T a, T b) { return a ^ b; }
 };
 
-// Saturating subtraction on one bit.
-struct AndNot {
-    using Source = uint8_t;
-    using Result = uint8_t;
-    static uint8_t of(uint8_t a, uint8_t b) { return uint8_t(a & ~b); }
-};
-
 constexpr OwnRowKernel none = {nullptr, nullptr};
 
 }  // namespace
 
 // Bits do not care about sign, so the logic has one kernel for each size.
-#define OWN_LOGIC(Op)                                                                                               \
-    {                                                                                                               \
-        TwoSourceRows<Op<uint8_t>>::kernel, TwoSourceRows<Op<uint8_t>>::kernel, TwoSourceRows<Op<uint8_t>>::kernel, \
-            TwoSourceRows<Op<uint16_t>>::kernel, TwoSourceRows<Op<uint16_t>>::kernel,                               \
-            TwoSourceRows<Op<uint32_t>>::kernel, none                                                               \
+#define OWN_LOGIC(Bits, Op)                                                                       \
+    {                                                                                             \
+        bitRows<Bits, 2>, TwoSourceRows<Op<uint8_t>>::kernel, TwoSourceRows<Op<uint8_t>>::kernel, \
+            TwoSourceRows<Op<uint16_t>>::kernel, TwoSourceRows<Op<uint16_t>>::kernel,             \
+            TwoSourceRows<Op<uint32_t>>::kernel, none                                             \
     }
 #define OWN_ARITHMETIC(Op, bits)                                                     \
     {                                                                                \
@@ -83,12 +77,9 @@ constexpr OwnRowKernel none = {nullptr, nullptr};
 
 extern const OwnArithKernels ownArithKernels;
 const OwnArithKernels ownArithKernels = {
-    OWN_ARITHMETIC(Add, none),
-    OWN_ARITHMETIC(Subtract, TwoSourceRows<AndNot>::kernel),
-    OWN_ARITHMETIC(Multiply, none),
-    OWN_LOGIC(And),
-    OWN_LOGIC(Or),
-    OWN_LOGIC(Xor),
+    OWN_ARITHMETIC(Add, none),      OWN_ARITHMETIC(Subtract, (bitRows<BitAndNot, 2>)),  // saturating, on one bit
+    OWN_ARITHMETIC(Multiply, none), OWN_LOGIC(BitAnd, And),
+    OWN_LOGIC(BitOr, Or),           OWN_LOGIC(BitXor, Xor),
 };
 
 }  // namespace OWN_ISA

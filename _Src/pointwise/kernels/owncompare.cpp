@@ -1,6 +1,8 @@
 // Kernels of the comparisons.
 #include "owncompare.h"
 
+#include "../../core/kernels/ownbitrows.h"
+
 namespace OWN_ISA {
 namespace {
 
@@ -92,30 +94,27 @@ struct NearScalar {
 
 // ---- Bits ---------------------------------------------------------------------------------------------------------
 
-struct BitBytes {
-    using Source = uint8_t;
-    using Result = uint8_t;
+struct LessBits {
+    template <class V>
+    static V of(V a, V b)
+    {
+        return V(~a & b);
+    }
 };
 
-struct LessBits : BitBytes {
-    static uint8_t of(uint8_t a, uint8_t b) { return uint8_t(~a & b); }
+struct EqualBits {
+    template <class V>
+    static V of(V a, V b)
+    {
+        return V(~(a ^ b));
+    }
 };
 
-struct GreaterBits : BitBytes {
-    static uint8_t of(uint8_t a, uint8_t b) { return uint8_t(a & ~b); }
-};
-
-struct EqualBits : BitBytes {
-    static uint8_t of(uint8_t a, uint8_t b) { return uint8_t(~(a ^ b)); }
-};
-
-// The scalar, 0 or 1, as eight pixels; then the same with one source.
-template <class Bits>
-struct ScalarBits : BitBytes {
-    uint8_t value;
-    explicit ScalarBits(const void* scalar) : value(uint8_t(-*static_cast<const int32_t*>(scalar))) {}
-    uint8_t operator()(uint8_t a) const { return Bits::of(a, value); }
-};
+// The scalar, 0 or 1, as eight pixels.
+uint8_t bitScalar(const void* scalar)
+{
+    return uint8_t(-ownLoad<int32_t>(scalar));
+}
 
 constexpr OwnTestKernel noTest = {nullptr, nullptr};
 constexpr OwnRowKernel noBits = {nullptr, nullptr};
@@ -140,12 +139,12 @@ constexpr OwnRowKernel noBits = {nullptr, nullptr};
 
 extern const OwnCompareKernels ownCompareKernels;
 const OwnCompareKernels ownCompareKernels = {
-    {OWN_ALL_DEPTHS(Less), TwoSourceRows<LessBits>::kernel},
-    {OWN_ALL_DEPTHS(Greater), TwoSourceRows<GreaterBits>::kernel},
-    {OWN_ALL_SIZES(Equal), TwoSourceRows<EqualBits>::kernel},
-    {OWN_ALL_DEPTHS(LessScalar), OneSourceRows<ScalarBits<LessBits>>::kernel},
-    {OWN_ALL_DEPTHS(GreaterScalar), OneSourceRows<ScalarBits<GreaterBits>>::kernel},
-    {OWN_ALL_SIZES(EqualScalar), OneSourceRows<ScalarBits<EqualBits>>::kernel},
+    {OWN_ALL_DEPTHS(Less), bitRows<LessBits, 2>},
+    {OWN_ALL_DEPTHS(Greater), bitRows<BitAndNot, 2>},
+    {OWN_ALL_SIZES(Equal), bitRows<EqualBits, 2>},
+    {OWN_ALL_DEPTHS(LessScalar), bitRows<LessBits, 1, bitScalar>},
+    {OWN_ALL_DEPTHS(GreaterScalar), bitRows<BitAndNot, 1, bitScalar>},
+    {OWN_ALL_SIZES(EqualScalar), bitRows<EqualBits, 1, bitScalar>},
     {OWN_FLOATS(Near), noBits},
     {OWN_FLOATS(NearScalar), noBits},
 };

@@ -4,7 +4,7 @@
 #include "../../core/kernels/ownbits.h"
 #include "../../core/ownisa.h"
 
-// One comparison at all depths: as a test of values, and at 1U on bytes of eight pixels.
+// One comparison at all depths: as a test of values, and at 1U on bits.
 struct OwnComparison {
     OwnTestKernel values[OWN_DEPTHS];  // the depths that the comparison has, never 1U
     OwnRowKernel bits;

@@ -1,6 +1,7 @@
 // Kernels of the image-and-scalar and unary operations.
 #include "ownscalar.h"
 
+#include "../../core/kernels/ownbitrows.h"
 #include "ownvalues.h"
 
 namespace OWN_ISA {
@@ -88,19 +89,36 @@ struct Xor : WithValue<T> {
     T operator()(T a) const { return a ^ this->value; }
 };
 
+// Vectors have no shifts of bytes: words are shifted, and what came over from the neighbour byte is masked out.
 template <class T>
 struct ShiftLeft {
     using Source = T;
     using Result = T;
-    int count;
-    explicit ShiftLeft(const void* scalar) : count(*static_cast<const int*>(scalar)) {}
+    uint8_t count;
+    explicit ShiftLeft(const void* scalar) : count(uint8_t(*static_cast<const int*>(scalar))) {}
     T operator()(T a) const { return T(a << count); }
+    Vector<T> operator()(Vector<T> a) const
+    {
+        if constexpr (sizeof(T) > 1)
+            return a << (Vector<T>{} + T(count));
+        else
+            return Vector<T>(Vector<uint16_t>(a) << (Vector<uint16_t>{} + uint16_t(count))) & T(0xFF << count);
+    }
 };
 
 template <class T>
 struct ShiftRight : ShiftLeft<T> {
     using ShiftLeft<T>::ShiftLeft;
     T operator()(T a) const { return T(a >> this->count); }
+    Vector<T> operator()(Vector<T> a) const
+    {
+        if constexpr (sizeof(T) > 1)
+            return a >> (Vector<T>{} + T(this->count));
+        // The sign, which has come in as one bit, goes on to the bits above it.
+        const T sign = T(T(-1) < 0 ? 0x80 >> this->count : 0);
+        auto words = Vector<uint16_t>(a) >> (Vector<uint16_t>{} + uint16_t(this->count));
+        return ((Vector<T>(words) & T(0xFF >> this->count)) ^ sign) - sign;
+    }
 };
 
 template <class T>
@@ -114,11 +132,6 @@ template <class T>
 struct Square : Unary<T> {
     using Unary<T>::Unary;
     T operator()(T a) const { return multiplySat(a, a); }
-};
-
-struct Same : Unary<uint8_t> {
-    using Unary<uint8_t>::Unary;
-    uint8_t operator()(uint8_t a) const { return a; }
 };
 
 template <class T, T lowest, T highest>
@@ -151,10 +164,10 @@ constexpr OwnRowKernel rows = OneSourceRows<Op>::kernel;
 
 }  // namespace
 
-#define OWN_BITWISE(Op)                                                                                  \
-    {                                                                                                    \
-        rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint16_t>>, rows<Op<uint16_t>>, \
-            rows<Op<uint32_t>>, none                                                                     \
+#define OWN_BITWISE(Bits, Op)                                                                                       \
+    {                                                                                                               \
+        bitRows<Bits, 1, byteScalar>, rows<Op<uint8_t>>, rows<Op<uint8_t>>, rows<Op<uint16_t>>, rows<Op<uint16_t>>, \
+            rows<Op<uint32_t>>, none                                                                                \
     }
 
 extern const OwnScalarKernels ownScalarKernels;
@@ -166,15 +179,15 @@ const OwnScalarKernels ownScalarKernels = {
     {none, none, none, none, none, rows<Reverse<int32_t>>, rows<Reverse<float>>},
     {none, rows<Multiply<uint8_t>>, rows<Multiply<int8_t>>, rows<Multiply<uint16_t>>, rows<Multiply<int16_t>>,
      rows<Multiply<int32_t>>, rows<Multiply<float>>},
-    OWN_BITWISE(And),
-    OWN_BITWISE(Or),
-    OWN_BITWISE(Xor),
+    OWN_BITWISE(BitAnd, And),
+    OWN_BITWISE(BitOr, Or),
+    OWN_BITWISE(BitXor, Xor),
     {none, none, rows<SignLimit<int8_t, -128, 127>>, none, rows<SignLimit<int16_t, -32768, 32767>>, none, none},
     {none, rows<ShiftLeft<uint8_t>>, rows<ShiftLeft<uint8_t>>, rows<ShiftLeft<uint16_t>>, rows<ShiftLeft<uint16_t>>,
      rows<ShiftLeft<uint32_t>>, none},
     {none, rows<ShiftRight<uint8_t>>, rows<ShiftRight<int8_t>>, rows<ShiftRight<uint16_t>>, rows<ShiftRight<int16_t>>,
      rows<ShiftRight<int32_t>>, none},
-    {rows<Same>, rows<Square<uint8_t>>, rows<Square<int8_t>>, rows<Square<uint16_t>>, rows<Square<int16_t>>,
+    {bitRows<BitFirst, 1>, rows<Square<uint8_t>>, rows<Square<int8_t>>, rows<Square<uint16_t>>, rows<Square<int16_t>>,
      rows<Square<int32_t>>, rows<Square<float>>},
     {none, none, rows<Absolute<int8_t, INT8_MIN>>, none, rows<Absolute<int16_t, INT16_MIN>>,
      rows<Absolute<int32_t, INT32_MIN>>, rows<AbsoluteFloat>},

@@ -1,0 +1,223 @@
+// Conversions between depths that map a whole range onto another.
+#if defined(__AVX2__)
+#pragma GCC target("fma")
+#include <immintrin.h>
+#endif
+
+#include "ownconvert.h"
+
+namespace OWN_ISA {
+namespace {
+
+template <class T>
+constexpr int bitsOf = int(sizeof(T)) * 8;
+
+// ---- Integers -----------------------------------------------------------------------------------------------------
+
+// The ends of the ranges meet: wider values repeat the bits of narrower ones, narrower ones lose a part of themselves before
+// their low bits go.
+template <class S, class D>
+struct Scale {
+    using Source = S;
+    using Result = D;
+    explicit Scale(const void*) {}
+    D operator()(S value) const
+    {
+        constexpr auto low = uint32_t(OwnRange<S>::lowest), lowResult = uint32_t(OwnRange<D>::lowest);
+        if constexpr (sizeof(D) < sizeof(S)) {
+            constexpr int32_t middle = OwnRange<S>::isSigned ? 0 : 1 << (bitsOf<S> - 1);
+            const int32_t x = int32_t{value} - middle;
+            const int32_t high = (x - (x >> bitsOf<D>)) >> (bitsOf<S> - bitsOf<D>);
+            return D(high + (OwnRange<D>::isSigned ? 0 : 1 << (bitsOf<D> - 1)));
+        } else {
+            constexpr auto times = uint32_t((uint64_t{1} << bitsOf<D>)-1) / uint32_t((uint64_t{1} << bitsOf<S>)-1);
+            return D((uint32_t(value) - low) * times + lowResult);
+        }
+    }
+};
+
+template <class S>
+constexpr OwnRowKernel scaleFrom[OWN_DEPTHS] = {
+    {},
+    OneSourceRows<Scale<S, uint8_t>>::kernel,
+    OneSourceRows<Scale<S, int8_t>>::kernel,
+    OneSourceRows<Scale<S, uint16_t>>::kernel,
+    OneSourceRows<Scale<S, int16_t>>::kernel,
+    OneSourceRows<Scale<S, int32_t>>::kernel,
+};
+
+// ---- Floats -------------------------------------------------------------------------------------------------------
+
+template <class T>
+constexpr double full = double(OwnRange<T>::highest - OwnRange<T>::lowest);
+
+template <class S>
+struct ToFloat {
+    using Source = S;
+    using Result = float;
+    double factor, base;
+    explicit ToFloat(const void* scalar)
+    {
+        const auto& range = *static_cast<const OwnFloatRange*>(scalar);
+        factor = (double(range.most) - double(range.least)) * (1 / full<S>);
+        base = double(range.least);
+        if constexpr (OwnRange<S>::isSigned)
+            base += factor * double(-OwnRange<S>::lowest);
+    }
+    float operator()(S value) const { return float(value * factor + base); }
+};
+
+template <class D>
+struct OfFloat {
+    using Source = float;
+    using Result = D;
+    float least, most;
+    double factor, base;
+    explicit OfFloat(const void* scalar)
+    {
+        const auto& range = *static_cast<const OwnFloatRange*>(scalar);
+        least = range.least;
+        most = range.most;
+        factor = full<D> / (double(most) - double(least));
+        base = -double(least) * factor + double(OwnRange<D>::lowest);
+    }
+    D operator()(float value) const
+    {
+        const D result = ownRounded<D>(double(value) * factor + base);
+        return value < least ? D(OwnRange<D>::lowest) : value > most ? D(OwnRange<D>::highest) : result;
+    }
+};
+
+#if defined(__AVX2__)
+// ---- Bytes in vectors ---------------------------------------------------------------------------------------------
+
+// There are 256 results. Where a short way in single precision gives all of them it is taken, otherwise they are looked up.
+struct BytesToFloat {
+    float table[256];
+    float factor, rest;
+    bool isShort = true;
+
+    explicit BytesToFloat(const void* scalar)
+    {
+        const ToFloat<uint8_t> exact(scalar);
+        factor = float(exact.factor);
+        rest = float(exact.factor - double(factor));
+        for (int i = 0; i < 256; ++i)
+            table[i] = exact(uint8_t(i));
+        alignas(32) uint8_t bytes[256];
+        alignas(32) float results[256];
+        for (int i = 0; i < 256; ++i)
+            bytes[i] = uint8_t(i);
+        for (int i = 0; i < 256; i += 8)
+            _mm256_store_ps(results + i, scaled(bytes + i));
+        isShort = __builtin_memcmp(results, table, sizeof table) == 0;
+    }
+    __m256 scaled(const uint8_t* from) const
+    {
+        const __m256 x =
+            _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));
+        return _mm256_fmadd_ps(x, _mm256_set1_ps(factor), _mm256_mul_ps(x, _mm256_set1_ps(rest)));
+    }
+    __m256 lookedUp(const uint8_t* from) const
+    {
+        const __m256 all = _mm256_castsi256_ps(_mm256_set1_epi8(-1));
+        const __m256i places = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
+        return _mm256_mask_i32gather_ps(_mm256_setzero_ps(), table, places, all, 4);
+    }
+    template <class Eight>
+    void row(const uint8_t* from, uint8_t* to, ptrdiff_t n, Eight eight) const
+    {
+        ptrdiff_t i = 0;
+        for (; i + 8 <= n; i += 8)
+            _mm256_storeu_ps(reinterpret_cast<float*>(to + i * 4), eight(from + i));
+        for (; i < n; ++i)
+            ownStore<float>(to, i, table[from[i]]);
+    }
+    static void run(const OwnRows& rows)
+    {
+        const BytesToFloat scale(rows.b);
+        forRows<8, 32, 1>(rows, [&](const uint8_t* a, const uint8_t*, uint8_t* d) {
+            if (scale.isShort)
+                scale.row(a, d, rows.n, [&](const uint8_t* from) { return scale.scaled(from); });
+            else
+                scale.row(a, d, rows.n, [&](const uint8_t* from) { return scale.lookedUp(from); });
+        });
+    }
+    static constexpr OwnRowKernel kernel = {run, OneSourceRows<ToFloat<uint8_t>>::select,
+                                            OneSourceRows<ToFloat<uint8_t>>::masked};
+};
+
+// Single precision tells the byte unless a value lies next to the middle between two, or is no number; then 32 of them are
+// computed in double precision.
+struct FloatToBytes {
+    OfFloat<uint8_t> exact;
+    float factor, base, near;
+
+    explicit FloatToBytes(const void* scalar) : exact(scalar), factor(float(exact.factor)), base(float(exact.base))
+    {
+        // What both products and sums may differ by, with some room. Where it is too much every value is near.
+        const double slack = (1024 + 2 * __builtin_fabs(exact.base)) * 0x1p-23;
+        near = slack < 0.25 && __builtin_isfinite(factor) ? float(0.5 - slack) : -1;
+    }
+    void block(const uint8_t* from, uint8_t* to) const
+    {
+        __m256 isNear = _mm256_setzero_ps();
+        __m256i whole[4];
+        for (int k = 0; k < 4; ++k) {
+            const __m256 x = _mm256_loadu_ps(reinterpret_cast<const float*>(from + 32 * k));
+            __m256 value = _mm256_fmadd_ps(x, _mm256_set1_ps(factor), _mm256_set1_ps(base));
+            value = _mm256_min_ps(_mm256_set1_ps(255), _mm256_max_ps(_mm256_set1_ps(-1), value));
+            whole[k] = _mm256_cvtps_epi32(value);
+            const __m256 off =
+                _mm256_andnot_ps(_mm256_set1_ps(-0.0f), _mm256_sub_ps(value, _mm256_cvtepi32_ps(whole[k])));
+            isNear = _mm256_or_ps(isNear, _mm256_cmp_ps(off, _mm256_set1_ps(near), _CMP_NLE_UQ));
+        }
+        if (_mm256_movemask_ps(isNear)) {
+            for (int i = 0; i < 32; ++i)
+                to[i] = exact(ownLoad<float>(from, i));
+            return;
+        }
+        const __m256i bytes =
+            _mm256_packus_epi16(_mm256_packs_epi32(whole[0], whole[1]), _mm256_packs_epi32(whole[2], whole[3]));
+        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_permutevar8x32_epi32(bytes, order));
+    }
+    static void run(const OwnRows& rows)
+    {
+        const FloatToBytes scale(rows.b);
+        forRows<32, 8, 1>(rows, [&](const uint8_t* a, const uint8_t*, uint8_t* d) {
+            ptrdiff_t i = 0;
+            for (; i + 32 <= rows.n; i += 32)
+                scale.block(a + i * 4, d + i);
+            for (; i < rows.n; ++i)
+                d[i] = scale.exact(ownLoad<float>(a, i));
+        });
+    }
+    static constexpr OwnRowKernel kernel = {run, OneSourceRows<OfFloat<uint8_t>>::select,
+                                            OneSourceRows<OfFloat<uint8_t>>::masked};
+};
+#else
+using BytesToFloat = OneSourceRows<ToFloat<uint8_t>>;
+using FloatToBytes = OneSourceRows<OfFloat<uint8_t>>;
+#endif
+
+}  // namespace
+
+extern const OwnRangeKernels ownRangeKernels;
+const OwnRangeKernels ownRangeKernels = {
+    {nullptr, scaleFrom<uint8_t>, scaleFrom<int8_t>, scaleFrom<uint16_t>, scaleFrom<int16_t>, scaleFrom<int32_t>},
+    {{},
+     BytesToFloat::kernel,
+     OneSourceRows<ToFloat<int8_t>>::kernel,
+     OneSourceRows<ToFloat<uint16_t>>::kernel,
+     OneSourceRows<ToFloat<int16_t>>::kernel,
+     OneSourceRows<ToFloat<int32_t>>::kernel},
+    {{},
+     FloatToBytes::kernel,
+     OneSourceRows<OfFloat<int8_t>>::kernel,
+     OneSourceRows<OfFloat<uint16_t>>::kernel,
+     OneSourceRows<OfFloat<int16_t>>::kernel,
+     OneSourceRows<OfFloat<int32_t>>::kernel},
+};
+
+}  // namespace OWN_ISA

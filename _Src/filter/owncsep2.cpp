@@ -1,0 +1,292 @@
+#include "owncsep2.h"
+
+#include "../core/ownlines.h"
+
+namespace {
+
+// ---- The plan -----------------------------------------------------------------------------------------------------
+
+int64_t valueCount(const OwnConvWindow* window)
+{
+    return window ? window->valueCount() : 0;
+}
+
+// The kernel with its values, and its anchor, turned back to the order of the caller.
+OwnConvWindow turned(const OwnConvWindow& window, int32_t* values)
+{
+    int64_t count = window.valueCount();
+    for (int64_t i = 0; i < count; ++i)
+        if (window.integers)
+            values[i] = window.integers[count - 1 - i];
+        else
+            memcpy(values + i, window.reals + (count - 1 - i), sizeof *values);
+    OwnConvWindow result = window;
+    result.anchorX = window.nCols - 1 - window.anchorX;
+    result.anchorY = window.nRows - 1 - window.anchorY;
+    result.integers = window.integers ? values : nullptr;
+    result.reals = window.reals ? reinterpret_cast<const float*>(values) : nullptr;
+    return result;
+}
+
+bool weightsAreHalves(const OwnConvWindow& window)
+{
+    for (int64_t i = 0; i < window.valueCount(); ++i)
+        if (window.integers[i] < INT16_MIN || window.integers[i] > INT16_MAX)
+            return false;
+    return true;
+}
+
+uint32_t sumOfWeights(const OwnConvWindow& window)
+{
+    uint32_t sum = 0;
+    for (int64_t i = 0; i < window.valueCount(); ++i)
+        sum += uint32_t(window.integers[i]);
+    return sum;
+}
+
+// Writes the places of a row kernel's pairs of pixels, and answers where they end.
+OwnPairPlace* writeSidePairs(const OwnConvWindow& window, OwnPairPlace* to)
+{
+    for (int32_t column = 0; column < window.nCols; column += 2) {
+        bool last = column + 1 == window.nCols;
+        int32_t first = window.integers[column], second = last ? 0 : window.integers[column + 1];
+        *to++ = {0, column, {{int16_t(first), int16_t(second)}, {0, 0}}};
+    }
+    return to;
+}
+
+int64_t mostPlaces(const OwnConvWindow* x, const OwnConvWindow* y)
+{
+    return (x ? x->nCols / 2 + 1 : 0) + (y ? ownMostPairs(*y) : 0);
+}
+
+}  // namespace
+
+OwnSepPlan::OwnSepPlan(const OwnConvWindow* xWindow, const OwnConvWindow* yWindow, uint32_t imageDepth)
+    : depth(imageDepth),
+      usesPairs(imageDepth != ORV_DEPTH_32S && imageDepth != ORV_DEPTH_32F),
+      values(valueCount(xWindow) + valueCount(yWindow)),
+      places(mostPlaces(xWindow, yWindow))
+{
+    if (!*this)
+        return;
+    if (xWindow) {
+        x = turned(*xWindow, values.data);
+        reach.left = x.anchorX;
+        reach.right = x.nCols - 1 - x.anchorX;
+    }
+    if (yWindow) {
+        y = turned(*yWindow, values.data + valueCount(xWindow));
+        reach.top = y.anchorY;
+        reach.bottom = y.nRows - 1 - y.anchorY;
+    }
+    shift = int((uint32_t(x.nShiftR) + uint32_t(y.nShiftR)) & 31);
+    if (usesPairs)
+        planPairs();
+}
+
+void OwnSepPlan::planPairs()
+{
+    bool isBoth = x.nCols && y.nRows;
+    OwnSumRange range = ownSumRange(x, depth);
+    usesPairs = weightsAreHalves(x) && weightsAreHalves(y) && (!isBoth || range.greatest - range.least <= UINT16_MAX);
+    if (!usesPairs)
+        return;
+    xPairs = x.nCols ? writeSidePairs(x, places.data) - places.data : 0;
+    yPairs = y.nRows ? ownWritePairs(y, {0, 0}, ownLowHalf, places.data + xPairs) - (places.data + xPairs) : 0;
+    usesBytes = isBoth && ownPairsFitBytes(places.data, xPairs, depth);
+    xStart = depth == ORV_DEPTH_16U ? ownStartOf16U(x) : 0;
+    yStart = depth == ORV_DEPTH_16U ? ownStartOf16U(y) : 0;
+    if (isBoth) {
+        // Sums of rows are kept as what they are above the middle of their range.
+        int32_t middle = int32_t(range.least) + 32768;
+        xStart -= middle;
+        yStart = int32_t(uint32_t(middle) * sumOfWeights(y));
+    }
+}
+
+namespace {
+
+// ---- A rectangle --------------------------------------------------------------------------------------------------
+
+class Pass {
+public:
+    Pass(const OwnSepPlan& sepPlan, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+        : plan(sepPlan),
+          depth(ownDepthIndex(sepPlan.depth)),
+          lines(src, dst, mask, plan.reach, 2, rowsTogether),
+          values(lines.values(lines.width())),
+          sourceValues(lines.values(int64_t{lines.width()} + plan.reach.left + plan.reach.right)),
+          rowValues(sourceValues + ownReadAhead),
+          isReal(plan.depth == ORV_DEPTH_32F),
+          windowRows(ownMax(plan.y.nRows, 1)),
+          pairs(plan.yPairs ? ownPairRows(windowRows) : 0, rowValues * 4),
+          sidePairs(plan.xPairs ? 1 : 0, rowValues * 4),
+          words(plan.usesPairs || isReal ? 0 : windowRows, rowValues),
+          reals(isReal ? windowRows : 0, rowValues),
+          columnReals(isReal && plan.x.nCols ? 1 : 0, rowValues),
+          sums(rowsTogether, rowValues),
+          pairTaps(int64_t{plan.xPairs} + plan.yPairs + 1),
+          wordTaps(isReal ? 1 : ownMax(plan.x.nCols, plan.y.nRows)),
+          realTaps(isReal ? ownMax(plan.x.nCols, plan.y.nRows) : 1)
+    {
+    }
+
+    bool run()
+    {
+        if (!lines || !pairs || !sidePairs || !words || !reals || !columnReals || !sums || !pairTaps || !wordTaps ||
+            !realTaps)
+            return false;
+        setSideTaps();
+        for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+            lines.begin(pass);
+            rowsDone = 0;
+            int32_t rows = 0;
+            for (int32_t y = 0; y < lines.height(); y += rows) {
+                rows = ownMin(plan.yPairs ? rowsTogether : 1, lines.height() - y);
+                if (isReal)
+                    convolveReals(y);
+                else if (!plan.usesPairs)
+                    convolveWords(y);
+                else if (plan.yPairs)
+                    convolvePairs(y, rows);
+                else
+                    sumSidePairs(kernels.pairRow[depth], lines.source(y, 0), plan.shift, lines.target(y, 0));
+                lines.store(y, rows);
+            }
+        }
+        return true;
+    }
+
+private:
+    static constexpr int rowsTogether = 2;  // since sums of pairs of rows are
+
+    const OwnConvKernels& kernels = ownConvKernels();
+    const OwnSepPlan& plan;
+    OwnDepthIndex depth;
+    OwnLines lines;
+    ptrdiff_t values, sourceValues, rowValues;
+    bool isReal;
+    int64_t windowRows;
+    OwnRing<uint8_t> pairs;      // of rows
+    OwnRing<uint8_t> sidePairs;  // of neighbouring pixels, a row
+    OwnRing<int32_t> words;
+    OwnRing<double> reals;
+    OwnRing<double> columnReals;      // the sums of the column kernel
+    OwnRing<int32_t> sums;            // of the kernel that comes first, of 16 or 32 bits or floats
+    OwnScratch<OwnPairTap> pairTaps;  // of the row kernel, then of the column kernel
+    OwnScratch<OwnWordTap> wordTaps;
+    OwnScratch<OwnRealTap> realTaps;
+    int64_t rowsDone = 0;  // in the ring, from the first of the rectangle's first window on
+
+    // A row of samples, counted as the ring's. Behind the last, which is asked for only to fill a pair, it is the last.
+    const void* sampleRow(int64_t index, int slot)
+    {
+        int64_t last = windowRows + lines.height() - 2;
+        return lines.source(int32_t((index < last ? index : last) - plan.reach.top), slot);
+    }
+
+    void setSideTaps()
+    {
+        const int bytes = plan.usesBytes ? 2 : 4;
+        for (ptrdiff_t i = 0; i < plan.xPairs; ++i) {
+            const OwnPairPlace& place = plan.places.data[i];
+            pairTaps[i] = {sidePairs.row(0) + ptrdiff_t{place.column} * lines.step() * bytes,
+                           {ownPackedWeights(place.weights[0], bytes), 0}};
+        }
+    }
+
+    // Applies the row kernel to a row of samples.
+    void sumSidePairs(void (*sum)(const OwnPairSums&), const void* row, int shift, void* result)
+    {
+        auto* pair = plan.usesBytes ? kernels.bytePairs : kernels.pairs[depth];
+        auto* from = static_cast<const uint8_t*>(row);
+        // The last pixel has no neighbour.
+        const ptrdiff_t step = lines.step(), paired = sourceValues - step, bytes = depth <= OWN_8S ? 1 : 2;
+        pair(from, from + step * bytes, sidePairs.row(0), paired);
+        pair(from + paired * bytes, from + paired * bytes, sidePairs.row(0) + paired * (plan.usesBytes ? 2 : 4), step);
+        sum({pairTaps.data, plan.xPairs, plan.xStart, shift, 0, values, {result, nullptr}});
+    }
+
+    // A row for the column kernel: of samples, or of what the row kernel makes of them.
+    const void* columnRow(int64_t index, int slot)
+    {
+        const void* row = sampleRow(index, slot);
+        if (!plan.xPairs)
+            return row;
+        sumSidePairs(plan.usesBytes ? kernels.byteRow : kernels.pairRow[OWN_16S], row, 0, sums.row(slot));
+        return sums.row(slot);
+    }
+
+    void convolvePairs(int32_t y, int32_t rows)
+    {
+        for (; rowsDone < y / 2 + pairs.rows; ++rowsDone) {
+            const void* upper = columnRow(2 * rowsDone, 0);
+            const void* lower = columnRow(2 * rowsDone + 1, 1);
+            kernels.pairs[plan.xPairs ? OWN_16S : depth](upper, lower, pairs.row(rowsDone), values);
+        }
+        const auto window = pairs.window(y / 2);
+        OwnPairTap* tap = pairTaps.data + plan.xPairs;
+        for (ptrdiff_t i = 0; i < plan.yPairs; ++i) {
+            const OwnPairPlace& place = plan.places.data[plan.xPairs + i];
+            tap[i] = {window.row(place.row),
+                      {ownPackedWeights(place.weights[0], 4), ownPackedWeights(place.weights[1], 4)}};
+        }
+        void* second = rows == 2 ? lines.target(y + 1, 1) : sums.row(1);
+        kernels.pairResults[depth](
+            {tap, plan.yPairs, plan.yStart, plan.shift, 0, values, {lines.target(y, 0), second}});
+    }
+
+    void convolveWords(int32_t y)
+    {
+        for (; rowsDone < y + words.rows; ++rowsDone)
+            kernels.words[depth](sampleRow(rowsDone, 0), words.row(rowsDone), sourceValues);
+        const auto window = words.window(y);
+        OwnWordTap* tap = wordTaps.data;
+        const int32_t* row = window.row(0);
+        int32_t* result = sums.row(0);
+        if (plan.y.nRows) {
+            for (int32_t i = 0; i < plan.y.nRows; ++i)
+                tap[i] = {window.row(i), plan.y.integers[i]};
+            kernels.wordSums({tap, plan.y.nRows, sourceValues, result});
+            row = result;
+        }
+        if (plan.x.nCols) {
+            result = sums.row(1);
+            for (int32_t i = 0; i < plan.x.nCols; ++i)
+                tap[i] = {row + ptrdiff_t{i} * lines.step(), plan.x.integers[i]};
+            kernels.wordSums({tap, plan.x.nCols, values, result});
+        }
+        kernels.foldIntegers.by[OWN_FOLD_COPY](result, plan.shift, result, values);
+        kernels.storeIntegers[depth](result, lines.target(y, 0), values);
+    }
+
+    void convolveReals(int32_t y)
+    {
+        for (; rowsDone < y + reals.rows; ++rowsDone)
+            kernels.reals[depth](sampleRow(rowsDone, 0), reals.row(rowsDone), sourceValues);
+        const auto window = reals.window(y);
+        OwnRealTap* tap = realTaps.data;
+        const double* row = window.row(0);
+        void* target = lines.target(y, 0);
+        if (plan.y.nRows) {
+            for (int32_t i = 0; i < plan.y.nRows; ++i)
+                tap[i] = {window.row(i), double(plan.y.reals[i]), false};
+            if (!plan.x.nCols)
+                return kernels.exactSums({tap, plan.y.nRows, values, target});
+            kernels.exactSums({tap, plan.y.nRows, sourceValues, sums.row(0)});
+            kernels.reals[OWN_32F](sums.row(0), columnReals.row(0), sourceValues);
+            row = columnReals.row(0);
+        }
+        for (int32_t i = 0; i < plan.x.nCols; ++i)
+            tap[i] = {row + ptrdiff_t{i} * lines.step(), double(plan.x.reals[i]), false};
+        kernels.exactSums({tap, plan.x.nCols, values, target});
+    }
+};
+
+}  // namespace
+
+bool ownConvolveSeparably(void* plan, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    return Pass(*static_cast<const OwnSepPlan*>(plan), src, dst, mask).run();
+}

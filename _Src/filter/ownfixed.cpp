@@ -1,0 +1,52 @@
+#include "ownfixed.h"
+
+#include "../core/ownlines.h"
+
+OwnReach ownFixedReach(OwnFixedFilter filter)
+{
+    const bool five = filter == OWN_LAPLACE5 || filter == OWN_GAUSS5 || filter == OWN_HIGHPASS5;
+    return five ? OwnReach{2, 2, 2, 2} : OwnReach{1, 1, 1, 1};
+}
+
+namespace {
+
+// Rows that a kernel makes at a time: many, since the first ones cost more, but of long rows so few that those of one column
+// do not drive each other out of the cache.
+constexpr int32_t mostRows = 32;
+
+int32_t bandRows(int64_t rowBytes)
+{
+    constexpr int64_t longRow = 2048;
+    return rowBytes < longRow ? mostRows : mostRows / 4;
+}
+
+}  // namespace
+
+bool ownFilterFixed(OwnFixedFilter filter, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
+{
+    const OwnFixedKernel kernel = ownFixedKernels().band[filter][ownDepthIndex(src.depth)];
+    const OwnReach reach = ownFixedReach(filter);
+    const int32_t most =
+        bandRows(int64_t{ownRoiRect(src).width} * ownLineStep(src, dst) * ownMax(ownValueBytes(src.depth), 1));
+    OwnRowWindow window(2 * reach.top + 1, reach.top, most);
+    OwnLines lines(src, dst, mask, reach, window.slots(), most);
+    if (!window || !lines)
+        return false;
+    void* results[mostRows];
+    OwnFixedBand band = {nullptr, results, 0, lines.step(), lines.values(lines.width())};
+    for (int32_t pass = 0; pass < lines.passes(); ++pass) {
+        lines.begin(pass);
+        window.begin();
+        int32_t count;
+        for (int32_t y = 0; y < lines.height(); y += count) {
+            count = ownMin(most, lines.height() - y);
+            for (int32_t i = 0; i < count; ++i)
+                results[i] = lines.target(y + i, i);
+            band.rows = window.rows(lines, y, count);
+            band.count = count;
+            kernel(band);
+            lines.store(y, count);
+        }
+    }
+    return true;
+}

@@ -1,0 +1,152 @@
+// An image through a map that is given pixel by pixel.
+//
+//   orvRemap   samples a source at the positions that two images tell
+#include "../core/ownborder.h"
+#include "../core/ownwalk.h"
+#include "owncheck.h"
+#include "ownresample.h"
+
+namespace {
+
+constexpr const char* source = "orvremap";
+
+bool isMap(const OrvImage& image)
+{
+    return image.depth == ORV_DEPTH_32F && image.nChannels == 1 && image.alphaChannel == 0;
+}
+
+bool imagesFit(const OwnReport& report, OrvImage* src, OrvImage* xMap, OrvImage* yMap, OrvImage* dst)
+{
+    if (!report.goodImage(src) || !report.goodImage(dst) || !report.goodImage(xMap) || !report.goodImage(yMap))
+        return false;
+    OwnFaults faults(report);
+    faults.test(src->depth != dst->depth, "srcImage->depth != dstImage->depth");
+    faults.test(src->origin != dst->origin, "srcImage->origin != dstImage->origin");
+    faults.test(ownOrdersDiffer(*src, *dst), "srcImage->dataOrder != dstImage->dataOrder");
+    faults.test(src->depth & ORV_DEPTH_SIGN, "(srcImage->depth & ORV_DEPTH_SIGN)");
+    faults.test(!isMap(*xMap), "xMap->depth != ORV_DEPTH_32F || xMap->nChannels != 1 || xMap->alphaChannel != 0");
+    faults.test(!isMap(*yMap), "yMap->depth != ORV_DEPTH_32F || yMap->nChannels != 1 || yMap->alphaChannel != 0");
+    faults.test(src == dst, "This function is not in-place function");
+    return faults.none();
+}
+
+// A block of pixels, of which the maps tell the positions.
+struct MapBlock {
+    OwnRoiStart xs, ys;
+    ptrdiff_t xStep, yStep;
+
+    MapBlock(const OrvImage& xMap, const OrvImage& yMap)
+        : xs(ownRoiStart(xMap, 0)), ys(ownRoiStart(yMap, 0)), xStep(xMap.widthStep), yStep(yMap.widthStep)
+    {
+    }
+
+    // Reads `columns` by `rows` positions from (x, y) on.
+    void read(int32_t x, int32_t y, int32_t columns, int32_t rows, OwnPositionList& list) const
+    {
+        const OwnPositionKernels& kernels = ownPositionKernels();
+        list.columnStep = 1;
+        list.rowStep = (columns + 3) & ~3;
+        list.n = ownPositionRows * list.rowStep;
+        for (int row = 0; row < ownPositionRows; ++row) {
+            double* const atX = list.atX + row * list.rowStep;
+            double* const atY = list.atY + row * list.rowStep;
+            const int32_t count = row < rows ? columns : 0;
+            if (count) {
+                kernels.fromFloats(xs.data + (y + row) * xStep + ptrdiff_t{x} * 4, atX, count);
+                kernels.fromFloats(ys.data + (y + row) * yStep + ptrdiff_t{x} * 4, atY, count);
+            }
+            list.x[row] = x;
+            list.y[row] = y + row;
+            list.count[row] = count;
+        }
+    }
+};
+
+// Samples plain memory: the region of `dst` at the positions in the regions of the maps, as far as they lie in `range`.
+// It goes by squares, so that what is read of the source lies near together.
+void remapPixels(const OrvImage& src, const OrvImage& xMap, const OrvImage& yMap, const OrvImage& dst, OwnSize size,
+                 const OwnPositionRange& range, int32_t method)
+{
+    constexpr int32_t side = ownPositionColumns;
+    OwnResampler resampler(src, {src.width, src.height}, 0, 0, dst, method);
+    const MapBlock maps(xMap, yMap);
+    OwnPositionList list;
+    for (int32_t top = 0; top < size.height;) {
+        const int32_t height = ownMin(side, size.height - top);
+        for (int32_t x = 0; x < size.width;) {
+            const int32_t columns = ownMin(ownPositionColumns, size.width - x);
+            for (int32_t y = 0; y < height; y += ownPositionRows) {
+                maps.read(x, top + y, columns, ownMin(ownPositionRows, height - y), list);
+                if (list.confine(range, range, false))
+                    resampler.store(list);
+            }
+            x += columns;
+        }
+        top += height;
+    }
+    resampler.finish();
+}
+
+// A part of a map in plain memory: of the image itself, or of a copy of its tiles.
+class MapCell {
+public:
+    // False if there is no memory or a tile does not come.
+    bool take(OrvImage* map, const OwnCell& cell)
+    {
+        ownShowCell(work, *map, cell);
+        return !map->tileInfo || copy.fetch(map, ownRoiRect(work.image), {0, 0, 0, 0});
+    }
+    const OrvImage& image() const { return work.image.tileInfo ? copy.work.image : work.image; }
+
+private:
+    OwnWork work;
+    OwnBorderedImage copy;
+};
+
+void remapTiles(const OwnReport& report, const OrvImage& src, OrvImage* xMap, OrvImage* yMap, OrvImage* dst,
+                OwnSize size, const OwnPositionRange& range, int32_t method)
+{
+    ownGridWalk(*dst, size, [&](const OwnCell& cell) {
+        OwnWork target;
+        ownShowCell(target, *dst, cell);
+        if (dst->tileInfo) {
+            uint8_t* const tile = ownOpenTile(dst, cell.column, cell.row, ORV_TILE_WRITE);
+            if (report.when(!tile, ORV_STATUS_ERROR, "Error get tile to write"))
+                return false;
+            ownShowLeadingCell(target, *dst, cell, tile);
+        }
+        MapCell xs, ys;
+        const bool came = xs.take(xMap, cell) && ys.take(yMap, cell);
+        if (came)
+            remapPixels(src, xs.image(), ys.image(), target.image, {cell.width, cell.height}, range, method);
+        if (dst->tileInfo)
+            ownReleaseTile(dst, cell.column, cell.row);
+        return !report.when(!came, ORV_STATUS_BACKTRACE, "");
+    });
+}
+
+}  // namespace
+
+void ORV_CALL orvRemap(OrvImage* srcImage, OrvImage* xMap, OrvImage* yMap, OrvImage* dstImage, int32_t interpolate)
+{
+    constexpr OwnReport report{"orvRemap", source};
+    if (!imagesFit(report, srcImage, xMap, yMap, dstImage) || !ownMethodIsGood(report, interpolate))
+        return;
+    const int32_t method = ownBearableMethod(*srcImage, interpolate & ~ORV_BLEND_EDGE);
+    const OwnRect rect = ownRoiRect(*srcImage);
+    OwnSize size;
+    if (!ownCommonSize(*dstImage, *xMap, yMap, true, size) || rect.width < 1 || rect.height < 1)
+        return;
+    if (!ownChannelsAgree(report, *srcImage, *dstImage) || ownChannels(*dstImage).count == 0)
+        return;
+    const OwnPositionRange range = {double(rect.x), double(rect.y), double(rect.xEnd - 1), double(rect.yEnd - 1)};
+    OwnBorderedImage copy;
+    const OwnRect whole = {0, srcImage->width, 0, srcImage->height, srcImage->width, srcImage->height};
+    if (report.when(srcImage->tileInfo && !copy.fetch(srcImage, whole, {0, 0, 0, 0}), ORV_STATUS_BACKTRACE, ""))
+        return;
+    const OrvImage& src = srcImage->tileInfo ? copy.work.image : *srcImage;
+    if (srcImage->tileInfo || xMap->tileInfo || yMap->tileInfo || dstImage->tileInfo)
+        remapTiles(report, src, xMap, yMap, dstImage, size, range, method);
+    else
+        remapPixels(src, *xMap, *yMap, *dstImage, size, range, method);
+}

@@ -1,0 +1,65 @@
+// Where positions become pixels: lists of positions go in, pixels of the destination come out, whatever the layouts.
+#pragma once
+
+#include "../core/ownregion.h"
+#include "kernels/ownposition.h"
+#include "kernels/ownsample.h"
+
+// The method that an image can bear: bits, rows and columns are not interpolated, and a cubic takes four pixels.
+int32_t ownBearableMethod(const OrvImage& src, int32_t method);
+
+// Positions for a block of up to ownPositionRows rows. That of column i in row r is number i * columnStep + r *
+// rowStep: rows lie interleaved, or one after the other.
+struct OwnPositionList {
+    int n;  // a multiple of ownPositionGroup
+    int columnStep, rowStep;
+    // The pixels of each row: the first one, counted from the region's start, and how many are to be stored; none for a
+    // negative number.
+    int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
+    bool marked;  // only pixels with a mark are stored
+    alignas(64) double atX[ownPositions], atY[ownPositions];
+    uint8_t marks[ownPositions];
+
+    // Moves all positions into `limits`, so that they can be sampled, and marks those that lie in `range`, unless all
+    // do. With `certain` all are known to lie in both. False if no pixel is to be stored.
+    bool confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain);
+};
+
+class OwnResampler {
+public:
+    // The memory of `src` holds the pixels of an image of the given size from (x, y) on. The pixels go to the region of
+    // `dst`, which is plain memory too.
+    OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t y, const OrvImage& dst, int32_t method);
+    OwnResampler(const OwnResampler&) = delete;
+    OwnResampler& operator=(const OwnResampler&) = delete;
+
+    // Takes a list, and stores the one before it: the pixels that a list needs are on their way into the cache
+    // meanwhile.
+    void store(const OwnPositionList& list);
+    // Stores the last one.
+    void finish();
+
+private:
+    struct Task {
+        OwnDelivery delivery;
+        int n = 0;
+        int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
+        uint8_t marks[ownPositions];
+        OwnSamplePlaces places;
+    };
+
+    OwnSampleSource source;
+    const OwnSampler* sampler;
+    const uint8_t* from;  // the first processed channel in memory
+    OwnGeometry to;
+    int valueBytes;                            // 0 for bits
+    int32_t group;                             // channels that are processed together
+    ptrdiff_t sourceChannelStep, channelStep;  // bytes from channel to channel
+    bool fetches;                              // asks for memory before it is needed
+    Task tasks[2];                             // the one that is stored next, and the one after it
+    int current = 0;
+    alignas(64) uint8_t pixels[ownPositions * ownSampleBytes];
+
+    // Asks for the memory that a list will need.
+    void fetch(const OwnPositionList& list, const OwnSamplePlaces& samples) const;
+};
