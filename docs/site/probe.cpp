@@ -79,11 +79,6 @@ struct Kind {
     int coi = 0;
 };
 
-size_t bytesOf(uint32_t depth)
-{
-    return std::max<size_t>(1, (depth & ORV_DEPTH_MASK) / 8);
-}
-
 // Random values, floats from 0 to 255, others over the whole range; a seed gives the same ones each time.
 void fill(const OrvImage& image, size_t seed)
 {

@@ -341,6 +341,11 @@ private:
             type.pop_back();
         if (type == "void")
             type = "uint8_t";
+        // A record may be the library's own, which alone knows what is in it.
+        if (isPointer && !byAddress && type.starts_with("Orv")) {
+            guessed.push_back(type + "* " + name + " = nullptr;  // to be made");
+            return true;
+        }
         std::string number = byAddress || extents.size() ? "" : isPointer ? "[256]" : "";
         guessed.push_back(type + ' ' + name + number + extents + " = {};  // to be filled");
         return true;
