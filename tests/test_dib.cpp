@@ -788,4 +788,9 @@ TEST(Dib, LosesNothingWhereMemoryIsRefused)
     EXPECT_EQ(reportsOf([&] { read(bitmap, &image); }), "");
     EXPECT_TRUE(image.imageData);
     orvDeallocateImage(&image);
+    int blocks = testheap::blocks();
+    Bitmap coded({.width = 30, .height = 20, .bits = 8, .compression = BI_RLE8});
+    coded.data()[0] = 100;
+    EXPECT_NE(reportsOf([&] { read(coded, &image); }), "");
+    EXPECT_TRUE(!image.imageData && testheap::blocks() == blocks);
 }

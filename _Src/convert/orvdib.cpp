@@ -160,7 +160,23 @@ bool goodSource(const OwnReport& report, OrvImage* image)
 
 // ---- From bitmaps -------------------------------------------------------------------------------------------------
 
-// Gives an image the pixels of a bitmap with a good header; false after a report.
+// Gives an image that has data the pixels of a bitmap; false after a report.
+bool fillData(const OwnReport& report, const OwnBitmap& bitmap, const OrvImage& image)
+{
+    const OwnBitmapHeader& header = bitmap.header;
+    if (report.when(ownDibImage(image) == OWN_DIB_IMAGES, ORV_STATUS_INTERNAL,
+                    "image->nChannels and image->depth unsupport"))
+        return false;
+    if (report.when(!ownBitmapBytesFit(header), ORV_STATUS_NO_MEMORY, noData))
+        return false;
+    OwnScratch<uint8_t> rows(isCoded(header) ? ownRLEDecompress(report, header, ownBitmapPixels(bitmap)) : nullptr);
+    if (report.when(isCoded(header) && !rows, ORV_STATUS_INTERNAL, "Impossible to decompress RLE DIB"))
+        return false;
+    ownReadBitmap(bitmap, rows ? rows.data : ownBitmapPixels(bitmap), image);
+    return true;
+}
+
+// Gives an image the pixels of a bitmap with a good header, and data if it has none; false after a report.
 bool fill(const OwnReport& report, const OwnBitmap& bitmap, OrvImage* image, const char* badBits)
 {
     const OwnBitmapHeader& header = bitmap.header;
@@ -174,20 +190,16 @@ bool fill(const OwnReport& report, const OwnBitmap& bitmap, OrvImage* image, con
         return false;
     if (header.biWidth <= 0 || header.biHeight == 0)
         return true;
-    if (!image->imageData)
+    bool hadData = image->imageData;
+    if (!hadData)
         orvAllocateImage(image, 0, 0);
     if (report.when(!image->imageData, ORV_STATUS_NO_MEMORY, noData))
         return false;
-    if (report.when(ownDibImage(*image) == OWN_DIB_IMAGES, ORV_STATUS_INTERNAL,
-                    "image->nChannels and image->depth unsupport"))
-        return false;
-    if (report.when(!ownBitmapBytesFit(header), ORV_STATUS_NO_MEMORY, noData))
-        return false;
-    OwnScratch<uint8_t> rows(isCoded(header) ? ownRLEDecompress(report, header, ownBitmapPixels(bitmap)) : nullptr);
-    if (report.when(isCoded(header) && !rows, ORV_STATUS_INTERNAL, "Impossible to decompress RLE DIB"))
-        return false;
-    ownReadBitmap(bitmap, rows ? rows.data : ownBitmapPixels(bitmap), *image);
-    return true;
+    bool filled = fillData(report, bitmap, *image);
+    // A caller's image comes back as it was.
+    if (!filled && !hadData)
+        orvDeallocateImage(image);
+    return filled;
 }
 
 // What a new image of a bitmap is like.

@@ -266,25 +266,21 @@ void makeTable(const OwnBitmap& bitmap, ChangeWords change, uint32_t (&table)[25
         change(table, ptrdiff_t(values));
 }
 
-// The short ways from pixels of eight bits to images of 8U without alpha; false for other images.
+// The short ways from pixels of eight bits to bytes of one channel, or of three side by side; false for other images.
 bool readBytesByTable(const OwnBitmap& bitmap, const Exchange& exchange, const uint32_t* table)
 {
     const OrvImage& image = exchange.image;
-    bool planes = image.dataOrder == ORV_DATA_ORDER_PLANE || image.nChannels == 1;
-    if (bitmap.header.biBitCount != 8 || image.depth != ORV_DEPTH_8U || image.nChannels > 3)
+    bool single = image.nChannels == 1, triples = image.nChannels == 3 && image.dataOrder == ORV_DATA_ORDER_PIXEL;
+    if (bitmap.header.biBitCount != 8 || image.depth != ORV_DEPTH_8U || !(single || triples))
         return false;
-    uint8_t bytes[3][256];
-    for (int c = 0; c < image.nChannels; ++c)
-        for (int i = 0; i < 256; ++i)
-            bytes[c][i] = uint8_t(table[i] >> 8 * (image.nChannels == 1 ? 2 : c));
-    for (int32_t y = 0; y < exchange.height; ++y) {
-        const uint8_t* from = exchange.bitmapRow(y);
-        OwnDibRow to = exchange.imageRow(y, 0);
-        if (planes)
-            ownDibKernels().lookUp[image.nChannels > 1](from, bytes, to.channel, exchange.width);
+    uint8_t bytes[256];
+    for (int i = 0; i < 256; ++i)
+        bytes[i] = uint8_t(table[i] >> 16);
+    for (int32_t y = 0; y < exchange.height; ++y)
+        if (single)
+            ownDibKernels().lookUp(exchange.bitmapRow(y), bytes, exchange.imageRow(y), exchange.width);
         else
-            ownDibKernels().to24(from, table, to.channel[0], exchange.width);
-    }
+            ownDibKernels().to24(exchange.bitmapRow(y), table, exchange.imageRow(y), exchange.width);
     return true;
 }
 

@@ -3,7 +3,7 @@
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
-#ifndef NOMINMAX  // libstdc++ defines it
+#if !defined(NOMINMAX)
 #define NOMINMAX
 #endif
 #include <windows.h>

@@ -307,7 +307,8 @@ void raise(Stage& stage)
     Image& image = stage.inPlace("image", photo("chelsea"));
     const int32_t data[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
     OrvColorTwist* half = nullptr;
-    CODE(half = orvCreateColorTwist(data, 1));
+    CODE(half = orvCreateColorTwist(data, 0));
+    CODE(orvSetColorTwist(half, data, 1));
     CALL(orvApplyColorTwist(image, image, half, 128));
     CODE(orvDeleteColorTwist(half));
 }

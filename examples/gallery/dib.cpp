@@ -1,6 +1,7 @@
 // The gallery's entries for device-independent bitmaps.
 #include <cstring>
 #include <deque>
+#include <utility>
 #include <vector>
 
 #include "families.h"
@@ -50,17 +51,31 @@ Image& readBack(Stage& stage, const char* name, const Image& like)
 void palettes(Stage& stage)
 {
     Image& image = stage.source("image", photo("coffee"));
-    Image &fixed8 = readBack(stage, "fixed8", image), &median8 = readBack(stage, "median8", image),
-          &fixed4 = readBack(stage, "fixed4", image), &median4 = readBack(stage, "median4", image);
-    BITMAPINFOHEADER *dib8 = bitmapFor(stage, "dib8", image, 8), *dib4 = bitmapFor(stage, "dib4", image, 4);
-    CALL(orvConvertToDIB(image, dib8, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
-    CALL(orvConvertFromDIB(dib8, fixed8));
-    CALL(orvConvertToDIB(image, dib8, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
-    CALL(orvConvertFromDIB(dib8, median8));
-    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
-    CALL(orvConvertFromDIB(dib4, fixed4));
-    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
-    CALL(orvConvertFromDIB(dib4, median4));
+    Image &fixed = readBack(stage, "fixed", image), &median = readBack(stage, "median", image);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, 8);
+    CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
+    CALL(orvConvertFromDIB(dib, fixed));
+    CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
+    CALL(orvConvertFromDIB(dib, median));
+}
+
+// Bitmaps of one bit, for which there is dithering of greys alone, or of four, with every kind of dithering.
+template <int bits, int paletteConversion>
+void everyDither(Stage& stage)
+{
+    static const std::pair<const char*, int> kinds[] = {{"NONE", ORV_DITHER_NONE},
+                                                        {"FS", ORV_DITHER_FS},
+                                                        {"JJH", ORV_DITHER_JJH},
+                                                        {"STUCKEY", ORV_DITHER_STUCKEY},
+                                                        {"BAYER", ORV_DITHER_BAYER}};
+    Image& image = stage.source("image", photo(bits == 1 ? "camera" : "coffee"));
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, bits);
+    for (const auto& kind : kinds) {
+        const int dither = kind.second;
+        Image& shown = readBack(stage, kind.first, image);
+        CALL(orvConvertToDIB(image, dib, dither, paletteConversion));
+        CALL(orvConvertFromDIB(dib, shown));
+    }
 }
 
 void dithered(Stage& stage)
@@ -77,24 +92,6 @@ void dithered(Stage& stage)
     CALL(orvConvertFromDIBSep(dib, pixels, diffused));
     CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_BAYER, ORV_PALETTE_KEEP));
     CALL(orvConvertFromDIBSep(dib, pixels, ordered));
-}
-
-void greys(Stage& stage)
-{
-    Image& image = stage.source("image", photo("camera"));
-    Image &two = stage.target("two", Image(1, ORV_DEPTH_1U, 512, 512)),
-          &twoDithered = stage.target("twoDithered", Image(1, ORV_DEPTH_1U, 512, 512)),
-          &sixteen = stage.target("sixteen", Image(1, ORV_DEPTH_8U, 512, 512)),
-          &sixteenDithered = stage.target("sixteenDithered", Image(1, ORV_DEPTH_8U, 512, 512));
-    BITMAPINFOHEADER *dib1 = bitmapFor(stage, "dib1", image, 1), *dib4 = bitmapFor(stage, "dib4", image, 4);
-    CALL(orvConvertToDIB(image, dib1, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
-    CALL(orvConvertFromDIB(dib1, two));
-    CALL(orvConvertToDIB(image, dib1, ORV_DITHER_STUCKEY, ORV_PALETTE_FIXED));
-    CALL(orvConvertFromDIB(dib1, twoDithered));
-    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
-    CALL(orvConvertFromDIB(dib4, sixteen));
-    CALL(orvConvertToDIB(image, dib4, ORV_DITHER_STUCKEY, ORV_PALETTE_FIXED));
-    CALL(orvConvertFromDIB(dib4, sixteenDithered));
 }
 
 void coded(Stage& stage)
@@ -125,6 +122,16 @@ void translated(Stage& stage)
         stage.fail("the pixels are not shared");
 }
 
+// The program examples/viewer.c.
+void window(Stage& stage)
+{
+    Image& image = stage.source("image", photo("chelsea"));
+    Image& dithered = stage.watched("dithered", Image(3, ORV_DEPTH_8U, image->width, image->height));
+    CALL(orvReduceBits(image, dithered, 0, ORV_DITHER_FS, 2));
+    stage.showAfter("screenshot", photo("viewer"));
+    stage.note("The image shares its pixels with a bitmap, which SetDIBitsToDevice shows.");
+}
+
 }  // namespace
 
 const Family bitmaps = {
@@ -132,14 +139,22 @@ const Family bitmaps = {
     "Bitmaps",
     "Device-independent bitmaps, as Windows and BMP files have them: written, and read back for the picture.",
     {
-        {"orvConvertToDIB, palettes",
-         "256 and 16 colours: fixed ones, and those that median cut finds in the picture itself.", palettes},
-        {"orvConvertToDIB, greys", "Two and sixteen greys, plain and by Stucki's error diffusion.", greys},
+        {"orvConvertToDIB, 8 bits", "256 colours: fixed ones, and those that median cut finds in the picture itself.",
+         palettes},
+        {"orvConvertToDIB, 4 bits", "The 16 colours of old, with every kind of dithering to 16 levels.",
+         everyDither<4, ORV_PALETTE_FIXED>},
+        {"orvConvertToDIB, 4 bits by median cut", "16 colours of the picture's own.",
+         everyDither<4, ORV_PALETTE_MEDCUT>},
+        {"orvConvertToDIB, 1 bit", "Black and white, with every kind of dithering to two levels.",
+         everyDither<1, ORV_PALETTE_FIXED>},
+        {"orvConvertToDIB, 1 bit by median cut", "Two greys of the picture's own.", everyDither<1, ORV_PALETTE_MEDCUT>},
         {"orvConvertToDIBSep, 15 bits", "Five bits for each component: bands, unless they are dithered away.",
          dithered},
         {"orvConvertToDIB, run-length code", "Sixteen greys, coded as they are written and decoded as they are read.",
          coded},
         {"orvTranslateDIB", "An image that shares its pixels with a bitmap, and inverts them there.", translated},
+        {"orvReduceBits, in a window", "The Windows program examples/viewer.c under Wine, after its key for dithering.",
+         window},
     }};
 
 }  // namespace gallery

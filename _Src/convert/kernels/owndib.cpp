@@ -249,14 +249,63 @@ void loadChannels(const OwnDibRow& row, uint32_t* __restrict words, ptrdiff_t n)
     }
 }
 
+#if defined(__AVX2__)
+// The components of 32 words, a vector of bytes each.
+struct Components {
+    __m256i b, g, r, a;
+
+    explicit Components(const uint32_t* words)
+    {
+        const __m256i first = eightOf(words), second = eightOf(words + 8);
+        const __m256i third = eightOf(words + 16), fourth = eightOf(words + 24);
+        const __m256i br = _mm256_unpacklo_epi64(first, second), ga = _mm256_unpackhi_epi64(first, second);
+        const __m256i br2 = _mm256_unpacklo_epi64(third, fourth), ga2 = _mm256_unpackhi_epi64(third, fourth);
+        b = _mm256_permute2x128_si256(br, br2, 0x20);
+        g = _mm256_permute2x128_si256(ga, ga2, 0x20);
+        r = _mm256_permute2x128_si256(br, br2, 0x31);
+        a = _mm256_permute2x128_si256(ga, ga2, 0x31);
+    }
+
+private:
+    // B and G of eight words in the lower half, R and A in the upper one.
+    static __m256i eightOf(const uint32_t* words)
+    {
+        const __m256i byComponent =
+            _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+        const __m256i eight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(words));
+        return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(eight, byComponent),
+                                           _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+};
+
+// Planes of bytes, as far as vectors go.
+template <int channels>
+ptrdiff_t storePlanes(const uint32_t* words, uint8_t* const* channel, ptrdiff_t n)
+{
+    ptrdiff_t i = 0;
+    for (; i + 32 <= n; i += 32) {
+        const Components components(words + i);
+        const __m256i bytes[4] = {components.b, components.g, components.r, components.a};
+        for (int c = 0; c < channels; ++c)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(channel[c] + i), bytes[c]);
+    }
+    return i;
+}
+#endif
+
 template <class T, int channels, int step>
 void storeChannels(const uint32_t* __restrict words, const OwnDibRow& row, ptrdiff_t n)
 {
     constexpr int shift = 8 * (sizeof(T) - 1);
     constexpr int first = channels == 1 ? 2 : 0;  // one channel takes what is in the place of R
     void* channel[4] = {row.channel[0], row.channel[1], row.channel[2], row.channel[3]};
+    ptrdiff_t done = 0;
+#if defined(__AVX2__)
+    if (sizeof(T) == 1 && step == 1 && channels > 1)
+        done = storePlanes<channels>(words, row.channel, n);
+#endif
     for (int c = 0; c < channels && step == 1; ++c)
-        for (ptrdiff_t i = 0; i < n; ++i)
+        for (ptrdiff_t i = done; i < n; ++i)
             ownStore<T>(channel[c], i, T((words[i] >> 8 * (first + c) & 0xFF) << shift));
     for (ptrdiff_t i = 0; i < n && step > 1; ++i)
         for (int c = 0; c < channels; ++c)
@@ -267,22 +316,20 @@ template <class T, int channels>
 void load(const OwnDibRow& row, uint32_t* words, ptrdiff_t n)
 {
     if (row.step == 1)
-        loadChannels<T, channels, 1>(row, words, n);
-    else if (sizeof(T) == 1 && channels == 3)
-        read24(row.channel[0], {}, words, n);
-    else
-        loadChannels<T, channels, channels>(row, words, n);
+        return loadChannels<T, channels, 1>(row, words, n);
+    if (sizeof(T) == 1 && channels == 3)
+        return read24(row.channel[0], {}, words, n);
+    loadChannels<T, channels, channels>(row, words, n);
 }
 
 template <class T, int channels>
 void store(const uint32_t* words, const OwnDibRow& row, ptrdiff_t n)
 {
     if (row.step == 1)
-        storeChannels<T, channels, 1>(words, row, n);
-    else if (sizeof(T) == 1 && channels == 3)
-        write24(words, {}, row.channel[0], n);
-    else
-        storeChannels<T, channels, channels>(words, row, n);
+        return storeChannels<T, channels, 1>(words, row, n);
+    if (sizeof(T) == 1 && channels == 3)
+        return write24(words, {}, row.channel[0], n);
+    storeChannels<T, channels, channels>(words, row, n);
 }
 
 // ---- Tables -------------------------------------------------------------------------------------------------------
@@ -308,42 +355,33 @@ struct ByteTable {
     }
 };
 
-template <int channels>
-void lookUpVectors(const uint8_t* row, const uint8_t (*tables)[256], uint8_t* const* bytes, ptrdiff_t n)
+void lookUpVectors(const uint8_t* row, const uint8_t* table, uint8_t* bytes, ptrdiff_t n)
 {
-    static_assert(channels == 1 || channels == 3);
-    const ByteTable table[3] = {ByteTable(tables[0]), ByteTable(tables[channels / 2]), ByteTable(tables[channels - 1])};
+    const ByteTable parts(table);
     for (ptrdiff_t i = 0; i + 32 <= n; i += 32) {
         const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row + i));
         const __m256i high = _mm256_xor_si256(low, _mm256_set1_epi8(-128));
-        __m256i values[channels] = {};
+        __m256i values = _mm256_setzero_si256();
 #pragma GCC unroll 8
         for (int k = 0; k < 8; ++k) {
             const __m256i before = _mm256_set1_epi8(int8_t(16 * k));
-            const __m256i lowLeft = _mm256_subs_epi8(low, before), highLeft = _mm256_subs_epi8(high, before);
-#pragma GCC unroll 3
-            for (int c = 0; c < channels; ++c) {
-                values[c] = _mm256_xor_si256(values[c], _mm256_shuffle_epi8(table[c].part[k], lowLeft));
-                values[c] = _mm256_xor_si256(values[c], _mm256_shuffle_epi8(table[c].part[8 + k], highLeft));
-            }
+            values = _mm256_xor_si256(values, _mm256_shuffle_epi8(parts.part[k], _mm256_subs_epi8(low, before)));
+            values = _mm256_xor_si256(values, _mm256_shuffle_epi8(parts.part[8 + k], _mm256_subs_epi8(high, before)));
         }
-        for (int c = 0; c < channels; ++c)
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes[c] + i), values[c]);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes + i), values);
     }
 }
 #endif
 
-template <int channels>
-void lookUp(const uint8_t* row, const uint8_t (*tables)[256], uint8_t* const* bytes, ptrdiff_t n)
+void lookUp(const uint8_t* row, const uint8_t* table, uint8_t* bytes, ptrdiff_t n)
 {
     ptrdiff_t i = 0;
 #if defined(__AVX2__)
-    lookUpVectors<channels>(row, tables, bytes, n);
+    lookUpVectors(row, table, bytes, n);
     i = n & ~31;
 #endif
     for (; i < n; ++i)
-        for (int c = 0; c < channels; ++c)
-            bytes[c][i] = tables[c][row[i]];
+        bytes[i] = table[row[i]];
 }
 
 void to24(const uint8_t* row, const uint32_t* table, uint8_t* bytes, ptrdiff_t n)
@@ -388,7 +426,7 @@ const OwnDibKernels ownDibKernels = {
      load<uint16_t, 4>},
     {storeHighBits, store<uint8_t, 1>, store<uint8_t, 3>, store<uint8_t, 4>, store<uint16_t, 1>, store<uint16_t, 3>,
      store<uint16_t, 4>},
-    {lookUp<1>, lookUp<3>},
+    lookUp,
     to24,
     swap,
     toGrey,

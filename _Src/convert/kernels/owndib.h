@@ -69,8 +69,8 @@ struct OwnDibKernels {
     void (*load[OWN_DIB_IMAGES])(const OwnDibRow& row, uint32_t* words, ptrdiff_t n);
     void (*store[OWN_DIB_IMAGES])(const uint32_t* words, const OwnDibRow& row, ptrdiff_t n);
 
-    // From a row of bytes: by one or three tables of bytes, and by a table of words to three bytes each.
-    void (*lookUp[2])(const uint8_t* row, const uint8_t (*tables)[256], uint8_t* const* bytes, ptrdiff_t n);
+    // From a row of bytes: by a table of bytes, and by a table of words to three bytes each.
+    void (*lookUp)(const uint8_t* row, const uint8_t* table, uint8_t* bytes, ptrdiff_t n);
     void (*to24)(const uint8_t* row, const uint32_t* table, uint8_t* bytes, ptrdiff_t n);
 
     void (*swap)(uint32_t* words, ptrdiff_t n);    // B and R

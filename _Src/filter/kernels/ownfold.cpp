@@ -305,7 +305,8 @@ inline __attribute__((always_inline)) Pairs shiftedBytes(const void* row, ptrdif
     const Pairs v = loadAt<Pairs>(row, byte + (bits >> 3));
     if (!left)
         return v;
-    const Pairs high = uint16_t((0xFF << left & 0xFF) * 0x0101) - Pairs{};  // what a shift leaves of each byte
+    const auto kept = uint16_t((0xFF << left & 0xFF) * 0x0101);  // what a shift leaves of each byte
+    const Pairs high = kept - Pairs{};
     return (v << left & high) | (loadAt<Pairs>(row, byte + (bits >> 3) + 1) >> (8 - left) & ~high);
 }
 

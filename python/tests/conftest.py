@@ -1,0 +1,7 @@
+import numpy as np
+import pytest
+
+
+@pytest.fixture
+def random():
+    return np.random.default_rng(17)
