@@ -247,10 +247,18 @@ TEST(Mathematics, ErrsByLessThanAUnitInTheLastPlace)
         double log = ownLog(x), unit = std::nextafter(std::abs(log), HUGE_VAL) - std::abs(log);
         ASSERT_LE(std::abs(double(log - logl(x))), unit) << x;
         ASSERT_NEAR(ownSinOfTurns(fraction, 0), double(sinl(6.283185307179586476925286766559L * fraction)), 0x1p-52);
+        double angle = fraction * 6.3;
+        ASSERT_NEAR(ownSineCosine(angle).sin, double(sinl(angle)), 0x1p-53) << angle;
+        ASSERT_NEAR(ownSineCosine(angle).cos, double(cosl(angle)), 0x1p-53) << angle;
     }
     EXPECT_EQ(ownLog(1.0), 0);
     EXPECT_EQ(ownSinOfTurns(0.25, 0), 1);
     EXPECT_EQ(ownSinOfTurns(0.75, 0), -1);
+    for (int quarters = 1; quarters <= 4; ++quarters)  // where one of both is as small as the angle's own rounding
+        for (double angle : {quarters * M_PI_2, std::nextafter(quarters * M_PI_2, 0)}) {
+            EXPECT_DOUBLE_EQ(ownSineCosine(angle).sin, double(sinl(angle)));
+            EXPECT_DOUBLE_EQ(ownSineCosine(angle).cos, double(cosl(angle)));
+        }
 }
 
 TEST(Jaehne, IsTheChirpAtEveryDepth)

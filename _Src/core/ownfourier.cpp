@@ -1,8 +1,9 @@
 // The tables of Fourier transforms.
 #include "ownfourier.h"
 
-#include <cmath>
 #include <cstring>
+
+#include "ownmath.h"
 
 namespace {
 
@@ -241,7 +242,8 @@ OwnRoot ownRoot(int64_t j, int64_t n)
     bool steep = eighths > n;
     eighths = steep ? 2 * n - eighths : eighths;
     double angle = double(eighths) * (pi / 4) / double(n);
-    double c = cos(angle), s = 3 * eighths == 2 * n ? 0.5 : eighths == n ? c : sin(angle);
+    OwnSineCosine value = ownSineCosineNearZero(angle);
+    double c = value.cos, s = 3 * eighths == 2 * n ? 0.5 : eighths == n ? c : value.sin;
     double x = steep ? s : c, y = steep ? c : s;
     return {left ? -x : x, below ? -y : y};
 }

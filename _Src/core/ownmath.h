@@ -4,6 +4,7 @@
 //
 //   ownLog          the natural logarithm
 //   ownSinOfTurns   the sine of a fraction of a turn
+//   ownSineCosine   the sine and the cosine of an angle in radians
 //
 // Series by the methods of W. J. Cody and W. Waite, "Software Manual for the Elementary Functions" (Prentice-Hall, 1980): reduce
 // the argument exactly, then sum few terms.
@@ -42,21 +43,48 @@ OWN_INLINE double ownLog(double x)
     return e * log2High - ((half - (s * (half + ownSeries(s * s, terms)) + e * log2Low)) - f);
 }
 
-// sin(2 pi turns + little) for 0 <= turns < 1 and a correction below 1e-9.
-OWN_INLINE double ownSinOfTurns(double turns, double little)
+struct OwnSineCosine {
+    double sin, cos;
+};
+
+// Of an angle of at most pi / 4 to either side: both series, so that no branch depends on the angle.
+OWN_INLINE OwnSineCosine ownSineCosineNearZero(double x)
 {
-    constexpr double quarter = 1.5707963267948966, rest = 6.123233995736766e-17;  // of a turn
     constexpr double sineTerms[] = {-1.0 / 6,        1.0 / 120,        -1.0 / 5040,          1.0 / 362880,
                                     -1.0 / 39916800, 1.0 / 6227020800, -1.0 / 1307674368000, 1.0 / 355687428096000};
     constexpr double cosineTerms[] = {1.0 / 24,        -1.0 / 720,         1.0 / 40320,         -1.0 / 3628800,
                                       1.0 / 479001600, -1.0 / 87178291200, 1.0 / 20922789888000};
+    const double z = x * x;
+    return {x + x * ownSeries(z, sineTerms), 1.0 - (0.5 * z - z * ownSeries(z, cosineTerms))};
+}
+
+// sin(2 pi turns + little) for 0 <= turns < 1 and a correction below 1e-9.
+OWN_INLINE double ownSinOfTurns(double turns, double little)
+{
+    constexpr double quarter = 1.5707963267948966, rest = 6.123233995736766e-17;  // of a turn
     const double quarters = turns * 4.0;
     const int nearest = int(quarters + 0.5);
     const double f = quarters - nearest;  // exact, at most a half
-    const double x = f * quarter + (f * rest + little), z = x * x;
-    // Both series, so that no branch depends on the argument.
-    const double sine = x + x * ownSeries(z, sineTerms);
-    const double cosine = 1.0 - (0.5 * z - z * ownSeries(z, cosineTerms));
-    const double value = nearest & 1 ? cosine : sine;
-    return nearest & 2 ? -value : value;
+    const OwnSineCosine value = ownSineCosineNearZero(f * quarter + (f * rest + little));
+    const double part = nearest & 1 ? value.cos : value.sin;
+    return nearest & 2 ? -part : part;
+}
+
+// Of an angle from 0 to a few turns.
+OWN_INLINE OwnSineCosine ownSineCosine(double radians)
+{
+    // Of a quarter turn; times a few thousand, the first two are exact.
+    constexpr double high = 0x1.921fb54400000p+0, middle = 0x1.0b4611a600000p-34, low = 0x1.3198a2e037073p-69;
+    const int nearest = int(radians * 0.6366197723675814 + 0.5);
+    const double part = radians - nearest * high;
+    const double x = part - nearest * middle;
+    const double rest = ((part - x) - nearest * middle) - nearest * low;
+    const OwnSineCosine near = ownSineCosineNearZero(x);
+    const double s = near.sin + rest * near.cos, c = near.cos - rest * near.sin;
+    switch (nearest & 3) {
+    case 0: return {s, c};
+    case 1: return {c, -s};
+    case 2: return {-s, -c};
+    default: return {-c, s};
+    }
 }

@@ -251,7 +251,7 @@ void ORV_CALL orvGetRotateShift(double xCenter, double yCenter, double angle, do
         *xShift += xCenter + yCenter;
         *yShift += yCenter - xCenter;
     } else {
-        const auto [co, s] = ownTurn(turn);
+        const auto [s, co] = ownTurn(turn);
         *xShift += xCenter - xCenter * co - yCenter * s;
         *yShift += yCenter - yCenter * co + xCenter * s;
     }

@@ -171,13 +171,13 @@ void ORV_CALL orvRotate(OrvImage* srcImage, OrvImage* dstImage, double angle, do
 {
     constexpr OwnReport report{"orvRotate", source};
     const double turn = ownWholeTurns(angle);
-    OwnTurn exact;
+    OwnSineCosine exact;
     if (turn == 90)
-        exact = {0, 1};
+        exact = {1, 0};
     else if (turn == 180)
-        exact = {-1, 0};
-    else if (turn == 270)
         exact = {0, -1};
+    else if (turn == 270)
+        exact = {-1, 0};
     else
         exact = ownTurn(turn);
     const bool isQuarter = turn == 90 || turn == 180 || turn == 270;
@@ -185,7 +185,7 @@ void ORV_CALL orvRotate(OrvImage* srcImage, OrvImage* dstImage, double angle, do
         turnExactly(report, srcImage, dstImage, int(turn) / 90, xShift, yShift);
         return;
     }
-    double coeffs[2][3] = {{exact.cosine, exact.sine, xShift}, {-exact.sine, exact.cosine, yShift}};
+    double coeffs[2][3] = {{exact.cos, exact.sin, xShift}, {-exact.sin, exact.cos, yShift}};
     orvWarpAffine(srcImage, dstImage, coeffs, interpolate);
     report.when(failedBefore(), ORV_STATUS_BACKTRACE, "");
 }

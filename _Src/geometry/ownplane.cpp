@@ -275,9 +275,9 @@ double ownWholeTurns(double angle)
     return rest < 0 ? rest + 360 : rest;
 }
 
-OwnTurn ownTurn(double angle)
+OwnSineCosine ownTurn(double angle)
 {
     constexpr double pi = 3.14159265358979323846;
     const double radians = angle * (1.0 / 180) * pi;
-    return {cos(radians), sin(radians)};
+    return ownSineCosine(radians);
 }

@@ -11,6 +11,7 @@
 // left top, right top, right bottom and left bottom corner.
 #pragma once
 
+#include "../core/ownmath.h"
 #include "orv/core.h"
 
 // Inclusive ends. In 64 bits, since a bare region may end beyond the range of its fields.
@@ -64,9 +65,5 @@ bool ownInvertBilinear(const OwnPlaneRect& rect, const double* quad, OwnBilinear
 // An angle in degrees without whole turns, from 0 up to 360.
 double ownWholeTurns(double angle);
 
-struct OwnTurn {
-    double cosine, sine;
-};
-// Of an angle in degrees. The last bits are those of the C library; pixels see them only where a position lies that
-// near to the border between two results.
-OwnTurn ownTurn(double angle);
+// Of an angle in degrees without whole turns.
+OwnSineCosine ownTurn(double angle);

@@ -123,9 +123,18 @@ double spatial(const OrvMomentState& s, int32_t m, int32_t n)
     return s[m][n].value;
 }
 
+// A power of so many halves: by products and a root, which are the same on every system.
+double halfPower(double x, int32_t halves)
+{
+    double power = halves % 2 ? sqrt(x) : 1.0;
+    for (int32_t i = 0; i < halves / 2; ++i)
+        power *= x;
+    return power;
+}
+
 double normalized(const OrvMomentState& s, double moment, int32_t m, int32_t n)
 {
-    return moment / pow(spatial(s, 0, 0), (m + n + 2) * 0.5);
+    return moment / halfPower(spatial(s, 0, 0), m + n + 2);
 }
 
 double normalizedSpatial(const OrvMomentState& s, int32_t m, int32_t n)
