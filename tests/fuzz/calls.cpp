@@ -374,8 +374,8 @@ void readBitmap(Drawing& d, Function* function)
     OrvImage* image = d.image();
     std::string imageText = d.arguments;
     d.arguments.clear();
-    Bitmap bitmap = bitmapFor(d, image && image->width < 200 ? image->width : 9, image && image->height < 200 ? image->height : 9,
-                              separate, false);
+    auto side = [](int32_t size) { return size > 0 && size < 200 ? size : 9; };
+    Bitmap bitmap = bitmapFor(d, side(image ? image->width : 9), side(image ? image->height : 9), separate, false);
     d.name("%s", imageText.c_str());
     if constexpr (separate)
         d.perform(function, bitmap.dib, bitmap.pixels, image);
@@ -387,8 +387,8 @@ template <bool separate, class Function>
 void writeBitmap(Drawing& d, Function* function)
 {
     OrvImage* image = d.image();
-    Bitmap bitmap = bitmapFor(d, image && image->width < 200 ? image->width : 9, image && image->height < 200 ? image->height : 9,
-                              separate, true);
+    auto side = [](int32_t size) { return size > 0 && size < 200 ? size : 9; };
+    Bitmap bitmap = bitmapFor(d, side(image ? image->width : 9), side(image ? image->height : 9), separate, true);
     int dither = d.source.oneIn(2) ? 1 : d.integer(), palette = d.source.below(3);
     d.name("%d, %d", dither, palette);
     if constexpr (separate)
@@ -430,7 +430,6 @@ void allocate(Drawing& d, Function* function)
     }
     auto doFill = d.draw<int32_t>();
     d.perform(function, image, doFill, d.draw<Value>());
-    orvDeallocateImage(image);
 }
 
 template <class K, class T>

@@ -95,12 +95,15 @@ void Drawing::end()
         bool same = now.roi == old.roi && now.maskROI == old.maskROI && now.tileInfo == old.tileInfo &&
                     now.width == old.width && now.height == old.height && now.depth == old.depth &&
                     now.nChannels == old.nChannels && now.widthStep == old.widthStep;
-        if (!same && !strstr(entry.name, "llocate"))
-            replayFail("a header was changed");
+        if (!same && !strstr(entry.name, "llocate") && !strstr(entry.name, "FromDIB"))
+            replayFail(now.maskROI != old.maskROI ? "maskROI was changed" : now.roi != old.roi ? "roi was changed" : "a header was changed");
         tileRefused |= place->how.refuse && place->tiles.requests >= place->how.refuse;
-        if (now.tileInfo == &place->info && place->tiles.open != 0)
+        // Where a tile or memory does not come, what is open stays so.
+        if (orvGetErrStatus() == 0 && !memoryRefused && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
         hashImage(&now);
+        if (now.imageDataBlock)  // of a function that has allocated it
+            orvDeallocateImage(&place->image);
     }
 }
 
@@ -340,10 +343,8 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         OrvImage old = image;
         *source.of({fields[0], fields[2], fields[3], fields[4], fields[5], fields[6], fields[7], fields[8], fields[9],
                     fields[10], fields[11], fields[12], fields[13]}) = integer();
-        if (image.imageSize > old.imageSize || (!image.tileInfo && replayBytes(&image) > replayMostBytes - 256))
+        if (!image.tileInfo && (image.imageSize > replayMostBytes - 256 || replayBytes(&image) > replayMostBytes - 256))
             image = old;
-        if (image.width < 1 || image.widthStep < 1)
-            image.imageSize = 64;
         if (image.tileInfo && (image.width > 300 || image.height > 300))
             to.how.refuse = 1 + source.below(300);
     }

@@ -119,8 +119,13 @@ long loop(Clock::time_point end, uint64_t seed)
         printf("/* fault %ld, seed %llu, %s %d: %s */\n", faults, static_cast<unsigned long long>(shared->seed.load()),
                WIFSIGNALED(status) ? "signal" : "exit", WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status),
                entry.name);
-        if (++known[entry.name] <= 3)
+        fflush(nullptr);
+        if (++known[entry.name] <= 3 && fork() == 0) {
             makeCall({shared->seed}, stdout);
+            fflush(nullptr);
+            _exit(0);
+        }
+        wait(&status);
         ++shared->seed;
     }
     long most = 0, least = 1L << 60;

@@ -135,19 +135,20 @@ static int64_t replayRowBytes(const OrvImage* image, int64_t width)
 {
     int64_t channels = image->dataOrder == ORV_DATA_ORDER_PLANE ? 1 : image->nChannels;
     int64_t bits = image->depth & ORV_DEPTH_MASK;
-    return channels < 1 || channels > 100 || bits > 32 || width < 1 ? 1 : (width * channels * bits + 7) / 8;
+    return channels < 1 || bits > 32 || width < 1 ? 1 : channels > replayMostBytes ? 1 << 30 : (width * channels * bits + 7) / 8;
 }
 
 static int64_t replayRows(const OrvImage* image, int64_t height)
 {
     int64_t planes = image->dataOrder == ORV_DATA_ORDER_PLANE ? image->nChannels : 1;
-    return planes < 1 || planes > 100 || height < 1 ? 1 : planes * height;
+    return planes < 1 || height < 1 ? 1 : planes > replayMostBytes ? 1 << 30 : planes * height;
 }
 
 /* The bytes that the header describes, from the first row's start to the last row's end. */
 static int64_t replayBytes(const OrvImage* image)
 {
-    return (replayRows(image, image->height) - 1) * image->widthStep + replayRowBytes(image, image->width);
+    int64_t step = image->widthStep < 1 ? 0 : image->widthStep;
+    return (replayRows(image, image->height) - 1) * step + replayRowBytes(image, image->width);
 }
 
 static float replayFloat(uint32_t bits, int32_t fill)
@@ -213,16 +214,19 @@ static int replayPixels(OrvImage* image, ReplayHow how)
     uint32_t state = how.seed;
     if (!image->tileInfo) {
         int64_t bytes = replayBytes(image), rows = replayRows(image, image->height);
+        bytes = bytes < image->imageSize ? image->imageSize : bytes;
         image->imageData = bytes > replayMostBytes ? NULL : replayBlock((size_t)bytes, how.atStart, how.shift);
         if (!image->imageData)
             return 0;
         memset(image->imageData, 0x3C, (size_t)bytes);
-        for (int64_t i = 0; i < rows; ++i)
+        for (int64_t i = 0; i < rows && image->widthStep > 0; ++i)
             replayRow(image, image->imageData + i * image->widthStep, image->width, &how, &state);
         return 1;
     }
     OrvTileInfo* info = image->tileInfo;
-    if (info->width < 8 || info->height < 8 || info->width > 4096 || info->height > 4096)
+    if (info->width > 4096 || info->height > 4096)
+        return 0;
+    if (info->width < 8 || info->height < 8)
         return 1;
     ReplayTiles* tiles = (ReplayTiles*)info->tileTag;
     int64_t across = ((int64_t)image->width + info->width - 1) / info->width;
