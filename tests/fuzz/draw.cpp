@@ -30,7 +30,7 @@ Drawing::Drawing(Source given, const Plan& wanted, const Entry& what) : source(g
     replayReset();
     replayBegin();
     if (plan.program)
-        fprintf(plan.program, "/* %s */\n#include \"replay.h\"\n\nint main(void)\n{\n    replayReset();\n    replayBegin();\n",
+        fprintf(plan.program, "/* %s */\n#include \"replay.h\"\n\nint main(void)\n{\n    replayReset();\n    replayBegin();\n    replayArena.isLoud = 1;\n",
                 entry.name);
 }
 
@@ -99,7 +99,8 @@ void Drawing::end()
             replayFail(now.maskROI != old.maskROI ? "maskROI was changed" : now.roi != old.roi ? "roi was changed" : "a header was changed");
         tileRefused |= place->how.refuse && place->tiles.requests >= place->how.refuse;
         // Where a tile or memory does not come, what is open stays so.
-        if (orvGetErrStatus() == 0 && !memoryRefused && now.tileInfo == &place->info && place->tiles.open != 0)
+        bool isSilent = memoryRefused || (!plan.valid && strstr(entry.name, "Filter"));  // without memory
+        if (orvGetErrStatus() == 0 && replayArena.reports == 0 && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
         hashImage(&now);
         if (now.imageDataBlock)  // of a function that has allocated it
@@ -147,7 +148,9 @@ int32_t Drawing::integer()
         return entry.likely[size_t(source.below(int(entry.likely.size())))];
     if (kind < 7)
         return source.below(8);
-    return edges[source.below(int(std::size(edges)))];
+    int32_t edge = edges[source.below(int(std::size(edges)))];
+    // The time of a blur of floats grows with the window.
+    return edge > 2000 && strstr(entry.name, "Blur") ? edge % 2000 : edge;
 }
 
 double Drawing::real()

@@ -50,7 +50,7 @@ typedef struct ReplayTiles {
 /* The memory of a thread: places of two sizes between pages that cannot be touched, used from the first on by each call. */
 typedef struct ReplayArena {
     uint8_t *small, *large;
-    int32_t smallUsed, largeUsed, blocks;
+    int32_t smallUsed, largeUsed, blocks, reports, isLoud;
     ReplayBlock block[replayMostBlocks];
 } ReplayArena;
 
@@ -88,7 +88,7 @@ static void replayReset(void)
         arena->small = replayMap(replaySmallBytes, replaySmalls);
         arena->large = replayMap(replayMostBytes, replayLarges);
     }
-    arena->smallUsed = arena->largeUsed = arena->blocks = 0;
+    arena->smallUsed = arena->largeUsed = arena->blocks = arena->reports = 0;
 }
 
 /* NULL where there is no more. */
@@ -293,7 +293,10 @@ static const int32_t replayTwist[16] = {9, 1};
 
 static int32_t ORV_CALL replayReport(int32_t status, const char* func, const char* context, const char* file, int32_t line)
 {
-    (void)func, (void)context, (void)file, (void)line;
+    (void)file, (void)line;
+    ++replayArena.reports;
+    if (replayArena.isLoud)
+        printf("%d %s: %s\n", status, func, context);
     return status;
 }
 static int32_t ORV_CALL replayInteger(int32_t value)
