@@ -49,7 +49,7 @@ public:
     const Plan plan;
     const Entry& entry;
     uint64_t digest = 0xCBF29CE484222325u;
-    bool made = false;       // the call
+    bool worked = false;     // nothing was reported
     bool memoryRefused = false, tileRefused = false;
 
     template <class R, class... A>
@@ -99,6 +99,7 @@ public:
 
     std::string arguments;  // of the call in the program
     int names = 0;          // of variables of the program
+    int integers = 0;       // drawn so far
 
 private:
     struct Place;
@@ -118,12 +119,19 @@ private:
     int placed = 0;
 };
 
+// Values that a function's integers mostly have: one list for all, or one for each, the last for all that follow.
+struct Likely : std::vector<std::vector<int>> {
+    Likely() = default;
+    Likely(const std::vector<int>& all) : vector{all} {}
+    Likely(std::initializer_list<std::vector<int>> each) : vector(each) {}
+};
+
 struct Entry {
     const char* name;
     void (*call)(Drawing&);
     const char* family;
     const char* images = "";  // see Drawing::image
-    std::vector<int> likely = {};
+    Likely likely = {};
 };
 
 const std::vector<Entry>& everyCall();

@@ -5,10 +5,11 @@
 //   fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
 //   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
 //   fuzz_calls --digest [times]             a digest of the results of each family
+//   fuzz_calls --each [times]               a digest of each function, and the share of its calls that went well
 //   fuzz_calls --print seed | --input file  the C program of one call
 //   fuzz_calls --list                       the functions of the table
 //
-// Options: --level=base|v3, --only=function, --bare (new memory stays as it comes, for valgrind), --small.
+// Options: --level=base|v3, --only=function, --bare (new memory stays as it comes, for valgrind).
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -169,20 +170,26 @@ int refusals(int times)
     return 0;
 }
 
-std::vector<std::pair<std::string, uint64_t>> digests(int times, bool plain)
+// A digest of each family, or of each function with the share of calls that went well.
+int digests(int times, bool each)
 {
     std::map<std::string, uint64_t> sums;
-    for (const Entry* entry : entries)
+    for (const Entry* entry : entries) {
+        uint64_t& sum = sums[each ? entry->name : entry->family];
+        int worked = 0;
         for (int seed = 0; seed < times; ++seed) {
-            Plan plan = {.valid = true, .plain = plain};
-            Drawing drawing({uint64_t(seed)}, plan, *entry);
+            Drawing drawing({uint64_t(seed)}, {.valid = true}, *entry);
             entry->call(drawing);
-            if (getenv("ORV_EACH"))
-                printf("%s %d %016llx\n", entry->name, seed, static_cast<unsigned long long>(drawing.digest));
-            uint64_t& sum = sums[entry->family];
+            worked += drawing.worked;
             sum = (sum ^ drawing.digest) * 0x100000001B3u;
         }
-    return {sums.begin(), sums.end()};
+        if (each)
+            printf("%3d%% %s %016llx\n", 100 * worked / times, entry->name, static_cast<unsigned long long>(sum));
+    }
+    for (const auto& [family, sum] : sums)
+        if (!each)
+            printf("%s %016llx\n", family.c_str(), static_cast<unsigned long long>(sum));
+    return 0;
 }
 
 // Whether a function only reads its first image.
@@ -262,11 +269,8 @@ int main(int argc, char** argv)
         return refusals(int(number(0, 20)));
     if (strcmp(mode, "threads") == 0)
         return threads(int(number(0, 10)));
-    if (strcmp(mode, "digest") == 0) {
-        for (const auto& [family, digest] : digests(int(number(0, 200)), false))
-            printf("%s %016llx\n", family.c_str(), static_cast<unsigned long long>(digest));
-        return 0;
-    }
+    if (strcmp(mode, "digest") == 0 || strcmp(mode, "each") == 0)
+        return digests(int(number(0, 200)), mode[0] == 'e');
     auto seed = uint64_t(number(1, Clock::now().time_since_epoch().count()));
     printf("seed %llu\n", static_cast<unsigned long long>(seed));
     return loop(Clock::now() + std::chrono::seconds(number(0, 30)), seed) != 0;
