@@ -102,7 +102,7 @@ long loop(Clock::time_point end, uint64_t seed)
         pid_t child = fork();
         if (child == 0) {
             for (; Clock::now() < end; ++shared->seed) {
-                alarm(60);  // a call that hangs ends here
+                alarm(20);  // a call that hangs ends here
                 Source source = {shared->seed};
                 ++shared->calls[&entryOf(source) - &everyCall()[0]];
                 makeCall({shared->seed});
