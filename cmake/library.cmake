@@ -66,6 +66,16 @@ add_library(orvz3::orvz3 ALIAS orvz3)
 set_target_properties(orvz3 PROPERTIES LINKER_LANGUAGE C VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 target_include_directories(orvz3 PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
+# The same objects as an archive, for programs that are to carry the library in themselves.
+add_library(orvz3_static STATIC ${orvz3_objects} $<TARGET_OBJECTS:orvz3_heap>)
+add_library(orvz3::static ALIAS orvz3_static)
+set_target_properties(orvz3_static PROPERTIES LINKER_LANGUAGE C OUTPUT_NAME orvz3 PREFIX lib SUFFIX .a)
+target_compile_definitions(orvz3_static INTERFACE ORV_STATIC)
+target_include_directories(orvz3_static INTERFACE ${PROJECT_SOURCE_DIR}/include)
+if(NOT WIN32)
+  target_link_libraries(orvz3_static INTERFACE m)
+endif()
+
 if(WIN32)
   set_target_properties(orvz3 PROPERTIES PREFIX "")
   target_link_options(orvz3 PRIVATE -static)

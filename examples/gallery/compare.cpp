@@ -60,27 +60,33 @@ void equalFPEps(Stage& stage)
         CALL(__VA_ARGS__);                                                                 \
     }
 
-MASK_CALL(lessS, photo("coffee"), orvLessS(img, 60, res))
-MASK_CALL(greaterS, photo("coffee"), orvGreaterS(img, 170, res))
-MASK_CALL(lessSFP, floating("camera"), orvLessSFP(img, 40.5f, res))
-MASK_CALL(greaterSFP, floating("camera"), orvGreaterSFP(img, 200.5f, res))
+// The same with a colour picture and with one at 32F.
+#define BOTH_MASKS(name, call, callFP)                                          \
+    void name(Stage& stage)                                                     \
+    {                                                                           \
+        Image& img = stage.source("img", photo("coffee"));                      \
+        Image& imgFP = stage.source("imgFP", floating("camera"));               \
+        Image& res = stage.target("res", Image(1, ORV_DEPTH_1U, 600, 400));     \
+        Image& resFP = stage.target("resFP", Image(1, ORV_DEPTH_1U, 512, 512)); \
+        CALL(call);                                                             \
+        CALL(callFP);                                                           \
+    }
+
+BOTH_MASKS(lessS, orvLessS(img, 60, res), orvLessSFP(imgFP, 40.5f, resFP))
+BOTH_MASKS(greaterS, orvGreaterS(img, 170, res), orvGreaterSFP(imgFP, 200.5f, resFP))
 MASK_CALL(equalSFPEps, floating("camera"), orvEqualSFPEps(img, 128.0f, res, 24.0f))
 
 void equalS(Stage& stage)
 {
-    Image& img = stage.source("img", photo("camera"));
-    Image& res = stage.target("res", Image(1, ORV_DEPTH_1U, 512, 512));
-    CALL(orvAndS(img, img, 0xC0));
-    CALL(orvEqualS(img, 0x80, res));
-}
-
-void equalSFP(Stage& stage)
-{
     Image stepped = photo("camera");
     orvAndS(stepped, stepped, 0xE0);
-    Image& img = stage.source("img", converted(stepped, ORV_DEPTH_32F));
+    Image& img = stage.source("img", photo("camera"));
+    Image& imgFP = stage.source("imgFP", converted(stepped, ORV_DEPTH_32F));
     Image& res = stage.target("res", Image(1, ORV_DEPTH_1U, 512, 512));
-    CALL(orvEqualSFP(img, 160.0f, res));
+    Image& resFP = stage.target("resFP", Image(1, ORV_DEPTH_1U, 512, 512));
+    CALL(orvAndS(img, img, 0xC0));
+    CALL(orvEqualS(img, 0x80, res));
+    CALL(orvEqualSFP(imgFP, 160.0f, resFP));
 }
 
 void underMask(Stage& stage)
@@ -128,13 +134,10 @@ const Family comparisons = {
         {"orvGreater", "What has become brighter between two pictures.", changed},
         {"orvEqual", "A picture against itself, moved by one pixel to the left: where neighbours are equal.", equal},
         {"orvEqualFPEps", "The same with a tolerance, at 32F.", equalFPEps},
-        {"orvLessS", "Dark in all three channels.", lessS},
-        {"orvGreaterS", "Bright in all three channels: the cup.", greaterS},
+        {"orvLessS and orvLessSFP", "Dark in all three channels; the coat and the hair, at 32F.", lessS},
+        {"orvGreaterS and orvGreaterSFP", "Bright in all three channels: the cup; the brightest, at 32F.", greaterS},
         {"orvGreaterS, a region, a channel and a mask", "Much red in a disc.", underMask},
-        {"orvEqualS", "One of four steps of brightness.", equalS},
-        {"orvLessSFP", "The coat and the hair, at 32F.", lessSFP},
-        {"orvGreaterSFP", "The brightest, at 32F.", greaterSFP},
-        {"orvEqualSFP", "One of eight steps of brightness, at 32F.", equalSFP},
+        {"orvEqualS and orvEqualSFP", "One of four steps of brightness; one of eight, at 32F.", equalS},
         {"orvEqualSFPEps", "What is near to the middle grey, at 32F.", equalSFPEps},
     }};
 

@@ -69,6 +69,7 @@ struct TiledPicture {
 void copyTiled(Stage& stage)
 {
     TiledPicture picture(photo("camera"));
+    stage.given("OrvImage* srcImage = nullptr;  // with a tileInfo: see orvCreateTileInfo and examples/tiles.c");
     Image& srcImage = picture.header;
     Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_8U, 260, 200));
     CODE(srcImage->roi = orvCreateROI(0, 130, 30, 260, 200));

@@ -12,7 +12,8 @@ namespace {
 
 // A bitmap as large as an image, with its palette and its pixels in one block. Bitmaps last as long as the program, so that
 // entries can show images that share their pixels.
-BITMAPINFOHEADER* bitmapFor(const OrvImage* image, int bits, uint32_t compression = BI_RGB)
+BITMAPINFOHEADER* bitmapFor(Stage& stage, const char* name, const OrvImage* image, int bits,
+                            uint32_t compression = BI_RGB)
 {
     static std::deque<std::vector<uint8_t>> blocks;
     BITMAPINFOHEADER header = {};
@@ -23,7 +24,14 @@ BITMAPINFOHEADER* bitmapFor(const OrvImage* image, int bits, uint32_t compressio
     header.biBitCount = uint16_t(bits);
     header.biCompression = compression;
     size_t rowBytes = (size_t(image->width) * size_t(bits) + 31) / 32 * 4;
-    blocks.emplace_back(sizeof header + 4 * 256 + rowBytes * size_t(image->height));
+    size_t size = sizeof header + 4 * 256 + rowBytes * size_t(image->height);
+    blocks.emplace_back(size);
+    // What a program without the gallery writes.
+    stage.given("static uint32_t " + std::string(name) + "Block[" + std::to_string(size / 4) +
+                "];\n    BITMAPINFOHEADER* " + name + " = reinterpret_cast<BITMAPINFOHEADER*>(" + name +
+                "Block);\n    *" + name + " = {sizeof *" + name + ", " + std::to_string(image->width) + ", " +
+                std::to_string(image->height) + ", 1, " + std::to_string(bits) + ", " +
+                (compression == BI_RGB ? "BI_RGB" : "BI_RLE4") + "};");
     memcpy(blocks.back().data(), &header, sizeof header);
     return reinterpret_cast<BITMAPINFOHEADER*>(blocks.back().data());
 }
@@ -44,7 +52,7 @@ void palettes(Stage& stage)
 {
     Image& image = stage.source("image", photo("coffee"));
     Image &fixed = readBack(stage, "fixed", image), &median = readBack(stage, "median", image);
-    BITMAPINFOHEADER* dib = bitmapFor(image, 8);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, 8);
     CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
     CALL(orvConvertFromDIB(dib, fixed));
     CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_MEDCUT));
@@ -61,7 +69,7 @@ void everyDither(Stage& stage)
                                                         {"STUCKEY", ORV_DITHER_STUCKEY},
                                                         {"BAYER", ORV_DITHER_BAYER}};
     Image& image = stage.source("image", photo(bits == 1 ? "camera" : "coffee"));
-    BITMAPINFOHEADER* dib = bitmapFor(image, bits);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, bits);
     for (const auto& kind : kinds) {
         const int dither = kind.second;
         Image& shown = readBack(stage, kind.first, image);
@@ -75,8 +83,9 @@ void dithered(Stage& stage)
     Image& image = stage.source("image", photo("coffee"));
     Image &none = readBack(stage, "none", image), &diffused = readBack(stage, "diffused", image),
           &ordered = readBack(stage, "ordered", image);
-    BITMAPINFOHEADER* dib = bitmapFor(image, 16);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, 16);
     char* pixels = pixelsOf(dib);
+    stage.given("char* pixels = reinterpret_cast<char*>(dib + 1);");
     CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_NONE, ORV_PALETTE_KEEP));
     CALL(orvConvertFromDIBSep(dib, pixels, none));
     CALL(orvConvertToDIBSep(image, dib, pixels, ORV_DITHER_FS, ORV_PALETTE_KEEP));
@@ -89,7 +98,7 @@ void coded(Stage& stage)
 {
     Image& image = stage.source("image", photo("camera"));
     Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_8U, 512, 512));
-    BITMAPINFOHEADER* dib = bitmapFor(image, 4, BI_RLE4);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", image, 4, BI_RLE4);
     CALL(orvConvertToDIB(image, dib, ORV_DITHER_NONE, ORV_PALETTE_FIXED));
     stage.note("The code has " + std::to_string(dib->biSizeImage) + " bytes, the rows had " +
                std::to_string(512 * 512 / 2) + ".");
@@ -99,7 +108,7 @@ void coded(Stage& stage)
 void translated(Stage& stage)
 {
     Image& source = stage.hidden(photo("astronaut"));
-    BITMAPINFOHEADER* dib = bitmapFor(source, 24);
+    BITMAPINFOHEADER* dib = bitmapFor(stage, "dib", source, 24);
     orvConvertToDIB(source, dib, ORV_DITHER_NONE, ORV_PALETTE_KEEP);
     int cloneData = 1;
     OrvImage* made = nullptr;

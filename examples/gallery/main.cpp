@@ -1,20 +1,25 @@
 // Applies every operation of the library to photographs and writes a page that shows them before and after.
 //
-//     orvz3_gallery [--photos FOLDER] [--out FOLDER] [--runs N] [--only NAME] [--calls]
+//     orvz3_gallery [--photos FOLDER] [--out FOLDER] [--reference PATH] [--runs N] [--only NAME] [--calls]
+//                   [--programs FOLDER]
+//
+// Without --runs every entry is run until its times are steady.
 //
 // An entry whose calls report an error, or whose results are what they were before, fails, and the program with it.
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <set>
 
 #include "families.h"
 #include "page.h"
+#include "snippet.h"
 
 namespace gallery {
 
@@ -24,7 +29,9 @@ struct Options {
     std::string photos = "examples/photos";
     std::string out = "build/gallery";
     std::string only;
-    int runs = 5;
+    std::string programs;  // where the entries as programs go, if anywhere
+    std::string reference = "../docs";
+    int runs = 0;
     bool calls = false;
 };
 
@@ -44,31 +51,68 @@ Options optionsOf(int argc, char** argv)
             options.out = value;
         else if (name == "--only" && !value.empty())
             options.only = value;
+        else if (name == "--programs" && !value.empty())
+            options.programs = value;
+        else if (name == "--reference" && !value.empty())
+            options.reference = value;
         else if (name == "--runs" && std::atoi(value.c_str()) > 0)
             options.runs = std::atoi(value.c_str());
         else
             throw std::runtime_error(
-                "usage: orvz3_gallery [--photos FOLDER] [--out FOLDER] [--runs N] [--only NAME] [--calls]");
+                "usage: orvz3_gallery [--photos FOLDER] [--out FOLDER] [--reference PATH] [--runs N] [--only NAME] "
+                "[--calls] [--programs FOLDER]");
     }
     return options;
 }
 
-// The entry with pictures; its times are the shortest of as many runs as there are to be.
-void perform(const Entry& entry, Stage& stage, int runs)
+using Times = std::vector<double>;
+
+double medianOf(Times times)
 {
-    std::vector<CodeLine> best;
-    for (int i = 1; i < runs; ++i) {
+    std::sort(times.begin(), times.end());
+    return times.empty() ? 0 : times[times.size() / 2];
+}
+
+// Whether the runs with even and those with odd numbers tell the same, to a tenth or to the microsecond, of every call.
+bool areSteady(const std::vector<Times>& calls)
+{
+    for (const Times& times : calls) {
+        Times halves[2];
+        for (size_t i = 0; i < times.size(); ++i)
+            halves[i % 2].push_back(times[i]);
+        double even = medianOf(halves[0]), odd = medianOf(halves[1]);
+        if (std::abs(even - odd) > std::max(0.1 * std::min(even, odd), 0.001))
+            return false;
+    }
+    return true;
+}
+
+// Times of as many runs as are to be, or of enough for steady medians: at least ten, for three seconds at most.
+std::vector<Times> rehearse(const Entry& entry, int runs)
+{
+    std::vector<Times> calls;
+    auto start = std::chrono::steady_clock::now();
+    for (int i = 0; runs > 0 ? i < runs : i < 100; ++i) {
         Stage rehearsal(false);
         entry.run(rehearsal);
-        if (best.empty())
-            best = rehearsal.lines;
-        for (size_t line = 0; line < best.size() && line < rehearsal.lines.size(); ++line)
-            best[line].milliseconds = std::min(best[line].milliseconds, rehearsal.lines[line].milliseconds);
+        calls.resize(rehearsal.lines.size());
+        for (size_t line = 0; line < calls.size(); ++line)
+            calls[line].push_back(rehearsal.lines[line].milliseconds);
+        std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+        if (runs == 0 && i >= 4 && (spent.count() > 3 || (i >= 9 && i % 2 && areSteady(calls))))
+            break;
     }
+    return calls;
+}
+
+// The entry with pictures; its times are medians.
+void perform(const Entry& entry, Stage& stage, int runs)
+{
+    std::vector<Times> calls = runs == 1 ? std::vector<Times>() : rehearse(entry, runs);
     entry.run(stage);
     stage.end();
-    for (size_t line = 0; line < best.size() && line < stage.lines.size(); ++line)
-        stage.lines[line].milliseconds = std::min(best[line].milliseconds, stage.lines[line].milliseconds);
+    for (size_t line = 0; line < calls.size() && line < stage.lines.size(); ++line)
+        stage.lines[line].milliseconds = medianOf(calls[line]);
 }
 
 std::string processorName()
@@ -80,7 +124,7 @@ std::string processorName()
     return "this machine";
 }
 
-std::string headText(const Options& options, size_t entries, size_t functions)
+std::string headText(size_t entries, size_t functions)
 {
     const OrvLibVersion* version = orvGetLibVersion();
     std::string number =
@@ -88,26 +132,25 @@ std::string headText(const Options& options, size_t entries, size_t functions)
     return "<p>What the operations of orvz3 " + number + " do to photographs: " + std::to_string(functions) +
            " functions in " + std::to_string(entries) +
            " entries. Below the pictures stand the calls that made them, as they were run, and the time that each "
-           "took. "
+           "took; each entry is a program to copy, too. "
            "Every picture opens in full size; regions are drawn over it in yellow.</p>\n"
            "<p class=\"small\">Times: one thread of " +
-           escaped(processorName()) + ", best of " + std::to_string(options.runs) +
-           " runs. Photographs: an astronaut (NASA, public domain), a cup of coffee (Rachel Michetti, CC0), the cat "
+           escaped(processorName()) +
+           ", medians of as many runs as it takes for them to be steady. Photographs: an astronaut (NASA, public "
+           "domain), a cup of coffee (Rachel Michetti, CC0), the cat "
            "Chelsea "
            "(Stéfan van der Walt, CC0), a photographer at work (Lav Varshney, CC0).</p>\n";
 }
 
-void collectCalls(const Stage& stage, std::set<std::string>& calls)
+void saveProgram(const std::string& folder, const Entry& entry, const Stage& stage)
 {
-    static const std::regex name("\\b(orv[A-Z]\\w*)\\(");
-    for (const CodeLine& line : stage.lines)
-        for (std::sregex_iterator it(line.text.begin(), line.text.end(), name), end; it != end; ++it)
-            calls.insert((*it)[1]);
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder + '/' + slug(entry.name) + ".cpp") << programOf(entry, stage);
 }
 
 int makeGallery(const Options& options)
 {
-    Page page(options.out);
+    Page page(options.out, options.reference);
     std::set<std::string> calls;
     size_t count = 0, failed = 0;
     for (const Family* family : families()) {
@@ -119,7 +162,10 @@ int makeGallery(const Options& options)
             Stage stage(true);
             perform(entry, stage, options.runs);
             page.add(*family, entry, stage);
-            collectCalls(stage, calls);
+            for (const std::string& function : functionsOf(stage))
+                calls.insert(function);
+            if (!options.programs.empty())
+                saveProgram(options.programs, entry, stage);
             ++count;
             failed += !stage.failures.empty();
             if (!options.calls)
@@ -129,7 +175,7 @@ int makeGallery(const Options& options)
             std::fflush(stdout);
         }
     }
-    std::string path = page.write(headText(options, count, calls.size()));
+    std::string path = page.write(headText(count, calls.size()));
     if (options.calls)
         for (const std::string& name : calls)
             std::printf("%s\n", name.c_str());

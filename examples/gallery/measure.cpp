@@ -27,6 +27,21 @@ struct Table {
     }
 };
 
+// The same as a program without the gallery writes it.
+std::string tableOf(int intervals)
+{
+    std::string keys = std::to_string(intervals + 1), width = std::to_string(256 / intervals);
+    return "int32_t keys[" + keys + "], values[" + keys + "], factors[" + keys +
+           "];\n"
+           "    for (int32_t i = 0; i < " +
+           keys + "; ++i)\n        keys[i] = i * " + width +
+           ";\n"
+           "    OrvLUT table = {" +
+           keys +
+           ", keys, values, factors, 0};\n"
+           "    OrvLUT* lut[] = {&table, &table, &table};";
+}
+
 // The counts of a table as bars.
 Image chart(const Table& table)
 {
@@ -62,6 +77,7 @@ void computeHisto(Stage& stage)
     Image& drawn = stage.watched("histogram", Image(1, ORV_DEPTH_8U, 512, 160));
     Table table(256);
     OrvLUT** lut = table.lut;
+    stage.given(tableOf(256));
     CALL(orvComputeHisto(srcImage, lut));
     drawn = chart(table);
     stage.showAfter("lut->value as bars", drawn);
@@ -74,6 +90,7 @@ void computeHistoChannel(Stage& stage)
     Image& mask = stage.source("mask", ellipse(600, 400, 310, 200, 120, 110));
     Table table(32);
     OrvLUT** lut = table.lut;
+    stage.given(tableOf(32));
     CODE(srcImage->maskROI = mask);
     CODE(srcImage->roi = orvCreateROI(1, 0, 0, 600, 400));
     CALL(orvComputeHisto(srcImage, lut));
@@ -109,6 +126,7 @@ void histoEqualize(Stage& stage)
     Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_8U, 512, 512));
     Table table(256);
     OrvLUT** lut = table.lut;
+    stage.given(tableOf(256));
     CODE(orvComputeHisto(srcImage, lut));
     CALL(orvHistoEqualize(srcImage, dstImage, lut));
     stage.showBefore("histogram of srcImage", histogramOf(srcImage));

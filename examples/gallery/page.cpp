@@ -4,49 +4,18 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
+#include "script.h"
+#include "snippet.h"
 #include "style.h"
 #include "support/pngio.h"
 
 namespace gallery {
 
 namespace {
-
-// A name as a part of an address.
-std::string slug(const std::string& name)
-{
-    std::string id;
-    for (char c : name) {
-        if (isalnum(static_cast<unsigned char>(c)))
-            id += c;
-        else if (!id.empty() && id.back() != '-')
-            id += '-';
-    }
-    while (!id.empty() && id.back() == '-')
-        id.pop_back();
-    return id;
-}
-
-// The text of a call, which has lost its line breaks, with a line for each statement.
-std::string laidOut(const std::string& code)
-{
-    std::string result;
-    int parentheses = 0, braces = 0;
-    for (size_t i = 0; i < code.size(); ++i) {
-        char c = code[i];
-        parentheses += c == '(' ? 1 : c == ')' ? -1 : 0;
-        braces += c == '{' ? 1 : c == '}' ? -1 : 0;
-        result += c;
-        if (parentheses == 0 && (c == '{' || c == ';') && i + 1 < code.size()) {
-            bool closes = code[i + 2] == '}';
-            result += '\n' + std::string(size_t(closes ? braces - 1 : braces) * 4, ' ');
-            ++i;
-        }
-    }
-    return result;
-}
 
 std::string timeText(double milliseconds)
 {
@@ -100,6 +69,20 @@ void writeBoxTexts(std::ostream& out, const Figure& figure)
 
 }  // namespace
 
+std::string slug(const std::string& name)
+{
+    std::string id;
+    for (char c : name) {
+        if (isalnum(static_cast<unsigned char>(c)))
+            id += c;
+        else if (!id.empty() && id.back() != '-')
+            id += '-';
+    }
+    while (!id.empty() && id.back() == '-')
+        id.pop_back();
+    return id;
+}
+
 std::string escaped(const std::string& text)
 {
     std::string result;
@@ -115,7 +98,7 @@ std::string escaped(const std::string& text)
     return result;
 }
 
-Page::Page(const std::string& folder) : folder(folder)
+Page::Page(const std::string& folder, const std::string& reference) : folder(folder), reference(reference)
 {
     std::filesystem::create_directories(folder + "/img");
     for (const auto& file : std::filesystem::directory_iterator(folder + "/img"))
@@ -142,19 +125,15 @@ void Page::writeFigures(std::ostream& out, const char* title, const std::vector<
 {
     if (figures.empty())
         return;
-    // Figures shrink alike where they do not fit side by side; four make a square.
+    // A side is as wide as its share of the figures; four make a square.
     size_t columns = figures.size() == 4 ? 2 : figures.size();
-    std::string total = "0px";
-    for (size_t i = 0; i < columns; ++i)
-        total += " + min(" + std::to_string(figures[i].width * enlargement(figures[i])) + "px, 24rem)";
-    out << "<div class=\"side\" style=\"--count:" << columns << ";--total:calc(" << total << ")\"><h5>" << title
-        << "</h5><div class=\"shots" << (figures.size() == 4 ? " four" : "") << "\">\n";
+    out << "<div class=\"side\" style=\"--count:" << columns << "\"><h5>" << title << "</h5><div class=\"shots\">\n";
     for (const Figure& figure : figures) {
         std::string file = savePicture(figure, id);
         int factor = enlargement(figure);
-        out << "<figure style=\"--width:" << figure.width * factor << "px\"><a href=\"" << file << "\"><img src=\""
-            << file << "\" width=\"" << figure.width * factor << "\" height=\"" << figure.height * factor << "\" alt=\""
-            << escaped(figure.name) << "\" loading=\"lazy\"" << (factor > 1 ? " class=\"pixels\"" : "") << ">";
+        out << "<figure><a href=\"" << file << "\"><img src=\"" << file << "\" width=\"" << figure.width * factor
+            << "\" height=\"" << figure.height * factor << "\" alt=\"" << escaped(figure.name) << "\" loading=\"lazy\""
+            << (factor > 1 ? " class=\"pixels\"" : "") << ">";
         writeOverlay(out, figure);
         out << "</a><figcaption><b>" << escaped(figure.name) << "</b> <span>" << escaped(figure.detail)
             << (factor > 1 ? ", enlarged" : "") << "</span>";
@@ -166,57 +145,113 @@ void Page::writeFigures(std::ostream& out, const char* title, const std::vector<
     out << "</div></div>\n";
 }
 
-void Page::add(const Family& family, const Entry& entry, const Stage& stage)
+void Page::writeCalls(std::ostream& out, const Stage& stage) const
 {
-    std::ostringstream out;
-    std::string id = slug(entry.name);
-    out << "<article id=\"" << id << "\"><h4><a href=\"#" << id << "\">" << escaped(entry.name) << "</a></h4>\n<p>"
-        << escaped(entry.text) << "</p>\n<div class=\"sides\">";
-    writeFigures(out, "before", stage.before, id);
-    writeFigures(out, "after", stage.after, id);
-    out << "</div>\n<pre>";
+    static const std::regex function("\\b(orv[A-Z]\\w*)(?=\\()");
+    out << "<pre>";
     for (const CodeLine& line : stage.lines) {
-        out << "<code>" << escaped(laidOut(line.text)) << "</code>";
-        out << "<i>" << (line.timed ? timeText(line.milliseconds) : "") << "</i>\n";
+        out << "<code>"
+            << std::regex_replace(escaped(laidOut(line.text)), function,
+                                  "<a href=\"" + reference + "/f/$1.html\">$1</a>")
+            << "</code><i>" << (line.timed ? timeText(line.milliseconds) : "") << "</i>\n";
     }
     out << "</pre>\n";
+}
+
+void Page::add(const Family& family, const Entry& entry, const Stage& stage)
+{
+    Shown shown = {&family, entry.name, slug(entry.name), "", "", functionsOf(stage), !stage.failures.empty()};
+    std::ostringstream out;
+    std::string names;
+    for (const std::string& function : shown.functions)
+        names += ' ' + function;
+    // Entries of many pictures take more than one column of the page.
+    size_t figures = stage.before.size() + stage.after.size();
+    out << "<article id=\"" << shown.id << "\" data-names=\"" << escaped(shown.name + names) << "\" class=\""
+        << (figures > 4   ? "widest"
+            : figures > 2 ? "wide"
+                          : "")
+        << "\"><h4><a href=\"#" << shown.id << "\">" << escaped(shown.name) << "</a></h4>\n<p>" << escaped(entry.text)
+        << "</p>\n<div class=\"sides\">";
+    writeFigures(out, "before", stage.before, shown.id);
+    writeFigures(out, "after", stage.after, shown.id);
+    out << "</div>\n";
+    writeCalls(out, stage);
     for (const std::string& note : stage.notes)
         out << "<p class=\"note\">" << escaped(note) << "</p>\n";
     for (const std::string& failure : stage.failures)
         out << "<p class=\"failure\">" << escaped(failure) << "</p>\n";
-    out << "</article>\n";
-    entries.push_back({family.subsystem, family.name, family.text, entry.name, id, out.str(), !stage.failures.empty()});
+    out << "<details class=\"program\"><summary>as a program <button type=\"button\" "
+           "class=\"copy\">copy</button></summary>"
+           "<pre class=\"text\">"
+        << escaped(programOf(entry, stage)) << "</pre></details>\n</article>\n";
+    shown.html = out.str();
+    if (!stage.after.empty())
+        shown.picture = savePicture(stage.after.front(), shown.id);
+    entries.push_back(std::move(shown));
+}
+
+// Calls `each` for every run of entries of the same family: whether its subsystem begins, its first entry and its last but one.
+template <class Each>
+void Page::forFamilies(Each each) const
+{
+    for (size_t first = 0; first < entries.size();) {
+        size_t last = first;
+        while (last < entries.size() && entries[last].family == entries[first].family)
+            ++last;
+        bool begins =
+            first == 0 || std::string(entries[first - 1].family->subsystem) != entries[first].family->subsystem;
+        each(begins, *entries[first].family, first, last);
+        first = last;
+    }
 }
 
 void Page::writeContents(std::ostream& out) const
 {
-    std::string subsystem, family;
-    out << "<nav><a class=\"top\" href=\"#top\">orvz3 gallery</a>\n";
-    for (const Shown& entry : entries) {
-        if (entry.subsystem != subsystem)
-            out << (subsystem.empty() ? "" : "</ul>\n") << "<h2>" << escaped(entry.subsystem) << "</h2>\n";
-        if (entry.family != family)
-            out << (entry.subsystem == subsystem ? "</ul>\n" : "") << "<h3>" << escaped(entry.family) << "</h3><ul>\n";
-        subsystem = entry.subsystem;
-        family = entry.family;
-        out << "<li><a href=\"#" << entry.id << '"' << (entry.failed ? " class=\"failed\"" : "") << '>'
-            << escaped(entry.name) << "</a></li>\n";
-    }
-    out << (entries.empty() ? "" : "</ul>") << "</nav>\n";
+    out << "<nav><a class=\"top\" href=\"#top\">orvz3 gallery</a>\n"
+           "<input id=\"filter\" type=\"search\" placeholder=\"filter by name\" aria-label=\"filter by name\">\n"
+           "<p><a href=\""
+        << reference << "/index.html\">Reference</a> <button type=\"button\" id=\"fold\">unfold all</button></p>\n";
+    forFamilies([&](bool begins, const Family& family, size_t first, size_t last) {
+        if (begins)
+            out << "<h2>" << escaped(family.subsystem) << "</h2>\n";
+        out << "<details><summary>" << escaped(family.name) << "</summary><ul>\n";
+        for (size_t i = first; i < last; ++i)
+            out << "<li><a href=\"#" << entries[i].id << '"' << (entries[i].failed ? " class=\"failed\"" : "") << '>'
+                << escaped(entries[i].name) << "</a></li>\n";
+        out << "</ul></details>\n";
+    });
+    out << "</nav>\n";
 }
 
 void Page::writeEntries(std::ostream& out) const
 {
-    std::string subsystem, family;
+    forFamilies([&](bool begins, const Family& family, size_t first, size_t last) {
+        if (begins)
+            out << "<h2 id=\"" << slug(std::string("part ") + family.subsystem) << "\">" << escaped(family.subsystem)
+                << "</h2>\n";
+        out << "<details class=\"family\" id=\"" << slug(std::string("family ") + family.name) << "\"><summary><h3>"
+            << escaped(family.name) << " <small>" << last - first << "</small></h3><p>" << escaped(family.text)
+            << "</p><span class=\"strip\">";
+        for (size_t i = first; i < last && i < first + 6; ++i)
+            if (!entries[i].picture.empty())
+                out << "<img src=\"" << entries[i].picture << "\" alt=\"\" loading=\"lazy\">";
+        out << "</span></summary>\n<div class=\"entries\">\n";
+        for (size_t i = first; i < last; ++i)
+            out << entries[i].html;
+        out << "</div></details>\n";
+    });
+}
+
+void Page::writeIndex() const
+{
+    std::ofstream out(folder + "/index.tsv");
     for (const Shown& entry : entries) {
-        if (entry.subsystem != subsystem)
-            out << "<h2 id=\"" << slug("part " + entry.subsystem) << "\">" << escaped(entry.subsystem) << "</h2>\n";
-        if (entry.family != family)
-            out << "<h3>" << escaped(entry.family) << "</h3>\n<p class=\"family\">" << escaped(entry.familyText)
-                << "</p>\n";
-        subsystem = entry.subsystem;
-        family = entry.family;
-        out << entry.html;
+        out << entry.id << '\t' << entry.family->subsystem << '\t' << entry.family->name << '\t' << entry.family->text
+            << '\t' << entry.name << '\t' << entry.picture << '\t';
+        for (const std::string& function : entry.functions)
+            out << function << ' ';
+        out << '\n';
     }
 }
 
@@ -230,8 +265,9 @@ std::string Page::write(const std::string& head) const
     writeContents(out);
     out << "<main><header><h1>orvz3 gallery</h1>\n" << head << "</header>\n";
     writeEntries(out);
-    out << "</main></body></html>\n";
+    out << "</main>\n<script>" << script << "</script></body></html>\n";
     out.close();
+    writeIndex();
     if (!out)
         throw std::runtime_error("cannot write " + path);
     return path;

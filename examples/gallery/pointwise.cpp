@@ -122,16 +122,25 @@ void xorTwice(Stage& stage)
         CALL(__VA_ARGS__);                                                                                            \
     }
 
-PHOTO_CALL(addS, photo("camera"), orvAddS(srcImage, dstImage, 70))
-PHOTO_CALL(subtractS, photo("camera"), orvSubtractS(srcImage, dstImage, 70, 0))
-PHOTO_CALL(multiplyS, photo("camera"), orvMultiplyS(srcImage, dstImage, 2))
+// The same at 8U and at 32F.
+#define BOTH_CALLS(name, call, callFP)                                                \
+    void name(Stage& stage)                                                           \
+    {                                                                                 \
+        Image& srcImage = stage.source("srcImage", photo("camera"));                  \
+        Image& dstImage = stage.target("dstImage", Image(1, ORV_DEPTH_8U, 512, 512)); \
+        Image& srcFP = stage.hidden(converted(photo("camera"), ORV_DEPTH_32F));       \
+        Image& dstFP = stage.target("dstFP", Image(1, ORV_DEPTH_32F, 512, 512));      \
+        CALL(call);                                                                   \
+        CALL(callFP);                                                                 \
+    }
+
+BOTH_CALLS(addS, orvAddS(srcImage, dstImage, 70), orvAddSFP(srcFP, dstFP, 70.5f))
+BOTH_CALLS(subtractS, orvSubtractS(srcImage, dstImage, 70, 0), orvSubtractSFP(srcFP, dstFP, 255.0f, 1))
+BOTH_CALLS(multiplyS, orvMultiplyS(srcImage, dstImage, 2), orvMultiplySFP(srcFP, dstFP, 0.4f))
 PHOTO_CALL(andS, photo("chelsea"), orvAndS(srcImage, dstImage, 0xC0))
 PHOTO_CALL(orS, photo("chelsea"), orvOrS(srcImage, dstImage, 0x7F))
 PHOTO_CALL(xorS, photo("chelsea"), orvXorS(srcImage, dstImage, 0x80))
 PHOTO_CALL(lShiftS, photo("coffee"), orvLShiftS(srcImage, dstImage, 2))
-PHOTO_CALL(addSFP, converted(photo("camera"), ORV_DEPTH_32F), orvAddSFP(srcImage, dstImage, 70.5f))
-PHOTO_CALL(multiplySFP, converted(photo("camera"), ORV_DEPTH_32F), orvMultiplySFP(srcImage, dstImage, 0.4f))
-PHOTO_CALL(subtractSFP, converted(photo("camera"), ORV_DEPTH_32F), orvSubtractSFP(srcImage, dstImage, 255.0f, 1))
 
 void addChannel(Stage& stage)
 {
@@ -212,19 +221,17 @@ const Family scalars = {
     "An image and a scalar",
     "Every value with the same number. Names that end in FP are for floating-point pictures.",
     {
-        {"orvAddS", "Brighter; white stays white.", addS},
+        {"orvAddS and orvAddSFP",
+         "Brighter; white stays white. At 32F values above 255 remain what they are, and are shown white.", addS},
         {"orvAddS, a channel of interest", "More blue in the right half, in place.", addChannel},
-        {"orvSubtractS", "Darker; black stays black.", subtractS},
+        {"orvSubtractS and orvSubtractSFP", "Darker, and black stays black; flipped, a negative.", subtractS},
         {"orvSubtractS, flipped", "255 less the value: a negative, in a region and under a mask.", negativeRegion},
-        {"orvMultiplyS", "Twice as bright.", multiplyS},
+        {"orvMultiplyS and orvMultiplySFP", "Twice as bright, and darker at 32F.", multiplyS},
         {"orvAndS", "The two highest bits of each value: four steps a channel.", andS},
         {"orvOrS", "All bits but the highest set.", orS},
         {"orvXorS", "The highest bit inverted.", xorS},
         {"orvLShiftS", "Bits shifted out are lost, so that brightness runs through its range four times.", lShiftS},
         {"orvRShiftS", "The high bits alone.", rShiftS},
-        {"orvAddSFP", "Brighter, at 32F; values above 255 remain what they are, and are shown white.", addSFP},
-        {"orvSubtractSFP", "A negative, at 32F.", subtractSFP},
-        {"orvMultiplySFP", "Darker, at 32F.", multiplySFP},
     }};
 
 const Family unary = {"Pointwise operations",

@@ -194,6 +194,7 @@ void Stage::noteStatus()
 
 Image& Stage::add(const char* name, Image image, View view, bool isSource, bool isTarget, bool isShown)
 {
+    props.push_back({name, image->nChannels, image->width, image->height, image->dataOrder, image->depth, isSource});
     actors.push_back({name, std::move(image), view, isSource, isTarget, isShown, {}});
     return actors.back().image;
 }

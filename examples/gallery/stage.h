@@ -55,6 +55,20 @@ struct CodeLine {
     double milliseconds;
 };
 
+// Where in the gallery's sources something stands.
+struct Place {
+    std::string file;
+    int line = 0;
+};
+
+// What a program needs to know to make an image of an entry.
+struct Prop {
+    std::string name;  // empty for an image that is not shown
+    int channels, width, height, dataOrder;
+    uint32_t depth;
+    bool isSource;
+};
+
 class Stage {
 public:
     // Without pictures an entry is only run and timed.
@@ -77,11 +91,14 @@ public:
     void showAfter(const char* name, const Image& image, View view = {}, std::vector<Box> boxes = {});
     // What the reader should know beside the calls.
     void note(const std::string& text) { notes.push_back(text); }
+    // Declarations for the program that readers copy, where those of the entry lean on the gallery's own helpers.
+    void given(const std::string& text) { declarations.push_back(text); }
     void fail(const std::string& text) { failures.push_back(text); }
 
     template <class Call>
-    void call(const char* code, bool timed, Call run)
+    void call(const char* code, bool timed, const char* file, int line, Call run)
     {
+        place = {file, line};
         if (timed)
             lightsOn();
         auto start = std::chrono::steady_clock::now();
@@ -96,7 +113,9 @@ public:
 
     std::vector<Figure> before, after;
     std::vector<CodeLine> lines;
-    std::vector<std::string> notes, failures;
+    std::vector<std::string> notes, declarations, failures;
+    std::vector<Prop> props;
+    Place place;  // of the last call
 
 private:
     struct Actor {
@@ -122,9 +141,9 @@ private:
 };
 
 // Runs a call and keeps its text and time.
-#define CALL(...) stage.call(#__VA_ARGS__, true, [&] { __VA_ARGS__; })
+#define CALL(...) stage.call(#__VA_ARGS__, true, __FILE__, __LINE__, [&] { __VA_ARGS__; })
 // The same without the time, for what only prepares a call.
-#define CODE(...) stage.call(#__VA_ARGS__, false, [&] { __VA_ARGS__; })
+#define CODE(...) stage.call(#__VA_ARGS__, false, __FILE__, __LINE__, [&] { __VA_ARGS__; })
 
 // An entry of the gallery: `name` is its place on the page, `text` what is to be seen.
 struct Entry {

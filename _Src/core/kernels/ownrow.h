@@ -333,7 +333,7 @@ struct MaskedValue {
     OwnValues<D> stored;
     ptrdiff_t start;
 
-    D operator()(ptrdiff_t i) const { return lanes[i - start] < 0 ? value(i) : stored[i]; }
+    D operator()(ptrdiff_t i) const { return select<D>(Lane<D>(lanes[i - start]), value(i), stored[i]); }
 };
 
 // Stores value(i) where the mask bit is set. As in storeRow the last block is computed first and overlaps.

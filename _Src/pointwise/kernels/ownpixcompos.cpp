@@ -43,57 +43,32 @@ template <class T>
 inline Wide<T> mul(Wide<T> x, Wide<T> y)
 {
     const Wide<T> t = x * y;
+#if defined(__AVX2__)
+    if constexpr (sizeof(T) == 1)
+        return Wide<T>(_mm256_mulhi_epu16(__m256i(t), _mm256_set1_epi16(int16_t(0x8081)))) >> 7;
+#elif defined(__SSE2__)
+    if constexpr (sizeof(T) == 1)
+        return Wide<T>(_mm_mulhi_epu16(__m128i(t), _mm_set1_epi16(int16_t(0x8081)))) >> 7;
+#endif
     return (t + (t >> bits<T>)+1) >> bits<T>;
 }
 
 template <class T>
 inline Wide<T> complementOf(Wide<T> x)
 {
-    return Scale<T>::one - x;
+    return x ^ Scale<T>::one;
 }
 
 template <class T>
-inline Wide<T> sumOf(Wide<T> x, Wide<T> y)
+inline Pixels<T> sumOf(Pixels<T> x, Pixels<T> y)
 {
-    using Sums = Vector<typename Word<T>::Signed>;
-    const Sums sum = Sums(x + y), most = Sums(all<T>(Scale<T>::one));
-    return Wide<T>(sum < most ? sum : most);
-}
-
-template <class T, int type>
-inline Wide<T> colourOf(Wide<T> A, Wide<T> B, Wide<T> a, Wide<T> b)
-{
-    switch (type) {
-    case 0: return sumOf<T>(A, mul<T>(complementOf<T>(a), B));
-    case 1: return mul<T>(A, b);
-    case 2: return mul<T>(A, complementOf<T>(b));
-    case 3: return sumOf<T>(mul<T>(B, complementOf<T>(a)), mul<T>(A, b));
-    case 4: return sumOf<T>(mul<T>(B, complementOf<T>(a)), mul<T>(A, complementOf<T>(b)));
-    default: return sumOf<T>(A, B);
-    }
+    using Values = Vector<T>;
+    const Values a = Values(x), b = Values(y), room = ~a;
+    return Pixels<T>(a + (b < room ? b : room));
 }
 
 template <class T>
 constexpr auto alphaBits = typename Word<T>::Pixel(Scale<T>::one) << (3 * bits<T>);
-
-// Every second value: the first, third, or the second, fourth.
-template <class T>
-inline Wide<T> firstOf(Pixels<T> pixels)
-{
-    return Wide<T>(pixels) & Scale<T>::one;
-}
-
-template <class T>
-inline Wide<T> secondOf(Pixels<T> pixels)
-{
-    return Wide<T>(pixels) >> bits<T>;
-}
-
-template <class T>
-inline Pixels<T> joined(Wide<T> first, Wide<T> second)
-{
-    return Pixels<T>(first | second << bits<T>);
-}
 
 template <class T>
 inline Pixels<T> withAlpha(Pixels<T> colours, Pixels<T> alpha)
@@ -101,30 +76,78 @@ inline Pixels<T> withAlpha(Pixels<T> colours, Pixels<T> alpha)
     return (colours & ~alphaBits<T>) | (alpha & alphaBits<T>);
 }
 
-// The alphas of pixels in every value, as told by a row.
+// Pixels times a value each, which stands in all places of `by`. Every second value is computed at a time.
 template <class T>
+inline Pixels<T> scaled(Pixels<T> pixels, Wide<T> by, Wide<T> alphaBy)
+{
+    const Wide<T> values = Wide<T>(pixels);
+    return Pixels<T>(mul<T>(values & Scale<T>::one, by) | mul<T>(values >> bits<T>, alphaBy) << bits<T>);
+}
+
+template <class T>
+inline Pixels<T> scaled(Pixels<T> pixels, Wide<T> by)
+{
+    return scaled<T>(pixels, by, by);
+}
+
+// The colours times a value, and the alpha as it is.
+template <class T>
+inline Pixels<T> weightedBy(Pixels<T> pixels, Wide<T> by)
+{
+    const Pixels<T> inAlpha = Pixels<T>{} + (typename Word<T>::Pixel(Scale<T>::one) << (2 * bits<T>));
+    return scaled<T>(pixels, by, by | Wide<T>(inAlpha));
+}
+
+template <class T, int type>
+inline Pixels<T> resultOf(Pixels<T> A, Pixels<T> B, Wide<T> a, Wide<T> b)
+{
+    switch (type) {
+    case 0: return sumOf<T>(A, scaled<T>(B, complementOf<T>(a)));
+    case 1: return scaled<T>(A, b);
+    case 2: return scaled<T>(A, complementOf<T>(b));
+    case 3: return sumOf<T>(scaled<T>(B, complementOf<T>(a)), scaled<T>(A, b));
+    case 4: return sumOf<T>(scaled<T>(B, complementOf<T>(a)), scaled<T>(A, complementOf<T>(b)));
+    default: return sumOf<T>(A, B);
+    }
+}
+
+// The alphas of pixels in every place, as told by a row; `own`: both are in the pixels.
+template <class T, bool own>
 struct Alphas {
     using Values = Wide<T>;
-    Values keepA, constantA, keepB, takeA, constantB;
+    OwnPixelAlpha kindA, kindB;
+    Values constantA, constantB;
 
     explicit Alphas(const OwnPixelRow& row)
+        : kindA(row.alphaA),
+          kindB(row.alphaB),
+          constantA(all<T>(typename Word<T>::Wide(row.alphaA.constant))),
+          constantB(all<T>(typename Word<T>::Wide(row.alphaB.constant)))
     {
-        using W = typename Word<T>::Wide;
-        auto when = [](bool condition) { return all<T>(condition ? W(~W(0)) : W(0)); };
-        keepA = when(row.alphaA.own);
-        constantA = all<T>(row.alphaA.own ? W(0) : W(row.alphaA.constant));
-        keepB = when(row.alphaB.own);
-        takeA = when(row.alphaB.complement);
-        constantB = all<T>(row.alphaB.own ? W(0) : row.alphaB.complement ? W(Scale<T>::one) : W(row.alphaB.constant));
     }
 
-    static Values own(Pixels<T> pixels)
+    static Values ownOf(Pixels<T> pixels)
     {
+#if defined(__AVX2__)
+        if constexpr (sizeof(T) == 1) {
+            const __m256i places = _mm256_set1_epi64x(int64_t(0x8007800780038003));
+            const __m256i upper = _mm256_set_epi64x(0x0808080808080808, 0, 0x0808080808080808, 0);
+            return Values(_mm256_shuffle_epi8(__m256i(pixels), _mm256_add_epi8(places, upper)));
+        }
+#endif
         const Pixels<T> alpha = pixels >> (3 * bits<T>);
         return Values(alpha | alpha << (2 * bits<T>));
     }
-    Values ofA(Pixels<T> pixels) const { return (own(pixels) & keepA) | constantA; }
-    Values ofB(Pixels<T> pixels, Values a) const { return ((own(pixels) & keepB) | (a & takeA)) ^ constantB; }
+    Values ofA(Pixels<T> pixels) const
+    {
+        return own || kindA.own ? ownOf(pixels) : constantA;
+    }
+    Values ofB(Pixels<T> pixels, Values a) const
+    {
+        if (own || kindB.own)
+            return ownOf(pixels);
+        return kindB.complement ? complementOf<T>(a) : constantB;
+    }
 };
 
 // Runs compute(a, b, d) for all vectors of a row, the last of which may reach beyond it.
@@ -152,39 +175,47 @@ inline __attribute__((always_inline)) void forPixels(const OwnPixelRow& row, Com
     __builtin_memcpy(d + i * pixelBytes, &lastD, rest);
 }
 
+template <class T, int type, bool premultiplied, bool keeps, bool own>
+void compositeAs(const OwnPixelRow& row)
+{
+    const Alphas<T, own> alphas(row);
+    forPixels<T>(row, [&](Pixels<T> A, Pixels<T> B, const char* d) {
+        const Wide<T> a = alphas.ofA(A), b = alphas.ofB(B, a);
+        if (!premultiplied) {
+            A = weightedBy<T>(A, a);
+            B = weightedBy<T>(B, b);
+        }
+        if (!own && !keeps)
+            B = withAlpha<T>(B, Pixels<T>(b << bits<T>));
+        // What a type makes of colours it makes of alphas too, but for "atop", whose alpha is that of B.
+        const Pixels<T> result = resultOf<T, type>(A, B, a, b);
+        if (keeps)
+            return withAlpha<T>(result, vectorAt<typename Word<T>::Pixel>(d));
+        return type == 3 ? withAlpha<T>(result, B) : result;
+    });
+}
+
 template <class T, int type, bool premultiplied, bool keeps>
 void composite(const OwnPixelRow& row)
 {
-    const Alphas<T> alphas(row);
-    forPixels<T>(row, [&](Pixels<T> A, Pixels<T> B, const char* d) {
-        const Wide<T> a = alphas.ofA(A), b = alphas.ofB(B, a);
-        Wide<T> firstA = firstOf<T>(A), firstB = firstOf<T>(B), secondA = secondOf<T>(A), secondB = secondOf<T>(B);
-        if (!premultiplied) {
-            firstA = mul<T>(firstA, a);
-            firstB = mul<T>(firstB, b);
-            secondA = mul<T>(secondA, a);
-            secondB = mul<T>(secondB, b);
-        }
-        // What a type makes of colours it makes of alphas too, but for "atop", whose alpha is that of B.
-        const Pixels<T> alphaA = joined<T>(a, a), alphaB = joined<T>(b, b);
-        const Pixels<T> withA = withAlpha<T>(joined<T>(firstA, secondA), alphaA);
-        const Pixels<T> withB = withAlpha<T>(joined<T>(firstB, secondB), alphaB);
-        const Pixels<T> result = joined<T>(colourOf<T, type>(firstA, firstB, a, b),
-                                           colourOf<T, type>(secondOf<T>(withA), secondOf<T>(withB), a, b));
-        if (keeps)
-            return withAlpha<T>(result, vectorAt<typename Word<T>::Pixel>(d));
-        return type == 3 ? withAlpha<T>(result, alphaB) : result;
-    });
+    if (row.alphaA.own && row.alphaB.own)
+        compositeAs<T, type, premultiplied, keeps, true>(row);
+    else
+        compositeAs<T, type, premultiplied, keeps, false>(row);
 }
 
 template <class T>
 void weighted(const OwnPixelRow& row)
 {
-    const Alphas<T> alphas(row);
-    forPixels<T>({row.a, row.a, row.d, row.pixels, {}, {}}, [&](Pixels<T> A, Pixels<T>, const char*) {
-        const Wide<T> a = alphas.ofA(A);
-        return withAlpha<T>(joined<T>(mul<T>(firstOf<T>(A), a), mul<T>(secondOf<T>(A), a)), joined<T>(a, a));
-    });
+    const OwnPixelRow one = {row.a, row.a, row.d, row.pixels, row.alphaA, row.alphaA};
+    const Alphas<T, false> alphas(one);
+    if (row.alphaA.own)
+        forPixels<T>(one,
+                     [](Pixels<T> A, Pixels<T>, const char*) { return weightedBy<T>(A, Alphas<T, true>::ownOf(A)); });
+    else
+        forPixels<T>(one, [&](Pixels<T> A, Pixels<T>, const char*) {
+            return withAlpha<T>(scaled<T>(A, alphas.constantA), Pixels<T>(alphas.constantA << bits<T>));
+        });
 }
 
 #if defined(__AVX2__)

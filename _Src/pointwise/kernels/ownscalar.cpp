@@ -89,6 +89,12 @@ struct Xor : WithValue<T> {
     T operator()(T a) const { return a ^ this->value; }
 };
 
+template <class T>
+inline Vector<T> vectorOf(T value)
+{
+    return Vector<T>{} + value;
+}
+
 // Vectors have no shifts of bytes: words are shifted, and what came over from the neighbour byte is masked out.
 template <class T>
 struct ShiftLeft {
@@ -100,9 +106,9 @@ struct ShiftLeft {
     Vector<T> operator()(Vector<T> a) const
     {
         if constexpr (sizeof(T) > 1)
-            return a << (Vector<T>{} + T(count));
+            return a << vectorOf(T(count));
         else
-            return Vector<T>(Vector<uint16_t>(a) << (Vector<uint16_t>{} + uint16_t(count))) & T(0xFF << count);
+            return Vector<T>(Vector<uint16_t>(a) << vectorOf(uint16_t(count))) & vectorOf(T(0xFF << count));
     }
 };
 
@@ -113,11 +119,11 @@ struct ShiftRight : ShiftLeft<T> {
     Vector<T> operator()(Vector<T> a) const
     {
         if constexpr (sizeof(T) > 1)
-            return a >> (Vector<T>{} + T(this->count));
+            return a >> vectorOf(T(this->count));
         // The sign, which has come in as one bit, goes on to the bits above it.
-        const T sign = T(T(-1) < 0 ? 0x80 >> this->count : 0);
-        auto words = Vector<uint16_t>(a) >> (Vector<uint16_t>{} + uint16_t(this->count));
-        return ((Vector<T>(words) & T(0xFF >> this->count)) ^ sign) - sign;
+        const Vector<T> sign = vectorOf(T(T(-1) < 0 ? 0x80 >> this->count : 0));
+        auto words = Vector<uint16_t>(a) >> vectorOf(uint16_t(this->count));
+        return ((Vector<T>(words) & vectorOf(T(0xFF >> this->count))) ^ sign) - sign;
     }
 };
 
