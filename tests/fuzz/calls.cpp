@@ -29,7 +29,8 @@ T* numbers(Drawing& drawing, int id, int count, const char* type)
         if constexpr (std::is_floating_point_v<T>)
             drawing.write("%s, ", text(double(values[i] = T(drawing.real()))).c_str());
         else
-            drawing.write("%d, ", int(values[i] = T(drawing.source.oneIn(8) ? drawing.integer() : drawing.source.below(9) - 3)));
+            drawing.write(
+                "%d, ", int(values[i] = T(drawing.source.oneIn(8) ? drawing.integer() : drawing.source.below(9) - 3)));
     }
     drawing.write("};\n");
     return values;
@@ -49,7 +50,9 @@ double* matrix(Drawing& drawing, int rows, int columns)
         if (kind < 3 && columns == 2)
             value = value / 4 + (column == 0 ? (row == 1 || row == 2 ? right : 0.0) : row >= 2 ? bottom : 0.0);
         else if (kind < 3 && columns == 3)
-            value = column == 2 && row < 2 ? value * 8 : row == 2 && column < 2 ? value / 64 : value / 8 + (row == column);
+            value = column == 2 && row < 2   ? value * 8
+                    : row == 2 && column < 2 ? value / 64
+                                             : value / 8 + (row == column);
         else if (kind < 3)
             value = column == 3 ? value * 8 : column == 0 ? value / 256 : value / 8 + (row == column - 1);
         values[i] = value;
@@ -81,8 +84,8 @@ OrvConvKernel* kernel(Drawing& drawing)
     Shape k = kernelShape(drawing);
     int id = drawing.names++, shift = drawing.source.oneIn(3) ? drawing.source.below(34) : 0;
     const auto* values = numbers<int32_t>(drawing, id, k.columns * k.rows, "int32_t");
-    drawing.write("    OrvConvKernel* kernel%d = orvCreateConvKernel(%d, %d, %d, %d, numbers%d, %d);\n", id, k.columns, k.rows,
-                  k.x, k.y, id, shift);
+    drawing.write("    OrvConvKernel* kernel%d = orvCreateConvKernel(%d, %d, %d, %d, numbers%d, %d);\n", id, k.columns,
+                  k.rows, k.x, k.y, id, shift);
     drawing.name("kernel%d", id);
     return orvCreateConvKernel(k.columns, k.rows, k.x, k.y, values, shift);
 }
@@ -92,15 +95,15 @@ OrvConvKernelFP* kernelFP(Drawing& drawing)
     Shape k = kernelShape(drawing);
     int id = drawing.names++;
     const auto* values = numbers<float>(drawing, id, k.columns * k.rows, "float");
-    drawing.write("    OrvConvKernelFP* kernel%d = orvCreateConvKernelFP(%d, %d, %d, %d, numbers%d);\n", id, k.columns, k.rows,
-                  k.x, k.y, id);
+    drawing.write("    OrvConvKernelFP* kernel%d = orvCreateConvKernelFP(%d, %d, %d, %d, numbers%d);\n", id, k.columns,
+                  k.rows, k.x, k.y, id);
     drawing.name("kernel%d", id);
     return orvCreateConvKernelFP(k.columns, k.rows, k.x, k.y, values);
 }
 
 OrvLUT** tables(Drawing& drawing)
 {
-    OrvLUT** all = array<OrvLUT*>(drawing, 8);
+    static thread_local OrvLUT* all[1 << 17];  // as many as an image has channels, the same ones again and again
     const OrvImage* image = drawing.imageAt(0);
     int most = image && image->depth == ORV_DEPTH_1U ? 2 : image && image->depth == ORV_DEPTH_16U ? 65536 : 256;
     int id = drawing.names++;
@@ -129,13 +132,15 @@ OrvLUT** tables(Drawing& drawing)
         }
         if (!valid && drawing.source.oneIn(40))
             table->factor = nullptr;
-        drawing.write("    OrvLUT table%d_%d = {%d, keys%d_%d, values%d_%d, %s%d_%d, %d};\n", id, i, count, id, i, id, i,
-                      table->factor ? "factors" : "0 * factors", id, i, table->interpolateType);
+        drawing.write("    OrvLUT table%d_%d = {%d, keys%d_%d, values%d_%d, %s%d_%d, %d};\n", id, i, count, id, i, id,
+                      i, table->factor ? "factors" : "0 * factors", id, i, table->interpolateType);
     }
-    drawing.write("    OrvLUT* tables%d[8] = {", id);
+    for (size_t i = 8; i < std::size(all); ++i)
+        all[i] = all[i % 8];
+    drawing.write("    static OrvLUT* tables%d[1 << 17];\n    OrvLUT* few%d[] = {", id, id);
     for (int i = 0; i < 8; ++i)
         drawing.write("&table%d_%d, ", id, i);
-    drawing.write("};\n");
+    drawing.write("};\n    for (int i = 0; i < 1 << 17; ++i)\n        tables%d[i] = few%d[i %% 8];\n", id, id);
     drawing.name("tables%d", id);
     return all;
 }
@@ -144,13 +149,13 @@ constexpr int wavelets[][3] = {{0, 0, 0}, {1, 1, 0}, {1, 7, 0}, {2, 3, 0}, {3, 5
                                {5, 2, 8}, {5, 3, 9}, {6, 2, 2}, {6, 3, 1}, {7, 0, 0}, {8, 0, 0}};
 
 // What is drawn for an argument of a type, with `d` for the drawing.
-#define DRAWN(type, ...)        \
-    template <>                 \
-    type Drawing::draw()        \
-    {                           \
-        Drawing& d = *this;     \
-        (void)d;                \
-        __VA_ARGS__             \
+#define DRAWN(type, ...)    \
+    template <>             \
+    type Drawing::draw()    \
+    {                       \
+        Drawing& d = *this; \
+        (void)d;            \
+        __VA_ARGS__         \
     }
 
 }  // namespace
@@ -163,7 +168,8 @@ DRAWN(OrvImage*, return image();)
 DRAWN(int32_t, int32_t value = integer(); name(value == INT32_MIN ? "INT32_MIN" : "%d", value); return value;)
 DRAWN(uint32_t, auto value = uint32_t(integer()); name("%uu", value); return value;)
 DRAWN(double, double value = real() * source.of({1, 1, 10, 90}); name("%s", text(value).c_str()); return value;)
-DRAWN(float, auto value = float(real() * source.of({1, 1, 10, 100})); name("%s", text(double(value)).c_str()); return value;)
+DRAWN(float, auto value = float(real() * source.of({1, 1, 10, 100})); name("%s", text(double(value)).c_str());
+      return value;)
 DRAWN(double*, double* value = array<double>(d, 1); *value = 0; return argument("(double[1]){0}", value);)
 DRAWN(float*, float* value = array<float>(d, 1); *value = 0; return argument("(float[1]){0}", value);)
 DRAWN(int32_t*, int32_t* value = array<int32_t>(d, 1); *value = 0; return argument("(int32_t[1]){0}", value);)
@@ -175,14 +181,14 @@ DRAWN(OrvROI*, auto* roi = array<OrvROI>(d, 1); *roi = {integer(), integer(), in
 DRAWN(OrvLUT**, return tables(d);)
 DRAWN(OrvConvKernel*, return kernel(d);)
 DRAWN(OrvConvKernelFP*, return kernelFP(d);)
-DRAWN(const int32_t*, int id = names++; const auto* values = numbers<int32_t>(d, id, 16, "int32_t"); name("numbers%d", id);
-      return values;)
+DRAWN(const int32_t*, int id = names++; const auto* values = numbers<int32_t>(d, id, 16, "int32_t");
+      name("numbers%d", id); return values;)
 DRAWN(const float*, int id = names++; const auto* values = numbers<float>(d, id, 16, "float"); name("numbers%d", id);
       return values;)
 DRAWN(OrvColorTwist*, auto* twist = array<OrvColorTwist>(d, 1); int id = names++;
       memcpy(twist->data, numbers<int32_t>(d, id, 16, "int32_t"), sizeof twist->data); twist->scalingValue = integer();
-      write("    OrvColorTwist twist%d;\n    memcpy(twist%d.data, numbers%d, 64);\n    twist%d.scalingValue = %d;\n", id, id, id,
-            id, twist->scalingValue);
+      write("    OrvColorTwist twist%d;\n    memcpy(twist%d.data, numbers%d, 64);\n    twist%d.scalingValue = %d;\n",
+            id, id, id, id, twist->scalingValue);
       name("&twist%d", id); return twist;)
 DRAWN(const OrvColorTwist*, return draw<OrvColorTwist*>();)
 DRAWN(OrvNoiseParam*, auto* noise = array<OrvNoiseParam>(d, 1); int id = names++;
@@ -192,7 +198,7 @@ DRAWN(OrvNoiseParam*, auto* noise = array<OrvNoiseParam>(d, 1); int id = names++
            noise->highInt, id, id);
       return noise;)
 DRAWN(OrvMomentState*, auto* state = array<OrvMomentState>(d, 1);
-      for (int i = 0; i < 16; ++i) (*state)[i / 4][i % 4] = {1, double(i * i + 1)};
+      for (int i = 0; i < 16; ++i)(*state)[i / 4][i % 4] = {1, double(i* i + 1)};
       return argument("&(OrvMomentState){{{1, 1}}}", state);)
 DRAWN(const OrvWtKernel*, auto* bank = array<OrvWtKernel>(d, 1);
       const int* type = wavelets[source.below(int(std::size(wavelets)))]; int id = names++;
@@ -339,8 +345,8 @@ void userBank(Drawing& d, Function* function)
         d.perform(function, filters, filters + 1, filters + 2, filters + 3, bank);
     } else {
         d.name("(float*[]){%s}, (int32_t[]){%d, %d, %d, %d}, (int32_t[]){%d, %d, %d, %d}, &(OrvWtKernel){0}",
-               each("numbers%d, numbers%d, numbers%d, numbers%d"), lengths[0], lengths[1], lengths[2], lengths[3], offsets[0],
-               offsets[1], offsets[2], offsets[3]);
+               each("numbers%d, numbers%d, numbers%d, numbers%d"), lengths[0], lengths[1], lengths[2], lengths[3],
+               offsets[0], offsets[1], offsets[2], offsets[3]);
         d.perform(function, taps, lengths, offsets, bank);
     }
     for (const OrvWtFilter& filter : {bank->filtDecLow, bank->filtRecHigh})
@@ -358,14 +364,16 @@ struct Bitmap {
 
 Bitmap bitmapFor(Drawing& d, int width, int height, bool separate, bool coded)
 {
-    static const int formats[][2] = {{1, 0}, {4, 0}, {8, 0}, {16, 0}, {24, 0}, {32, 0}, {16, 3}, {32, 3}, {8, 1}, {4, 2}};
+    static const int formats[][2] = {{1, 0},  {4, 0},  {8, 0},  {16, 0}, {24, 0},
+                                     {32, 0}, {16, 3}, {32, 3}, {8, 1},  {4, 2}};
     const int* format = formats[d.source.below(coded ? 10 : 8)];
     uint32_t seed = d.source.bits();
     d.name("replayBitmap(%d, %d, %d, %d, %uu, %d)", width, height, format[0], format[1], seed, separate);
     if (separate)
         d.name("(char*)replayBits(%d, %d, %d, %uu)", width, height, format[0], seed);
     return {replayBitmap(width, height, format[0], format[1], seed, separate),
-            separate ? reinterpret_cast<char*>(replayBits(width, height, format[0], seed)) : nullptr, width, height, format[0]};
+            separate ? reinterpret_cast<char*>(replayBits(width, height, format[0], seed)) : nullptr, width, height,
+            format[0]};
 }
 
 template <bool separate, class Function>
@@ -471,22 +479,32 @@ void testImage(Drawing& d)
 
 OrvImage* imageOfLibrary(bool records)
 {
-    return orvCreateImageHeader(3, 0, 8, "RGB", "RGB", 0, 0, 4, 9, 9, records ? orvCreateROI(0, 0, 0, 1, 1) : nullptr, nullptr,
-                                nullptr, records ? orvCreateTileInfo(replayProvide, nullptr, 8, 8) : nullptr);
+    return orvCreateImageHeader(3, 0, 8, "RGB", "RGB", 0, 0, 4, 9, 9, records ? orvCreateROI(0, 0, 0, 1, 1) : nullptr,
+                                nullptr, nullptr, records ? orvCreateTileInfo(replayProvide, nullptr, 8, 8) : nullptr);
 }
 
-const Likely few = {{1, 2, 3, 4, 5, 6, 7, 9, 12, 16}}, windows = {{2, 3, 3, 5, 1, 7}, {2, 3, 3, 5, 1, 13}, {0, 1, 0}, {0, 1, 0}},
-             warps = {{0, 1, 2, 16, 17, 18}}, quads = {{0, 1}, {0, 1, 2, 16, 17, 18}},
-             bytes = {{0, 1, 2, 3, 7, 100, 127, 128, 200, 255}}, places = {{0, 1, 2, 5, 9, 20}}, orders = {{0, 1, 2, 3, 0, 1}},
-             scales = {{0, 1, 5, 10, 31}}, dithers = {{1, 2, 4, 8, 16}}, fourier = {{1, 2, 5, 6, 17, 18, 33, 34, 21, 38}},
-             grow = {{2, 3, 5, 9}, {1, 2}, {2, 3, 7}, {1, 2}, {0, 1, 2}}, shrink = {{1, 2}, {2, 3, 5}, {1, 2}, {2, 4, 7}, {0, 1, 2, 3}, {3, 5, 7}},
-             reduce = {{0, 1, 8}, {1, 2, 4, 8, 16}, {2, 16, 256}}, composites = {{0, 1, 2, 3, 4, 5}, {0, 128, 255}, {0, 99, 255}, {0, 1}},
-             resize = {{1, 2, 3, 5}, {1, 2, 3, 5}, {1, 2, 3, 5}, {1, 2, 3, 5}, {0, 1, 2, 3}}, premultiplied = {{0, 1, 2, 3, 4, 5}, {0, 1}},
+const Likely few = {{1, 2, 3, 4, 5, 6, 7, 9, 12, 16}},
+             windows = {{2, 3, 3, 5, 1, 7}, {2, 3, 3, 5, 1, 13}, {0, 1, 0}, {0, 1, 0}}, warps = {{0, 1, 2, 16, 17, 18}},
+             quads = {{0, 1}, {0, 1, 2, 16, 17, 18}}, bytes = {{0, 1, 2, 3, 7, 100, 127, 128, 200, 255}},
+             places = {{0, 1, 2, 5, 9, 20}}, orders = {{0, 1, 2, 3, 0, 1}}, scales = {{0, 1, 5, 10, 31}},
+             dithers = {{1, 2, 4, 8, 16}}, fourier = {{1, 2, 5, 6, 17, 18, 33, 34, 21, 38}},
+             grow = {{2, 3, 5, 9}, {1, 2}, {2, 3, 7}, {1, 2}, {0, 1, 2}},
+             shrink = {{1, 2}, {2, 3, 5}, {1, 2}, {2, 4, 7}, {0, 1, 2, 3}, {3, 5, 7}},
+             reduce = {{0, 1, 8}, {1, 2, 4, 8, 16}, {2, 16, 256}},
+             composites = {{0, 1, 2, 3, 4, 5}, {0, 128, 255}, {0, 99, 255}, {0, 1}},
+             resize = {{1, 2, 3, 5}, {1, 2, 3, 5}, {1, 2, 3, 5}, {1, 2, 3, 5}, {0, 1, 2, 3}},
+             premultiplied = {{0, 1, 2, 3, 4, 5}, {0, 1}},
              header = {{1, 3}, {0}, {8, 16, 32}, {0, 1}, {0, 1}, {4, 8, 16, 32}, {1, 9, 30}};
 
 // A function whose arguments are drawn by their types, and one for which they are made by an expression.
-#define ROW(name, family, ...) {#name, [](Drawing& d) { d.call(name); }, family __VA_OPT__(, ) __VA_ARGS__}
-#define OWN(name, family, work, ...) {#name, [](Drawing& d) { work; }, family __VA_OPT__(, ) __VA_ARGS__}
+#define ROW(name, family, ...)                                                      \
+    {                                                                               \
+#name, [](Drawing & d) { d.call(name); }, family __VA_OPT__(, ) __VA_ARGS__ \
+    }
+#define OWN(name, family, work, ...)                                        \
+    {                                                                       \
+#name, [](Drawing & d) { work; }, family __VA_OPT__(, ) __VA_ARGS__ \
+    }
 #define MADE(expression) d.argument(#expression, d.plan.program ? decltype(expression)() : expression)
 
 }  // namespace
@@ -555,7 +573,8 @@ const std::vector<Entry>& everyCall()
         ROW(orvCreateTileInfo, "core"),
         ROW(orvSetTileInfo, "core"),
         OWN(orvDeleteROI, "core", d.perform(orvDeleteROI, MADE(orvCreateROI(0, 1, 2, 3, 4)))),
-        OWN(orvDeleteTileInfo, "core", d.perform(orvDeleteTileInfo, MADE(orvCreateTileInfo(replayProvide, NULL, 8, 8)))),
+        OWN(orvDeleteTileInfo, "core",
+            d.perform(orvDeleteTileInfo, MADE(orvCreateTileInfo(replayProvide, NULL, 8, 8)))),
         ROW(orvGetPixel, "core", "1bchsif", places),
         ROW(orvPutPixel, "core", "1bchsif", places),
         ROW(orvCopy, "core", "1bchsif,="),
@@ -572,8 +591,10 @@ const std::vector<Entry>& everyCall()
         ROW(orvGetConvKernelFP, "filter"),
         ROW(orvDeleteConvKernel, "filter"),
         ROW(orvDeleteConvKernelFP, "filter"),
-        OWN(orvConvolve2D, "filter", convolution(d, orvConvolve2D, "OrvConvKernel", orvDeleteConvKernel), "1bchsi,=", orders),
-        OWN(orvConvolve2DFP, "filter", convolution(d, orvConvolve2DFP, "OrvConvKernelFP", orvDeleteConvKernelFP), "f,=", orders),
+        OWN(orvConvolve2D, "filter", convolution(d, orvConvolve2D, "OrvConvKernel", orvDeleteConvKernel),
+            "1bchsi,=", orders),
+        OWN(orvConvolve2DFP, "filter", convolution(d, orvConvolve2DFP, "OrvConvKernelFP", orvDeleteConvKernelFP),
+            "f,=", orders),
         ROW(orvConvolveSep2D, "filter", "1bchsi,="),
         ROW(orvConvolveSep2DFP, "filter", "f,="),
         ROW(orvNormCrossCorr, "filter", "bchsif_,="),
@@ -678,10 +699,13 @@ const std::vector<Entry>& everyCall()
         ROW(orvPreMultiplyAlpha, "pointwise", "bh,=", bytes),
         ROW(orvAlphaCompositeC, "pointwise", "bh,=", composites),
         ROW(orvAlphaComposite, "pointwise", "bh,=", premultiplied),
-        OWN(orvRealFft2D, "transform", d.call(orvRealFft2D); orvRealFft2D(nullptr, nullptr, ORV_FFT_RELEASE), "bchsif_", fourier),
-        OWN(orvCcsFft2D, "transform", d.call(orvCcsFft2D); orvCcsFft2D(nullptr, nullptr, ORV_FFT_RELEASE), "bchsif_", fourier),
+        OWN(orvRealFft2D, "transform", d.call(orvRealFft2D);
+            orvRealFft2D(nullptr, nullptr, ORV_FFT_RELEASE), "bchsif_", fourier),
+        OWN(orvCcsFft2D, "transform", d.call(orvCcsFft2D);
+            orvCcsFft2D(nullptr, nullptr, ORV_FFT_RELEASE), "bchsif_", fourier),
         ROW(orvMpyRCPack2D, "transform", "csif_,=_"),
-        OWN(orvDCT2D, "transform", d.call(orvDCT2D); orvDCT2D(nullptr, nullptr, ORV_DCT_RELEASE), "bchsif_,f_", Likely(std::vector<int>{1, 2})),
+        OWN(orvDCT2D, "transform", d.call(orvDCT2D);
+            orvDCT2D(nullptr, nullptr, ORV_DCT_RELEASE), "bchsif_,f_", Likely(std::vector<int>{1, 2})),
         ROW(orvWtInit, "transform", "", Likely(std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9})),
         OWN(orvWtInitUserFilter4, "transform", userBank<0>(d, orvWtInitUserFilter4)),
         OWN(orvWtInitUserFilter, "transform", userBank<1>(d, orvWtInitUserFilter)),

@@ -32,7 +32,9 @@ Drawing::Drawing(Source given, const Plan& wanted, const Entry& what) : source(g
     replayReset();
     replayBegin();
     if (plan.program)
-        fprintf(plan.program, "/* %s */\n#include \"replay.h\"\n\nint main(void)\n{\n    replayReset();\n    replayBegin();\n    replayArena.isLoud = 1;\n",
+        fprintf(plan.program,
+                "/* %s */\n#include \"replay.h\"\n\nint main(void)\n{\n    replayReset();\n    replayBegin();\n    "
+                "replayArena.isLoud = 1;\n",
                 entry.name);
 }
 
@@ -98,11 +100,14 @@ void Drawing::end()
                     now.width == old.width && now.height == old.height && now.depth == old.depth &&
                     now.nChannels == old.nChannels && now.widthStep == old.widthStep;
         if (!same && !strstr(entry.name, "llocate") && !strstr(entry.name, "FromDIB"))
-            replayFail(now.maskROI != old.maskROI ? "maskROI was changed" : now.roi != old.roi ? "roi was changed" : "a header was changed");
+            replayFail(now.maskROI != old.maskROI ? "maskROI was changed"
+                       : now.roi != old.roi       ? "roi was changed"
+                                                  : "a header was changed");
         tileRefused |= place->how.refuse && place->tiles.requests >= place->how.refuse;
         // Where a tile or memory does not come, what is open stays so.
         bool isSilent = memoryRefused || (!plan.valid && strstr(entry.name, "Filter"));  // without memory
-        if (orvGetErrStatus() == 0 && replayArena.reports == 0 && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
+        if (orvGetErrStatus() == 0 && replayArena.reports == 0 && !isSilent && now.tileInfo == &place->info &&
+            place->tiles.open != 0)
             replayFail("a tile was left open");
         hashImage(&now);
         if (now.imageDataBlock)  // of a function that has allocated it
@@ -143,8 +148,9 @@ void Drawing::hashImage(const OrvImage* image)
 
 int32_t Drawing::integer()
 {
-    static const int32_t edges[] = {-1, -2, INT32_MIN, INT32_MAX, INT32_MIN + 1, INT32_MAX - 1, 255, 256, 65535, 65536, 127,
-                                    128, -128, 32767, -32768, 31, 32, 33, 64, 1000, 46341, 65537, 1 << 30, -7};
+    static const int32_t edges[] = {-1,    -2,    INT32_MIN, INT32_MAX, INT32_MIN + 1, INT32_MAX - 1, 255,     256,
+                                    65535, 65536, 127,       128,       -128,          32767,         -32768,  31,
+                                    32,    33,    64,        1000,      46341,         65537,         1 << 30, -7};
     int kind = plan.valid ? 0 : source.below(8);
     if (kind < 6 && !entry.likely.empty()) {
         const std::vector<int>& list = entry.likely[std::min(size_t(integers++), entry.likely.size() - 1)];
@@ -154,7 +160,9 @@ int32_t Drawing::integer()
         return source.below(8);
     int32_t edge = edges[source.below(int(std::size(edges)))];
     // What takes time with the window's size would take minutes.
-    int32_t most = strstr(entry.name, "ColorMedian") ? 40 : strstr(entry.name, "Blur") ? 2000 : INT32_MAX;
+    int32_t most = strstr(entry.name, "ColorMedian")                            ? 40
+                   : strstr(entry.name, "Blur") || strstr(entry.name, "Filter") ? 2000
+                                                                                : INT32_MAX;
     return edge > most ? edge % most : edge;
 }
 
@@ -296,15 +304,16 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     image.headerSize = int(sizeof image);
     image.align = kind.tight ? 4 : source.of({4, 8, 16, 32});
     int64_t row = replayRowBytes(&image, image.width);
-    image.widthStep = int32_t((row + image.align - 1) / image.align * image.align + (kind.tight ? 0 : source.of({0, 0, 1, 3, 16})));
+    image.widthStep =
+        int32_t((row + image.align - 1) / image.align * image.align + (kind.tight ? 0 : source.of({0, 0, 1, 3, 16})));
     if (hostile(60))
         image.widthStep = 1 + source.below(int(row));
     for (int i = 0; i < 4; ++i) {
         image.borderMode[i] = hostile(40) ? integer() : source.below(4);
         image.borderConst[i] = source.oneIn(2) ? 0 : int(source.bits()) % (image.depth == ORV_DEPTH_1U ? 2 : 120);
     }
-    to.how = {source.bits(), source.below(valid ? 4 : 5), source.below(2), source.below(8), plan.refuseTile,
-              !valid && source.oneIn(12)};
+    to.how = {source.bits(),   source.below(valid ? 4 : 5), source.below(2), source.below(8),
+              plan.refuseTile, !valid && source.oneIn(12)};
 
     if (!kind.noRegion && source.oneIn(2)) {
         OrvROI& roi = to.roi;
@@ -317,7 +326,8 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         if (like)
             roi.coi = first->roi ? first->roi->coi : 0;
         if (hostile(10))
-            *source.of({&roi.xOffset, &roi.yOffset, &roi.width, &roi.height, &roi.coi}) = int32_t(uint32_t(integer()) - uint32_t(source.below(3)));
+            *source.of({&roi.xOffset, &roi.yOffset, &roi.width, &roi.height, &roi.coi}) =
+                int32_t(uint32_t(integer()) - uint32_t(source.below(3)));
         else if (hostile(10))
             roi.xOffset -= source.of({w, 1, 5}), roi.yOffset += source.of({h, 1, 7});
         image.roi = &roi;
@@ -344,9 +354,10 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     }
     image.imageSize = int32_t(replayBytes(&image) & 0x7FFFFFFF);
     if (hostile(25)) {
-        int32_t* fields[] = {&image.headerSize,   &image.headerId,  &image.nChannels, &image.alphaChannel,
-                             &image.dataOrder,    &image.origin,    &image.align,     &image.width,
-                             &image.height,       &image.imageSize, &image.widthStep, reinterpret_cast<int32_t*>(&image.depth),
+        int32_t* fields[] = {&image.headerSize,   &image.headerId,  &image.nChannels,
+                             &image.alphaChannel, &image.dataOrder, &image.origin,
+                             &image.align,        &image.width,     &image.height,
+                             &image.imageSize,    &image.widthStep, reinterpret_cast<int32_t*>(&image.depth),
                              &to.info.width,      &to.info.height};
         OrvImage old = image;
         *source.of({fields[0], fields[2], fields[3], fields[4], fields[5], fields[6], fields[7], fields[8], fields[9],
@@ -372,11 +383,11 @@ void Drawing::place(Place& to, int number)
         write("    OrvROI roi%d = {%d, %d, %d, %d, %d};\n", number, i.roi->coi, i.roi->xOffset, i.roi->yOffset,
               i.roi->width, i.roi->height);
     if (i.tileInfo)
-        write("    static ReplayTiles tiles%d;\n    OrvTileInfo info%d = {replayProvide, &tiles%d, NULL, %d, %d};\n", number,
-              number, number, i.tileInfo->width, i.tileInfo->height);
-    write("    OrvImage image%d = {%d, %d, %d, %d, 0x%Xu, \"%.4s\", \"%.4s\", %d, %d, %d, %d, %d, ", number, i.headerSize,
-          i.headerId, i.nChannels, i.alphaChannel, i.depth, i.colorModel, i.channelSeq, i.dataOrder, i.origin, i.align,
-          i.width, i.height);
+        write("    static ReplayTiles tiles%d;\n    OrvTileInfo info%d = {replayProvide, &tiles%d, NULL, %d, %d};\n",
+              number, number, number, i.tileInfo->width, i.tileInfo->height);
+    write("    OrvImage image%d = {%d, %d, %d, %d, 0x%Xu, \"%.4s\", \"%.4s\", %d, %d, %d, %d, %d, ", number,
+          i.headerSize, i.headerId, i.nChannels, i.alphaChannel, i.depth, i.colorModel, i.channelSeq, i.dataOrder,
+          i.origin, i.align, i.width, i.height);
     auto pointer = [&](bool set, const char* what, int n) { set ? write("&%s%d, ", what, n) : write("NULL, "); };
     pointer(i.roi, "roi", number);
     // A mask is drawn right after its image has its number.

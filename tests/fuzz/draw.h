@@ -29,12 +29,12 @@ struct Source {
 
 // What may happen to a call.
 struct Plan {
-    bool valid = false;       // nothing hostile, only what the function takes
-    bool plain = false;       // no tiles
-    int refuseMemory = 0;     // the n-th request for memory, by 1
-    int refuseTile = 0;       // the n-th request for a tile of each image
+    bool valid = false;          // nothing hostile, only what the function takes
+    bool plain = false;          // no tiles
+    int refuseMemory = 0;        // the n-th request for memory, by 1
+    int refuseTile = 0;          // the n-th request for a tile of each image
     OrvImage* shared = nullptr;  // the first of several images
-    FILE* program = nullptr;  // where the call is written as a C program, instead of being made
+    FILE* program = nullptr;     // where the call is written as a C program, instead of being made
 };
 
 struct Entry;
@@ -49,7 +49,7 @@ public:
     const Plan plan;
     const Entry& entry;
     uint64_t digest = 0xCBF29CE484222325u;
-    bool worked = false;     // nothing was reported
+    bool worked = false;  // nothing was reported
     bool memoryRefused = false, tileRefused = false;
 
     template <class R, class... A>

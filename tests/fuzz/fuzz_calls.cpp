@@ -92,8 +92,8 @@ long loop(Clock::time_point, uint64_t)
 // The calls are made in a child; the parent prints the one that the child did not survive, and goes on behind it.
 long loop(Clock::time_point end, uint64_t seed)
 {
-    auto* shared = static_cast<Shared*>(
-        mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    auto* shared =
+        static_cast<Shared*>(mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     long faults = 0;
     shared->seed = seed;
     std::map<std::string, int> known;
@@ -135,8 +135,8 @@ long loop(Clock::time_point end, uint64_t seed)
         most = std::max(most, calls);
         least = std::min(least, calls);
     }
-    printf("%llu calls, %ld to %ld of each function, %ld faults\n", static_cast<unsigned long long>(shared->seed - seed), least,
-           most, faults);
+    printf("%llu calls, %ld to %ld of each function, %ld faults\n",
+           static_cast<unsigned long long>(shared->seed - seed), least, most, faults);
     return faults;
 }
 #endif
@@ -204,8 +204,28 @@ int threads(int seconds)
     auto end = Clock::now() + std::chrono::seconds(seconds);
     replayReset();
     std::vector<uint8_t> pixels(64 * 64 * 4, 77);
-    OrvImage together = {int(sizeof together), 0, 3, 0, ORV_DEPTH_8U, {'R', 'G', 'B'}, {'R', 'G', 'B'}, 0, 0, 4, 64, 64, nullptr,
-                         nullptr, nullptr, nullptr, 64 * 192, pixels.data(), 192, {}, {}, nullptr};
+    OrvImage together = {int(sizeof together),
+                         0,
+                         3,
+                         0,
+                         ORV_DEPTH_8U,
+                         {'R', 'G', 'B'},
+                         {'R', 'G', 'B'},
+                         0,
+                         0,
+                         4,
+                         64,
+                         64,
+                         nullptr,
+                         nullptr,
+                         nullptr,
+                         nullptr,
+                         64 * 192,
+                         pixels.data(),
+                         192,
+                         {},
+                         {},
+                         nullptr};
     std::atomic<long> calls{0};
     std::vector<std::thread> all;
     for (uint64_t thread = 0; thread < 8; ++thread)

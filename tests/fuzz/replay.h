@@ -28,7 +28,7 @@ enum {
 /* How an image's pixels are made. */
 typedef struct ReplayHow {
     uint32_t seed;
-    int32_t fill;    /* 0: noise, 1: the ends of the range, 2: one value, 3: small values, 4: also floats that are none */
+    int32_t fill; /* 0: noise, 1: the ends of the range, 2: one value, 3: small values, 4: also floats that are none */
     int32_t atStart; /* the pixels begin at a page's start, or else end at its end */
     int32_t shift;   /* bytes between the page's start and the pixels */
     int32_t refuse;  /* the request for a tile that brings nothing, from 1; 0 for none */
@@ -72,7 +72,8 @@ static uint8_t* replayMap(size_t place, int32_t places)
 #if defined(_WIN32)
     return (uint8_t*)malloc(bytes);
 #else
-    uint8_t* memory = (uint8_t*)mmap(NULL, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    uint8_t* memory =
+        (uint8_t*)mmap(NULL, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED)
         replayFail("no memory for the test");
     for (int32_t i = 0; i <= places; ++i)
@@ -135,7 +136,9 @@ static int64_t replayRowBytes(const OrvImage* image, int64_t width)
 {
     int64_t channels = image->dataOrder == ORV_DATA_ORDER_PLANE ? 1 : image->nChannels;
     int64_t bits = image->depth & ORV_DEPTH_MASK;
-    return channels < 1 || bits > 32 || width < 1 ? 1 : channels > replayMostBytes ? 1 << 30 : (width * channels * bits + 7) / 8;
+    return channels < 1 || bits > 32 || width < 1 ? 1
+           : channels > replayMostBytes           ? 1 << 30
+                                                  : (width * channels * bits + 7) / 8;
 }
 
 static int64_t replayRows(const OrvImage* image, int64_t height)
@@ -291,7 +294,8 @@ static BITMAPINFOHEADER* replayBitmap(int32_t width, int32_t height, int32_t bit
 /* Handlers and callbacks that applications would have. */
 static const int32_t replayTwist[16] = {9, 1};
 
-static int32_t ORV_CALL replayReport(int32_t status, const char* func, const char* context, const char* file, int32_t line)
+static int32_t ORV_CALL replayReport(int32_t status, const char* func, const char* context, const char* file,
+                                     int32_t line)
 {
     (void)file, (void)line;
     ++replayArena.reports;
@@ -310,7 +314,8 @@ static float ORV_CALL replayReal(float value)
 static void ORV_CALL replayPixel(OrvImage* src, void* from, OrvImage* dst, void* to)
 {
     if (src->depth == dst->depth && src->nChannels == dst->nChannels)
-        memmove(to, from, (size_t)(src->depth == ORV_DEPTH_1U ? 1 : (src->depth & ORV_DEPTH_MASK) / 8) * (size_t)dst->nChannels);
+        memmove(to, from,
+                (size_t)(src->depth == ORV_DEPTH_1U ? 1 : (src->depth & ORV_DEPTH_MASK) / 8) * (size_t)dst->nChannels);
 }
 
 static void replayBegin(void)
