@@ -157,7 +157,8 @@ void setMasks(Bitmap& bitmap, Random& random)
 {
     if (bitmap.spec.compression != BI_BITFIELDS)
         return;
-    for (size_t k = 0; k < 3 && random.below(4); ++k) {  // otherwise any bits
+    const size_t count = std::min<size_t>(3, bitmap.entries());  // none at 24 bits
+    for (size_t k = 0; k < count && random.below(4); ++k) {      // otherwise any bits
         int width = random.below(random.below(3) ? 9 : 33);
         uint64_t run = (uint64_t{1} << width) - 1;
         bitmap.setEntry(k, uint32_t(run << random.below(33 - width)));

@@ -2,8 +2,10 @@
 #pragma once
 
 #if defined(_WIN32)
-#define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 #endif
 

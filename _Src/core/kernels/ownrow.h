@@ -77,6 +77,9 @@ struct OwnRowKernel {
 #include <emmintrin.h>
 #endif
 
+// For what computes a value: left to itself the compiler calls it in large sources, and a loop with a call is no vector loop.
+#define OWN_ALWAYS __attribute__((always_inline))
+
 namespace OWN_ISA {
 
 template <int bytes>
@@ -317,7 +320,10 @@ struct SelectedValue {
     OwnValues<D> stored;
     ptrdiff_t start = 0;
 
-    D operator()(ptrdiff_t i) const { return select<D>(ownLoad<Lane<D>>(lanes, i - start), value(i), stored[i]); }
+    OWN_ALWAYS D operator()(ptrdiff_t i) const
+    {
+        return select<D>(ownLoad<Lane<D>>(lanes, i - start), value(i), stored[i]);
+    }
     auto vector(ptrdiff_t i) const requires requires(const Value& v, ptrdiff_t k) { v.vector(k); }
     {
         Vector<D> no = vectorAt<D>(stored.first, i);
@@ -333,7 +339,7 @@ struct MaskedValue {
     OwnValues<D> stored;
     ptrdiff_t start;
 
-    D operator()(ptrdiff_t i) const { return select<D>(Lane<D>(lanes[i - start]), value(i), stored[i]); }
+    OWN_ALWAYS D operator()(ptrdiff_t i) const { return select<D>(Lane<D>(lanes[i - start]), value(i), stored[i]); }
 };
 
 // Stores value(i) where the mask bit is set. As in storeRow the last block is computed first and overlaps.
@@ -361,7 +367,7 @@ struct TwoSourceValue {
     using S = typename Op::Source;
     OwnValues<S> x, y;
 
-    auto operator()(ptrdiff_t i) const { return Op::of(x[i], y[i]); }
+    OWN_ALWAYS auto operator()(ptrdiff_t i) const { return Op::of(x[i], y[i]); }
     auto vector(ptrdiff_t i) const requires requires(Vector<S> v) { Op::of(v, v); }
     {
         return Op::of(vectorAt<S>(x.first, i), vectorAt<S>(y.first, i));
@@ -374,7 +380,7 @@ struct OneSourceValue {
     Op op;
     OwnValues<S> x;
 
-    auto operator()(ptrdiff_t i) const { return op(x[i]); }
+    OWN_ALWAYS auto operator()(ptrdiff_t i) const { return op(x[i]); }
     auto vector(ptrdiff_t i) const requires requires(const Op& f, Vector<S> v) { f(v); }
     {
         return op(vectorAt<S>(x.first, i));

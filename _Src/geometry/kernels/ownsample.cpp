@@ -585,7 +585,7 @@ inline void turnBytes(const uint8_t* from, uint8_t* const* to, ptrdiff_t at)
                              _mm_unpacklo_epi32(high, high2), _mm_unpackhi_epi32(high, high2)};
     for (int r = 0; r < 4; ++r) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(to[2 * r] + at), rows[r]);
-        _mm_storeh_pd(reinterpret_cast<double*>(to[2 * r + 1] + at), _mm_castsi128_pd(rows[r]));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(to[2 * r + 1] + at), _mm_unpackhi_epi64(rows[r], rows[r]));
     }
 }
 #endif

@@ -99,35 +99,35 @@ template <class T>
 void weighted(const OwnCompositeRow& row)
 {
     const OwnValues<T> A = {row.a}, a = {row.alphaA};
-    storeValues<T>(row, [=](ptrdiff_t i) { return mul(A[i], a[i]); });
+    storeValues<T>(row, [=](ptrdiff_t i) OWN_ALWAYS { return mul(A[i], a[i]); });
 }
 
 template <class T, int type>
 void colour(const OwnCompositeRow& row)
 {
     const OwnValues<T> A = {row.a}, B = {row.b}, a = {row.alphaA}, b = {row.alphaB};
-    storeValues<T>(row, [=](ptrdiff_t i) { return colourOf<T, type>(A[i], B[i], a[i], b[i]); });
+    storeValues<T>(row, [=](ptrdiff_t i) OWN_ALWAYS { return colourOf<T, type>(A[i], B[i], a[i], b[i]); });
 }
 
 template <class T, int type>
 void alpha(const OwnCompositeRow& row)
 {
     const OwnValues<T> a = {row.alphaA}, b = {row.alphaB};
-    storeValues<T>(row, [=](ptrdiff_t i) { return alphaOf<T, type>(a[i], b[i]); });
+    storeValues<T>(row, [=](ptrdiff_t i) OWN_ALWAYS { return alphaOf<T, type>(a[i], b[i]); });
 }
 
 template <class T, int type>
 void alphaOfOne(const OwnCompositeRow& row)
 {
     const OwnValues<T> a = {row.alphaA};
-    storeValues<T>(row, [=](ptrdiff_t i) { return alphaOfOneOf<T, type>(a[i]); });
+    storeValues<T>(row, [=](ptrdiff_t i) OWN_ALWAYS { return alphaOfOneOf<T, type>(a[i]); });
 }
 
 template <class T, int type, bool premultiplied>
 void divided(const OwnCompositeRow& row)
 {
     const OwnValues<T> A = {row.a}, B = {row.b}, a = {row.alphaA}, b = {row.alphaB};
-    storeValues<T>(row, [=](ptrdiff_t i) {
+    storeValues<T>(row, [=](ptrdiff_t i) OWN_ALWAYS {
         const double unit = double(Scale<T>::unit), one = Scale<T>::one;
         const double partA = a[i] * unit, partB = b[i] * unit;
         const double fromA = premultiplied ? A[i] : A[i] * partA, fromB = premultiplied ? B[i] : B[i] * partB;
@@ -142,7 +142,7 @@ template <class T, int type>
 void dividedAlpha(const OwnCompositeRow& row)
 {
     const OwnValues<T> a = {row.alphaA}, b = {row.alphaB};
-    storeValues<T>(row, [=](ptrdiff_t i) {
+    storeValues<T>(row, [=](ptrdiff_t i) OWN_ALWAYS {
         const double unit = double(Scale<T>::unit);
         return ownRounded<T>(realAlpha<type>(a[i] * unit, b[i] * unit) * Scale<T>::one);
     });
@@ -173,7 +173,7 @@ template <class T>
 void complement(const void* alpha, void* d, ptrdiff_t n)
 {
     const OwnValues<T> a = {alpha};
-    storeRow<T>(d, n, alpha == d, [=](ptrdiff_t i) { return complementOf(a[i]); });
+    storeRow<T>(d, n, alpha == d, [=](ptrdiff_t i) OWN_ALWAYS { return complementOf(a[i]); });
 }
 
 #define OWN_TYPES(T, kernel, ...)                                                                               \
