@@ -13,6 +13,7 @@ std::atomic<size_t> bytes{0};
 int countdown = 0;
 bool refuseAll = false;
 bool wasRefused = false;
+bool fills = true;
 
 }  // namespace
 
@@ -28,7 +29,8 @@ void* ownHeapAlloc(size_t size)
     void* block = malloc(size);
     if (block) {
         ++live;
-        memset(block, testheap::pattern, size);
+        if (fills)
+            memset(block, testheap::pattern, size);
     }
     return block;
 }
@@ -58,6 +60,11 @@ bool refused()
 int blocks()
 {
     return live;
+}
+
+void fill(bool on)
+{
+    fills = on;
 }
 
 size_t asked()

@@ -17,6 +17,9 @@ bool refused();
 // The blocks that are allocated and not yet freed.
 int blocks();
 
+// Whether new blocks are filled, as they are at first; without it valgrind sees what is read before it is set.
+void fill(bool on);
+
 // The bytes that were asked for since the last call of refuse.
 size_t asked();
 

@@ -1,0 +1,299 @@
+// Calls of all functions with arguments that are mostly right, often at the edge and sometimes hostile. As libFuzzer's target
+// with clang; otherwise a program of its own:
+//
+//   fuzz_calls [options] [seconds [seed]]   random calls, from any of the functions; a failing one is printed as a C program
+//   fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
+//   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
+//   fuzz_calls --digest [times]             a digest of the results of each family
+//   fuzz_calls --each [times]               a digest of each function, and the share of its calls that went well
+//   fuzz_calls --print seed | --input file  the C program of one call
+//   fuzz_calls --list                       the functions of the table
+//
+// Options: --level=base|v3, --only=function, --bare (new memory stays as it comes, for valgrind).
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <thread>
+
+#include "core/ownisa.h"
+#include "draw.h"
+#include "testheap.h"
+
+#if !defined(_WIN32)
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::vector<const Entry*> entries;
+
+const Entry& entryOf(Source& source)
+{
+    return *entries[source.bits() % entries.size()];
+}
+
+// A call by its seed or its bytes: the same again for the same.
+Plan planOf(Source& source)
+{
+    Plan plan;
+    plan.valid = source.oneIn(3);
+    if (source.oneIn(10))
+        plan.refuseMemory = 1 + source.below(6);
+    return plan;
+}
+
+void makeCall(Source source, FILE* program = nullptr)
+{
+    const Entry& entry = entryOf(source);
+    Plan plan = planOf(source);
+    plan.program = program;
+    int before = testheap::blocks();
+    {
+        Drawing drawing(source, plan, entry);
+        entry.call(drawing);
+    }
+    if (!program && testheap::blocks() != before)
+        replayFail("memory was not released");
+}
+
+}  // namespace
+
+#if defined(ORVZ3_LIBFUZZER)
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (entries.empty())
+        for (const Entry& entry : everyCall())
+            entries.push_back(&entry);
+    makeCall({0, data, size});
+    return 0;
+}
+
+#else
+
+namespace {
+
+struct Shared {
+    std::atomic<uint64_t> seed;
+    std::atomic<long> calls[256];
+};
+
+#if defined(_WIN32)
+long loop(Clock::time_point, uint64_t)
+{
+    return 0;
+}
+#else
+// The calls are made in a child; the parent prints the one that the child did not survive, and goes on behind it.
+long loop(Clock::time_point end, uint64_t seed)
+{
+    auto* shared =
+        static_cast<Shared*>(mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    long faults = 0;
+    shared->seed = seed;
+    std::map<std::string, int> known;
+    while (Clock::now() < end) {
+        fflush(nullptr);
+        pid_t child = fork();
+        if (child == 0) {
+            for (; Clock::now() < end; ++shared->seed) {
+                alarm(20);  // a call that hangs ends here
+                Source source = {shared->seed};
+                ++shared->calls[&entryOf(source) - &everyCall()[0]];
+                makeCall({shared->seed});
+            }
+            fflush(nullptr);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (status == 0)
+            break;
+        ++faults;
+        Source source = {shared->seed};
+        const Entry& entry = entryOf(source);
+        printf("/* fault %ld, seed %llu, %s %d: %s */\n", faults, static_cast<unsigned long long>(shared->seed.load()),
+               WIFSIGNALED(status) ? "signal" : "exit", WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status),
+               entry.name);
+        fflush(nullptr);
+        if (++known[entry.name] <= 3 && fork() == 0) {
+            makeCall({shared->seed}, stdout);
+            fflush(nullptr);
+            _exit(0);
+        }
+        wait(&status);
+        ++shared->seed;
+    }
+    long most = 0, least = 1L << 60;
+    for (const Entry* entry : entries) {
+        long calls = shared->calls[entry - &everyCall()[0]];
+        most = std::max(most, calls);
+        least = std::min(least, calls);
+    }
+    printf("%llu calls, %ld to %ld of each function, %ld faults\n",
+           static_cast<unsigned long long>(shared->seed - seed), least, most, faults);
+    return faults;
+}
+#endif
+
+// Every function through every refused request, one request after the other.
+int refusals(int times)
+{
+    long refused = 0;
+    for (const Entry* entry : entries)
+        for (int seed = 0; seed < times; ++seed)
+            for (bool tiles : {false, true})
+                for (int n = 1; n < 500; ++n) {
+                    Plan plan = {.valid = true, .refuseMemory = tiles ? 0 : n, .refuseTile = tiles ? n : 0};
+                    int before = testheap::blocks();
+                    bool any;
+                    {
+                        Drawing drawing({uint64_t(seed)}, plan, *entry);
+                        entry->call(drawing);
+                        any = tiles ? drawing.tileRefused : drawing.memoryRefused;
+                    }
+                    if (testheap::blocks() != before) {
+                        printf("%s, seed %d: memory is lost when request %d for %s fails\n", entry->name, seed, n,
+                               tiles ? "a tile" : "memory");
+                        return 1;
+                    }
+                    if (!any)
+                        break;
+                    ++refused;
+                }
+    printf("%ld refusals\n", refused);
+    return 0;
+}
+
+// A digest of each family, or of each function with the share of calls that went well.
+int digests(int times, bool each)
+{
+    std::map<std::string, uint64_t> sums;
+    for (const Entry* entry : entries) {
+        uint64_t& sum = sums[each ? entry->name : entry->family];
+        int worked = 0;
+        for (int seed = 0; seed < times; ++seed) {
+            Drawing drawing({uint64_t(seed)}, {.valid = true}, *entry);
+            entry->call(drawing);
+            worked += drawing.worked;
+            sum = (sum ^ drawing.digest) * 0x100000001B3u;
+        }
+        if (each)
+            printf("%3d%% %s %016llx\n", 100 * worked / times, entry->name, static_cast<unsigned long long>(sum));
+    }
+    for (const auto& [family, sum] : sums)
+        if (!each)
+            printf("%s %016llx\n", family.c_str(), static_cast<unsigned long long>(sum));
+    return 0;
+}
+
+// Whether a function only reads its first image.
+bool readsFirst(const Entry& entry)
+{
+    return strchr(entry.images, ',') && !strstr(entry.name, "Exchange") && !strstr(entry.name, "DIB") &&
+           !strstr(entry.name, "PreMultiply");
+}
+
+int threads(int seconds)
+{
+    auto end = Clock::now() + std::chrono::seconds(seconds);
+    replayReset();
+    std::vector<uint8_t> pixels(64 * 64 * 4, 77);
+    OrvImage together = {int(sizeof together),
+                         0,
+                         3,
+                         0,
+                         ORV_DEPTH_8U,
+                         {'R', 'G', 'B'},
+                         {'R', 'G', 'B'},
+                         0,
+                         0,
+                         4,
+                         64,
+                         64,
+                         nullptr,
+                         nullptr,
+                         nullptr,
+                         nullptr,
+                         64 * 192,
+                         pixels.data(),
+                         192,
+                         {},
+                         {},
+                         nullptr};
+    std::atomic<long> calls{0};
+    std::vector<std::thread> all;
+    for (uint64_t thread = 0; thread < 8; ++thread)
+        all.emplace_back([&, thread] {
+            for (uint64_t seed = thread << 40; Clock::now() < end; ++seed, ++calls) {
+                Source source = {seed};
+                const Entry& entry = entryOf(source);
+                Plan plan = {.valid = true};
+                if (readsFirst(entry) && source.oneIn(2))
+                    plan.shared = &together;
+                Drawing drawing(source, plan, entry);
+                entry.call(drawing);
+            }
+        });
+    for (std::thread& thread : all)
+        thread.join();
+    printf("%ld calls\n", calls.load());
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    std::vector<const char*> words;
+    const char *mode = "", *only = "";
+    for (int i = 1; i < argc; ++i) {
+        if (strncmp(argv[i], "--level=", 8) == 0) {
+            if (!ownForceLevel(strcmp(argv[i] + 8, "v3") == 0 ? OwnLevel::v3 : OwnLevel::base))
+                return 77;
+        } else if (strncmp(argv[i], "--only=", 7) == 0) {
+            only = argv[i] + 7;
+        } else if (strcmp(argv[i], "--bare") == 0) {
+            testheap::fill(false);
+        } else if (strncmp(argv[i], "--", 2) == 0) {
+            mode = argv[i] + 2;
+        } else {
+            words.push_back(argv[i]);
+        }
+    }
+    for (const Entry& entry : everyCall())
+        if (!*only || strcmp(only, entry.name) == 0)
+            entries.push_back(&entry);
+    auto number = [&](size_t i, long long otherwise) { return words.size() > i ? atoll(words[i]) : otherwise; };
+    if (strcmp(mode, "list") == 0) {
+        for (const Entry* entry : entries)
+            puts(entry->name);
+        return 0;
+    }
+    if (strcmp(mode, "print") == 0)
+        return makeCall({uint64_t(number(0, 0))}, stdout), 0;
+    if (strcmp(mode, "call") == 0)
+        return makeCall({uint64_t(number(0, 0))}), 0;
+    if (strcmp(mode, "input") == 0 && words.size() == 1) {
+        std::vector<uint8_t> bytes(1 << 20);
+        FILE* file = fopen(words[0], "rb");
+        size_t size = file ? fread(bytes.data(), 1, bytes.size(), file) : 0;
+        return makeCall({0, bytes.data(), size}, stdout), 0;
+    }
+    if (strcmp(mode, "refusals") == 0)
+        return refusals(int(number(0, 20)));
+    if (strcmp(mode, "threads") == 0)
+        return threads(int(number(0, 10)));
+    if (strcmp(mode, "digest") == 0 || strcmp(mode, "each") == 0)
+        return digests(int(number(0, 200)), mode[0] == 'e');
+    auto seed = uint64_t(number(1, Clock::now().time_since_epoch().count()));
+    printf("seed %llu\n", static_cast<unsigned long long>(seed));
+    return loop(Clock::now() + std::chrono::seconds(number(0, 30)), seed) != 0;
+}
+
+#endif
