@@ -77,19 +77,24 @@ OWN_INLINE bool ownIsAbove([[maybe_unused]] Real value)
         return false;
 }
 
+// The whole number next to a value within the range of 32 bits.
+template <class Real>
+OWN_INLINE int32_t ownNearest(Real value)
+{
+#if defined(__clang__)  // which makes the same instruction of it, and has no irint
+    return int32_t(__builtin_lrint(double(value)));
+#else
+    if constexpr (sizeof(Real) == 8)
+        return __builtin_irint(value);
+    else
+        return __builtin_irintf(value);
+#endif
+}
+
 template <class T, class Real>
 OWN_INLINE T ownRounded(Real value)
 {
-    const Real cut = ownCut<T>(value);
-#if defined(__clang__)  // which makes the same instruction of it, and has no irint
-    const auto nearest = int32_t(__builtin_lrint(double(cut)));
-#else
-    int32_t nearest;
-    if constexpr (sizeof(Real) == 8)
-        nearest = __builtin_irint(cut);
-    else
-        nearest = __builtin_irintf(cut);
-#endif
+    const int32_t nearest = ownNearest(ownCut<T>(value));
     return ownIsAbove<T>(value) ? T(OwnRange<T>::highest) : T(nearest);
 }
 

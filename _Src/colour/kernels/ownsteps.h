@@ -10,6 +10,8 @@ template <class L>
 struct Triple {
     L x, y, z;
 };
+template <class L>
+Triple(L, L, L) -> Triple<L>;  // which clang 14 does not find by itself
 
 // Stores op of the values of all places; Op has the types Source and Result, made of three values of a source three results.
 template <class Op>

@@ -136,8 +136,8 @@ void storeRow(const void* totals, void* results, ptrdiff_t n)
 // Pairs of 16 bits, whose sums have 32.
 struct Halves {
     static constexpr ptrdiff_t blockValues = 32;
-    static constexpr int pairBytes = 4;
 #if defined(__AVX2__)
+    static constexpr int pairBytes = 4;
     static __m256i all(int32_t value)
     {
         return _mm256_set1_epi32(value);
@@ -156,8 +156,8 @@ struct Halves {
 // Pairs of bytes, whose sums have 16 bits.
 struct Bytes {
     static constexpr ptrdiff_t blockValues = 64;
-    static constexpr int pairBytes = 2;
 #if defined(__AVX2__)
+    static constexpr int pairBytes = 2;
     static __m256i all(int32_t value)
     {
         return _mm256_set1_epi16(int16_t(value));

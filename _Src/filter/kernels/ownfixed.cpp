@@ -65,7 +65,7 @@ inline Vector<int32_t> nearest(Vector<float> v)
 #else
     Vector<int32_t> result;
     for (int i = 0; i < vectorBytes / 4; ++i)
-        result[i] = __builtin_irintf(v[i]);
+        result[i] = ownNearest(v[i]);
     return result;
 #endif
 }

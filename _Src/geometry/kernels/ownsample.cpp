@@ -90,7 +90,7 @@ void prepareNearest(const OwnSampleSource& source, const double* x, const double
 void prepareBits(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n, OwnSamplePlaces& places)
 {
     for (ptrdiff_t i = 0; i < n; ++i)
-        places.offset[i] = int64_t{__builtin_irint(y[i])} * source.rowBytes * 8 + __builtin_irint(x[i]) - source.origin;
+        places.offset[i] = int64_t{ownNearest(y[i])} * source.rowBytes * 8 + ownNearest(x[i]) - source.origin;
 }
 
 // Fixed point with 16 bits after the point. All weight of the last pixel stands in the one before.
