@@ -33,6 +33,7 @@ struct Plan {
     bool plain = false;          // no tiles
     int refuseMemory = 0;        // the n-th request for memory, by 1
     int refuseTile = 0;          // the n-th request for a tile of each image
+    bool loud = false;           // reports are printed
     OrvImage* shared = nullptr;  // the first of several images
     FILE* program = nullptr;     // where the call is written as a C program, instead of being made
 };
@@ -51,6 +52,7 @@ public:
     uint64_t digest = 0xCBF29CE484222325u;
     bool worked = false;  // nothing was reported
     bool memoryRefused = false, tileRefused = false;
+    int32_t status = 0;
 
     template <class R, class... A>
     void call(R(ORV_CALL* function)(A...))
@@ -96,6 +98,7 @@ public:
     }
     void hashReal(double value);
     void hashImage(const OrvImage* image);
+    void hashRow(const OrvImage* image, const uint8_t* row, int width);
 
     std::string arguments;  // of the call in the program
     int names = 0;          // of variables of the program
@@ -108,6 +111,10 @@ private:
     void fillHeader(Place& place, int index, bool isMask);
     void place(Place& place, int number);
     OrvImage* maskFor(int depth);
+    bool isWritten(const OrvImage* image) const;
+    void keepBytes(Place& place);
+    void checkBytes(const Place& place);
+    void checkBlock(const Place& place, int number, const uint8_t* old);
 
     template <class T>
     void look(T value);
