@@ -25,7 +25,7 @@ struct Drawing::Place {
     ReplayTiles tiles;
     ReplayHow how;
     bool isMask;
-    bool isWild;  // a field was set to any value
+    bool isWild;  // its pixels do not lie as in an image
     int32_t firstBlock, blocks;
     std::vector<uint8_t> bytes;
 };
@@ -198,12 +198,14 @@ const struct {
 // What an image of a function mostly is.
 struct Kind {
     std::string depths = "1bchsif", model;
-    bool noRegion = false, single = false, half = false, twice = false, tight = false, plain = false;
+    bool noRegion = false, single = false, half = false, twice = false, tight = false, plain = false, other = false,
+         alike = false, alpha = false;
 };
 
 // The text has a part for each image, the last for all that follow, with letters of depths, "=" for that of the first
 // image, and signs: "!" no region, "#" one channel, "/" half and "*" twice the first one's size, "~" rows
-// without a distance, "_" no tiles, ":RGB" a model.
+// without a distance, "_" no tiles, "&" not the one before, "|" the first one's size and region, "^" an alpha channel,
+// ":RGB" a model.
 Kind kindOf(const char* text, int index)
 {
     std::string all = text;
@@ -223,7 +225,10 @@ Kind kindOf(const char* text, int index)
         kind.twice |= sign == '*';
         kind.tight |= sign == '~';
         kind.plain |= sign == '_';
-        if (!strchr("!#/_*~", sign))
+        kind.other |= sign == '&';
+        kind.alike |= sign == '|';
+        kind.alpha |= sign == '^';
+        if (!strchr("!#/_*~&|^", sign))
             depths += sign;
     }
     if (!depths.empty())
@@ -269,7 +274,7 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     image.height = side();
     if (hostile(60))
         (source.oneIn(2) ? image.width : image.height) = 200 + source.below(30000);
-    if (like && (kind.half || kind.twice || kind.tight || !source.oneIn(4))) {
+    if (like && (kind.half || kind.twice || kind.tight || kind.alike || !source.oneIn(4))) {
         image.width = first->width;
         image.height = first->height;
         if (kind.twice)
@@ -282,7 +287,9 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         }
     }
     image.nChannels = kind.single ? 1 : source.of({1, 1, 2, 3, 3, 4, 4, 5});
-    image.alphaChannel = image.nChannels > 1 && source.oneIn(4) ? image.nChannels : 0;
+    if (kind.alpha && image.nChannels == 1)
+        image.nChannels = 4;
+    image.alphaChannel = image.nChannels > 1 && (kind.alpha || source.oneIn(4)) ? image.nChannels : 0;
     image.dataOrder = source.below(2);
     image.origin = source.oneIn(5);
     if (like && !kind.single && !isMask) {
@@ -297,6 +304,7 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     if (kind.model == "GRAY") {
         model = "GRAY", sequence = "G";
         image.nChannels = 1;
+        image.alphaChannel = 0;
     } else if (!kind.model.empty()) {
         if (kind.model != "RGB")
             model = sequence = kind.model.c_str();
@@ -318,7 +326,6 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         int32_t((row + image.align - 1) / image.align * image.align + (kind.tight ? 0 : source.of({0, 0, 1, 3, 16})));
     if (hostile(60)) {
         image.widthStep = 1 + source.below(int(row));
-        to.isWild = true;
     }
     for (int i = 0; i < 4; ++i) {
         image.borderMode[i] = hostile(40) ? integer() : source.below(4);
@@ -327,16 +334,20 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     to.how = {source.bits(),   source.below(valid ? 4 : 5), source.below(2), source.below(8),
               plan.refuseTile, !valid && source.oneIn(12)};
 
-    if (!kind.noRegion && source.oneIn(2)) {
+    // A channel of interest is mostly wanted in all images.
+    const OrvROI* firstRegion = like ? first->roi : nullptr;
+    bool hasRegion =
+        like && kind.alike ? firstRegion != nullptr : (firstRegion && firstRegion->coi && !isMask) || source.oneIn(2);
+    if (!kind.noRegion && hasRegion) {
         OrvROI& roi = to.roi;
         int32_t w = image.width, h = image.height;
         roi.xOffset = source.below(w), roi.yOffset = source.below(h);
         roi.width = 1 + source.below(w - roi.xOffset), roi.height = 1 + source.below(h - roi.yOffset);
-        if (like && first->roi && source.oneIn(2))
-            roi = *first->roi;
+        if (firstRegion && (kind.alike || source.oneIn(2)))
+            roi = *firstRegion;
         roi.coi = image.nChannels > 1 && source.oneIn(3) ? 1 + source.below(image.nChannels) : 0;
         if (like)
-            roi.coi = first->roi ? first->roi->coi : 0;
+            roi.coi = firstRegion ? firstRegion->coi : 0;
         if (hostile(10))
             *source.of({&roi.xOffset, &roi.yOffset, &roi.width, &roi.height, &roi.coi}) =
                 int32_t(uint32_t(integer()) - uint32_t(source.below(3)));
@@ -374,7 +385,6 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         OrvImage old = image;
         *source.of({fields[0], fields[2], fields[3], fields[4], fields[5], fields[6], fields[7], fields[8], fields[9],
                     fields[10], fields[11], fields[12], fields[13]}) = integer();
-        to.isWild = true;
         if (!image.tileInfo && (image.imageSize > replayMostBytes - 256 || replayBytes(&image) > replayMostBytes - 256))
             image = old;
     }
@@ -390,9 +400,11 @@ void Drawing::place(Place& to, int number)
     if (!replayPixels(&image, to.how)) {
         image.tileInfo = nullptr;
         image.imageData = nullptr;
-        to.isWild = true;
     }
     to.blocks = replayArena.blocks - to.firstBlock;
+    to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
+                 !strchr("\x01\x08\x10\x20", int(image.depth & 255)) || !image.imageData == !image.tileInfo ||
+                 image.widthStep < replayRowBytes(&image, image.width);
     if (!plan.program)
         return;
     const OrvImage& i = image;
@@ -484,6 +496,9 @@ void Drawing::checkBlock(const Place& place, int number, const uint8_t* old)
     } else if (!roi || image.nChannels == 1) {
         return;  // padding may be written too
     }
+    bool single = roi && roi->coi && !strstr(entry.name, "Alpha");
+    for (const OrvImage* other : images)
+        single = single && other && other->roi && other->roi->coi == roi->coi;  // or the source's holds for both
     int64_t right = image.width, bottom = image.height, x0 = 0, y0 = 0;
     if (roi) {
         x0 = roi->xOffset, y0 = roi->yOffset;
@@ -497,7 +512,7 @@ void Drawing::checkBlock(const Place& place, int number, const uint8_t* old)
             value = size ? value / size : value * 8 + 7 - __builtin_ctz(unsigned(bits));
             int64_t x = left + value / values, y = top + row % height,
                     channel = isPlanes ? row / height : value % values;
-            if (x < x0 || x >= right || y < y0 || y >= bottom || (roi && roi->coi && channel != roi->coi - 1))
+            if (x < x0 || x >= right || y < y0 || y >= bottom || (single && channel != roi->coi - 1))
                 replayFail("a pixel outside of the region was written");
         }
 }
@@ -509,7 +524,7 @@ OrvImage* Drawing::image()
         images.push_back(plan.shared);
         return plan.shared;
     }
-    bool again = index > 0 && source.oneIn(plan.valid ? 10 : 6);
+    bool again = index > 0 && source.oneIn(plan.valid ? 10 : 6) && !(plan.valid && kindOf(entry.images, index).other);
     if (!plan.valid && source.oneIn(60)) {
         name("NULL");
         return nullptr;

@@ -102,7 +102,9 @@ public:
 
     std::string arguments;  // of the call in the program
     int names = 0;          // of variables of the program
-    int integers = 0;       // drawn so far
+    int integers = 0;       // drawn so far,
+    int lines = 0;          // and kernels of one row or column
+    float most = 0;         // of the ascending floats
 
 private:
     struct Place;
