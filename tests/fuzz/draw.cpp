@@ -87,7 +87,7 @@ bool Drawing::begin()
         keepBytes(*place);
     }
     if (plan.refuseMemory)
-        testheap::refuse(plan.refuseMemory);
+        testheap::refuse(plan.refuseMemory, plan.refuseAll);
     return true;
 }
 
@@ -97,7 +97,7 @@ void Drawing::end()
         memoryRefused = testheap::refused();
         testheap::refuse(0);
     }
-    status = orvGetErrStatus();
+    int32_t status = orvGetErrStatus();
     hash(uint32_t(status));
     worked = status == 0 && replayArena.reports == 0;
     replayCheck();

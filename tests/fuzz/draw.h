@@ -32,6 +32,7 @@ struct Plan {
     bool valid = false;          // nothing hostile, only what the function takes
     bool plain = false;          // no tiles
     int refuseMemory = 0;        // the n-th request for memory, by 1
+    bool refuseAll = false;      // and all after it
     int refuseTile = 0;          // the n-th request for a tile of each image
     bool loud = false;           // reports are printed
     OrvImage* shared = nullptr;  // the first of several images
@@ -52,7 +53,6 @@ public:
     uint64_t digest = 0xCBF29CE484222325u;
     bool worked = false;  // nothing was reported
     bool memoryRefused = false, tileRefused = false;
-    int32_t status = 0;
 
     template <class R, class... A>
     void call(R(ORV_CALL* function)(A...))
