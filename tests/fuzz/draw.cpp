@@ -403,7 +403,7 @@ void Drawing::place(Place& to, int number)
     }
     to.blocks = replayArena.blocks - to.firstBlock;
     to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
-                 !strchr("\x01\x08\x10\x20", int(image.depth & 255)) || !image.imageData == !image.tileInfo ||
+                 !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
                  image.widthStep < replayRowBytes(&image, image.width);
     if (!plan.program)
         return;

@@ -322,6 +322,8 @@ int threads(int seconds)
         });
     for (std::thread& thread : all)
         thread.join();
+    if (std::any_of(pixels.begin(), pixels.end(), [](uint8_t value) { return value != 77; }))
+        replayFail("the image that all read was changed");
     printf("%ld calls\n", calls.load());
     return 0;
 }
