@@ -117,7 +117,7 @@ void Drawing::end()
         if (worked && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
         if (!place->isWild && !memoryRefused && !tileRefused)
-            hashImage(&now);
+            hashPixels(*place);
         if (now.imageDataBlock)  // of a function that has allocated it
             orvDeallocateImage(&place->image);
     }
@@ -154,6 +154,18 @@ void Drawing::hashImage(const OrvImage* image)
     if (!image->tileInfo && image->imageData)
         for (int64_t row = 0; row < replayRows(image, image->height); ++row)
             hashRow(image, image->imageData + row * image->widthStep, image->width);
+}
+
+void Drawing::hashPixels(const Place& place)
+{
+    const OrvTileInfo* info = place.image.tileInfo;
+    hashImage(&place.image);
+    for (int i = 0; info && i < place.blocks; ++i) {
+        const ReplayBlock& tile = replayArena.block[place.firstBlock + i];
+        int64_t rows = replayRows(&place.image, info->height), step = int64_t(tile.bytes) / rows;
+        for (int64_t row = 0; row < rows; ++row)
+            hashRow(&place.image, tile.data + row * step, info->width);
+    }
 }
 
 int32_t Drawing::integer()

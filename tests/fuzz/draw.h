@@ -115,6 +115,7 @@ private:
     OrvImage* maskFor(int depth);
     bool isWritten(const OrvImage* image) const;
     void keepBytes(Place& place);
+    void hashPixels(const Place& place);
     void checkBytes(const Place& place);
     void checkBlock(const Place& place, int number, const uint8_t* old);
 

@@ -51,7 +51,6 @@ Plan planOf(Source& source)
 }
 
 bool isLoud = false, bothLevels = false;
-long lost = 0;
 
 struct Outcome {
     uint64_t digest;
@@ -194,6 +193,8 @@ bool endsSilently(const char* name)
 }
 
 enum class Refusal { memory, allMemory, tile };
+
+long lost = 0;  // what refusals have shown
 
 // A call where the n-th request is refused, or all for memory from there on. False if there was no such request.
 bool refuse(const Entry& entry, uint64_t seed, int n, Refusal what)
