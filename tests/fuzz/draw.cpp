@@ -400,9 +400,15 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         if (!image.tileInfo && (image.imageSize > replayMostBytes - 256 || replayBytes(&image) > replayMostBytes - 256))
             image = old;
     }
-    // So many tiles would take minutes.
-    if (image.tileInfo && !to.how.refuse && (image.width > 300 || image.height > 300))
-        to.how.refuse = 1 + source.below(300);
+    // So many tiles would take minutes, for a warp also where it asks for none of them.
+    if (image.tileInfo && (image.width > 300 || image.height > 300)) {
+        if (!to.how.refuse)
+            to.how.refuse = 1 + source.below(300);
+        if (strstr(entry.images, "1bhf")) {
+            to.roi = {0, image.width - image.width % 25, image.height - image.height % 25, 25, 25};
+            image.roi = &to.roi;
+        }
+    }
 }
 
 void Drawing::place(Place& to, int number)
