@@ -341,6 +341,10 @@ void testChannels(const TestPass& pass, const OwnGeometry* images, int32_t y, in
 {
     const OwnRowKernels& move = ownRowKernels();
     Scratch bits, more;
+    // Kernels read the bytes that they store bits in.
+    const auto used = size_t((to.bit + pixels + 7) >> 3);
+    memset(bits.bytes, 0, used);
+    memset(more.bytes, 0, used);
     testPixels(pass, images, 0, y, x, pixels, {bits.bytes, to.bit});
     for (int32_t channel = 1; channel < pass.passes; ++channel) {
         testPixels(pass, images, channel, y, x, pixels, {more.bytes, to.bit});

@@ -27,9 +27,10 @@ struct ValueRows {
     int64_t bytes(int64_t pixels, int) const { return pixels * lines.step() * valueBytes; }
     ptrdiff_t step() const { return lines.step(); }
     ptrdiff_t values(int64_t pixels) const { return lines.values(pixels); }
+    // Rows of an image whose step is shorter than they are overlap.
     void copy(const uint8_t* from, int, uint8_t* to, int, int64_t pixels) const
     {
-        memcpy(to, from, size_t(values(pixels) * valueBytes));
+        memmove(to, from, size_t(values(pixels) * valueBytes));
     }
 };
 

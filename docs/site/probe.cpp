@@ -16,13 +16,14 @@
 namespace probe {
 
 int depth = 0;
+bool bits = false;
 
 namespace {
 
 constexpr uint32_t depths[] = {ORV_DEPTH_1U,  ORV_DEPTH_8U,  ORV_DEPTH_8S, ORV_DEPTH_16U,
                                ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_32F};
-constexpr int callsExamined = 3;
-const char* const columns[] = {"depths", "channels", "orders", "coi", "masks", "tiles", "place"};
+constexpr int callsExamined = 2;
+const char* const columns[] = {"depths", "channels", "orders", "coi", "mask", "destination mask", "tiles", "place"};
 
 // What has been found of a function, in a set of words for each column.
 struct Row {
@@ -49,9 +50,9 @@ std::string depthName(uint32_t depth)
                                   : std::to_string(depth & ORV_DEPTH_MASK) + (depth & ORV_DEPTH_SIGN ? "S" : "U");
 }
 
-enum class Role { source, destination, both, fixed };
+enum class Role { source, alpha, model, destination, both, fixed };
 
-// Masks, alphas and maps stay as they were given.
+// Alphas are images of one channel like the sources, a model is one without tiles; masks and maps stay as they were given.
 std::vector<Role> rolesOf(const Call& call)
 {
     std::vector<std::string> names;
@@ -62,8 +63,12 @@ std::vector<Role> rolesOf(const Call& call)
     bool hasSource = std::any_of(names.begin(), names.end(), [&](auto& n) { return is(n, "src"); });
     std::vector<Role> roles;
     for (const std::string& name : names) {
-        if (name == "mask" || is(name, "alpha") || name == "xMap" || name == "yMap")
+        if (name == "mask" || name == "xMap" || name == "yMap")
             roles.push_back(Role::fixed);
+        else if (is(name, "alpha"))
+            roles.push_back(Role::alpha);
+        else if (is(name, "tpl"))
+            roles.push_back(Role::model);
         else if (is(name, "dst") || name == "res" || (!hasDestination && hasSource && !is(name, "src")))
             roles.push_back(Role::destination);
         else
@@ -79,7 +84,7 @@ struct Kind {
     int coi = 0;
 };
 
-// Random values, floats from 0 to 255, others over the whole range; a seed gives the same ones each time.
+// Random values, floats from 0 to 256, others over the whole range; a seed gives the same ones each time.
 void fill(const OrvImage& image, size_t seed)
 {
     constexpr size_t size = size_t{1} << 22;
@@ -89,7 +94,8 @@ void fill(const OrvImage& image, size_t seed)
         std::minstd_rand random(5);
         for (size_t i = 0; i < size; ++i) {
             bytes.push_back(uint8_t(random() >> 8));
-            floats.push_back(float(bytes.back()) + 0.25f);
+            floats.push_back(bytes.back() % 2 ? float(random()) / 8388608.0f
+                                              : float(std::max<uint8_t>(bytes.back(), 1)));
         }
     }
     const uint8_t* values =
@@ -130,12 +136,16 @@ OrvImage* makeLike(const OrvImage& given, const Kind& kind, size_t seed)
         image->maskROI = orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G", 0, given.origin, 4, given.width,
                                               given.height, nullptr, nullptr, nullptr, nullptr);
         orvAllocateImage(image->maskROI, 1, 0);
+        // So few pixels that what is done to them alone is seen in every result.
+        for (int row = 3; row < std::min(7, given.height); ++row)
+            memset(image->maskROI->imageData + row * image->maskROI->widthStep + 1, 0x3C, 2);
     }
     return image;
 }
 
 // A tiled image that keeps its tiles in memory.
 struct Tiles {
+    static constexpr int size = 64;
     OrvTileInfo info;
     std::vector<std::vector<uint8_t>> memory;
     int columns;
@@ -149,46 +159,66 @@ int32_t ORV_CALL provide(OrvImage* image, int32_t x, int32_t y, int32_t mode)
     return 0;
 }
 
+// Hands every row of the image's planes to visit(data, bits), in a tiled image as far as it lies in one tile.
+template <class Visit>
+void forRows(const OrvImage& image, Visit visit)
+{
+    const bool isPlanar = image.dataOrder == ORV_DATA_ORDER_PLANE;
+    const int planes = isPlanar ? image.nChannels : 1;
+    const int pixelBits = int(image.depth & ORV_DEPTH_MASK) * (isPlanar ? 1 : image.nChannels);
+    auto* tiles = image.tileInfo ? static_cast<Tiles*>(image.tileInfo->tileTag) : nullptr;
+    const int tileStep = (Tiles::size * pixelBits / 8 + image.align - 1) / image.align * image.align;
+    for (int plane = 0; plane < planes; ++plane)
+        for (int y = 0; y < image.height; ++y)
+            if (!tiles)
+                visit(image.imageData + ptrdiff_t(plane * image.height + y) * image.widthStep, image.width * pixelBits);
+            else
+                for (int x = 0; x < image.width; x += Tiles::size) {
+                    auto& tile = tiles->memory[size_t(y / Tiles::size * tiles->columns + x / Tiles::size)];
+                    visit(tile.data() + ptrdiff_t(plane * Tiles::size + y % Tiles::size) * tileStep,
+                          std::min(Tiles::size, image.width - x) * pixelBits);
+                }
+}
+
+// The image's values, without what pads its rows.
+std::vector<uint8_t> pixelsOf(const OrvImage* image)
+{
+    std::vector<uint8_t> pixels;
+    forRows(*image, [&](const uint8_t* data, int n) {
+        pixels.insert(pixels.end(), data, data + (n + 7) / 8);
+        if (n % 8)
+            pixels.back() &= uint8_t(0xFF << (8 - n % 8));
+    });
+    return pixels;
+}
+
 OrvImage* tiledCopy(OrvImage* plain)
 {
-    constexpr int size = 64;
     auto* tiles = new Tiles;
-    orvSetTileInfo(&tiles->info, provide, tiles, size, size);
-    tiles->columns = (plain->width + size - 1) / size;
-    size_t count = size_t(tiles->columns) * size_t((plain->height + size - 1) / size);
-    tiles->memory.assign(count, std::vector<uint8_t>(size * size * 4 * size_t(plain->nChannels) + 64));
+    orvSetTileInfo(&tiles->info, provide, tiles, Tiles::size, Tiles::size);
+    tiles->columns = (plain->width + Tiles::size - 1) / Tiles::size;
+    size_t count = size_t(tiles->columns) * size_t((plain->height + Tiles::size - 1) / Tiles::size);
+    tiles->memory.assign(count, std::vector<uint8_t>(Tiles::size * Tiles::size * 4 * size_t(plain->nChannels) + 64));
     auto* image = new OrvImage(*plain);
     image->imageData = image->imageDataBlock = nullptr;
     image->tileInfo = &tiles->info;
-    OrvROI* roi = plain->roi;
-    plain->roi = image->roi = nullptr;
-    orvCopy(plain, image);
-    plain->roi = image->roi = roi;
+    std::vector<uint8_t> pixels = pixelsOf(plain);
+    const uint8_t* from = pixels.data();
+    forRows(*image, [&](uint8_t* data, int n) {
+        memcpy(data, from, size_t(n + 7) / 8);
+        from += (n + 7) / 8;
+    });
     return image;
 }
 
-std::vector<uint8_t> pixelsOf(OrvImage* image)
-{
-    if (!image->tileInfo)
-        return {image->imageData, image->imageData + image->imageSize};
-    OrvImage plain = *image;
-    plain.tileInfo = nullptr;
-    plain.roi = image->roi ? orvCreateROI(0, 0, 0, image->width, image->height) : nullptr;
-    OrvImage whole = *image;
-    whole.roi = nullptr;
-    plain.roi = nullptr;
-    if (plain.depth == ORV_DEPTH_32F)
-        orvAllocateImageFP(&plain, 1, 0);
-    else
-        orvAllocateImage(&plain, 1, 0);
-    orvCopy(&whole, &plain);
-    return {plain.imageData, plain.imageData + plain.imageSize};
-}
-
-// What a call has done: whether it was well, whether anything changed, and the destinations' pixels afterwards.
+// What a call has done: whether it was well, whether pixels changed, and what there is afterwards: the destinations' pixels,
+// and a digest of what was returned.
 struct Outcome {
     bool good = false, changed = false;
     std::vector<uint8_t> pixels;
+    size_t returned = 0;
+
+    bool operator==(const Outcome& other) const { return pixels == other.pixels && returned == other.returned; }
 };
 
 int reports = 0;
@@ -207,6 +237,7 @@ public:
         if (!findDepths())
             return;
         findChannels();
+        findCoi();
         findOrders();
         findMasks();
         findTiles();
@@ -218,31 +249,41 @@ public:
 private:
     bool has(Role role) const { return std::find(roles.begin(), roles.end(), role) != roles.end(); }
 
-    Outcome attempt(const Kind& source, const Kind& destination, bool inPlace = false)
+    // With images that are all like the first one and, in place, the destination being that.
+    enum class Place { asGiven, apart, same };
+
+    Outcome attempt(const Kind& source, const Kind& destination, Place place = Place::asGiven)
     {
         std::vector<OrvImage*> images;
         OrvImage* first = nullptr;
         for (size_t i = 0; i < roles.size(); ++i) {
-            const Kind& kind = roles[i] == Role::destination ? destination : source;
+            Kind kind = roles[i] == Role::destination ? destination : source;
+            if (roles[i] == Role::alpha)
+                kind.channels = 1, kind.coi = 0, kind.masked = false;
+            if (roles[i] == Role::model)
+                kind.tiled = kind.masked = false;
             OrvImage* image = call.images[i];
             if (roles[i] != Role::fixed) {
-                bool same = inPlace && roles[i] == Role::destination && first;
-                image = same ? first : makeLike(*image, kind, i);
+                bool same = place == Place::same && roles[i] == Role::destination && first;
+                OrvImage* model = place != Place::asGiven && first ? first : image;
+                size_t seed = place == Place::apart && roles[i] == Role::destination ? 0 : i;
+                image = same ? first : makeLike(*model, kind, seed);
                 if (kind.tiled && !same)
                     image = tiledCopy(image);
-                if (!first)
+                if (!first && roles[i] != Role::model)
                     first = image;
             }
             images.push_back(image);
         }
-        std::vector<std::vector<uint8_t>> before;
         auto isTarget = [&](size_t i) { return roles[i] == Role::destination || roles[i] == Role::both; };
+        std::vector<std::vector<uint8_t>> before;
         for (size_t i = 0; i < roles.size(); ++i)
             before.push_back(isTarget(i) ? pixelsOf(images[i]) : std::vector<uint8_t>());
         reports = 0;
+        bits = source.depth == ORV_DEPTH_1U;
         orvSetErrStatus(0);
-        call.run(images);
         Outcome outcome;
+        outcome.returned = call.run(images);
         outcome.good = reports == 0 && orvGetErrStatus() == 0;
         orvSetErrStatus(0);
         for (size_t i = 0; i < roles.size(); ++i)
@@ -283,7 +324,6 @@ private:
 
     bool findDepths()
     {
-        bool any = false;
         bool pairs = has(Role::destination) && has(Role::source);
         Role only = has(Role::destination) ? Role::destination : has(Role::source) ? Role::source : Role::both;
         for (uint32_t from : depths)
@@ -300,71 +340,100 @@ private:
                         continue;
                 }
                 found["depths"].insert(depthName(from) + (from == to ? "" : ">" + depthName(to)));
+                if (from == to)
+                    equal.push_back(source);
                 bool asGiven =
                     from == depthOf(pairs ? Role::source : only) && (!pairs || to == depthOf(Role::destination));
-                if (!any || asGiven) {
+                // Bits have but one channel, so that other kinds tell more.
+                int worth = 1 + 2 * (from != ORV_DEPTH_1U) + 2 * (to != ORV_DEPTH_1U) + asGiven;
+                if (worth > best) {
+                    best = worth;
                     base[0] = source;
                     base[1] = destination;
                 }
-                any = true;
             }
-        return any;
+        return best > 0;
     }
 
+    static int channelsIn(const Kind& kind) { return kind.depth == ORV_DEPTH_1U ? 1 : kind.channels; }
+
+    // Channels that a source and a destination may have, the same or, if these do not do, as the call had them.
     void findChannels()
     {
+        const char* const names[] = {"", "1", "", "3", "3+alpha"};
         for (int channels : {1, 3, 4}) {
             Kind source = base[0], destination = base[1];
-            if (channels > 1 && (source.depth == ORV_DEPTH_1U || destination.depth == ORV_DEPTH_1U) &&
-                source.depth == destination.depth)
-                continue;
-            source.channels = destination.channels = channels;
-            if (works(attempt(source, destination)))
-                found["channels"].insert(channels == 4 ? "3+alpha" : std::to_string(channels));
+            for (int other : {channels, base[1].channels}) {
+                source.channels = channels;
+                destination.channels = other;
+                if (channelsIn(has(Role::source) ? source : destination) != channels &&
+                    channelsIn(destination) != channels)
+                    break;
+                if (!works(attempt(source, destination)))
+                    continue;
+                std::string from = names[channelsIn(source)], to = names[channelsIn(destination)];
+                if (!has(Role::source))
+                    from = to;
+                bool alone = !has(Role::destination) || destination.depth == ORV_DEPTH_1U || from == to;
+                found["channels"].insert(alone ? from : from + ">" + to);
+                break;
+            }
         }
-        if (base[0].channels != base[1].channels && has(Role::source) && has(Role::destination))
-            found["channels"].insert(std::to_string(base[0].channels) + ">" + std::to_string(base[1].channels));
+    }
+
+    // Gives images of one channel three, the source or both, if there is a depth for that; false if there is none.
+    bool widen(Kind& source, Kind& destination)
+    {
+        if (channelsIn(source) == 1 && channelsIn(destination) == 1)
+            source.channels = 3;
+        if (channelsIn(destination) == 1 && (channelsIn(source) == 1 || !works(attempt(source, destination))))
+            destination.channels = 3;
+        return channelsIn(source) > 1 || channelsIn(destination) > 1;
+    }
+
+    // One of three channels, which must give another result than all of them.
+    void findCoi()
+    {
         Kind source = base[0], destination = base[1];
+        if (!widen(source, destination))
+            return;
+        Outcome all = attempt(source, destination);
         source.coi = destination.coi = 1;
-        if (std::max(source.channels, destination.channels) == 1)
-            source.channels = destination.channels = 3;
-        if (source.depth != ORV_DEPTH_1U || destination.depth != ORV_DEPTH_1U)
-            found["coi"].insert(works(attempt(source, destination)) ? "yes" : "no");
+        Outcome one = attempt(source, destination);
+        found["coi"].insert(!works(one) ? "no" : all.good && one == all ? "ignored" : "yes");
     }
 
     void findOrders()
     {
         Kind source = base[0], destination = base[1];
-        if (source.depth == ORV_DEPTH_1U && destination.depth == ORV_DEPTH_1U)
+        if (!widen(source, destination) || !works(attempt(source, destination)))
             return;
-        if (source.channels == 1 && found["channels"].contains("3"))
-            source.channels = destination.channels = 3;
-        if (source.channels == 1 && destination.channels == 1)
-            return;
-        found["orders"].insert("pixels");
-        source.order = destination.order = ORV_DATA_ORDER_PLANE;
-        if (works(attempt(source, destination)))
-            found["orders"].insert("planes");
-        destination.order = ORV_DATA_ORDER_PIXEL;
-        if (has(Role::source) && has(Role::destination) && works(attempt(source, destination)))
-            found["orders"].insert("planes to pixels");
+        std::set<std::string>& orders = found["orders"];
+        auto tryOrders = [&](int from, int to, const char* name) {
+            source.order = from;
+            destination.order = to;
+            if (works(attempt(source, destination)))
+                orders.insert(name);
+        };
+        tryOrders(ORV_DATA_ORDER_PIXEL, ORV_DATA_ORDER_PIXEL, "pixels");
+        tryOrders(ORV_DATA_ORDER_PLANE, ORV_DATA_ORDER_PLANE, "planes");
+        if (has(Role::source) && has(Role::destination) && channelsIn(source) > 1 && channelsIn(destination) > 1) {
+            tryOrders(ORV_DATA_ORDER_PIXEL, ORV_DATA_ORDER_PLANE, "pixels>planes");
+            tryOrders(ORV_DATA_ORDER_PLANE, ORV_DATA_ORDER_PIXEL, "planes>pixels");
+        }
     }
 
-    // Under a mask without a bit set nothing may change.
+    // Under a mask of few pixels the result is another one.
     void findMasks()
     {
+        Outcome without = attempt(base[0], base[1]);
         for (int side = 0; side < 2; ++side) {
             if (!has(side ? Role::destination : Role::source) && !(has(Role::both) && side == 0))
                 continue;
             Kind kinds[2] = {base[0], base[1]};
             kinds[side].masked = true;
-            Outcome outcome = attempt(kinds[0], kinds[1]);
-            const char* name = has(Role::both) ? "" : side ? "destination: " : "source: ";
-            bool measures = !has(Role::destination) && !attempt(base[0], base[1]).changed;
-            found["masks"].insert(std::string(name) + (!outcome.good     ? "refused"
-                                                       : measures        ? "taken"
-                                                       : outcome.changed ? "ignored"
-                                                                         : "yes"));
+            Outcome with = attempt(kinds[0], kinds[1]);
+            found[side ? "destination mask" : "mask"].insert(!with.good ? "no" : with == without ? "ignored" : "yes");
         }
     }
 
@@ -373,49 +442,44 @@ private:
         Kind source = base[0], destination = base[1];
         source.tiled = destination.tiled = true;
         Outcome plain = attempt(base[0], base[1]), tiled = attempt(source, destination);
-        if (!tiled.good)
-            found["tiles"].insert("no");
-        else if (base[0].depth == ORV_DEPTH_1U || base[1].depth == ORV_DEPTH_1U)
-            found["tiles"].insert("yes");  // the bits that pad a row are nobody's
-        else
-            found["tiles"].insert(samePixels(plain, tiled) ? "yes" : "yes, other values");
+        // Tiles part rows, so that pixels come in another order.
+        bool same = countsOf(plain.pixels) == countsOf(tiled.pixels) && plain.returned == tiled.returned;
+        found["tiles"].insert(!works(tiled) ? "no" : same ? "yes" : "yes, other values");
     }
 
-    static bool samePixels(const Outcome& a, const Outcome& b)
+    static std::vector<size_t> countsOf(const std::vector<uint8_t>& bytes)
     {
-        // Padding of rows aside, which copies do not carry.
-        size_t differing = 0;
-        for (size_t i = 0; i < std::min(a.pixels.size(), b.pixels.size()); ++i)
-            differing += a.pixels[i] != b.pixels[i];
-        return differing * 20 < a.pixels.size();
+        std::vector<size_t> counts(256);
+        for (uint8_t byte : bytes)
+            ++counts[byte];
+        return counts;
     }
 
     void findPlace()
     {
         if (!has(Role::source) || !has(Role::destination))
             return;
-        OrvImage *from = nullptr, *to = nullptr;
-        for (size_t i = 0; i < roles.size(); ++i) {
-            if (roles[i] == Role::source && !from)
-                from = call.images[i];
-            if (roles[i] == Role::destination)
-                to = call.images[i];
-        }
-        if (from->width != to->width || from->height != to->height || from->roi || to->roi) {
-            return;
-        }
-        Kind kind = base[1];
-        if (base[0].depth != base[1].depth || base[0].channels != base[1].channels) {
+        // An image has one model, so that none is both of a conversion between two, whether they look or not.
+        if (call.function.name == "orvYUV2RGB") {
             found["place"].insert("no");
             return;
         }
-        Outcome apart = attempt(kind, kind), together = attempt(kind, kind, true);
-        found["place"].insert(works(together) && apart.pixels == together.pixels ? "yes" : "no");
+        bool done = false;
+        for (size_t i = 0; i < equal.size() && !done; ++i)
+            for (int channels : {1, 3}) {
+                Kind kind = equal[i];
+                kind.channels = channels;
+                Outcome same = attempt(kind, kind, Place::same);
+                done = done || (works(same) && same.pixels == attempt(kind, kind, Place::apart).pixels);
+            }
+        found["place"].insert(done ? "yes" : "no");
     }
 
     const Call& call;
     std::vector<Role> roles;
-    Kind base[2] = {};
+    Kind base[2] = {};        // a source and a destination that are taken
+    int best = 0;             // how much these tell
+    std::vector<Kind> equal;  // taken as both
 };
 
 // Depths in their order; those that go to the same depths together.
@@ -450,13 +514,17 @@ std::string cellText(const std::string& column, const std::set<std::string>& fou
 {
     if (column == "depths")
         return depthsText(found);
-    if (found.contains("yes"))
-        return "yes";
+    for (const char* answer : {"yes", "yes, other values", "ignored", "no"})
+        if (found.contains(answer))
+            return answer;
     std::string text;
     for (const std::string& one : found)
         text += (text.empty() ? "" : ", ") + one;
     for (size_t at; (at = text.find('>')) != std::string::npos;)
         text.replace(at, 1, " to ");
+    const std::string all = "pixels, pixels to planes, planes, planes to pixels";
+    if (text == all)
+        return "pixels, planes, mixed";
     return text;
 }
 

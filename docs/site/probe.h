@@ -32,16 +32,17 @@ F real(const char* name)
 // A call with its images left open.
 struct Call {
     const Function& function;
-    std::vector<size_t> places;     // of the images among the arguments
-    std::vector<OrvImage*> images;  // as they were given
-    std::function<void(const std::vector<OrvImage*>&)> run;
+    std::vector<size_t> places;                                // of the images among the arguments
+    std::vector<OrvImage*> images;                             // as they were given
+    std::function<size_t(const std::vector<OrvImage*>&)> run;  // answers a digest of what is returned beside images
 };
 
 bool wants(const Function& function);
 void examine(const Call& call);
 extern int depth;
+extern bool bits;  // the images of this run are of depth 1U
 
-// Arguments that are as long as the images have channels, in lengths that suffice for all.
+// Arguments that are as long as the images have channels, in lengths that suffice for all; for bits, tables of bits.
 template <class T>
 T roomy(T value)
 {
@@ -49,12 +50,39 @@ T roomy(T value)
         static uint8_t room[4096];
         return room;
     } else if constexpr (std::is_same_v<T, OrvLUT**>) {
+        static int32_t keys[] = {0, 1, 2}, values[3];
+        static OrvLUT ofBits = {3, keys, values, nullptr, 0};
         static OrvLUT* tables[4];
         for (OrvLUT*& table : tables)
-            table = value ? value[0] : nullptr;
+            table = bits ? &ofBits : value ? value[0] : nullptr;
         return tables;
     } else {
         return value;
+    }
+}
+
+inline void digestBytes(size_t& digest, const void* data, size_t n)
+{
+    for (size_t i = 0; i < n; ++i)
+        digest = (digest ^ static_cast<const uint8_t*>(data)[i]) * size_t{1099511628211u};
+}
+
+// Takes in what an argument points at, as far as it is known how much that is.
+template <class T>
+void digestTarget(size_t& digest, T value)
+{
+    if constexpr (std::is_same_v<T, void*>) {
+        digestBytes(digest, value, 64);
+    } else if constexpr (std::is_same_v<T, OrvLUT**>) {
+        for (int i = 0; i < 4; ++i)
+            if (value[i])
+                digestBytes(digest, value[i]->value, sizeof(int32_t) * size_t(value[i]->num - 1));
+    } else if constexpr (std::is_pointer_v<T>) {
+        using Target = std::remove_pointer_t<T>;
+        if constexpr (std::is_object_v<Target> && !std::is_const_v<Target> && !std::is_same_v<T, OrvImage*>)
+            if constexpr (requires { sizeof(Target); })
+                if (value)
+                    digestBytes(digest, value, sizeof(Target));
     }
 }
 
@@ -86,7 +114,16 @@ R call(const Function& function, R (*real)(P...), std::type_identity_t<P>... giv
                         return roomy(one);
                 };
                 // Braces, as they are evaluated from left to right.
-                std::apply([&](auto... one) { std::apply(real, std::tuple<P...>{filled(one)...}); }, arguments);
+                auto given = std::apply([&](auto... one) { return std::tuple<P...>{filled(one)...}; }, arguments);
+                size_t digest = 0;
+                if constexpr (std::is_arithmetic_v<R>) {
+                    R result = std::apply(real, given);
+                    digestBytes(digest, &result, sizeof result);
+                } else {
+                    std::apply(real, given);
+                }
+                std::apply([&](auto... one) { (digestTarget(digest, one), ...); }, given);
+                return digest;
             };
             examine(open);
             --depth;

@@ -3,7 +3,8 @@
 //     orvz3_gallery [--photos FOLDER] [--out FOLDER] [--reference PATH] [--runs N] [--only NAME] [--calls]
 //                   [--programs FOLDER]
 //
-// Without --runs every entry is run until its times are steady.
+// Without --runs every entry is run until its times are steady. With --calls it prints the functions that are called, and with
+// --out none makes no page.
 //
 // An entry whose calls report an error, or whose results are what they were before, fails, and the program with it.
 #include <algorithm>
@@ -148,8 +149,26 @@ void saveProgram(const std::string& folder, const Entry& entry, const Stage& sta
     std::ofstream(folder + '/' + slug(entry.name) + ".cpp") << programOf(entry, stage);
 }
 
+// Runs the entries without a page, and prints what they call.
+int listCalls()
+{
+    std::set<std::string> calls;
+    for (const Family* family : families())
+        for (const Entry& entry : family->entries) {
+            Stage stage(false);
+            entry.run(stage);
+            for (const std::string& function : functionsOf(stage))
+                calls.insert(function);
+        }
+    for (const std::string& name : calls)
+        std::printf("%s\n", name.c_str());
+    return EXIT_SUCCESS;
+}
+
 int makeGallery(const Options& options)
 {
+    if (options.out == "none")
+        return listCalls();
     Page page(options.out, options.reference);
     std::set<std::string> calls;
     size_t count = 0, failed = 0;

@@ -263,7 +263,8 @@ std::string Page::write(const std::string& head) const
            "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<style>"
         << style << "</style></head>\n<body id=\"top\">\n";
     writeContents(out);
-    out << "<main><header><h1>orvz3 gallery</h1>\n" << head << "</header>\n";
+    out << "<main><header><h1>orvz3 gallery</h1>\n"
+        << head << "</header>\n<p id=\"none\" hidden>No entry has this in its names.</p>\n";
     writeEntries(out);
     out << "</main>\n<script>" << script << "</script></body></html>\n";
     out.close();

@@ -22,6 +22,15 @@ filter.addEventListener('input', () => {
     group.hidden = !found;
     group.open = words.length > 0 && found;
   }
+  for (const title of all('nav h2, main > h2')) {
+    let found = false;
+    for (let item = title.nextElementSibling; item && item.tagName !== 'H2'; item = item.nextElementSibling)
+      found ||= !item.hidden;
+    title.hidden = !found;
+  }
+  // What is found stands at the top.
+  document.querySelector('header').hidden = words.length > 0;
+  document.getElementById('none').hidden = articles.some(article => !article.hidden);
 });
 
 fold.addEventListener('click', () => {

@@ -80,6 +80,7 @@ figcaption span { margin-right: .4rem; }
 pre { margin: .8rem 0 0; padding: .5rem .7rem; background: var(--code); border-radius: 6px; overflow-x: auto; display: grid;
   grid-template-columns: minmax(0, 1fr) max-content; column-gap: 1.2rem; font: .84rem/1.6 ui-monospace, monospace; }
 pre code { font: inherit; white-space: pre-wrap; overflow-wrap: anywhere; }
+pre code a { text-decoration: underline dotted var(--soft); text-underline-offset: .2em; }
 pre code a:hover { color: var(--accent); text-decoration: underline; }
 pre i { font-style: normal; color: var(--accent); text-align: right; }
 pre.text { display: block; white-space: pre; max-height: 30rem; }

@@ -47,8 +47,13 @@ double* matrix(Drawing& drawing, int rows, int columns)
     for (int i = 0; i < rows * columns; ++i) {
         int row = i / columns, column = i % columns;
         double value = columns == 2 && kind == 0 ? 0 : drawing.real();
-        if (kind < 3 && columns == 2)
-            value = value / 4 + (column == 0 ? (row == 1 || row == 2 ? right : 0.0) : row >= 2 ? bottom : 0.0);
+        if (drawing.plan.valid)
+            value = fmod(value, 1);
+        if (kind < 3 && columns == 2 && row == 3 && strstr(drawing.entry.name, "Affine"))
+            value = values[column] + values[4 + column] - values[2 + column];
+        else if (kind < 3 && columns == 2)
+            value = column == 0 ? value * right / 3 + (row == 1 || row == 2 ? right : 0.0)
+                                : value * bottom / 3 + (row >= 2 ? bottom : 0.0);
         else if (kind < 3 && columns == 3)
             value = column == 2 && row < 2   ? value * 8
                     : row == 2 && column < 2 ? value / 64
@@ -69,9 +74,11 @@ struct Shape {
 
 Shape kernelShape(Drawing& drawing)
 {
-    int line = strstr(drawing.entry.name, "Sep") ? drawing.source.below(2) : 2, most = drawing.source.oneIn(6) ? 17 : 5;
+    // A row, then a column.
+    int line = strstr(drawing.entry.name, "Sep") ? drawing.lines++ & 1 : 2, most = drawing.source.oneIn(6) ? 17 : 5;
     Shape shape = {1 + drawing.source.below(most), 1 + drawing.source.below(most), 0, 0};
-    (line == 0 ? shape.rows : line == 1 ? shape.columns : most) = 1;
+    if (drawing.plan.valid || !drawing.source.oneIn(8))
+        (line == 0 ? shape.rows : line == 1 ? shape.columns : most) = 1;
     shape.x = drawing.source.below(shape.columns);
     shape.y = drawing.source.below(shape.rows);
     if (!drawing.plan.valid && drawing.source.oneIn(30))
@@ -168,8 +175,10 @@ DRAWN(OrvImage*, return image();)
 DRAWN(int32_t, int32_t value = integer(); name(value == INT32_MIN ? "INT32_MIN" : "%d", value); return value;)
 DRAWN(uint32_t, auto value = uint32_t(integer()); name("%uu", value); return value;)
 DRAWN(double, double value = real() * source.of({1, 1, 10, 90}); name("%s", text(value).c_str()); return value;)
-DRAWN(float, auto value = float(real() * source.of({1, 1, 10, 100})); name("%s", text(double(value)).c_str());
-      return value;)
+DRAWN(float, auto value = float(real() * source.of({1, 1, 10, 100}));
+      // Positive ones, one above the other, where one is an epsilon or two are a range.
+      if (plan.valid && (strstr(entry.name, "Eps") || strstr(entry.name, "orvScaleFP"))) value = most += fabsf(value);
+      name("%s", text(double(value)).c_str()); return value;)
 DRAWN(double*, double* value = array<double>(d, 1); *value = 0; return argument("(double[1]){0}", value);)
 DRAWN(float*, float* value = array<float>(d, 1); *value = 0; return argument("(float[1]){0}", value);)
 DRAWN(int32_t*, int32_t* value = array<int32_t>(d, 1); *value = 0; return argument("(int32_t[1]){0}", value);)
@@ -254,6 +263,9 @@ void Drawing::look(T value)
         hash(uint32_t(value->lowInt) ^ uint32_t(value->highInt));
         hashReal(double(value->lowFlt));
         hashReal(double(value->highFlt));
+    } else if constexpr (std::is_same_v<T, void*>) {
+        for (int i = 0; i < 20; ++i)
+            hash(static_cast<const uint8_t*>(value)[i]);
     } else if constexpr (std::is_same_v<T, OrvROI*>) {
         hash(uint32_t(value->width) ^ uint32_t(value->coi));
     }
@@ -484,12 +496,14 @@ OrvImage* imageOfLibrary(bool records)
 }
 
 const Likely few = {{1, 2, 3, 4, 5, 6, 7, 9, 12, 16}},
-             windows = {{2, 3, 3, 5, 1, 7}, {2, 3, 3, 5, 1, 13}, {0, 1, 0}, {0, 1, 0}}, warps = {{0, 1, 2, 16, 17, 18}},
+             windows = {{2, 3, 3, 5, 7}, {2, 3, 3, 5, 13}, {0, 1, 0}, {0, 1, 0}}, warps = {{0, 1, 2, 16, 17, 18}},
              quads = {{0, 1}, {0, 1, 2, 16, 17, 18}}, bytes = {{0, 1, 2, 3, 7, 100, 127, 128, 200, 255}},
              places = {{0, 1, 2, 5, 9, 20}}, orders = {{0, 1, 2, 3, 0, 1}}, scales = {{0, 1, 5, 10, 31}},
              dithers = {{1, 2, 4, 8, 16}}, fourier = {{1, 2, 5, 6, 17, 18, 33, 34, 21, 38}},
              grow = {{2, 3, 5, 9}, {1, 2}, {2, 3, 7}, {1, 2}, {0, 1, 2}},
-             shrink = {{1, 2}, {2, 3, 5}, {1, 2}, {2, 4, 7}, {0, 1, 2, 3}, {3, 5, 7}},
+             shrink = {{1, 2}, {2, 3, 5}, {1, 2}, {2, 4, 7}, {0, 1, 2, 3}},
+             blurred = {{1, 2}, {2, 3, 5}, {1, 2}, {2, 4, 7}, {0, 1, 2}, {3, 5, 7}},
+             regions = {{0}, {0, 1, 2, 5}, {0, 1, 2, 5}, {2, 5, 9, 20}, {2, 5, 9, 20}},
              reduce = {{0, 1, 8}, {1, 2, 4, 8, 16}, {2, 16, 256}},
              composites = {{0, 1, 2, 3, 4, 5}, {0, 128, 255}, {0, 99, 255}, {0, 1}},
              resize = {{1, 2, 3, 5}, {1, 2, 3, 5}, {1, 2, 3, 5}, {1, 2, 3, 5}, {0, 1, 2, 3}},
@@ -512,8 +526,8 @@ const Likely few = {{1, 2, 3, 4, 5, 6, 7, 9, 12, 16}},
 const std::vector<Entry>& everyCall()
 {
     static const std::vector<Entry> entries = {
-        ROW(orvColorToGray, "colour", "bhi!:RGB,bhi1!:GRAY"),
-        ROW(orvGrayToColor, "colour", "bhi!:GRAY,=!:RGB"),
+        ROW(orvColorToGray, "colour", "bhi!:RGB,bh1!&:GRAY"),
+        ROW(orvGrayToColor, "colour", "bhi!:GRAY,=!&:RGB"),
         ROW(orvRGB2HSV, "colour", "bhi!:RGB,=!:HSV"),
         ROW(orvHSV2RGB, "colour", "bhi!:HSV,=!:RGB"),
         ROW(orvRGB2HLS, "colour", "bhi!:RGB,=!:HLS"),
@@ -530,13 +544,13 @@ const std::vector<Entry>& everyCall()
         ROW(orvCreateColorTwist, "colour", "", scales),
         ROW(orvSetColorTwist, "colour", "", scales),
         OWN(orvDeleteColorTwist, "colour", d.perform(orvDeleteColorTwist, MADE(orvCreateColorTwist(replayTwist, 3)))),
-        ROW(orvApplyColorTwist, "colour", "bchsi:RGB,=:RGB", scales),
-        ROW(orvColorTwistFP, "colour", "bchsif:RGB,=:RGB"),
-        ROW(orvReduceBits, "colour", "bhi,1bh", reduce),
-        ROW(orvConvert, "convert", "1bchsi,1bchsi"),
-        ROW(orvBitonalToGray, "convert", "1,bchsi", bytes),
-        ROW(orvScale, "convert", "bchsi"),
-        ROW(orvScaleFP, "convert", "bchsi,f"),
+        ROW(orvApplyColorTwist, "colour", "bh:RGB,=:RGB", scales),
+        ROW(orvColorTwistFP, "colour", "f:RGB,=:RGB"),
+        ROW(orvReduceBits, "colour", "bhi,1bh&", reduce),
+        ROW(orvConvert, "convert", "1bchsi,bbhhcsi1|"),
+        ROW(orvBitonalToGray, "convert", "1,bchsi|&", bytes),
+        ROW(orvScale, "convert", "bchsi,bchsi&"),
+        ROW(orvScaleFP, "convert", "bchsi,f&"),
         OWN(orvTranslateDIB, "convert", translateBitmap(d)),
         OWN(orvConvertFromDIB, "convert", readBitmap<false>(d, orvConvertFromDIB), "1bh_!:RGB"),
         OWN(orvConvertFromDIBSep, "convert", readBitmap<true>(d, orvConvertFromDIBSep), "1bh_!:RGB"),
@@ -561,8 +575,8 @@ const std::vector<Entry>& everyCall()
         OWN(orvdMalloc, "core", allot(d, orvdMalloc), "", bytes),
         OWN(orvFree, "core", d.perform(orvFree, MADE(orvMalloc(100)))),
         ROW(orvCreateImageHeader, "core", "1_", header),
-        OWN(orvAllocateImage, "core", allocate<int32_t>(d, orvAllocateImage), "1bchsi", Likely(std::vector<int>{1})),
-        OWN(orvAllocateImageFP, "core", allocate<float>(d, orvAllocateImageFP), "f", Likely(std::vector<int>{1})),
+        OWN(orvAllocateImage, "core", allocate<int32_t>(d, orvAllocateImage), "1bchsi_", Likely(std::vector<int>{1})),
+        OWN(orvAllocateImageFP, "core", allocate<float>(d, orvAllocateImageFP), "f_", Likely(std::vector<int>{1})),
         ROW(orvDeallocateImage, "core"),
         OWN(orvDeallocateHeader, "core", d.perform(orvDeallocateHeader, MADE(imageOfLibrary(false)))),
         OWN(orvDeallocate, "core", d.perform(orvDeallocate, MADE(imageOfLibrary(true)), MADE(15))),
@@ -575,8 +589,8 @@ const std::vector<Entry>& everyCall()
         OWN(orvDeleteROI, "core", d.perform(orvDeleteROI, MADE(orvCreateROI(0, 1, 2, 3, 4)))),
         OWN(orvDeleteTileInfo, "core",
             d.perform(orvDeleteTileInfo, MADE(orvCreateTileInfo(replayProvide, NULL, 8, 8)))),
-        ROW(orvGetPixel, "core", "1bchsif", places),
-        ROW(orvPutPixel, "core", "1bchsif", places),
+        ROW(orvGetPixel, "core", "1bchsif", orders),
+        ROW(orvPutPixel, "core", "1bchsif", orders),
         ROW(orvCopy, "core", "1bchsif,="),
         ROW(orvExchange, "core", "1bchsif,="),
         ROW(orvSet, "core", "1bchsi", bytes),
@@ -602,11 +616,11 @@ const std::vector<Entry>& everyCall()
         ROW(orvErode, "filter", "1bh,=", few),
         ROW(orvOpen, "filter", "1bh,=", few),
         ROW(orvClose, "filter", "1bh,=", few),
-        ROW(orvMaxFilter, "filter", "bchsif,=", windows),
-        ROW(orvMinFilter, "filter", "bchsif,=", windows),
-        ROW(orvMedianFilter, "filter", "bchsif,=", windows),
-        ROW(orvColorMedianFilter, "filter", "bchsif,=", windows),
-        ROW(orvFixedFilter, "filter", "bchsif,=", Likely(std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10})),
+        ROW(orvMaxFilter, "filter", "bchsi,=&", windows),
+        ROW(orvMinFilter, "filter", "bchsi,=&", windows),
+        ROW(orvMedianFilter, "filter", "bchsi,=&", windows),
+        ROW(orvColorMedianFilter, "filter", "bchsf:RGB,=&:RGB", windows),
+        ROW(orvFixedFilter, "filter", "bchsif,=&", Likely(std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10})),
         ROW(orvNoiseUniformInit, "generate"),
         ROW(orvNoiseUniformInitFP, "generate"),
         ROW(orvNoiseGaussianInit, "generate"),
@@ -617,36 +631,36 @@ const std::vector<Entry>& everyCall()
         ROW(orvUserProcessFP, "generate", "bchsif,="),
         ROW(orvUserProcessPixel, "generate", "bchsif,="),
         ROW(orvGetAffineQuad, "geometry", "1bchsif", places),
-        ROW(orvGetAffineQuadROI, "geometry", "1bchsif", places),
+        ROW(orvGetAffineQuadROI, "geometry", "1bchsif", regions),
         ROW(orvGetAffineBound, "geometry", "1bchsif", places),
-        ROW(orvGetAffineBoundROI, "geometry", "1bchsif", places),
+        ROW(orvGetAffineBoundROI, "geometry", "1bchsif", regions),
         ROW(orvGetAffineTransform, "geometry", "1bchsif", places),
-        ROW(orvGetAffineTransformROI, "geometry", "1bchsif", places),
+        ROW(orvGetAffineTransformROI, "geometry", "1bchsif", regions),
         ROW(orvGetBilinearQuad, "geometry", "1bchsif", places),
-        ROW(orvGetBilinearQuadROI, "geometry", "1bchsif", places),
+        ROW(orvGetBilinearQuadROI, "geometry", "1bchsif", regions),
         ROW(orvGetBilinearBound, "geometry", "1bchsif", places),
-        ROW(orvGetBilinearBoundROI, "geometry", "1bchsif", places),
+        ROW(orvGetBilinearBoundROI, "geometry", "1bchsif", regions),
         ROW(orvGetBilinearTransform, "geometry", "1bchsif", places),
-        ROW(orvGetBilinearTransformROI, "geometry", "1bchsif", places),
+        ROW(orvGetBilinearTransformROI, "geometry", "1bchsif", regions),
         ROW(orvGetPerspectiveQuad, "geometry", "1bchsif", places),
-        ROW(orvGetPerspectiveQuadROI, "geometry", "1bchsif", places),
+        ROW(orvGetPerspectiveQuadROI, "geometry", "1bchsif", regions),
         ROW(orvGetPerspectiveBound, "geometry", "1bchsif", places),
-        ROW(orvGetPerspectiveBoundROI, "geometry", "1bchsif", places),
+        ROW(orvGetPerspectiveBoundROI, "geometry", "1bchsif", regions),
         ROW(orvGetPerspectiveTransform, "geometry", "1bchsif", places),
-        ROW(orvGetPerspectiveTransformROI, "geometry", "1bchsif", places),
+        ROW(orvGetPerspectiveTransformROI, "geometry", "1bchsif", regions),
         ROW(orvGetRotateShift, "geometry"),
-        ROW(orvWarpAffine, "geometry", "1bchsif,=", warps),
-        ROW(orvWarpBilinearQ, "geometry", "1bchsif,=", quads),
-        ROW(orvWarpBilinear, "geometry", "1bchsif,=", quads),
-        ROW(orvWarpPerspectiveQ, "geometry", "1bchsif,=", quads),
-        ROW(orvWarpPerspective, "geometry", "1bchsif,=", quads),
-        ROW(orvShear, "geometry", "1bchsif,=", warps),
-        ROW(orvRotate, "geometry", "1bchsif,=", warps),
-        ROW(orvRemap, "geometry", "1bchsif,f#,f#,=", warps),
-        ROW(orvZoom, "geometry", "1bchsif,=", grow),
-        ROW(orvResize, "geometry", "1bchsif,=", resize),
-        ROW(orvDecimate, "geometry", "1bchsif,=", shrink),
-        ROW(orvDecimateBlur, "geometry", "1bchsif,=", shrink),
+        ROW(orvWarpAffine, "geometry", "1bhf,=&", warps),
+        ROW(orvWarpBilinearQ, "geometry", "1bhf,=&", quads),
+        ROW(orvWarpBilinear, "geometry", "1bhf,=&", quads),
+        ROW(orvWarpPerspectiveQ, "geometry", "1bhf,=&", quads),
+        ROW(orvWarpPerspective, "geometry", "1bhf,=&", quads),
+        ROW(orvShear, "geometry", "1bhf,=&", warps),
+        ROW(orvRotate, "geometry", "1bhf,=&", warps),
+        ROW(orvRemap, "geometry", "1bhf,f#&,f#,=&", warps),
+        ROW(orvZoom, "geometry", "1bhf,=&", grow),
+        ROW(orvResize, "geometry", "1bhf,=&", resize),
+        ROW(orvDecimate, "geometry", "1bhf,=&", shrink),
+        ROW(orvDecimateBlur, "geometry", "1bhf,=&", blurred),
         ROW(orvMirror, "geometry", "1bchsif,=", Likely(std::vector<int>{0, 1, -1})),
         ROW(orvComputeHisto, "measure", "1bh"),
         ROW(orvContrastStretch, "measure", "bh,="),
@@ -679,7 +693,7 @@ const std::vector<Entry>& everyCall()
         ROW(orvAddSFP, "pointwise", "f,="),
         ROW(orvSubtractSFP, "pointwise", "f,="),
         ROW(orvMultiplySFP, "pointwise", "f,="),
-        ROW(orvNot, "pointwise", "1bchsif,="),
+        ROW(orvNot, "pointwise", "1bchsi,="),
         ROW(orvAbs, "pointwise", "1bchsif,="),
         ROW(orvSquare, "pointwise", "1bchsif,="),
         ROW(orvLess, "pointwise", "1bchsif,=,1"),
@@ -698,20 +712,20 @@ const std::vector<Entry>& everyCall()
         ROW(orvMultiplyScale, "pointwise", "bh,=", bytes),
         ROW(orvPreMultiplyAlpha, "pointwise", "bh,=", bytes),
         ROW(orvAlphaCompositeC, "pointwise", "bh,=", composites),
-        ROW(orvAlphaComposite, "pointwise", "bh,=", premultiplied),
+        ROW(orvAlphaComposite, "pointwise", "bh^,=^,=^,=^,=^,=^", premultiplied),
         OWN(orvRealFft2D, "transform", d.call(orvRealFft2D);
             orvRealFft2D(nullptr, nullptr, ORV_FFT_RELEASE), "bchsif_", fourier),
         OWN(orvCcsFft2D, "transform", d.call(orvCcsFft2D);
             orvCcsFft2D(nullptr, nullptr, ORV_FFT_RELEASE), "bchsif_", fourier),
-        ROW(orvMpyRCPack2D, "transform", "csif_,=_"),
+        ROW(orvMpyRCPack2D, "transform", "csif_,=_|"),
         OWN(orvDCT2D, "transform", d.call(orvDCT2D);
-            orvDCT2D(nullptr, nullptr, ORV_DCT_RELEASE), "bchsif_,f_", Likely(std::vector<int>{1, 2})),
+            orvDCT2D(nullptr, nullptr, ORV_DCT_RELEASE), "bchsif_,f_|&", Likely(std::vector<int>{1, 2})),
         ROW(orvWtInit, "transform", "", Likely(std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9})),
         OWN(orvWtInitUserFilter4, "transform", userBank<0>(d, orvWtInitUserFilter4)),
         OWN(orvWtInitUserFilter, "transform", userBank<1>(d, orvWtInitUserFilter)),
         OWN(orvWtInitUserTaps, "transform", userBank<2>(d, orvWtInitUserTaps)),
         ROW(orvWtFree, "transform"),
-        ROW(orvWtDecompose, "transform", "b#_,f#_!/~"),
+        ROW(orvWtDecompose, "transform", "b#_,f#_!/~&"),
         ROW(orvWtReconstruct, "transform", "f#_!~,f#_!~,f#_!~,f#_!~,b#_!*"),
     };
     return entries;

@@ -25,12 +25,16 @@ struct Drawing::Place {
     ReplayTiles tiles;
     ReplayHow how;
     bool isMask;
+    bool isWild;  // its pixels do not lie as in an image
+    int32_t firstBlock, blocks;
+    std::vector<uint8_t> bytes;
 };
 
 Drawing::Drawing(Source given, const Plan& wanted, const Entry& what) : source(given), plan(wanted), entry(what)
 {
     replayReset();
     replayBegin();
+    replayArena.isLoud = plan.loud;
     if (plan.program)
         fprintf(plan.program,
                 "/* %s */\n#include \"replay.h\"\n\nint main(void)\n{\n    replayReset();\n    replayBegin();\n    "
@@ -78,10 +82,12 @@ bool Drawing::begin()
     }
     if (!plan.valid && source.oneIn(40))
         orvSetErrStatus(-5);
-    for (Place* place : places)
+    for (Place* place : places) {
         place->before = place->image;
+        keepBytes(*place);
+    }
     if (plan.refuseMemory)
-        testheap::refuse(plan.refuseMemory);
+        testheap::refuse(plan.refuseMemory, plan.refuseAll);
     return true;
 }
 
@@ -91,8 +97,9 @@ void Drawing::end()
         memoryRefused = testheap::refused();
         testheap::refuse(0);
     }
-    hash(uint32_t(orvGetErrStatus()));
-    worked = orvGetErrStatus() == 0 && replayArena.reports == 0;
+    int32_t status = orvGetErrStatus();
+    hash(uint32_t(status));
+    worked = status == 0 && replayArena.reports == 0;
     replayCheck();
     for (Place* place : places) {
         const OrvImage &now = place->image, &old = place->before;
@@ -103,13 +110,14 @@ void Drawing::end()
             replayFail(now.maskROI != old.maskROI ? "maskROI was changed"
                        : now.roi != old.roi       ? "roi was changed"
                                                   : "a header was changed");
+        checkBytes(*place);
         tileRefused |= place->how.refuse && place->tiles.requests >= place->how.refuse;
         // Where a tile or memory does not come, what is open stays so.
         bool isSilent = memoryRefused || (!plan.valid && strstr(entry.name, "Filter"));  // without memory
-        if (orvGetErrStatus() == 0 && replayArena.reports == 0 && !isSilent && now.tileInfo == &place->info &&
-            place->tiles.open != 0)
+        if (worked && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
-        hashImage(&now);
+        if (!place->isWild && !memoryRefused && !tileRefused)
+            hashPixels(*place);
         if (now.imageDataBlock)  // of a function that has allocated it
             orvDeallocateImage(&place->image);
     }
@@ -122,27 +130,41 @@ void Drawing::hashReal(double value)
     hash(std::isnan(value) ? 1 : bits);
 }
 
+void Drawing::hashRow(const OrvImage* image, const uint8_t* row, int width)
+{
+    int size = int(image->depth & ORV_DEPTH_MASK) / 8;
+    int64_t bytes = replayRowBytes(image, width);
+    for (int64_t i = 0; i < bytes; i += size ? size : 1) {
+        float real = 0;
+        uint32_t word = 0;
+        uint16_t half = 0;
+        if (image->depth == ORV_DEPTH_32F)
+            memcpy(&real, row + i, 4), hashReal(real);
+        else if (size == 4)
+            memcpy(&word, row + i, 4), hash(word);
+        else if (size == 2)
+            memcpy(&half, row + i, 2), hash(half);
+        else
+            hash(row[i] & (size == 0 && i == bytes - 1 ? 0xFF00 >> ((width + 7) % 8 + 1) : 0xFF));
+    }
+}
+
 void Drawing::hashImage(const OrvImage* image)
 {
-    if (!plan.valid || image->tileInfo || !image->imageData)
-        return;
-    int64_t rows = replayRows(image, image->height), bytes = replayRowBytes(image, image->width);
-    for (int64_t row = 0; row < rows; ++row) {
-        const uint8_t* from = image->imageData + row * image->widthStep;
-        int size = int(image->depth & ORV_DEPTH_MASK) / 8;
-        for (int64_t i = 0; i < bytes; i += size ? size : 1) {
-            float real = 0;
-            uint32_t word = 0;
-            uint16_t half = 0;
-            if (image->depth == ORV_DEPTH_32F)
-                memcpy(&real, from + i, 4), hashReal(real);
-            else if (size == 4)
-                memcpy(&word, from + i, 4), hash(word);
-            else if (size == 2)
-                memcpy(&half, from + i, 2), hash(half);
-            else
-                hash(from[i] & (size == 0 && i == bytes - 1 ? 0xFF00 >> ((image->width + 7) % 8 + 1) : 0xFF));
-        }
+    if (!image->tileInfo && image->imageData)
+        for (int64_t row = 0; row < replayRows(image, image->height); ++row)
+            hashRow(image, image->imageData + row * image->widthStep, image->width);
+}
+
+void Drawing::hashPixels(const Place& place)
+{
+    const OrvTileInfo* info = place.image.tileInfo;
+    hashImage(&place.image);
+    for (int i = 0; info && i < place.blocks; ++i) {
+        const ReplayBlock& tile = replayArena.block[place.firstBlock + i];
+        int64_t rows = replayRows(&place.image, info->height), step = int64_t(tile.bytes) / rows;
+        for (int64_t row = 0; row < rows; ++row)
+            hashRow(&place.image, tile.data + row * step, info->width);
     }
 }
 
@@ -188,12 +210,14 @@ const struct {
 // What an image of a function mostly is.
 struct Kind {
     std::string depths = "1bchsif", model;
-    bool noRegion = false, single = false, half = false, twice = false, tight = false, plain = false;
+    bool noRegion = false, single = false, half = false, twice = false, tight = false, plain = false, other = false,
+         alike = false, alpha = false;
 };
 
 // The text has a part for each image, the last for all that follow, with letters of depths, "=" for that of the first
 // image, and signs: "!" no region, "#" one channel, "/" half and "*" twice the first one's size, "~" rows
-// without a distance, "_" no tiles, ":RGB" a model.
+// without a distance, "_" no tiles, "&" not the one before, "|" the first one's size and region, "^" an alpha channel,
+// ":RGB" a model.
 Kind kindOf(const char* text, int index)
 {
     std::string all = text;
@@ -213,7 +237,10 @@ Kind kindOf(const char* text, int index)
         kind.twice |= sign == '*';
         kind.tight |= sign == '~';
         kind.plain |= sign == '_';
-        if (!strchr("!#/_*~", sign))
+        kind.other |= sign == '&';
+        kind.alike |= sign == '|';
+        kind.alpha |= sign == '^';
+        if (!strchr("!#/_*~&|^", sign))
             depths += sign;
     }
     if (!depths.empty())
@@ -259,7 +286,7 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     image.height = side();
     if (hostile(60))
         (source.oneIn(2) ? image.width : image.height) = 200 + source.below(30000);
-    if (like && (kind.half || kind.twice || kind.tight || !source.oneIn(4))) {
+    if (like && (kind.half || kind.twice || kind.tight || kind.alike || !source.oneIn(4))) {
         image.width = first->width;
         image.height = first->height;
         if (kind.twice)
@@ -272,7 +299,9 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         }
     }
     image.nChannels = kind.single ? 1 : source.of({1, 1, 2, 3, 3, 4, 4, 5});
-    image.alphaChannel = image.nChannels > 1 && source.oneIn(4) ? image.nChannels : 0;
+    if (kind.alpha && image.nChannels == 1)
+        image.nChannels = 4;
+    image.alphaChannel = image.nChannels > 1 && (kind.alpha || source.oneIn(4)) ? image.nChannels : 0;
     image.dataOrder = source.below(2);
     image.origin = source.oneIn(5);
     if (like && !kind.single && !isMask) {
@@ -287,6 +316,7 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     if (kind.model == "GRAY") {
         model = "GRAY", sequence = "G";
         image.nChannels = 1;
+        image.alphaChannel = 0;
     } else if (!kind.model.empty()) {
         if (kind.model != "RGB")
             model = sequence = kind.model.c_str();
@@ -306,8 +336,9 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     int64_t row = replayRowBytes(&image, image.width);
     image.widthStep =
         int32_t((row + image.align - 1) / image.align * image.align + (kind.tight ? 0 : source.of({0, 0, 1, 3, 16})));
-    if (hostile(60))
+    if (hostile(60)) {
         image.widthStep = 1 + source.below(int(row));
+    }
     for (int i = 0; i < 4; ++i) {
         image.borderMode[i] = hostile(40) ? integer() : source.below(4);
         image.borderConst[i] = source.oneIn(2) ? 0 : int(source.bits()) % (image.depth == ORV_DEPTH_1U ? 2 : 120);
@@ -315,16 +346,20 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
     to.how = {source.bits(),   source.below(valid ? 4 : 5), source.below(2), source.below(8),
               plan.refuseTile, !valid && source.oneIn(12)};
 
-    if (!kind.noRegion && source.oneIn(2)) {
+    // A channel of interest is mostly wanted in all images.
+    const OrvROI* firstRegion = like ? first->roi : nullptr;
+    bool hasRegion =
+        like && kind.alike ? firstRegion != nullptr : (firstRegion && firstRegion->coi && !isMask) || source.oneIn(2);
+    if (!kind.noRegion && hasRegion) {
         OrvROI& roi = to.roi;
         int32_t w = image.width, h = image.height;
         roi.xOffset = source.below(w), roi.yOffset = source.below(h);
         roi.width = 1 + source.below(w - roi.xOffset), roi.height = 1 + source.below(h - roi.yOffset);
-        if (like && first->roi && source.oneIn(2))
-            roi = *first->roi;
+        if (firstRegion && (kind.alike || source.oneIn(2)))
+            roi = *firstRegion;
         roi.coi = image.nChannels > 1 && source.oneIn(3) ? 1 + source.below(image.nChannels) : 0;
         if (like)
-            roi.coi = first->roi ? first->roi->coi : 0;
+            roi.coi = firstRegion ? firstRegion->coi : 0;
         if (hostile(10))
             *source.of({&roi.xOffset, &roi.yOffset, &roi.width, &roi.height, &roi.coi}) =
                 int32_t(uint32_t(integer()) - uint32_t(source.below(3)));
@@ -364,18 +399,30 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
                     fields[10], fields[11], fields[12], fields[13]}) = integer();
         if (!image.tileInfo && (image.imageSize > replayMostBytes - 256 || replayBytes(&image) > replayMostBytes - 256))
             image = old;
-        if (image.tileInfo && (image.width > 300 || image.height > 300))
+    }
+    // So many tiles would take minutes, for a warp also where it asks for none of them.
+    if (image.tileInfo && (image.width > 300 || image.height > 300)) {
+        if (!to.how.refuse)
             to.how.refuse = 1 + source.below(300);
+        if (strstr(entry.images, "1bhf")) {
+            to.roi = {0, image.width - image.width % 25, image.height - image.height % 25, 25, 25};
+            image.roi = &to.roi;
+        }
     }
 }
 
 void Drawing::place(Place& to, int number)
 {
     OrvImage& image = to.image;
+    to.firstBlock = replayArena.blocks;
     if (!replayPixels(&image, to.how)) {
         image.tileInfo = nullptr;
         image.imageData = nullptr;
     }
+    to.blocks = replayArena.blocks - to.firstBlock;
+    to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
+                 !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
+                 image.widthStep < replayRowBytes(&image, image.width);
     if (!plan.program)
         return;
     const OrvImage& i = image;
@@ -401,6 +448,93 @@ void Drawing::place(Place& to, int number)
           to.how.fill, to.how.atStart, to.how.shift, to.how.refuse, to.how.again, number, number);
 }
 
+// Whether a function may write an image's pixels.
+bool Drawing::isWritten(const OrvImage* image) const
+{
+    auto is = [&](const char* part) { return strstr(entry.name, part) != nullptr; };
+    if (is("orvGet") || is("orvNorm") || is("Moment") || is("MinMax") || is("Histo") || is("ToDIB") || is("Check") ||
+        is("Clone"))
+        return is("Equalize") || is("CrossCorr") ? images.back() == image : false;
+    for (size_t i = 0; i < images.size(); ++i)
+        if (images[i] == image && (i + 1 == images.size() || is("Exchange") || (is("Decompose") && i > 0) ||
+                                   (is("orvAlphaComposite") && i == 2)))
+            return true;
+    return false;
+}
+
+// Not for these, for which a region, or its channel, has no effect or is only a start.
+static bool keepsToRegion(const char* name)
+{
+    return !strstr(
+        " orvConvert orvBitonalToGray orvPutPixel orvPreMultiplyAlpha orvReduceBits orvApplyColorTwist orvColorTwistFP "
+        "orvUserProcessPixel orvDCT2D ",
+        (std::string(" ") + name + " ").c_str());
+}
+
+void Drawing::keepBytes(Place& place)
+{
+    for (int i = 0; i < place.blocks; ++i) {
+        const ReplayBlock& block = replayArena.block[place.firstBlock + i];
+        place.bytes.insert(place.bytes.end(), block.data, block.data + block.bytes);
+    }
+}
+
+// Ends the process where a byte was changed that lies outside of what the function may write.
+void Drawing::checkBytes(const Place& place)
+{
+    const uint8_t* old = place.bytes.data();
+    for (int i = 0; i < place.blocks; ++i) {
+        const ReplayBlock& block = replayArena.block[place.firstBlock + i];
+        if (memcmp(block.data, old, block.bytes) != 0) {
+            if (!isWritten(&place.image))
+                replayFail(place.isMask ? "a mask was changed" : "a source was changed");
+            if (!place.isWild && keepsToRegion(entry.name))
+                checkBlock(place, i, old);
+        }
+        old += block.bytes;
+    }
+}
+
+void Drawing::checkBlock(const Place& place, int number, const uint8_t* old)
+{
+    const OrvImage& image = place.image;
+    const ReplayBlock& block = replayArena.block[place.firstBlock + number];
+    const OrvROI* roi = image.roi;
+    bool isPlanes = image.dataOrder == ORV_DATA_ORDER_PLANE;
+    int64_t left = 0, top = 0, height = image.height, step = image.widthStep, width = image.width;
+    if (image.tileInfo) {
+        if (image.width > place.tiles.columns * image.tileInfo->width ||
+            image.height > place.tiles.rows * image.tileInfo->height)
+            return;  // one tile stands for several
+        width = image.tileInfo->width;
+        height = image.tileInfo->height;
+        left = number % place.tiles.columns * width;
+        top = number / place.tiles.columns * height;
+        step = int64_t(block.bytes) / replayRows(&image, height);
+    } else if (!roi || image.nChannels == 1) {
+        return;  // padding may be written too
+    }
+    bool single = roi && roi->coi && !strstr(entry.name, "Alpha");
+    for (const OrvImage* other : images)
+        single = single && other && other->roi && other->roi->coi == roi->coi;  // or the source's holds for both
+    int64_t right = image.width, bottom = image.height, x0 = 0, y0 = 0;
+    if (roi) {
+        x0 = roi->xOffset, y0 = roi->yOffset;
+        right = std::min(right, x0 + roi->width);
+        bottom = std::min(bottom, y0 + roi->height);
+    }
+    int size = int(image.depth & ORV_DEPTH_MASK) / 8, values = isPlanes ? 1 : image.nChannels;
+    for (int64_t at = 0; at < int64_t(block.bytes); ++at)
+        for (int bits = block.data[at] ^ old[at]; bits; bits &= bits - 1) {
+            int64_t row = at / step, value = at % step;
+            value = size ? value / size : value * 8 + 7 - __builtin_ctz(unsigned(bits));
+            int64_t x = left + value / values, y = top + row % height,
+                    channel = isPlanes ? row / height : value % values;
+            if (x < x0 || x >= right || y < y0 || y >= bottom || (single && channel != roi->coi - 1))
+                replayFail("a pixel outside of the region was written");
+        }
+}
+
 OrvImage* Drawing::image()
 {
     int index = int(images.size());
@@ -408,7 +542,7 @@ OrvImage* Drawing::image()
         images.push_back(plan.shared);
         return plan.shared;
     }
-    bool again = index > 0 && source.oneIn(plan.valid ? 10 : 6);
+    bool again = index > 0 && source.oneIn(plan.valid ? 10 : 6) && !(plan.valid && kindOf(entry.images, index).other);
     if (!plan.valid && source.oneIn(60)) {
         name("NULL");
         return nullptr;

@@ -32,7 +32,9 @@ struct Plan {
     bool valid = false;          // nothing hostile, only what the function takes
     bool plain = false;          // no tiles
     int refuseMemory = 0;        // the n-th request for memory, by 1
+    bool refuseAll = false;      // and all after it
     int refuseTile = 0;          // the n-th request for a tile of each image
+    bool loud = false;           // reports are printed
     OrvImage* shared = nullptr;  // the first of several images
     FILE* program = nullptr;     // where the call is written as a C program, instead of being made
 };
@@ -96,10 +98,13 @@ public:
     }
     void hashReal(double value);
     void hashImage(const OrvImage* image);
+    void hashRow(const OrvImage* image, const uint8_t* row, int width);
 
     std::string arguments;  // of the call in the program
     int names = 0;          // of variables of the program
-    int integers = 0;       // drawn so far
+    int integers = 0;       // drawn so far,
+    int lines = 0;          // and kernels of one row or column
+    float most = 0;         // of the ascending floats
 
 private:
     struct Place;
@@ -108,6 +113,11 @@ private:
     void fillHeader(Place& place, int index, bool isMask);
     void place(Place& place, int number);
     OrvImage* maskFor(int depth);
+    bool isWritten(const OrvImage* image) const;
+    void keepBytes(Place& place);
+    void hashPixels(const Place& place);
+    void checkBytes(const Place& place);
+    void checkBlock(const Place& place, int number, const uint8_t* old);
 
     template <class T>
     void look(T value);

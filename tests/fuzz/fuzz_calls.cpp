@@ -6,14 +6,17 @@
 //   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
 //   fuzz_calls --digest [times]             a digest of the results of each family
 //   fuzz_calls --each [times]               a digest of each function, and the share of its calls that went well
+//   fuzz_calls --call seed                  one call
 //   fuzz_calls --print seed | --input file  the C program of one call
 //   fuzz_calls --list                       the functions of the table
 //
-// Options: --level=base|v3, --only=function, --bare (new memory stays as it comes, for valgrind).
+// Options: --level=base|v3 (otherwise both, whose results are compared), --only=function, --loud (prints reports),
+// --bare (new memory stays as it comes, for valgrind).
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <map>
+#include <memory>
 #include <thread>
 
 #include "core/ownisa.h"
@@ -22,6 +25,7 @@
 
 #if !defined(_WIN32)
 #include <sys/mman.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -47,18 +51,42 @@ Plan planOf(Source& source)
     return plan;
 }
 
-void makeCall(Source source, FILE* program = nullptr)
+bool isLoud = false, bothLevels = false;
+
+struct Outcome {
+    uint64_t digest;
+    bool worked;
+};
+
+Outcome makeCall(Source source, FILE* program = nullptr)
 {
     const Entry& entry = entryOf(source);
     Plan plan = planOf(source);
     plan.program = program;
+    plan.loud = isLoud;
     int before = testheap::blocks();
+    Outcome outcome;
     {
         Drawing drawing(source, plan, entry);
         entry.call(drawing);
+        outcome = {drawing.digest, drawing.worked};
     }
     if (!program && testheap::blocks() != before)
         replayFail("memory was not released");
+    return outcome;
+}
+
+// A call at every level, which are to have the same results.
+bool testCall(Source source)
+{
+    Outcome outcome = makeCall(source);
+    if (bothLevels) {
+        ownForceLevel(OwnLevel::base);
+        if (makeCall(source).digest != outcome.digest)
+            replayFail("the levels have different results");
+        ownForceLevel(OwnLevel::v3);
+    }
+    return outcome.worked;
 }
 
 }  // namespace
@@ -70,7 +98,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (entries.empty())
         for (const Entry& entry : everyCall())
             entries.push_back(&entry);
-    makeCall({0, data, size});
+    bothLevels = ownForceLevel(OwnLevel::v3);
+    testCall({0, data, size});
     return 0;
 }
 
@@ -80,7 +109,7 @@ namespace {
 
 struct Shared {
     std::atomic<uint64_t> seed;
-    std::atomic<long> calls[256];
+    std::atomic<long> calls[256], worked[256];
 };
 
 #if defined(_WIN32)
@@ -89,6 +118,24 @@ long loop(Clock::time_point, uint64_t)
     return 0;
 }
 #else
+// The functions that were called or went well least.
+void summarise(const Shared& shared)
+{
+    std::vector<std::pair<long, std::string>> calls, worked;
+    for (const Entry* entry : entries) {
+        auto i = entry - &everyCall()[0];
+        calls.emplace_back(shared.calls[i], entry->name);
+        worked.emplace_back(100 * shared.worked[i] / std::max(1L, shared.calls[i].load()), entry->name);
+    }
+    std::sort(calls.begin(), calls.end());
+    std::sort(worked.begin(), worked.end());
+    size_t half = calls.size() / 2;
+    printf("calls of a function: %ld to %ld, half of them at least %ld\n", calls.front().first, calls.back().first,
+           calls[half].first);
+    printf("of them went well: %ld%% (%s) to %ld%%, of half of them at least %ld%%\n", worked.front().first,
+           worked.front().second.c_str(), worked.back().first, worked[half].first);
+}
+
 // The calls are made in a child; the parent prints the one that the child did not survive, and goes on behind it.
 long loop(Clock::time_point end, uint64_t seed)
 {
@@ -101,11 +148,13 @@ long loop(Clock::time_point end, uint64_t seed)
         fflush(nullptr);
         pid_t child = fork();
         if (child == 0) {
+            const itimerval mostTime = {{0, 0}, {20, 0}};
             for (; Clock::now() < end; ++shared->seed) {
-                alarm(20);  // a call that hangs ends here
+                setitimer(ITIMER_VIRTUAL, &mostTime, nullptr);  // a call that hangs ends here
                 Source source = {shared->seed};
-                ++shared->calls[&entryOf(source) - &everyCall()[0]];
-                makeCall({shared->seed});
+                auto entry = &entryOf(source) - &everyCall()[0];
+                ++shared->calls[entry];
+                shared->worked[entry] += testCall({shared->seed});
             }
             fflush(nullptr);
             _exit(0);
@@ -129,45 +178,79 @@ long loop(Clock::time_point end, uint64_t seed)
         wait(&status);
         ++shared->seed;
     }
-    long most = 0, least = 1L << 60;
-    for (const Entry* entry : entries) {
-        long calls = shared->calls[entry - &everyCall()[0]];
-        most = std::max(most, calls);
-        least = std::min(least, calls);
-    }
-    printf("%llu calls, %ld to %ld of each function, %ld faults\n",
-           static_cast<unsigned long long>(shared->seed - seed), least, most, faults);
+    summarise(*shared);
+    printf("%llu calls, %ld faults\n", static_cast<unsigned long long>(shared->seed - seed), faults);
     return faults;
 }
 #endif
 
-// Every function through every refused request, one request after the other.
+// Without memory these end without a report, answer NULL, or try once more with what they have released.
+bool endsSilently(const char* name)
+{
+    for (const char* part : {"MaxFilter", "MinFilter", "MedianFilter", "ColorMedianFilter", "FixedFilter", "DCT2D",
+                             "Fft2D", "Malloc", "CreateROI", "CreateTileInfo", "CreateImageHeader"})
+        if (strstr(name, part))
+            return true;
+    return false;
+}
+
+enum class Refusal { memory, allMemory, tile };
+
+long lost = 0;  // what refusals have shown
+
+// A call where the n-th request is refused, or all for memory from there on. False if there was no such request.
+bool refuse(const Entry& entry, uint64_t seed, int n, Refusal what)
+{
+    bool tile = what == Refusal::tile;
+    Plan plan = {.valid = true,
+                 .refuseMemory = tile ? 0 : n,
+                 .refuseAll = what == Refusal::allMemory,
+                 .refuseTile = tile ? n : 0,
+                 .loud = isLoud};
+    int before = testheap::blocks();
+    bool refused, silent;
+    {
+        Drawing drawing({seed}, plan, entry);
+        entry.call(drawing);
+        refused = tile ? drawing.tileRefused : drawing.memoryRefused;
+        silent = drawing.worked;
+    }
+    const char* fault = testheap::blocks() != before                               ? "memory is lost"
+                        : refused && silent && (tile || !endsSilently(entry.name)) ? "nothing is reported"
+                                                                                   : nullptr;
+    if (fault) {
+        printf("/* %s, seed %d: %s when request %d for %s fails */\n", entry.name, int(seed), fault, n,
+               tile ? "a tile" : "memory");
+        plan.program = stdout;
+        if (++lost < 20)
+            entry.call(*std::make_unique<Drawing>(Source{seed}, plan, entry));
+    }
+    return refused;
+}
+
+// Every function through every refused request of calls that go well.
 int refusals(int times)
 {
-    long refused = 0;
-    for (const Entry* entry : entries)
-        for (int seed = 0; seed < times; ++seed)
-            for (bool tiles : {false, true})
-                for (int n = 1; n < 500; ++n) {
-                    Plan plan = {.valid = true, .refuseMemory = tiles ? 0 : n, .refuseTile = tiles ? n : 0};
-                    int before = testheap::blocks();
-                    bool any;
-                    {
-                        Drawing drawing({uint64_t(seed)}, plan, *entry);
-                        entry->call(drawing);
-                        any = tiles ? drawing.tileRefused : drawing.memoryRefused;
-                    }
-                    if (testheap::blocks() != before) {
-                        printf("%s, seed %d: memory is lost when request %d for %s fails\n", entry->name, seed, n,
-                               tiles ? "a tile" : "memory");
-                        return 1;
-                    }
-                    if (!any)
-                        break;
+    long refused = 0, none = 0;
+    for (const Entry* entry : entries) {
+        long before = refused;
+        int good = 0;
+        for (uint64_t seed = 0; good < times && seed < uint64_t(20 * times); ++seed) {
+            {
+                Drawing drawing({seed}, {.valid = true}, *entry);
+                entry->call(drawing);
+                if (!drawing.worked)
+                    continue;
+            }
+            ++good;
+            for (Refusal what : {Refusal::memory, Refusal::allMemory, Refusal::tile})
+                for (int n = 1; refuse(*entry, seed, n, what); ++n)
                     ++refused;
-                }
-    printf("%ld refusals\n", refused);
-    return 0;
+        }
+        none += refused == before;
+    }
+    printf("%ld refusals, none in %ld functions\n", refused, none);
+    return lost != 0;
 }
 
 // A digest of each family, or of each function with the share of calls that went well.
@@ -178,7 +261,7 @@ int digests(int times, bool each)
         uint64_t& sum = sums[each ? entry->name : entry->family];
         int worked = 0;
         for (int seed = 0; seed < times; ++seed) {
-            Drawing drawing({uint64_t(seed)}, {.valid = true}, *entry);
+            Drawing drawing({uint64_t(seed)}, {.valid = true, .loud = isLoud}, *entry);
             entry->call(drawing);
             worked += drawing.worked;
             sum = (sum ^ drawing.digest) * 0x100000001B3u;
@@ -242,6 +325,8 @@ int threads(int seconds)
         });
     for (std::thread& thread : all)
         thread.join();
+    if (std::any_of(pixels.begin(), pixels.end(), [](uint8_t value) { return value != 77; }))
+        replayFail("the image that all read was changed");
     printf("%ld calls\n", calls.load());
     return 0;
 }
@@ -252,14 +337,18 @@ int main(int argc, char** argv)
 {
     std::vector<const char*> words;
     const char *mode = "", *only = "";
+    bothLevels = ownForceLevel(OwnLevel::v3);
     for (int i = 1; i < argc; ++i) {
         if (strncmp(argv[i], "--level=", 8) == 0) {
+            bothLevels = false;
             if (!ownForceLevel(strcmp(argv[i] + 8, "v3") == 0 ? OwnLevel::v3 : OwnLevel::base))
                 return 77;
         } else if (strncmp(argv[i], "--only=", 7) == 0) {
             only = argv[i] + 7;
         } else if (strcmp(argv[i], "--bare") == 0) {
             testheap::fill(false);
+        } else if (strcmp(argv[i], "--loud") == 0) {
+            isLoud = true;
         } else if (strncmp(argv[i], "--", 2) == 0) {
             mode = argv[i] + 2;
         } else {
@@ -276,14 +365,14 @@ int main(int argc, char** argv)
         return 0;
     }
     if (strcmp(mode, "print") == 0)
-        return makeCall({uint64_t(number(0, 0))}, stdout), 0;
+        return void(makeCall({uint64_t(number(0, 0))}, stdout)), 0;
     if (strcmp(mode, "call") == 0)
-        return makeCall({uint64_t(number(0, 0))}), 0;
+        return testCall({uint64_t(number(0, 0))}), 0;
     if (strcmp(mode, "input") == 0 && words.size() == 1) {
         std::vector<uint8_t> bytes(1 << 20);
         FILE* file = fopen(words[0], "rb");
         size_t size = file ? fread(bytes.data(), 1, bytes.size(), file) : 0;
-        return makeCall({0, bytes.data(), size}, stdout), 0;
+        return void(makeCall({0, bytes.data(), size}, stdout)), 0;
     }
     if (strcmp(mode, "refusals") == 0)
         return refusals(int(number(0, 20)));
