@@ -4,7 +4,7 @@
 //   fuzz_calls [options] [seconds [seed]]   random calls, from any of the functions; a failing one is printed as a C program
 //   fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
 //   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
-//   fuzz_calls --digest [times]             a digest of the results of each family
+//   fuzz_calls --digest [times [file]]      a digest of the results of each family, compared with those in a file
 //   fuzz_calls --each [times]               a digest of each function, and the share of its calls that went well
 //   fuzz_calls --call seed                  one call
 //   fuzz_calls --print seed | --input file  the C program of one call
@@ -254,9 +254,16 @@ int refusals(int times)
 }
 
 // A digest of each family, or of each function with the share of calls that went well.
-int digests(int times, bool each)
+int digests(int times, bool each, const char* expected)
 {
-    std::map<std::string, uint64_t> sums;
+    std::map<std::string, uint64_t> sums, stored;
+    char family[64];
+    unsigned long long digest;
+    if (FILE* file = expected ? fopen(expected, "r") : nullptr) {
+        while (fscanf(file, "%63s %llx", family, &digest) == 2)
+            stored[family] = digest;
+        fclose(file);
+    }
     for (const Entry* entry : entries) {
         uint64_t& sum = sums[each ? entry->name : entry->family];
         int worked = 0;
@@ -272,7 +279,7 @@ int digests(int times, bool each)
     for (const auto& [family, sum] : sums)
         if (!each)
             printf("%s %016llx\n", family.c_str(), static_cast<unsigned long long>(sum));
-    return 0;
+    return expected && stored != sums;
 }
 
 // Whether a function only reads its first image.
@@ -379,7 +386,7 @@ int main(int argc, char** argv)
     if (strcmp(mode, "threads") == 0)
         return threads(int(number(0, 10)));
     if (strcmp(mode, "digest") == 0 || strcmp(mode, "each") == 0)
-        return digests(int(number(0, 200)), mode[0] == 'e');
+        return digests(int(number(0, 200)), mode[0] == 'e', words.size() > 1 ? words[1] : nullptr);
     auto seed = uint64_t(number(1, Clock::now().time_since_epoch().count()));
     printf("seed %llu\n", static_cast<unsigned long long>(seed));
     return loop(Clock::now() + std::chrono::seconds(number(0, 30)), seed) != 0;
