@@ -197,7 +197,7 @@ bool compareCell(const Comparison& call, int leading, uint8_t* tile, const OrvIm
 {
     OwnWork works[3], maskWork;
     OwnFetchedCell fetched[2];
-    const OrvImage* images[3];
+    const OrvImage* images[3] = {};
     int lastFetched = -1;
     for (int i = 0; i < call.count; ++i)
         if (i != leading && call.images[i]->tileInfo)
