@@ -547,8 +547,8 @@ OrvImage* Drawing::image()
         name("NULL");
         return nullptr;
     }
-    if (again) {
-        int which = source.below(index);
+    if (again && index > (plan.shared ? 1 : 0)) {
+        int which = plan.shared ? 1 + source.below(index - 1) : source.below(index);
         images.push_back(images[size_t(which)]);
         for (size_t i = 0; i < places.size(); ++i)
             if (images[size_t(which)] == &places[i]->image)
