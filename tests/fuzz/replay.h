@@ -32,7 +32,7 @@ typedef struct ReplayHow {
     int32_t atStart; /* the pixels begin at a page's start, or else end at its end */
     int32_t shift;   /* bytes between the page's start and the pixels */
     int32_t refuse;  /* the request for a tile that brings nothing, from 1; 0 for none */
-    int32_t again;   /* the provider calls the library */
+    int32_t again;   /* the provider calls the library, and answers what nobody expects */
 } ReplayHow;
 
 typedef struct ReplayBlock {
@@ -190,7 +190,9 @@ static int32_t ORV_CALL replayProvide(OrvImage* image, int32_t x, int32_t y, int
     if (mode == ORV_TILE_RELEASE) {
         if (--tiles->open < 0)
             replayFail("a tile was released that was not open");
-        return 0;
+        if (tiles->how.again)
+            image->tileInfo->tileData = (uint8_t*)1; /* nobody may look at it now */
+        return -tiles->how.again;
     }
     if (image->tileInfo->tileData)
         replayFail("tileData is set at a request");
