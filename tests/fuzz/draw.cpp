@@ -425,7 +425,7 @@ void Drawing::place(Place& to, int number)
     to.blocks = replayArena.blocks - to.firstBlock;
     // Pixels that lie in those of the first image. The address sanitizer does not like copies of rows that overlap.
     int64_t spare = -1;
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(__SANITIZE_ADDRESS__) && !defined(ORVZ3_LIBFUZZER)
     const OrvImage* first = imageAt(0);
     if (!plan.valid && !to.isMask && first && first->imageData && image.imageData &&
         places[0]->image.imageData == first->imageData && places[0]->blocks == 1 && source.oneIn(20)) {
@@ -504,7 +504,7 @@ void Drawing::checkBytes(const Place& place)
     const uint8_t* old = place.bytes.data();
     for (int i = 0; i < place.blocks; ++i) {
         const ReplayBlock& block = replayArena.block[place.firstBlock + i];
-        if (memcmp(block.data, old, block.bytes) != 0) {
+        if (block.bytes && memcmp(block.data, old, block.bytes) != 0) {
             if (!isWritten(&place.image))
                 replayFail(place.isMask ? "a mask was changed" : "a source was changed");
             if (!place.isWild && keepsToRegion(entry.name))
