@@ -264,7 +264,7 @@ void Drawing::look(T value)
         hashReal(double(value->lowFlt));
         hashReal(double(value->highFlt));
     } else if constexpr (std::is_same_v<T, void*>) {
-        for (int i = 0; i < 20; ++i)
+        for (int i = 0; i < 20 && strstr(entry.name, "Pixel"); ++i)
             hash(static_cast<const uint8_t*>(value)[i]);
     } else if constexpr (std::is_same_v<T, OrvROI*>) {
         hash(uint32_t(value->width) ^ uint32_t(value->coi));

@@ -110,17 +110,20 @@ void Drawing::end()
             replayFail(now.maskROI != old.maskROI ? "maskROI was changed"
                        : now.roi != old.roi       ? "roi was changed"
                                                   : "a header was changed");
-        checkBytes(*place);
+        if (!isShared)
+            checkBytes(*place);
         tileRefused |= place->how.refuse && place->tiles.requests >= place->how.refuse;
         // Where a tile or memory does not come, what is open stays so.
         bool isSilent = memoryRefused || (!plan.valid && strstr(entry.name, "Filter"));  // without memory
         if (worked && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
-        if (!place->isWild && !memoryRefused && !tileRefused)
+        if (!place->isWild && !isShared && !memoryRefused && !tileRefused)
             hashPixels(*place);
         if (now.imageDataBlock)  // of a function that has allocated it
             orvDeallocateImage(&place->image);
     }
+    if (isShared)
+        digest = 0;  // what is read may have been written
 }
 
 void Drawing::hashReal(double value)
@@ -420,6 +423,20 @@ void Drawing::place(Place& to, int number)
         image.imageData = nullptr;
     }
     to.blocks = replayArena.blocks - to.firstBlock;
+    // Pixels that lie in those of the first image. The address sanitizer does not like copies of rows that overlap.
+    int64_t spare = -1;
+#if !defined(__SANITIZE_ADDRESS__) && !defined(ORVZ3_LIBFUZZER)
+    const OrvImage* first = imageAt(0);
+    if (!plan.valid && !to.isMask && first && first->imageData && image.imageData &&
+        places[0]->image.imageData == first->imageData && places[0]->blocks == 1 && source.oneIn(20)) {
+        spare =
+            int64_t(replayArena.block[places[0]->firstBlock].bytes) - int64_t(replayArena.block[to.firstBlock].bytes);
+        if (spare >= 0) {
+            image.imageData = first->imageData + (spare = source.below(int(spare) + 1));
+            isShared = true;
+        }
+    }
+#endif
     to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
                  !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
                  image.widthStep < replayRowBytes(&image, image.width);
@@ -446,6 +463,8 @@ void Drawing::place(Place& to, int number)
           i.borderConst[3]);
     write("    ReplayHow how%d = {%uu, %d, %d, %d, %d, %d};\n    replayPixels(&image%d, how%d);\n", number, to.how.seed,
           to.how.fill, to.how.atStart, to.how.shift, to.how.refuse, to.how.again, number, number);
+    if (spare >= 0)
+        write("    image%d.imageData = image0.imageData + %d;\n", number, int(spare));
 }
 
 // Whether a function may write an image's pixels.
@@ -485,7 +504,7 @@ void Drawing::checkBytes(const Place& place)
     const uint8_t* old = place.bytes.data();
     for (int i = 0; i < place.blocks; ++i) {
         const ReplayBlock& block = replayArena.block[place.firstBlock + i];
-        if (memcmp(block.data, old, block.bytes) != 0) {
+        if (block.bytes && memcmp(block.data, old, block.bytes) != 0) {
             if (!isWritten(&place.image))
                 replayFail(place.isMask ? "a mask was changed" : "a source was changed");
             if (!place.isWild && keepsToRegion(entry.name))
@@ -547,8 +566,8 @@ OrvImage* Drawing::image()
         name("NULL");
         return nullptr;
     }
-    if (again) {
-        int which = source.below(index);
+    if (again && index > (plan.shared ? 1 : 0)) {
+        int which = plan.shared ? 1 + source.below(index - 1) : source.below(index);
         images.push_back(images[size_t(which)]);
         for (size_t i = 0; i < places.size(); ++i)
             if (images[size_t(which)] == &places[i]->image)

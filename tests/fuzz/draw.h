@@ -124,6 +124,7 @@ private:
     template <class T>
     void take(T value);
 
+    bool isShared = false;  // images have pixels in common
     std::vector<Place*> places;
     std::vector<OrvImage*> images;
     int placed = 0;

@@ -32,7 +32,7 @@ typedef struct ReplayHow {
     int32_t atStart; /* the pixels begin at a page's start, or else end at its end */
     int32_t shift;   /* bytes between the page's start and the pixels */
     int32_t refuse;  /* the request for a tile that brings nothing, from 1; 0 for none */
-    int32_t again;   /* the provider calls the library */
+    int32_t again;   /* the provider calls the library, and answers what nobody expects */
 } ReplayHow;
 
 typedef struct ReplayBlock {
@@ -190,7 +190,9 @@ static int32_t ORV_CALL replayProvide(OrvImage* image, int32_t x, int32_t y, int
     if (mode == ORV_TILE_RELEASE) {
         if (--tiles->open < 0)
             replayFail("a tile was released that was not open");
-        return 0;
+        if (tiles->how.again)
+            image->tileInfo->tileData = (uint8_t*)1; /* nobody may look at it now */
+        return -tiles->how.again;
     }
     if (image->tileInfo->tileData)
         replayFail("tileData is set at a request");
@@ -211,6 +213,12 @@ static int32_t ORV_CALL replayProvide(OrvImage* image, int32_t x, int32_t y, int
     return 0;
 }
 
+/* Leaves some memory for the arguments that follow the images. */
+static int replayHasRoom(void)
+{
+    return replayArena.largeUsed < replayLarges - 8 && replayArena.blocks < replayMostBlocks - 60;
+}
+
 /* Gives an image its pixels, or its tiles, which repeat where there would be too many. False if there is no room. */
 static int replayPixels(OrvImage* image, ReplayHow how)
 {
@@ -218,7 +226,8 @@ static int replayPixels(OrvImage* image, ReplayHow how)
     if (!image->tileInfo) {
         int64_t bytes = replayBytes(image), rows = replayRows(image, image->height);
         bytes = bytes < image->imageSize ? image->imageSize : bytes;
-        image->imageData = bytes > replayMostBytes ? NULL : replayBlock((size_t)bytes, how.atStart, how.shift);
+        image->imageData =
+            bytes > replayMostBytes || !replayHasRoom() ? NULL : replayBlock((size_t)bytes, how.atStart, how.shift);
         if (!image->imageData)
             return 0;
         memset(image->imageData, 0x3C, (size_t)bytes);
@@ -244,7 +253,8 @@ static int replayPixels(OrvImage* image, ReplayHow how)
     if (step * rows > replayMostBytes)
         return 0;
     for (int32_t i = 0; i < tiles->columns * tiles->rows; ++i) {
-        uint8_t* data = tiles->data[i] = replayBlock((size_t)(step * rows), how.atStart, how.shift);
+        uint8_t* data = tiles->data[i] =
+            replayHasRoom() ? replayBlock((size_t)(step * rows), how.atStart, how.shift) : NULL;
         if (!data)
             return 0;
         memset(data, 0x3C, (size_t)(step * rows));
