@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cmath>
-#include <complex>
 #include <cstring>
 #include <regex>
 #include <sstream>
@@ -337,27 +336,11 @@ TEST(WaveletCatalogue, BanksAreWhatDefinesThem)
     }
 }
 
-// Designed for its stop band instead of vanishing moments.
-TEST(WaveletCatalogue, VaidyanathanStopsHighFrequencies)
-{
-    std::vector<double> low = tapsOf(kernelOf({ORV_WT_VAIDYANATHAN, 0, 0}).filtDecLow);
-    for (int percent = 70; percent <= 100; ++percent) {
-        double frequency = percent / 100.0;
-        std::complex<double> response = 0;
-        for (size_t k = 0; k < low.size(); ++k)
-            response += low[k] * std::polar(1.0, frequency * double(k) * 3.14159265358979);
-        EXPECT_LT(std::abs(response), 6e-4) << frequency;
-    }
-}
-
 TEST(WaveletCatalogue, ShortBanksTapByTap)
 {
     // The parameters that the kernel keeps, and the taps of each filter, or how many there are.
     const std::pair<Type, std::string> rows[] = {
         {{ORV_WT_HAAR, -7, 99}, "0 0: 0.5 0.5; 0.5 -0.5; 1 1; -1 1; "},
-        {{ORV_WT_DAUBECHIES, 4, -1}, "4 0: (8) (8) (8) (8) "},
-        {{ORV_WT_SYMLET, 3, 0}, "3 0: (12) (12) (12) (12) "},
-        {{ORV_WT_COIFLET, 1, 0}, "1 0: (6) (6) (6) (6) "},
         {{ORV_WT_BSPLINE, 1, 1}, "1 1: 0.5 0.5; 0.5 -0.5; 1 1; -1 1; "},
         {{ORV_WT_BSPLINE, 2, 4}, "2 4: 0.25 0.5 0.25; (9) (9) -0.5 1 -0.5; "},
         {{ORV_WT_BSPLINE, 3, 9}, "3 9: 0.125 0.375 0.375 0.125; (20) (20) -0.25 0.75 -0.75 0.25; "},

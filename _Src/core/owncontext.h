@@ -1,4 +1,5 @@
-// The record that the library keeps for each thread.
+// The record that the library keeps for each thread. When the library is unloaded it can release that of the calling thread
+// alone: other threads must have ended before, or their records stay behind.
 #pragma once
 
 #include "orv/core.h"

@@ -47,13 +47,11 @@ main > h2 { font-size: 1.5rem; margin: 2.4rem 0 .6rem; padding-top: .8rem; borde
 .strip { grid-column: 3; grid-row: 1 / 3; display: flex; gap: .3rem; }
 .strip img { height: 3rem; width: 4rem; object-fit: cover; border-radius: 4px; }
 .family[open] .strip { display: none; }
-.entries { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(100%, 32rem), 1fr)); gap: .8rem;
-  grid-auto-flow: dense; align-items: start; }
-.entries > :only-child { grid-column: 1 / -1; }
+.entries { display: flex; flex-wrap: wrap; gap: .8rem; }
 article { background: var(--card); border: 1px solid var(--line); border-radius: 10px; box-shadow: var(--shadow);
-  padding: .8rem 1rem; scroll-margin-top: .6rem; min-width: 0; }
-article.widest { grid-column: 1 / -1; }
-@media (min-width: 86rem) { article.wide { grid-column: span 2; } }
+  padding: .8rem 1rem; scroll-margin-top: .6rem; min-width: 0; max-width: 72rem; flex: 1 1 min(100%, 30rem); }
+article.wide { max-width: none; flex: 1.5 1 min(100%, 45rem); }
+article.widest { max-width: none; flex: 1 0 100%; }
 article:target { border-color: var(--accent); }
 h4 { margin: 0; font-size: 1.05rem; overflow-wrap: anywhere; }
 article > p { margin: .1rem 0 .6rem; max-width: 60rem; }
