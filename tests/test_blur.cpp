@@ -173,6 +173,9 @@ TEST(Blur, MultipliersGiveTheMeanOfEverySum)
             uint32_t quotient = (sum + mean.bias) * mean.multiplier >> 16 >> mean.shift;
             ASSERT_EQ(quotient, uint32_t(std::nearbyint(float(sum) * (1.0f / float(samples)))))
                 << samples << ' ' << sum;
+            float ofSigned = float(int32_t(sum) - 128 * int32_t(samples));
+            ASSERT_EQ(int32_t(quotient) - 128, int32_t(std::nearbyint(ofSigned * (1.0f / float(samples)))))
+                << samples << ' ' << sum;
         }
     }
     EXPECT_GE(exact, 110);
@@ -185,7 +188,7 @@ TEST(Blur, OfWindowsOfAllWays)
 {
     Random random(9);
     PictureSpec spec = {.width = 75, .height = 3};
-    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_1U})
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_8S, ORV_DEPTH_1U})
         for (int nCols : {1, 3, 5, 7, 9, 12, 13, 15, 31, 63, 126, 127, 129})
             for (int nRows : {1, 2, 3, 17, 128, 129}) {
                 spec.depth = depth;

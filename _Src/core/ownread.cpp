@@ -46,6 +46,11 @@ void readWhole(const Pass& pass)
     rows.count = pass.size.height;
     rows.aStep = pass.rowStep[0];
     rows.bStep = pass.count > 1 ? pass.rowStep[1] : 0;
+    if (pass.mask) {
+        rows.bits = pass.mask->start;
+        rows.bit = pass.mask->bit;
+        rows.bitStep = pass.mask->rowStep;
+    }
     pass.reading.read(pass.reading.state, rows);
 }
 
@@ -147,7 +152,7 @@ void readValues(const OwnReading& reading, uint32_t depth, const OwnGeometry* im
         }
         if (!pass.isCompact() || (mask && pass.channels > 1))
             readInParts(pass);
-        else if (mask)
+        else if (mask && !reading.takesMask)
             readKept(pass);
         else
             readWhole(pass);

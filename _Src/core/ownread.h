@@ -13,6 +13,7 @@ struct OwnReading {
     bool packsBits = true;  // 1U comes as bytes of eight pixels
     // What stands in the place of values that the mask leaves out; NULL for 0. Its size is that of a value.
     const void* unselected = nullptr;
+    bool takesMask = false;  // rows of one value a pixel come with the mask and all of their values
 };
 
 // Reads the smallest size of the images, of one depth and one number of processed channels, and of the mask, which may be

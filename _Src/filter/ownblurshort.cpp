@@ -28,6 +28,12 @@ bool goesByRows(const OwnBlurWindow& window, uint32_t depth, int32_t step)
            (depth == ORV_DEPTH_8U || sumsAreShort(window, depth));
 }
 
+// Signed bytes go as unsigned ones, all larger by 128, and so do their means if none lies in the middle between two integers.
+bool goesFlipped(const OwnBlurWindow& window, int32_t step)
+{
+    return goesByRows(window, ORV_DEPTH_8S, step) && ownBlurMean(uint32_t(window.samples())).exact;
+}
+
 bool goesByColumns(const OwnBlurWindow& window, uint32_t depth)
 {
     return window.nCols <= mostAfresh && sumsAreShort(window, depth);
@@ -58,6 +64,8 @@ public:
           totals(byRows ? step : 1),
           scratch(byRows ? kernels.scratchValues(values, window.nCols) : 1),
           rows(window.nRows + 1),
+          isSigned(src.depth == ORV_DEPTH_8S),
+          flipped(isSigned ? columnValues + 2 * block : 1),
           finish{window.scale(), ownBlurMean(uint32_t(window.samples())), 0, leastHalf(window)},
           kind(src.depth == ORV_DEPTH_1U ? OWN_BLUR_BITS
                : finish.mean.exact       ? OWN_BLUR_MULTIPLIER
@@ -68,7 +76,7 @@ public:
 
     bool run()
     {
-        if (!lines || !sums || !totals || !scratch || !rows)
+        if (!lines || !sums || !totals || !scratch || !rows || !flipped)
             return false;
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
@@ -80,6 +88,8 @@ public:
             for (int32_t y = 1 - window.nRows; y < lines.height(); ++y) {
                 auto* result = y < 0 ? nullptr : static_cast<uint8_t*>(lines.target(y, 0));
                 byRows ? sumRows(y, result) : sumColumns(y, result);
+                if (isSigned && result)
+                    kernels.flip(result, result, values);
                 if (y >= 0)
                     lines.store(y, 1);
             }
@@ -98,13 +108,19 @@ private:
     OwnScratch<float> totals;   // of windows, floats or shorter
     OwnScratch<uint16_t> scratch;
     OwnScratch<const uint8_t*> rows;
+    bool isSigned;
+    OwnScratch<uint8_t> flipped;  // a row
     OwnBlurFinish finish;
     OwnBlurFinishKind kind;
 
     // The row that enters the windows of row y.
     const uint8_t* entering(int32_t y, int slot)
     {
-        return static_cast<const uint8_t*>(lines.source(y - window.anchorY + window.nRows - 1, slot));
+        auto* row = static_cast<const uint8_t*>(lines.source(y - window.anchorY + window.nRows - 1, slot));
+        if (!isSigned)
+            return row;
+        kernels.flip(row, flipped.data, columnValues);
+        return flipped.data;
     }
 
     void sumRows(int32_t y, uint8_t* result)
@@ -129,7 +145,11 @@ private:
 
 bool ownBlurIsShort(const OwnBlurWindow& window, const OrvImage& src, const OrvImage& dst)
 {
-    if (window.nRows > mostRows || (src.depth != ORV_DEPTH_8U && src.depth != ORV_DEPTH_1U))
+    if (window.nRows > mostRows)
+        return false;
+    if (src.depth == ORV_DEPTH_8S)
+        return goesFlipped(window, ownLineStep(src, dst));
+    if (src.depth != ORV_DEPTH_8U && src.depth != ORV_DEPTH_1U)
         return false;
     return goesByRows(window, src.depth, ownLineStep(src, dst)) || goesByColumns(window, src.depth);
 }

@@ -74,7 +74,9 @@ bool medianOfBits(const Task& task, const OrvImage& src, const OrvImage& dst, co
 bool medianOfBytes(const Task& task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
     const OwnCountingKernels& kernels = ownCountingKernels();
-    const OwnColumnKernel& kernel = task.isNarrow() ? kernels.narrowColumns : kernels.wideColumns;
+    const OwnColumnKernel& kernel = !task.isNarrow()                ? kernels.wideColumns
+                                    : task.nRows <= OWN_SMALL_COUNT ? kernels.smallColumns
+                                                                    : kernels.narrowColumns;
     OwnLines lines(src, dst, mask, task.reach, 2, ownLinesBand);
     OwnColumnCounts counts = {.columns = lines.values(int64_t{lines.width()} + task.nCols - 1),
                               .values = lines.values(lines.width()),

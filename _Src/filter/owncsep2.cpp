@@ -55,6 +55,26 @@ OwnPairPlace* writeSidePairs(const OwnConvWindow& window, OwnPairPlace* to)
     return to;
 }
 
+// The sums of a kernel are told apart by 16 bits.
+bool sumsFit(const OwnConvWindow& window, uint32_t depth)
+{
+    const OwnSumRange range = ownSumRange(window, depth);
+    return range.greatest - range.least <= UINT16_MAX;
+}
+
+// The kernel with other weights, that weightOf(weight) answers.
+template <class WeightOf>
+OwnConvWindow changed(const OwnConvWindow& window, int32_t* values, WeightOf weightOf)
+{
+    for (int64_t i = 0; i < window.valueCount(); ++i)
+        values[i] = weightOf(window.integers[i]);
+    OwnConvWindow result = window;
+    result.integers = values;
+    return result;
+}
+
+constexpr int32_t mostParts = 2;
+
 int64_t mostPlaces(const OwnConvWindow* x, const OwnConvWindow* y)
 {
     return (x ? x->nCols / 2 + 1 : 0) + (y ? ownMostPairs(*y) : 0);
@@ -65,8 +85,8 @@ int64_t mostPlaces(const OwnConvWindow* x, const OwnConvWindow* y)
 OwnSepPlan::OwnSepPlan(const OwnConvWindow* xWindow, const OwnConvWindow* yWindow, uint32_t imageDepth)
     : depth(imageDepth),
       usesPairs(imageDepth != ORV_DEPTH_32S && imageDepth != ORV_DEPTH_32F),
-      values(valueCount(xWindow) + valueCount(yWindow)),
-      places(mostPlaces(xWindow, yWindow))
+      values(mostParts * (2 * valueCount(xWindow) + valueCount(yWindow))),
+      places(mostParts * mostPlaces(xWindow, yWindow))
 {
     if (!*this)
         return;
@@ -85,23 +105,53 @@ OwnSepPlan::OwnSepPlan(const OwnConvWindow* xWindow, const OwnConvWindow* yWindo
         planPairs();
 }
 
+// Parts the row kernel; false if no two parts have sums of 16 bits.
+bool OwnSepPlan::planParts()
+{
+    int32_t* const upper = values.data + x.valueCount() + y.valueCount();
+    int32_t *const lower = upper + x.valueCount(), *const scaled = lower + x.valueCount();
+    for (int bits = 1; bits < 16; ++bits) {
+        parts[0].x = changed(x, upper, [=](int32_t weight) { return weight >> bits; });
+        parts[1].x = changed(x, lower, [=](int32_t weight) { return weight & ((1 << bits) - 1); });
+        parts[0].y = changed(y, scaled, [=](int32_t weight) { return weight * (1 << bits); });
+        if (!weightsAreHalves(parts[0].y) || !sumsFit(parts[1].x, depth))
+            return false;
+        if (sumsFit(parts[0].x, depth))
+            return true;
+    }
+    return false;
+}
+
 void OwnSepPlan::planPairs()
 {
-    bool isBoth = x.nCols && y.nRows;
-    OwnSumRange range = ownSumRange(x, depth);
-    usesPairs = weightsAreHalves(x) && weightsAreHalves(y) && (!isBoth || range.greatest - range.least <= UINT16_MAX);
+    const bool isBoth = x.nCols && y.nRows;
+    parts[0].x = x;
+    parts[0].y = parts[1].y = y;
+    usesPairs = weightsAreHalves(x) && weightsAreHalves(y);
+    if (usesPairs && isBoth && !sumsFit(x, depth)) {
+        partCount = 2;
+        usesPairs = planParts();
+    }
     if (!usesPairs)
         return;
-    xPairs = x.nCols ? writeSidePairs(x, places.data) - places.data : 0;
-    yPairs = y.nRows ? ownWritePairs(y, {0, 0}, ownLowHalf, places.data + xPairs) - (places.data + xPairs) : 0;
-    usesBytes = isBoth && ownPairsFitBytes(places.data, xPairs, depth);
-    xStart = depth == ORV_DEPTH_16U ? ownStartOf16U(x) : 0;
-    yStart = depth == ORV_DEPTH_16U ? ownStartOf16U(y) : 0;
-    if (isBoth) {
-        // Sums of rows are kept as what they are above the middle of their range.
-        int32_t middle = int32_t(range.least) + 32768;
-        xStart -= middle;
-        yStart = int32_t(uint32_t(middle) * sumOfWeights(y));
+    const bool is16U = depth == ORV_DEPTH_16U;
+    usesBytes = isBoth;
+    yStart = is16U && !isBoth ? ownStartOf16U(y) : 0;
+    OwnPairPlace* to = places.data;
+    for (OwnSepPart* part = parts; part < parts + partCount; ++part) {
+        part->xPlaces = to;
+        part->yPlaces = part->x.nCols ? writeSidePairs(part->x, to) : to;
+        to = part->y.nRows ? ownWritePairs(part->y, {0, 0}, ownLowHalf, part->yPlaces) : part->yPlaces;
+        part->xPairs = part->yPlaces - part->xPlaces;
+        part->yPairs = to - part->yPlaces;
+        part->xStart = is16U ? ownStartOf16U(part->x) : 0;
+        usesBytes = usesBytes && ownPairsFitBytes(part->xPlaces, part->xPairs, depth);
+        if (isBoth) {
+            // Sums of rows are kept as what they are above the middle of their range.
+            const int32_t middle = int32_t(ownSumRange(part->x, depth).least) + 32768;
+            part->xStart -= middle;
+            yStart = int32_t(uint32_t(yStart) + uint32_t(middle) * sumOfWeights(part->y));
+        }
     }
 }
 
@@ -120,13 +170,13 @@ public:
           rowValues(sourceValues + ownReadAhead),
           isReal(plan.depth == ORV_DEPTH_32F),
           windowRows(ownMax(plan.y.nRows, 1)),
-          pairs(plan.yPairs ? ownPairRows(windowRows) : 0, rowValues * 4),
-          sidePairs(plan.xPairs ? 1 : 0, rowValues * 4),
+          pairs(plan.yPairs() ? ownPairRows(windowRows) : 0, rowValues * pairBytes * plan.partCount),
+          sidePairs(plan.xPairs() ? 1 : 0, rowValues * pairBytes),
           words(plan.usesPairs || isReal ? 0 : windowRows, rowValues),
           reals(isReal ? windowRows : 0, rowValues),
           columnReals(isReal && plan.x.nCols ? 1 : 0, rowValues),
-          sums(rowsTogether, rowValues),
-          pairTaps(int64_t{plan.xPairs} + plan.yPairs + 1),
+          sums(rowsTogether * plan.partCount, rowValues),
+          pairTaps(int64_t{plan.xPairs()} + plan.yPairs() + 1),
           wordTaps(isReal ? 1 : ownMax(plan.x.nCols, plan.y.nRows)),
           realTaps(isReal ? ownMax(plan.x.nCols, plan.y.nRows) : 1)
     {
@@ -143,15 +193,15 @@ public:
             rowsDone = 0;
             int32_t rows = 0;
             for (int32_t y = 0; y < lines.height(); y += rows) {
-                rows = ownMin(plan.yPairs ? rowsTogether : 1, lines.height() - y);
+                rows = ownMin(plan.yPairs() ? rowsTogether : 1, lines.height() - y);
                 if (isReal)
                     convolveReals(y);
                 else if (!plan.usesPairs)
                     convolveWords(y);
-                else if (plan.yPairs)
+                else if (plan.yPairs())
                     convolvePairs(y, rows);
                 else
-                    sumSidePairs(kernels.pairRow[depth], lines.source(y, 0), plan.shift, lines.target(y, 0));
+                    convolveSidePairs(y);
                 lines.store(y, rows);
             }
         }
@@ -160,6 +210,7 @@ public:
 
 private:
     static constexpr int rowsTogether = 2;  // since sums of pairs of rows are
+    static constexpr int pairBytes = 4;
 
     const OwnConvKernels& kernels = ownConvKernels();
     const OwnSepPlan& plan;
@@ -188,53 +239,80 @@ private:
 
     void setSideTaps()
     {
-        const int bytes = plan.usesBytes ? 2 : 4;
-        for (ptrdiff_t i = 0; i < plan.xPairs; ++i) {
-            const OwnPairPlace& place = plan.places.data[i];
-            pairTaps[i] = {sidePairs.row(0) + ptrdiff_t{place.column} * lines.step() * bytes,
-                           {ownPackedWeights(place.weights[0], bytes), 0}};
-        }
+        const int bytes = plan.usesBytes ? 2 : pairBytes;
+        OwnPairTap* tap = pairTaps.data;
+        for (const OwnSepPart& part : plan.parts)
+            for (ptrdiff_t i = 0; i < part.xPairs; ++i) {
+                const OwnPairPlace& place = part.xPlaces[i];
+                *tap++ = {sidePairs.row(0) + ptrdiff_t{place.column} * lines.step() * bytes,
+                          {ownPackedWeights(place.weights[0], bytes), 0}};
+            }
     }
 
-    // Applies the row kernel to a row of samples.
-    void sumSidePairs(void (*sum)(const OwnPairSums&), const void* row, int shift, void* result)
+    void pairSides(const void* row)
     {
         auto* pair = plan.usesBytes ? kernels.bytePairs : kernels.pairs[depth];
         auto* from = static_cast<const uint8_t*>(row);
         // The last pixel has no neighbour.
         const ptrdiff_t step = lines.step(), paired = sourceValues - step, bytes = depth <= OWN_8S ? 1 : 2;
         pair(from, from + step * bytes, sidePairs.row(0), paired);
-        pair(from + paired * bytes, from + paired * bytes, sidePairs.row(0) + paired * (plan.usesBytes ? 2 : 4), step);
-        sum({pairTaps.data, plan.xPairs, plan.xStart, shift, 0, values, {result, nullptr}});
+        pair(from + paired * bytes, from + paired * bytes, sidePairs.row(0) + paired * (plan.usesBytes ? 2 : pairBytes),
+             step);
     }
 
-    // A row for the column kernel: of samples, or of what the row kernel makes of them.
+    // A row kernel alone.
+    void convolveSidePairs(int32_t y)
+    {
+        const OwnSepPart& part = plan.parts[0];
+        pairSides(lines.source(y, 0));
+        kernels.pairRow[depth](
+            {pairTaps.data, part.xPairs, part.xStart, plan.shift, 0, values, {lines.target(y, 0), nullptr}});
+    }
+
+    // The rows of each part's sums follow one another, two by two.
+    int32_t* sumRow(ptrdiff_t part, int slot) { return sums.row(part * rowsTogether + slot); }
+
+    // A row for the column kernel: of samples, or of what the row kernel makes of them, in its slot.
     const void* columnRow(int64_t index, int slot)
     {
         const void* row = sampleRow(index, slot);
-        if (!plan.xPairs)
+        if (!plan.xPairs())
             return row;
-        sumSidePairs(plan.usesBytes ? kernels.byteRow : kernels.pairRow[OWN_16S], row, 0, sums.row(slot));
-        return sums.row(slot);
+        pairSides(row);
+        auto* sum = plan.usesBytes ? kernels.byteRow : kernels.pairRow[OWN_16S];
+        const OwnPairTap* tap = pairTaps.data;
+        for (int32_t i = 0; i < plan.partCount; ++i) {
+            const OwnSepPart& part = plan.parts[i];
+            sum({tap, part.xPairs, part.xStart, 0, 0, values, {sumRow(i, slot), nullptr}});
+            tap += part.xPairs;
+        }
+        return sumRow(0, slot);
     }
 
     void convolvePairs(int32_t y, int32_t rows)
     {
+        const ptrdiff_t partBytes = rowValues * pairBytes;
         for (; rowsDone < y / 2 + pairs.rows; ++rowsDone) {
             const void* upper = columnRow(2 * rowsDone, 0);
             const void* lower = columnRow(2 * rowsDone + 1, 1);
-            kernels.pairs[plan.xPairs ? OWN_16S : depth](upper, lower, pairs.row(rowsDone), values);
+            auto* pair = kernels.pairs[plan.xPairs() ? OWN_16S : depth];
+            pair(upper, lower, pairs.row(rowsDone), values);
+            if (plan.partCount > 1)
+                pair(sumRow(1, 0), sumRow(1, 1), pairs.row(rowsDone) + partBytes, values);
         }
         const auto window = pairs.window(y / 2);
-        OwnPairTap* tap = pairTaps.data + plan.xPairs;
-        for (ptrdiff_t i = 0; i < plan.yPairs; ++i) {
-            const OwnPairPlace& place = plan.places.data[plan.xPairs + i];
-            tap[i] = {window.row(place.row),
-                      {ownPackedWeights(place.weights[0], 4), ownPackedWeights(place.weights[1], 4)}};
-        }
+        OwnPairTap* const taps = pairTaps.data + plan.xPairs();
+        OwnPairTap* tap = taps;
+        for (int32_t k = 0; k < plan.partCount; ++k)
+            for (ptrdiff_t i = 0; i < plan.parts[k].yPairs; ++i) {
+                const OwnPairPlace& place = plan.parts[k].yPlaces[i];
+                *tap++ = {
+                    window.row(place.row) + k * partBytes,
+                    {ownPackedWeights(place.weights[0], pairBytes), ownPackedWeights(place.weights[1], pairBytes)}};
+            }
         void* second = rows == 2 ? lines.target(y + 1, 1) : sums.row(1);
         kernels.pairResults[depth](
-            {tap, plan.yPairs, plan.yStart, plan.shift, 0, values, {lines.target(y, 0), second}});
+            {taps, tap - taps, plan.yStart, plan.shift, 0, values, {lines.target(y, 0), second}});
     }
 
     void convolveWords(int32_t y)

@@ -125,7 +125,9 @@ void addPiece(Norm& norm, const OrvImage& a, const OrvImage* b, const OrvImage* 
         ownPlaneGeometry(*b, images[1]);
     if (mask)
         under = ownMaskStart(*mask);
-    ownReadPixels({readRows, &sums}, norm.depth, images, b ? 2 : 1, mask ? &under : nullptr);
+    const bool takesMask = norm.depth == ORV_DEPTH_8U && kernels.bytesTakeMask && !norm.relative;
+    ownReadPixels({.read = readRows, .state = &sums, .takesMask = takesMask}, norm.depth, images, b ? 2 : 1,
+                  mask ? &under : nullptr);
     norm.take(norm.value, sums.sum);
     norm.take(norm.ofB, sums.sumOfB);
 }

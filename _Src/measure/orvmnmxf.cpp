@@ -56,8 +56,8 @@ void searchPiece(Search& search, const OrvImage& image, const OrvImage* mask)
     // An extreme in the place of what is left out changes nothing.
     const float unselected = search.extremes.least;
     if (search.seeded)
-        ownReadPixels({readRows, &search.extremes, true, &unselected}, ORV_DEPTH_32F, &geometry, 1,
-                      mask ? &under : nullptr);
+        ownReadPixels({.read = readRows, .state = &search.extremes, .unselected = &unselected, .takesMask = true},
+                      ORV_DEPTH_32F, &geometry, 1, mask ? &under : nullptr);
 }
 
 bool searchTiles(Search& search, OrvImage* image, OwnSize size)

@@ -1,5 +1,6 @@
 #include "ownmap.h"
 
+#include "../core/kernels/ownrows.h"
 #include "../core/ownmask.h"
 #include "../core/ownpixels.h"
 #include "../core/ownreport.h"
@@ -9,6 +10,44 @@
 namespace {
 
 constexpr OwnReport report{"orvMap", "orvhist"};
+
+// Pixels side by side, under a mask: a part of a row is mapped apart, and what the mask selects is stored.
+struct MaskedMap {
+    static constexpr int32_t mostBytes = 4096;
+
+    const OwnGeometry &from, &to, &mask;
+    const void* tables;
+    uint32_t depth;
+
+    int32_t pixelBytes() const { return to.channels * ownValueBytes(depth); }
+    // A part begins where a byte of the mask does.
+    int32_t partPixels() const { return mostBytes / pixelBytes() & ~7; }
+
+    void run() const
+    {
+        const OwnSize size = {ownMin(ownMin(from.width, to.width), mask.width),
+                              ownMin(ownMin(from.height, to.height), mask.height)};
+        for (int32_t y = 0; y < size.height; ++y)
+            for (int32_t x = 0, pixels; x < size.width; x += pixels) {
+                pixels = ownMin(partPixels(), size.width - x);
+                mapPart(x, y, pixels);
+            }
+    }
+
+private:
+    void mapPart(int32_t x, int32_t y, int32_t pixels) const
+    {
+        alignas(64) uint8_t mapped[mostBytes], lanes[mostBytes];
+        const ptrdiff_t at = ptrdiff_t{x} * pixelBytes();
+        const OwnRowKernels& move = ownRowKernels();
+        const auto map = depth == ORV_DEPTH_8U ? ownHistKernels().mapPixels8 : ownHistKernels().mapPixels16;
+        map({from.start + y * from.rowStep + at, tables, mapped, pixels}, to.channels, to.channels);
+        move.lanes[ownSizeIndex(ownValueBytes(depth))](mask.start + y * mask.rowStep + (x >> 3), mask.bit, to.channels,
+                                                       to.channels, lanes, pixels);
+        move.copy[ownDepthIndex(depth)].select(mapped, nullptr, to.start + y * to.rowStep + at, lanes,
+                                               ptrdiff_t{pixels} * to.channels);
+    }
+};
 
 // Channel by channel, each through its table.
 void mapPlain(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const void* tables)
@@ -21,7 +60,13 @@ void mapPlain(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, co
     bool isByte = dst.depth == ORV_DEPTH_8U;
     const OwnRowKernel& kernel = isByte ? ownHistKernels().map8 : ownHistKernels().map16;
     int bytes = ownValueBytes(dst.depth);
-    if (!mask && to.channels > 1 && !from.planeStep && !to.planeStep && from.pixelStep == to.pixelStep) {
+    const bool alike = to.channels > 1 && !from.planeStep && !to.planeStep && from.pixelStep == to.pixelStep;
+    if (mask && alike && to.pixelStep == to.channels) {
+        const MaskedMap masked = {from, to, under, tables, dst.depth};
+        if (masked.partPixels() > 0)
+            return masked.run();
+    }
+    if (!mask && alike) {
         const OwnRows rows = {
             from.start,   tables, to.start,  ownMin(from.width, to.width), ownMin(from.height, to.height),
             from.rowStep, 0,      to.rowStep};

@@ -15,6 +15,10 @@ struct OwnReadRows {
     int32_t channel;         // of the first value, counted from the first processed one
     int32_t channels;        // of a pixel, in turn
     bool endsRow;            // false for a part of a row, alone, that does not reach its end
+    // For a reader that takes it the mask, if there is one: the first value's bit is bit 7 - bit of *bits.
+    const uint8_t* bits = nullptr;
+    int bit = 0;
+    ptrdiff_t bitStep = 0;
 };
 
 // A part of a row that is not its last has a multiple of so many values.

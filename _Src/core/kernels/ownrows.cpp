@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "ownbitrows.h"
+#include "ownmaskwords.h"
 
 namespace OWN_ISA {
 namespace {
@@ -391,8 +392,13 @@ void keepRows(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitSt
             return [=, &lanes](ptrdiff_t k) { return T(other ^ ((source[k] ^ other) & T(lanes[k - start]))); };
         };
         for (; i <= n - bitBlock; i += bitBlock) {
-            mask.get(i, lanes);
-            computeBlock<T, bitBlock>(d + i * ptrdiff_t(sizeof(T)), i, kept(i));
+            if constexpr (sizeof(T) == 4) {
+                for (ptrdiff_t k = i; k < i + bitBlock; k += 32)
+                    keepWords<32>(a + k * 4, other, d + k * 4, maskHalfWord(bits, bit + k));
+            } else {
+                mask.get(i, lanes);
+                computeBlock<T, bitBlock>(d + i * ptrdiff_t(sizeof(T)), i, kept(i));
+            }
         }
         if (i == n)
             continue;

@@ -263,7 +263,8 @@ inline void storeBytes(const __m256i* fours, uint8_t (*out)[blockColumns], int c
         const __m128i pairs[2] = {low, high};
         for (int k = 0; k < 2; ++k) {
             _mm_storel_epi64(reinterpret_cast<__m128i*>(out[2 * i + 4 * k] + column), pairs[k]);
-            _mm_storeh_pd(reinterpret_cast<double*>(out[2 * i + 4 * k + 1] + column), _mm_castsi128_pd(pairs[k]));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out[2 * i + 4 * k + 1] + column),
+                             _mm_unpackhi_epi64(pairs[k], pairs[k]));
         }
     }
 }

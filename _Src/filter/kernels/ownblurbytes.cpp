@@ -381,6 +381,13 @@ ptrdiff_t scratchValues(ptrdiff_t, ptrdiff_t)
 
 #endif
 
+void flip(const uint8_t* from, uint8_t* to, ptrdiff_t n)
+{
+#pragma GCC ivdep
+    for (ptrdiff_t i = 0; i < n; ++i)
+        to[i] = from[i] ^ 128;
+}
+
 }  // namespace
 
 extern const OwnBlurByteKernels ownBlurByteKernels;
@@ -389,6 +396,7 @@ const OwnBlurByteKernels ownBlurByteKernels = {
     {byRows<ByMultiplier>, byRows<ByScale>, byRows<ToBits>},
     byRowsWide,
     scratchValues,
+    flip,
 };
 
 }  // namespace OWN_ISA

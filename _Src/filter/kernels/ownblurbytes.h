@@ -73,6 +73,8 @@ struct OwnBlurByteKernels {
     void (*byRows[OWN_BLUR_FINISHES])(const OwnBlurRows& row);
     void (*byRowsWide)(const OwnBlurRows& row);  // totals are floats
     ptrdiff_t (*scratchValues)(ptrdiff_t values, ptrdiff_t nCols);
+    // Makes n signed bytes unsigned ones in the same order, or back; perhaps in place.
+    void (*flip)(const uint8_t* from, uint8_t* to, ptrdiff_t n);
 };
 
 OWN_KERNEL_TABLE(OwnBlurByteKernels, ownBlurByteKernels)

@@ -25,165 +25,304 @@ struct Channels {
 // are as great or less: then nothing is left to be added up where the median is looked for.
 constexpr ptrdiff_t bins = 16;
 
-struct Steps {
-    int32_t wide[bins][bins];
-    int16_t narrow[bins][bins];
+// Counts of columns are of type Cell, those of windows of type Count.
 
-    template <class Count>
-    const Count* of(int bin) const
-    {
-        if constexpr (sizeof(Count) == 2)
-            return narrow[bin];
-        else
-            return wide[bin];
-    }
+template <class Cell>
+struct Steps {
+    Cell of[bins][bins];
 };
 
-constexpr Steps makeSteps()
+template <class Cell>
+constexpr Steps<Cell> makeSteps()
 {
-    Steps steps = {};
+    Steps<Cell> steps = {};
     for (int bin = 0; bin < bins; ++bin)
         for (int i = bin; i < bins; ++i)
-            steps.narrow[bin][i] = steps.wide[bin][i] = 1;
+            steps.of[bin][i] = 1;
     return steps;
 }
 
-alignas(64) constexpr Steps steps = makeSteps();
+template <class Cell>
+alignas(64) constexpr Steps<Cell> steps = makeSteps<Cell>();
+
+// All counts of a column or a window, or as many as fit a vector.
+template <class T>
+struct SomeOf {
+    static constexpr ptrdiff_t all = bins * ptrdiff_t(sizeof(T)), bytes = all < vectorBytes ? all : vectorBytes;
+    static constexpr ptrdiff_t lanes = bytes / ptrdiff_t(sizeof(T));
+    typedef T type __attribute__((vector_size(bytes)));
+};
+
+template <class T>
+inline __attribute__((always_inline)) auto someAt(const T* p)
+{
+    typename SomeOf<T>::type some;
+    memcpy(&some, p, sizeof some);
+    return some;
+}
+
+// As many counts of a column as those of a window are at a time, of their type.
+template <class Count, class Cell>
+inline __attribute__((always_inline)) auto widenedAt(const Cell* p)
+{
+    if constexpr (sizeof(Cell) == sizeof(Count)) {
+        return someAt<Count>(p);
+    } else {
+        typedef Cell Few __attribute__((vector_size(SomeOf<Count>::lanes * sizeof(Cell))));
+        Few few;
+        memcpy(&few, p, sizeof few);
+#if defined(__AVX2__)
+        return (typename SomeOf<Count>::type)_mm256_cvtepu8_epi16((__m128i)few);
+#else
+        return __builtin_convertvector(few, typename SomeOf<Count>::type);
+#endif
+    }
+}
 
 // Vectors by name: the compiler does not see that the counts do not overlap.
-template <class Count, class Sum>
-inline __attribute__((always_inline)) void forVectors(Count* sums, Sum sum)
+template <class Cell, class Sum>
+inline __attribute__((always_inline)) void forVectors(Cell* sums, Sum sum)
 {
-    constexpr ptrdiff_t lanes = vectorBytes / ptrdiff_t(sizeof(Count));
-    for (ptrdiff_t i = 0; i < bins; i += lanes) {
-        const Vector<Count> next = sum(vectorAt<Count>(sums, i), i);
+    for (ptrdiff_t i = 0; i < bins; i += SomeOf<Cell>::lanes) {
+        const auto next = sum(someAt(sums + i), i);
         memcpy(sums + i, &next, sizeof next);
     }
 }
 
-template <class Count>
-inline __attribute__((always_inline)) void add(Count* sums, const Count* others)
+template <class Cell>
+inline __attribute__((always_inline)) void add(Cell* sums, const Cell* others)
 {
-    forVectors(sums, [=](auto sum, ptrdiff_t i) { return sum + vectorAt<Count>(others, i); });
+    forVectors(sums, [=](auto sum, ptrdiff_t i) OWN_ALWAYS { return sum + someAt(others + i); });
 }
 
-template <class Count>
-inline __attribute__((always_inline)) void subtract(Count* sums, const Count* others)
+template <class Cell>
+inline __attribute__((always_inline)) void subtract(Cell* sums, const Cell* others)
 {
-    forVectors(sums, [=](auto sum, ptrdiff_t i) { return sum - vectorAt<Count>(others, i); });
+    forVectors(sums, [=](auto sum, ptrdiff_t i) OWN_ALWAYS { return sum - someAt(others + i); });
 }
 
-template <class Count>
-inline __attribute__((always_inline)) void replace(Count* sums, const Count* leaving, const Count* entering)
+template <class Cell>
+inline __attribute__((always_inline)) void replace(Cell* sums, const Cell* leaving, const Cell* entering)
 {
     forVectors(sums,
-               [=](auto sum, ptrdiff_t i) { return sum + vectorAt<Count>(entering, i) - vectorAt<Count>(leaving, i); });
+               [=](auto sum, ptrdiff_t i) OWN_ALWAYS { return sum + someAt(entering + i) - someAt(leaving + i); });
 }
 
-// How many of the counts, of which none is less than the one before, are less than `rank`.
+// The sums of columns over a window.
 template <class Count>
-inline __attribute__((always_inline)) int countBelow(const Count* counts, int32_t rank)
-{
-#if defined(__SSE2__)
-    if constexpr (sizeof(Count) == 2) {
-        const __m128i limit = _mm_set1_epi16(int16_t(rank));
-        auto below = [&](const Count* some) {
-            return _mm_cmplt_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(some)), limit);
-        };
-        const int lanes = _mm_movemask_epi8(_mm_packs_epi16(below(counts), below(counts + bins / 2)));
-        return __builtin_ctz(unsigned(~lanes));
+struct WindowSums {
+    using Some = typename SomeOf<Count>::type;
+    static constexpr ptrdiff_t lanes = SomeOf<Count>::lanes, vectors = bins / lanes;
+    Some sums[vectors] = {};
+
+    template <class Cell>
+    OWN_ALWAYS void add(const Cell* column)
+    {
+        for (ptrdiff_t i = 0; i < vectors; ++i)
+            sums[i] += widenedAt<Count>(column + i * lanes);
     }
-#endif
-    int below = 0;
-    for (ptrdiff_t i = 0; i < bins; ++i)
-        below += counts[i] < rank;
-    return below;
-}
+    template <class Cell>
+    OWN_ALWAYS void replace(const Cell* leaving, const Cell* entering)
+    {
+        for (ptrdiff_t i = 0; i < vectors; ++i)
+            sums[i] += widenedAt<Count>(entering + i * lanes) - widenedAt<Count>(leaving + i * lanes);
+    }
+    OWN_ALWAYS void store(Count* to) const
+    {
+        for (ptrdiff_t i = 0; i < vectors; ++i) {
+            const Some some = sums[i];
+            memcpy(to + i * lanes, &some, sizeof some);
+        }
+    }
 
-template <class Count>
+    // How many of the counts, of which none is less than the one before, are less than `rank`; not all are.
+    OWN_ALWAYS int countBelow(int32_t rank) const
+    {
+#if defined(__SSE2__)
+        if constexpr (sizeof(Count) == 2) {
+            const Some limit = Count(rank) + Some{};
+#if defined(__AVX2__)
+            const int below = _mm256_movemask_epi8((__m256i)(sums[0] < limit));
+            return __builtin_ctz(~unsigned(below)) / 2;
+#else
+            const __m128i both = _mm_packs_epi16((__m128i)(sums[0] < limit), (__m128i)(sums[1] < limit));
+            return __builtin_ctz(~unsigned(_mm_movemask_epi8(both)));
+#endif
+        }
+#endif
+        int below = 0;
+        for (int i = 0; i < bins; ++i)
+            below += sums[i / lanes][i % lanes] < rank;
+        return below;
+    }
+};
+
+template <class Cell>
 struct Columns {
-    Count* upper;  // of each column
-    Count* lower;  // of each upper half, of each column
+    Cell* upper;  // of each column
+    Cell* lower;  // of each upper half, of each column
     ptrdiff_t columns;
 
     explicit Columns(const OwnColumnCounts& counts)
-        : upper(static_cast<Count*>(counts.counts)), lower(upper + counts.columns * bins), columns(counts.columns)
+        : upper(static_cast<Cell*>(counts.counts)), lower(upper + counts.columns * bins), columns(counts.columns)
     {
     }
-    Count* lowerOf(int half, ptrdiff_t column) const { return lower + (half * columns + column) * bins; }
+    // Of sixteen times an upper half.
+    OWN_ALWAYS Cell* lowerOf(ptrdiff_t halfBins, ptrdiff_t column) const
+    {
+        return lower + halfBins * columns + column * bins;
+    }
 };
 
-template <class Count>
+template <class Cell>
 int64_t columnBytes(int64_t columns)
 {
-    return columns * (bins + 1) * bins * int64_t{sizeof(Count)};
+    return columns * (bins + 1) * bins * int64_t{sizeof(Cell)};
 }
 
-template <class Count>
+// A value's halves, sixteen times each, which is where what they add to the counts lies.
+struct ByteValue {
+    ptrdiff_t upper, lower;
+
+    OWN_ALWAYS ByteValue(const void* row, ptrdiff_t i, unsigned flip)
+    {
+        const unsigned value = ownLoad<uint8_t>(row, i) ^ flip;
+        upper = value & 0xF0;
+        lower = value << 4 & 0xF0;
+    }
+    template <class Cell>
+    OWN_ALWAYS const Cell* upperSteps() const
+    {
+        return steps<Cell>.of[0] + upper;
+    }
+    template <class Cell>
+    OWN_ALWAYS const Cell* lowerSteps() const
+    {
+        return steps<Cell>.of[0] + lower;
+    }
+};
+
+template <class Cell>
 void addRow(const OwnColumnCounts& counts, const void* row)
 {
-    const Columns<Count> to(counts);
+    const Columns<Cell> to(counts);
     for (ptrdiff_t i = 0; i < counts.columns; ++i) {
-        const int value = ownLoad<uint8_t>(row, i) ^ counts.flip;
-        add(to.upper + i * bins, steps.of<Count>(value >> 4));
-        add(to.lowerOf(value >> 4, i), steps.of<Count>(value & 15));
+        const ByteValue value(row, i, counts.flip);
+        add(to.upper + i * bins, value.upperSteps<Cell>());
+        add(to.lowerOf(value.upper, i), value.lowerSteps<Cell>());
     }
 }
 
-template <class Count>
+template <class Cell>
 void replaceRow(const OwnColumnCounts& counts, const void* leaving, const void* entering)
 {
-    const Columns<Count> to(counts);
-    for (ptrdiff_t i = 0; i < counts.columns; ++i) {
-        const int old = ownLoad<uint8_t>(leaving, i) ^ counts.flip, next = ownLoad<uint8_t>(entering, i) ^ counts.flip;
-        replace(to.upper + i * bins, steps.of<Count>(old >> 4), steps.of<Count>(next >> 4));
-        subtract(to.lowerOf(old >> 4, i), steps.of<Count>(old & 15));
-        add(to.lowerOf(next >> 4, i), steps.of<Count>(next & 15));
+    const Columns<Cell> to(counts);
+    const ptrdiff_t columns = counts.columns;
+    const uint8_t flip = counts.flip;
+    for (ptrdiff_t i = 0; i < columns; ++i) {
+        const ByteValue old(leaving, i, flip), next(entering, i, flip);
+        replace(to.upper + i * bins, old.upperSteps<Cell>(), next.upperSteps<Cell>());
+        subtract(to.lowerOf(old.upper, i), old.lowerSteps<Cell>());
+        add(to.lowerOf(next.upper, i), next.lowerSteps<Cell>());
     }
 }
 
 // The sums of lower halves over a window, for one upper half.
 template <class Count>
 struct LowerSums {
-    alignas(64) Count sums[bins];
+    WindowSums<Count> window;
     ptrdiff_t place;  // the first column of the window, in pixels
 
-    void moveTo(ptrdiff_t x, ptrdiff_t nCols, const Count* first, ptrdiff_t pixelCounts)
+    template <class Cell>
+    OWN_ALWAYS void moveTo(ptrdiff_t x, ptrdiff_t nCols, const Cell* first, ptrdiff_t pixelCounts)
     {
+        WindowSums<Count> sums;
         if (2 * (x - place) > nCols) {
-            memset(sums, 0, sizeof sums);
             for (ptrdiff_t i = x; i < x + nCols; ++i)
-                add(sums, first + i * pixelCounts);
+                sums.add(first + i * pixelCounts);
         } else {
+            sums = window;
             for (ptrdiff_t i = place; i < x; ++i)
-                replace(sums, first + i * pixelCounts, first + (i + nCols) * pixelCounts);
+                sums.replace(first + i * pixelCounts, first + (i + nCols) * pixelCounts);
         }
+        window = sums;
         place = x;
     }
 };
 
-template <class Count>
+// The sums of lower halves over a window that goes along a row, for the upper halves where medians lie. Those of an odd and of an
+// even one move along with every pixel: where medians lie around the border of two upper halves, neither the processor nor the
+// sums have to go back.
+template <class Cell, class Count>
+class LowerWindows {
+public:
+    LowerWindows(const Columns<Cell>& from, ptrdiff_t channel, ptrdiff_t nCols, ptrdiff_t pixelCounts)
+        : from(from), channel(channel), nCols(nCols), pixelCounts(pixelCounts)
+    {
+        for (LowerSums<Count>& one : kept)
+            one.place = -nCols;
+        for (int half = 0; half < 2; ++half)
+            bring(half, 0);
+    }
+
+    OWN_ALWAYS const WindowSums<Count>& of(int half, ptrdiff_t x)
+    {
+        if (__builtin_expect(halves[half & 1] != half, 0)) {
+            kept[halves[half & 1]] = {moving[half & 1], x};
+            bring(half, x);
+        }
+        return moving[half & 1];
+    }
+    // From a pixel to the next.
+    OWN_ALWAYS void move(ptrdiff_t x)
+    {
+        for (int i = 0; i < 2; ++i)
+            moving[i].replace(columns[i] + x * pixelCounts, columns[i] + (x + nCols) * pixelCounts);
+    }
+
+private:
+    const Columns<Cell>& from;
+    const ptrdiff_t channel, nCols, pixelCounts;
+    WindowSums<Count> moving[2];
+    int halves[2];
+    const Cell* columns[2];
+    LowerSums<Count> kept[bins];
+
+    __attribute__((noinline)) void bring(int half, ptrdiff_t x)
+    {
+        const int i = half & 1;
+        halves[i] = half;
+        columns[i] = from.lowerOf(half * bins, channel);
+        kept[half].moveTo(x, nCols, columns[i], pixelCounts);
+        moving[i] = kept[half].window;
+    }
+};
+
+template <class Cell, class Count>
 void columnMedians(const OwnColumnCounts& counts, void* result)
 {
-    const Columns<Count> from(counts);
+    const Columns<Cell> from(counts);
     const Channels channels(counts.values, counts.step);
-    const ptrdiff_t nCols = counts.nCols, pixelCounts = counts.step * bins;
+    const ptrdiff_t nCols = counts.nCols, step = counts.step, pixelCounts = step * bins;
+    const int32_t rank = counts.rank;
+    const uint8_t flip = counts.flip;
     for (ptrdiff_t c = 0; c < channels.count; ++c) {
-        alignas(64) Count upper[bins] = {};
-        LowerSums<Count> lower[bins];
-        for (LowerSums<Count>& one : lower)
-            one.place = -nCols;
-        const Count* const columns = from.upper + c * bins;
+        const Cell* const columns = from.upper + c * bins;
+        WindowSums<Count> upper;
+        LowerWindows<Cell, Count> lower(from, c, nCols, pixelCounts);
         for (ptrdiff_t i = 0; i < nCols; ++i)
-            add(upper, columns + i * pixelCounts);
-        for (ptrdiff_t x = 0; x < channels.width; ++x) {
-            const int half = countBelow(upper, counts.rank);
-            lower[half].moveTo(x, nCols, from.lowerOf(half, c), pixelCounts);
-            const int32_t rest = counts.rank - (half ? upper[half - 1] : 0);
-            const int value = half * int(bins) + countBelow(lower[half].sums, rest);
-            ownStore<uint8_t>(result, x * counts.step + c, uint8_t(value ^ counts.flip));
-            if (x + 1 < channels.width)
-                replace(upper, columns + x * pixelCounts, columns + (x + nCols) * pixelCounts);
+            upper.add(columns + i * pixelCounts);
+        for (ptrdiff_t x = 0;; ++x) {
+            alignas(64) Count before[bins + 1];  // each upper half
+            before[0] = 0;
+            upper.store(before + 1);
+            const int half = upper.countBelow(rank);
+            const int value = half * int(bins) + lower.of(half, x).countBelow(rank - before[half]);
+            ownStore<uint8_t>(result, x * step + c, uint8_t(value ^ flip));
+            if (x + 1 == channels.width)
+                break;
+            upper.replace(columns + x * pixelCounts, columns + (x + nCols) * pixelCounts);
+            lower.move(x);
         }
     }
 }
@@ -291,8 +430,9 @@ void slideRow(const OwnSlide& slide)
     }
 }
 
-template <class Count>
-constexpr OwnColumnKernel columnKernel = {columnBytes<Count>, addRow<Count>, replaceRow<Count>, columnMedians<Count>};
+template <class Cell, class Count>
+constexpr OwnColumnKernel columnKernel = {columnBytes<Cell>, addRow<Cell>, replaceRow<Cell>,
+                                          columnMedians<Cell, Count>};
 
 template <class Count>
 constexpr OwnSlideKernel slideKernel = {slideBytes<Count>, slideRow<uint16_t, Count>, slideRow<uint32_t, Count>};
@@ -301,7 +441,13 @@ constexpr OwnSlideKernel slideKernel = {slideBytes<Count>, slideRow<uint16_t, Co
 
 extern const OwnCountingKernels ownCountingKernels;
 const OwnCountingKernels ownCountingKernels = {
-    columnKernel<int16_t>, columnKernel<int32_t>, slideKernel<int16_t>, slideKernel<int32_t>, sumBits, medianBits,
+    columnKernel<uint8_t, int16_t>,
+    columnKernel<int16_t, int16_t>,
+    columnKernel<int32_t, int32_t>,
+    slideKernel<int16_t>,
+    slideKernel<int32_t>,
+    sumBits,
+    medianBits,
 };
 
 }  // namespace OWN_ISA

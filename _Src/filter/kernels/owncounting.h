@@ -53,10 +53,11 @@ struct OwnSlideKernel {
     void (*numbers)(const OwnSlide& slide);  // of 32 bits
 };
 
-// Counts of 16 bits are good for windows of up to so many pixels.
-enum { OWN_NARROW_COUNT = 32767 };
+// Counts of 16 bits are good for windows of up to so many pixels, those of 8 for columns of up to so many.
+enum { OWN_NARROW_COUNT = 32767, OWN_SMALL_COUNT = 255 };
 
 struct OwnCountingKernels {
+    OwnColumnKernel smallColumns;  // in narrow windows
     OwnColumnKernel narrowColumns, wideColumns;
     OwnSlideKernel narrowSlide, wideSlide;
     // Takes a row into the sums, and another out if there is one.

@@ -1,11 +1,7 @@
 // Kernels of the norms.
 #include "ownnorm.h"
 
-#if defined(__AVX2__)
-#include <immintrin.h>
-#endif
-
-#include "../../core/ownvalue.h"
+#include "../../core/kernels/ownmaskwords.h"
 
 namespace OWN_ISA {
 namespace {
@@ -210,15 +206,60 @@ inline __m256i bytesAt(const uint8_t* p, ptrdiff_t i)
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i));
 }
 
-// Magnitudes of 32 values, or of their differences.
-template <bool two>
-inline __m256i magnitudesAt(const uint8_t* a, [[maybe_unused]] const uint8_t* b, ptrdiff_t i)
+// Byte lanes of 32 mask bits from a position on.
+inline __m256i lanesAt(const uint8_t* bits, ptrdiff_t position)
 {
-    const __m256i x = bytesAt(a, i);
-    if constexpr (!two)
-        return x;
-    const __m256i y = bytesAt(b, i);
-    return _mm256_or_si256(_mm256_subs_epu8(x, y), _mm256_subs_epu8(y, x));
+    const __m256i spread = _mm256_setr_epi8(3, 3, 3, 3, 3, 3, 3, 3, 2, 2, 2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1, 0,
+                                            0, 0, 0, 0, 0, 0, 0);
+    const __m256i wanted = _mm256_set1_epi64x(0x0102040810204080);
+    const __m256i word = _mm256_set1_epi32(int32_t(maskHalfWord(bits, position)));
+    return _mm256_cmpeq_epi8(_mm256_and_si256(_mm256_shuffle_epi8(word, spread), wanted), wanted);
+}
+
+// Magnitudes of a row's values, or of their differences; 0 where a mask leaves them out.
+template <bool two, bool masked>
+struct ByteRow {
+    const uint8_t *a, *b, *bits;
+    ptrdiff_t bit;
+
+    __m256i operator()(ptrdiff_t i) const
+    {
+        __m256i value = bytesAt(a, i);
+        if constexpr (two) {
+            const __m256i other = bytesAt(b, i);
+            value = _mm256_or_si256(_mm256_subs_epu8(value, other), _mm256_subs_epu8(other, value));
+        }
+        return masked ? _mm256_and_si256(value, lanesAt(bits, bit + i)) : value;
+    }
+    // Sums of eight of them each.
+    __m256i sums(ptrdiff_t i) const
+    {
+        const __m256i zero = _mm256_setzero_si256();
+        if constexpr (two && !masked)
+            return _mm256_sad_epu8(bytesAt(a, i), bytesAt(b, i));
+        else
+            return _mm256_sad_epu8((*this)(i), zero);
+    }
+    uint32_t one(ptrdiff_t i) const
+    {
+        const ptrdiff_t place = bit + i;
+        if (masked && !(bits[place >> 3] & 128 >> (place & 7)))
+            return 0;
+        return uint32_t(Values<uint8_t, two>{{a}, {b}}.magnitude(i));
+    }
+};
+
+// Calls row(values) for every row.
+template <bool two, class Row>
+inline __attribute__((always_inline)) void forByteRows(const OwnReadRows& rows, Row row)
+{
+    const uint8_t* bits = rows.bits;
+    forRows(rows, [&](const uint8_t* a, const uint8_t* b) {
+        if (!bits)
+            return row(ByteRow<two, false>{a, b, nullptr, 0});
+        row(ByteRow<two, true>{a, b, bits, rows.bit});
+        bits += rows.bitStep;
+    });
 }
 
 inline uint64_t totalOf(__m256i words)
@@ -234,44 +275,54 @@ inline __m256i widened(__m256i doubleWords)
     return _mm256_add_epi64(_mm256_unpacklo_epi32(doubleWords, zero), _mm256_unpackhi_epi32(doubleWords, zero));
 }
 
-template <bool two>
-uint64_t byteMagnitudes(const uint8_t* a, const uint8_t* b, ptrdiff_t n)
-{
-    __m256i total = _mm256_setzero_si256();
-    ptrdiff_t i = 0;
-    for (; i <= n - 32; i += 32)
-        total = _mm256_add_epi64(total, _mm256_sad_epu8(bytesAt(a, i), two ? bytesAt(b, i) : _mm256_setzero_si256()));
-    const Magnitude<uint8_t, two> rest = {{{a + i}, {two ? b + i : b}}};
-    return totalOf(total) + wholeTotal<uint32_t>(rest, n - i);
-}
-
-template <bool two>
-uint64_t byteSquares(const uint8_t* a, const uint8_t* b, ptrdiff_t n)
-{
-    // A lane gets four squares from 32 values, so that it holds those of many blocks.
-    constexpr ptrdiff_t most = 32 * (UINT32_MAX / (4 * 255 * 255) / 2);
-    const __m256i zero = _mm256_setzero_si256();
-    __m256i total = zero;
-    ptrdiff_t i = 0;
-    while (i <= n - 32) {
-        const ptrdiff_t end = n - i < most ? n : i + most;
-        __m256i part = zero;
-        for (; i <= end - 32; i += 32) {
-            const __m256i value = magnitudesAt<two>(a, b, i);
-            const __m256i low = _mm256_unpacklo_epi8(value, zero), high = _mm256_unpackhi_epi8(value, zero);
-            part = _mm256_add_epi32(part, _mm256_add_epi32(_mm256_madd_epi16(low, low), _mm256_madd_epi16(high, high)));
-        }
-        total = _mm256_add_epi64(total, widened(part));
+struct ByteMagnitudes {
+    template <class Values>
+    static uint64_t of(const Values& values, ptrdiff_t n)
+    {
+        __m256i total = _mm256_setzero_si256();
+        ptrdiff_t i = 0;
+        for (; i <= n - 32; i += 32)
+            total = _mm256_add_epi64(total, values.sums(i));
+        uint64_t rest = 0;
+        for (; i < n; ++i)
+            rest += values.one(i);
+        return totalOf(total) + rest;
     }
-    const Square<uint8_t, two> rest = {{{a + i}, {two ? b + i : b}}};
-    return totalOf(total) + wholeTotal<uint32_t>(rest, n - i);
-}
+};
 
-template <uint64_t (*total)(const uint8_t*, const uint8_t*, ptrdiff_t)>
+struct ByteSquares {
+    template <class Values>
+    static uint64_t of(const Values& values, ptrdiff_t n)
+    {
+        // A lane gets four squares from 32 values, so that it holds those of many blocks.
+        constexpr ptrdiff_t most = 32 * (UINT32_MAX / (4 * 255 * 255) / 2);
+        const __m256i zero = _mm256_setzero_si256();
+        __m256i total = zero;
+        ptrdiff_t i = 0;
+        while (i <= n - 32) {
+            const ptrdiff_t end = n - i < most ? n : i + most;
+            __m256i part = zero;
+            for (; i <= end - 32; i += 32) {
+                const __m256i value = values(i);
+                const __m256i low = _mm256_unpacklo_epi8(value, zero), high = _mm256_unpackhi_epi8(value, zero);
+                part = _mm256_add_epi32(part,
+                                        _mm256_add_epi32(_mm256_madd_epi16(low, low), _mm256_madd_epi16(high, high)));
+            }
+            total = _mm256_add_epi64(total, widened(part));
+        }
+        uint64_t rest = 0;
+        for (; i < n; ++i)
+            rest += values.one(i) * values.one(i);
+        return totalOf(total) + rest;
+    }
+};
+
+// Sum is ByteMagnitudes or ByteSquares.
+template <class Sum, bool two>
 void sumBytes(OwnNormSum& sum, const OwnReadRows& rows)
 {
-    forRows(rows, [&](const uint8_t* a, const uint8_t* b) {
-        sum.row += total(a, b, rows.n);
+    forByteRows<two>(rows, [&](const auto& values) {
+        sum.row += Sum::of(values, rows.n);
         if (rows.endsRow) {
             sum.sum += double(uint32_t(sum.row));
             sum.row = 0;
@@ -283,14 +334,13 @@ template <bool two>
 void largestByte(OwnNormSum& sum, const OwnReadRows& rows)
 {
     __m256i most = _mm256_setzero_si256();
-    int32_t mostOfRest = 0;
-    forRows(rows, [&](const uint8_t* a, const uint8_t* b) {
+    uint32_t mostOfRest = 0;
+    forByteRows<two>(rows, [&](const auto& values) {
         ptrdiff_t i = 0;
         for (; i <= rows.n - 32; i += 32)
-            most = _mm256_max_epu8(most, magnitudesAt<two>(a, b, i));
-        const Values<uint8_t, two> values = {{a}, {b}};
+            most = _mm256_max_epu8(most, values(i));
         for (; i < rows.n; ++i)
-            mostOfRest = values.magnitude(i) > mostOfRest ? values.magnitude(i) : mostOfRest;
+            mostOfRest = values.one(i) > mostOfRest ? values.one(i) : mostOfRest;
     });
     uint8_t lanes[32];
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes), most);
@@ -299,13 +349,15 @@ void largestByte(OwnNormSum& sum, const OwnReadRows& rows)
     sum.sum = mostOfRest > sum.sum ? mostOfRest : sum.sum;
 }
 
+constexpr bool bytesTakeMask = true;
 template <bool two>
 constexpr OwnNormKernels::Kernel bytesC = largestByte<two>;
 template <bool two>
-constexpr OwnNormKernels::Kernel bytesL1 = sumBytes<byteMagnitudes<two>>;
+constexpr OwnNormKernels::Kernel bytesL1 = sumBytes<ByteMagnitudes, two>;
 template <bool two>
-constexpr OwnNormKernels::Kernel bytesL2 = sumBytes<byteSquares<two>>;
+constexpr OwnNormKernels::Kernel bytesL2 = sumBytes<ByteSquares, two>;
 #else
+constexpr bool bytesTakeMask = false;
 template <bool two>
 constexpr OwnNormKernels::Kernel bytesC = largest<uint8_t, two>;
 template <bool two>
@@ -370,6 +422,6 @@ void anyBit(OwnNormSum& sum, const OwnReadRows& rows)
     }
 
 extern const OwnNormKernels ownNormKernels;
-const OwnNormKernels ownNormKernels = {OWN_NORMS_OF(false), OWN_NORMS_OF(true)};
+const OwnNormKernels ownNormKernels = {OWN_NORMS_OF(false), OWN_NORMS_OF(true), bytesTakeMask};
 
 }  // namespace OWN_ISA

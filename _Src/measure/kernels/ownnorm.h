@@ -19,6 +19,7 @@ struct OwnNormKernels {
 
     Kernel one[OWN_NORMS][OWN_DEPTHS];  // of the values of a
     Kernel two[OWN_NORMS][OWN_DEPTHS];  // of their differences from those of b
+    bool bytesTakeMask;                 // those of 8U take rows with a mask
 };
 
 OWN_KERNEL_TABLE(OwnNormKernels, ownNormKernels)
