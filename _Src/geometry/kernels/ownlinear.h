@@ -1,0 +1,209 @@
+// For kernel sources only: samples between two by two pixels.
+#pragma once
+
+#include "ownplaces.h"
+
+#if defined(OWN_ISA)
+namespace OWN_ISA {
+namespace {
+
+// Values have 6 bits after the point, weights 16.
+inline uint8_t mixFixed(int32_t a, int32_t b, int32_t c, int32_t d, int32_t xWeight, int32_t yWeight)
+{
+    const int32_t top = a * 64 + ((b - a) * 64 * xWeight >> 16), bottom = c * 64 + ((d - c) * 64 * xWeight >> 16);
+    return uint8_t((top + ((bottom - top) * yWeight >> 16) + 32) >> 6);
+}
+
+#if defined(__AVX2__)
+// Lanes of 16 bits: a plus the part of b - a that a weight tells, of which `half` are the low 16 bits. The product
+// takes them as a signed number; `carry` has all bits set where that is too little by one, or where the weight is one.
+inline __m256i mixLanes(__m256i a, __m256i b, __m256i half, __m256i carry)
+{
+    const __m256i difference = _mm256_sub_epi16(b, a);
+    return _mm256_add_epi16(_mm256_add_epi16(a, _mm256_mulhi_epi16(difference, half)),
+                            _mm256_and_si256(difference, carry));
+}
+
+// Lanes of 32 bits for weights above the largest signed number of 16 bits.
+inline __m256i carryOf(__m256i weights)
+{
+    return _mm256_cmpgt_epi32(weights, _mm256_set1_epi32(INT16_MAX));
+}
+
+inline __m256i roundedLanes(__m256i mixed)
+{
+    return _mm256_srli_epi16(_mm256_add_epi16(mixed, _mm256_set1_epi16(32)), 6);
+}
+
+inline __m256i load(const void* from)
+{
+    return _mm256_loadu_si256(static_cast<const __m256i*>(from));
+}
+
+inline void save(void* to, __m256i words)
+{
+    _mm256_storeu_si256(static_cast<__m256i*>(to), words);
+}
+#endif
+
+// Pixels of one channel.
+void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
+                    uint8_t* __restrict out)
+{
+    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
+#if defined(__AVX2__)
+    // The four values of each pixel side by side, the upper pair first; then eight pixels at a time.
+    alignas(64) uint16_t pairs[2 * ownPositions];
+    const uint8_t* const dataBelow = data + below;
+    if (right == 1)
+        forEach(places.offset, n, pairs, 2, [data, dataBelow](uint16_t* to, ptrdiff_t offset) {
+            storeAlone(to[0], ownLoad<uint16_t>(data + offset));
+            storeAlone(to[1], ownLoad<uint16_t>(dataBelow + offset));
+        });
+    else
+        forEach(places.offset, n, pairs, 2, [data, dataBelow, right](uint16_t* to, ptrdiff_t offset) {
+            auto pairAt = [right](const uint8_t* p) { return uint16_t(p[0] | p[right] << 8); };
+            storeAlone(to[0], pairAt(data + offset));
+            storeAlone(to[1], pairAt(dataBelow + offset));
+        });
+    const __m256i low = _mm256_set1_epi16(255);
+    auto mixEight = [&](ptrdiff_t i) {
+        const __m256i values = load(pairs + 2 * i), x = load(places.whole.x + i), y = load(places.whole.y + i);
+        const __m256i a = _mm256_slli_epi16(_mm256_and_si256(values, low), 6),
+                      b = _mm256_slli_epi16(_mm256_srli_epi16(values, 8), 6);
+        const __m256i twice = _mm256_blend_epi16(x, _mm256_slli_epi32(x, 16), 0xAA);
+        const __m256i rows = mixLanes(a, b, twice, carryOf(x));
+        const __m256i mixed = mixLanes(rows, _mm256_srli_epi32(rows, 16), y, carryOf(y));
+        return _mm256_and_si256(roundedLanes(mixed), _mm256_set1_epi32(255));
+    };
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    for (ptrdiff_t i = 0; i < n; i += 32) {
+        const __m256i first = _mm256_packus_epi32(mixEight(i), mixEight(i + 8)),
+                      second = _mm256_packus_epi32(mixEight(i + 16), mixEight(i + 24));
+        save(out + i, _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), order));
+    }
+#else
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        const uint8_t* const p = data + places.offset[i];
+        out[i] = mixFixed(p[0], p[right], p[below], p[below + right], places.whole.x[i], places.whole.y[i]);
+    }
+#endif
+}
+
+#if defined(__AVX2__)
+// A pixel of up to four channels; what is read beyond them lies in its neighbour, before or behind.
+template <int channels>
+inline uint32_t leftPixel(const uint8_t* p)
+{
+    if constexpr (channels == 2)
+        return ownLoad<uint16_t>(p);
+    else
+        return ownLoad<uint32_t>(p);
+}
+template <int channels>
+inline uint32_t rightPixel(const uint8_t* p)
+{
+    if constexpr (channels == 3)
+        return ownLoad<uint32_t>(p - 1) >> 8;
+    else
+        return leftPixel<channels>(p);
+}
+#endif
+
+#if defined(__AVX2__)
+// Stores the channels of four pixels that have four. What it stores behind them, up to 16 bytes, belongs to the next
+// four or is no part of a list.
+template <int channels>
+inline void storeFour(uint8_t* to, __m128i pixels)
+{
+    if constexpr (channels == 1)
+        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+    if constexpr (channels == 2)
+        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
+    if constexpr (channels == 3)
+        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), pixels);
+}
+#endif
+
+template <int channels>
+void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
+                 uint8_t* __restrict out)
+{
+    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
+#if defined(__AVX2__)
+    // Pixels as four channels, the four of each position by kinds; then four positions at a time.
+    alignas(64) uint32_t pixels[4 * ownPositions];
+    const uint8_t* const dataBelow = data + below;
+    forEach(places.offset, n, pixels, 1, [data, dataBelow, right](uint32_t* to, ptrdiff_t offset) {
+        storeAlone(to[0], leftPixel<channels>(data + offset));
+        storeAlone(to[ownPositions], rightPixel<channels>(data + offset + right));
+        storeAlone(to[2 * ownPositions], leftPixel<channels>(dataBelow + offset));
+        storeAlone(to[3 * ownPositions], rightPixel<channels>(dataBelow + offset + right));
+    });
+    const __m256i spread = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5,  //
+                                            8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13);
+    auto valuesAt = [&](ptrdiff_t which, ptrdiff_t i) {
+        return _mm256_slli_epi16(
+            _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + which * ownPositions + i))),
+            6);
+    };
+    auto weightsAt = [](const int32_t* weights) {
+        return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights)));
+    };
+    auto mixFour = [&](ptrdiff_t i) {
+        const __m256i x = weightsAt(places.whole.x + i), y = weightsAt(places.whole.y + i);
+        const __m256i xs = _mm256_shuffle_epi8(x, spread), xCarries = _mm256_shuffle_epi8(carryOf(x), spread);
+        const __m256i ys = _mm256_shuffle_epi8(y, spread), yCarries = _mm256_shuffle_epi8(carryOf(y), spread);
+        const __m256i top = mixLanes(valuesAt(0, i), valuesAt(1, i), xs, xCarries),
+                      bottom = mixLanes(valuesAt(2, i), valuesAt(3, i), xs, xCarries);
+        return roundedLanes(mixLanes(top, bottom, ys, yCarries));
+    };
+    for (ptrdiff_t i = 0; i < n; i += 8) {
+        const __m256i mixed = _mm256_permute4x64_epi64(_mm256_packus_epi16(mixFour(i), mixFour(i + 4)), 0xD8);
+        storeFour<channels>(out + i * channels, _mm256_castsi256_si128(mixed));
+        storeFour<channels>(out + (i + 4) * channels, _mm256_extracti128_si256(mixed, 1));
+    }
+#else
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        const uint8_t* const p = data + places.offset[i];
+        for (int c = 0; c < channels; ++c)
+            out[i * channels + c] =
+                mixFixed(p[c], p[right + c], p[below + c], p[below + right + c], places.whole.x[i], places.whole.y[i]);
+    }
+#endif
+}
+
+inline double mix(double a, double b, double weight)
+{
+    return a + (b - a) * weight;
+}
+
+template <class T>
+inline void storeReal(uint8_t* out, ptrdiff_t i, double value)
+{
+    if constexpr (sizeof(T) == 2)
+        ownStore<T>(out, i, ownRounded<T>(value));
+    else
+        ownStore<T>(out, i, T(value));
+}
+
+template <class T, int channels>
+void sampleLinear(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
+                  uint8_t* out)
+{
+    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
+    for (ptrdiff_t i = 0; i < n; ++i) {
+        const uint8_t* const p = data + places.offset[i];
+        const double xWeight = places.real.x[i], yWeight = places.real.y[i];
+        for (int c = 0; c < channels; ++c) {
+            const double top = mix(ownLoad<T>(p, c), ownLoad<T>(p + right, c), xWeight),
+                         bottom = mix(ownLoad<T>(p + below, c), ownLoad<T>(p + below + right, c), xWeight);
+            storeReal<T>(out, i * channels + c, mix(top, bottom, yWeight));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace OWN_ISA
+#endif
