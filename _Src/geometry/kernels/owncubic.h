@@ -188,25 +188,106 @@ void sampleCubicFixedOne(const OwnSampleSource& source, const uint8_t* data, con
     sampleCubicFixed<1>(source, data, places, n, out);
 }
 
-// The same polynomials at t + 1.
+// The same polynomials at t + 1, for one number or a vector of them.
+template <class Number>
 struct RealWeights {
-    double of[4];
+    Number of[4];
 
-    explicit RealWeights(double t)
+    explicit RealWeights(Number t)
         : of{-t * t * t / 6 + t * t / 2 - t / 3, t * t * t / 2 - t * t - t / 2 + 1, -t * t * t / 2 + t * t / 2 + t,
              t * t * t / 6 - t / 6}
     {
     }
-    double sum(double a, double b, double c, double d) const { return a * of[0] + b * of[1] + c * of[2] + d * of[3]; }
+    Number sum(Number a, Number b, Number c, Number d) const { return a * of[0] + b * of[1] + c * of[2] + d * of[3]; }
 };
+
+#if defined(__AVX2__)
+// The columns of four by four values, from the top down.
+struct NumberColumns {
+    __m256d a, b, c, d;
+};
+
+inline NumberColumns columnsAt(const uint8_t* p, ptrdiff_t below, float)
+{
+    auto row = [=](ptrdiff_t k) { return _mm_castsi128_ps(ownLoad<__m128i_u>(p + k * below)); };
+    __m128 a = row(0), b = row(1), c = row(2), d = row(3);
+    _MM_TRANSPOSE4_PS(a, b, c, d);
+    return {_mm256_cvtps_pd(a), _mm256_cvtps_pd(b), _mm256_cvtps_pd(c), _mm256_cvtps_pd(d)};
+}
+
+inline NumberColumns columnsAt(const uint8_t* p, ptrdiff_t below, uint16_t)
+{
+    auto row = [=](ptrdiff_t k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k * below)); };
+    auto numbers = [](__m128i words) { return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(words)); };
+    const __m128i upper = _mm_unpacklo_epi16(row(0), row(1)), lower = _mm_unpacklo_epi16(row(2), row(3));
+    const __m128i left = _mm_unpacklo_epi32(upper, lower), right = _mm_unpackhi_epi32(upper, lower);
+    return {numbers(left), numbers(_mm_unpackhi_epi64(left, left)), numbers(right),
+            numbers(_mm_unpackhi_epi64(right, right))};
+}
+
+// The same for values that do not stand side by side.
+template <class T>
+inline NumberColumns columnsAt(const uint8_t* p, ptrdiff_t below, ptrdiff_t right)
+{
+    auto column = [=](ptrdiff_t k) {
+        const uint8_t* const top = p + k * right;
+        return _mm256_setr_pd(ownLoad<T>(top), ownLoad<T>(top + below), ownLoad<T>(top + 2 * below),
+                              ownLoad<T>(top + 3 * below));
+    };
+    return {column(0), column(1), column(2), column(3)};
+}
+
+// Sums of four rows of four pixels, which become those of four pixels, row by row.
+inline void transpose(__m256d (&sums)[4])
+{
+    const __m256d a = _mm256_unpacklo_pd(sums[0], sums[1]), b = _mm256_unpackhi_pd(sums[0], sums[1]);
+    const __m256d c = _mm256_unpacklo_pd(sums[2], sums[3]), d = _mm256_unpackhi_pd(sums[2], sums[3]);
+    sums[0] = _mm256_permute2f128_pd(a, c, 0x20);
+    sums[1] = _mm256_permute2f128_pd(b, d, 0x20);
+    sums[2] = _mm256_permute2f128_pd(a, c, 0x31);
+    sums[3] = _mm256_permute2f128_pd(b, d, 0x31);
+}
+
+// One channel: rows of a pixel side by side, and then pixels.
+template <class T, bool sideBySide>
+void mixCubic(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n, T* mixed)
+{
+    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
+    auto rowsOf = [=](const uint8_t* p, const double* w) {
+        NumberColumns columns;
+        if constexpr (sideBySide)
+            columns = columnsAt(p, below, T());
+        else
+            columns = columnsAt<T>(p, below, right);
+        return columns.a * w[0] + columns.b * w[4] + columns.c * w[8] + columns.d * w[12];
+    };
+    for (ptrdiff_t i = 0; i < n; i += 4) {
+        const RealWeights<Reals> x(realsAt(places.real.x, i)), y(realsAt(places.real.y, i));
+        alignas(32) double weights[4][4];
+        for (int k = 0; k < 4; ++k)
+            _mm256_store_pd(weights[k], x.of[k]);
+        __m256d sums[4];
+        for (int k = 0; k < 4; ++k)
+            sums[k] = rowsOf(data + places.offset[i + k], weights[0] + k);
+        transpose(sums);
+        storeFour(mixed + i, y.sum(sums[0], sums[1], sums[2], sums[3]));
+    }
+}
+#endif
 
 template <class T, int channels>
 void sampleCubic(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
                  uint8_t* out)
 {
+#if defined(__AVX2__)
+    const bool sideBySide = source.pixelBytes == int(sizeof(T));
+    forChannels<T, channels>(data, n, out, [&](const uint8_t* first, T* mixed) {
+        (sideBySide ? mixCubic<T, true> : mixCubic<T, false>)(source, first, places, n, mixed);
+    });
+#else
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
     for (ptrdiff_t i = 0; i < n; ++i) {
-        const RealWeights w(places.real.x[i]), g(places.real.y[i]);
+        const RealWeights<double> w(places.real.x[i]), g(places.real.y[i]);
         for (int c = 0; c < channels; ++c) {
             const uint8_t* p = data + places.offset[i] + c * ptrdiff_t(sizeof(T));
             double rows[4];
@@ -216,6 +297,7 @@ void sampleCubic(const OwnSampleSource& source, const uint8_t* data, const OwnSa
             storeReal<T>(out, i * channels + c, g.sum(rows[0], rows[1], rows[2], rows[3]));
         }
     }
+#endif
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // For kernel sources only: samples between two by two pixels.
 #pragma once
 
+#include "ownpack.h"
 #include "ownplaces.h"
 
 #if defined(OWN_ISA)
@@ -174,11 +175,57 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
 #endif
 }
 
-inline double mix(double a, double b, double weight)
+// Of numbers, or of vectors of them.
+template <class Number>
+inline Number mix(Number a, Number b, Number weight)
 {
     return a + (b - a) * weight;
 }
 
+#if defined(__AVX2__)
+inline void storeFour(float* to, __m256d values)
+{
+    storeReals(to, 0, values);
+}
+inline void storeFour(uint16_t* to, __m256d values)
+{
+    const __m128i whole = _mm256_cvtpd_epi32(values);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi32(whole, whole));
+}
+
+// Calls run(first, mixed) for each channel, and stores what it mixes with the other channels.
+template <class T, int channels, class Run>
+inline void forChannels(const uint8_t* data, ptrdiff_t n, uint8_t* out, Run run)
+{
+    alignas(64) T mixed[ownPositions];
+    for (int c = 0; c < channels; ++c) {
+        run(data + c * ptrdiff_t(sizeof(T)), mixed);
+        for (ptrdiff_t i = 0; i < n; ++i)
+            ownStore(out, i * channels + c, mixed[i]);
+    }
+}
+
+// One channel: the four values of each position by kinds, then four positions at a time.
+template <class T>
+void mixLinear(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n, T* mixed)
+{
+    const ptrdiff_t right = source.pixelBytes;
+    const uint8_t* const dataBelow = data + ptrdiff_t(source.rowBytes);
+    alignas(64) T values[4 * ownPositions];
+    forEach(places.offset, n, values, 1, [=](T* to, ptrdiff_t offset) {
+        storeAlone(to[0], ownLoad<T>(data + offset));
+        storeAlone(to[ownPositions], ownLoad<T>(data + offset + right));
+        storeAlone(to[2 * ownPositions], ownLoad<T>(dataBelow + offset));
+        storeAlone(to[3 * ownPositions], ownLoad<T>(dataBelow + offset + right));
+    });
+    for (ptrdiff_t i = 0; i < n; i += 4) {
+        auto valuesAt = [&](ptrdiff_t which) { return realsAt(values + which * ownPositions, i); };
+        const __m256d x = realsAt(places.real.x, i), y = realsAt(places.real.y, i);
+        const __m256d top = mix(valuesAt(0), valuesAt(1), x), bottom = mix(valuesAt(2), valuesAt(3), x);
+        storeFour(mixed + i, mix(top, bottom, y));
+    }
+}
+#else
 template <class T>
 inline void storeReal(uint8_t* out, ptrdiff_t i, double value)
 {
@@ -187,21 +234,27 @@ inline void storeReal(uint8_t* out, ptrdiff_t i, double value)
     else
         ownStore<T>(out, i, T(value));
 }
+#endif
 
 template <class T, int channels>
 void sampleLinear(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
                   uint8_t* out)
 {
+#if defined(__AVX2__)
+    forChannels<T, channels>(data, n, out,
+                             [&](const uint8_t* first, T* mixed) { mixLinear(source, first, places, n, mixed); });
+#else
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
     for (ptrdiff_t i = 0; i < n; ++i) {
         const uint8_t* const p = data + places.offset[i];
         const double xWeight = places.real.x[i], yWeight = places.real.y[i];
         for (int c = 0; c < channels; ++c) {
-            const double top = mix(ownLoad<T>(p, c), ownLoad<T>(p + right, c), xWeight),
-                         bottom = mix(ownLoad<T>(p + below, c), ownLoad<T>(p + below + right, c), xWeight);
+            const double top = mix<double>(ownLoad<T>(p, c), ownLoad<T>(p + right, c), xWeight),
+                         bottom = mix<double>(ownLoad<T>(p + below, c), ownLoad<T>(p + below + right, c), xWeight);
             storeReal<T>(out, i * channels + c, mix(top, bottom, yWeight));
         }
     }
+#endif
 }
 
 }  // namespace
