@@ -100,12 +100,6 @@ void mixCubic(const uint32_t* blocks, const int32_t* xs, const int32_t* ys, ptrd
 // of pixels 2 and 3, are brought side by side, channel by channel.
 class CubicRows {
 public:
-    // False if a row has fewer bytes than that, or two pixels more.
-    static bool canHold(ptrdiff_t pixelBytes, int channels)
-    {
-        return pixelBytes + channels <= 8 && 3 * pixelBytes + channels >= 8;
-    }
-
     CubicRows(const OwnSampleSource& source, int channels)
         : below(ptrdiff_t(source.rowBytes)), last(3 * ptrdiff_t(source.pixelBytes) + channels - 8)
     {
@@ -155,7 +149,7 @@ void sampleCubicFixed(const OwnSampleSource& source, const uint8_t* data, const 
                       uint8_t* out)
 {
 #if defined(__AVX2__)
-    if (CubicRows::canHold(source.pixelBytes, channels)) {
+    if (eightHold(source, channels)) {
         const CubicRows rows(source, channels);
         auto mix = [&](ptrdiff_t i) { return rows.mix(data + places.offset[i], places.whole.x[i], places.whole.y[i]); };
         for (ptrdiff_t i = 0; i < n; i += 4)

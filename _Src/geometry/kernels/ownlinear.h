@@ -92,6 +92,13 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
 }
 
 #if defined(__AVX2__)
+// Whether rows of four pixels have 8 bytes at least and rows of two no more. Two rows of two then lie in memory that has
+// so many bytes from the start of the upper one on, and before the end of the lower one.
+inline bool eightHold(const OwnSampleSource& source, int channels)
+{
+    return source.pixelBytes + channels <= 8 && 3 * source.pixelBytes + channels >= 8;
+}
+
 // A pixel of up to four channels; what is read beyond them lies in its neighbour, before or behind.
 template <int channels>
 inline uint32_t leftPixel(const uint8_t* p)
@@ -109,9 +116,58 @@ inline uint32_t rightPixel(const uint8_t* p)
     else
         return leftPixel<channels>(p);
 }
-#endif
 
-#if defined(__AVX2__)
+// Rows of two pixels, the upper and the lower one of each position, and what brings their channels side by side.
+struct PixelPairs {
+    alignas(64) uint64_t rows[2 * ownPositions];
+    __m256i order;
+
+    template <int channels>
+    void collect(const OwnSampleSource& source, const uint8_t* data, const int64_t* offsets, ptrdiff_t n)
+    {
+        const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
+        if (eightHold(source, channels)) {
+            const ptrdiff_t before = 8 - right - channels;
+            const uint8_t* const dataBelow = data + below - before;
+            forEach(offsets, n, rows, 2, [data, dataBelow](uint64_t* to, ptrdiff_t offset) {
+                storeAlone(to[0], ownLoad<uint64_t>(data + offset));
+                storeAlone(to[1], ownLoad<uint64_t>(dataBelow + offset));
+            });
+            setOrder(right, before);
+            return;
+        }
+        auto pairAt = [right](const uint8_t* p) {
+            return leftPixel<channels>(p) | uint64_t{rightPixel<channels>(p + right)} << 32;
+        };
+        forEach(offsets, n, rows, 2, [=](uint64_t* to, ptrdiff_t offset) {
+            to[0] = pairAt(data + offset);
+            to[1] = pairAt(data + below + offset);
+        });
+        setOrder(4, 0);
+    }
+
+private:
+    void setOrder(ptrdiff_t right, ptrdiff_t before)
+    {
+        alignas(16) int8_t from[16];
+        for (int i = 0; i < 8; ++i)
+            for (int row = 0; row < 2; ++row) {
+                const ptrdiff_t byte = row * (8 + before) + i / 2 + (i & 1) * right;
+                from[8 * row + i] = int8_t(byte < 16 ? byte : -1);
+            }
+        order = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(from)));
+    }
+};
+
+// Repeats the low words of weights: order[k] brings numbers 2 k to the lower half and 2 k + 1 to the upper one.
+inline __m256i repeatedWords(int low, int low2, int high, int high2)
+{
+    auto word = [](int number) { return int16_t(4 * number | (4 * number + 1) << 8); };
+    return _mm256_setr_epi16(word(low), word(low), word(low), word(low), word(low2), word(low2), word(low2), word(low2),
+                             word(high), word(high), word(high), word(high), word(high2), word(high2), word(high2),
+                             word(high2));
+}
+
 // Stores the channels of four pixels that have four. What it stores behind them, up to 16 bytes, belongs to the next
 // four or is no part of a list.
 template <int channels>
@@ -131,41 +187,40 @@ template <int channels>
 void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
                  uint8_t* __restrict out)
 {
-    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
 #if defined(__AVX2__)
-    // Pixels as four channels, the four of each position by kinds; then four positions at a time.
-    alignas(64) uint32_t pixels[4 * ownPositions];
-    const uint8_t* const dataBelow = data + below;
-    forEach(places.offset, n, pixels, 1, [data, dataBelow, right](uint32_t* to, ptrdiff_t offset) {
-        storeAlone(to[0], leftPixel<channels>(data + offset));
-        storeAlone(to[ownPositions], rightPixel<channels>(data + offset + right));
-        storeAlone(to[2 * ownPositions], leftPixel<channels>(dataBelow + offset));
-        storeAlone(to[3 * ownPositions], rightPixel<channels>(dataBelow + offset + right));
-    });
-    const __m256i spread = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5,  //
-                                            8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13);
-    auto valuesAt = [&](ptrdiff_t which, ptrdiff_t i) {
-        return _mm256_slli_epi16(
-            _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + which * ownPositions + i))),
-            6);
+    PixelPairs pairs;
+    pairs.collect<channels>(source, data, places.offset, n);
+    // Of two positions, one in each half: the words of the upper row's channels, then those of the lower row's.
+    const __m256i left = _mm256_set1_epi16(0x0040), slope = _mm256_set1_epi16(0x40C0), order = pairs.order;
+    auto rowsAt = [&](ptrdiff_t i, __m256i half, __m256i carry) {
+        const __m256i bytes = _mm256_shuffle_epi8(load(pairs.rows + 2 * i), order);
+        const __m256i difference = _mm256_maddubs_epi16(bytes, slope);
+        return _mm256_add_epi16(
+            _mm256_add_epi16(_mm256_maddubs_epi16(bytes, left), _mm256_mulhi_epi16(difference, half)),
+            _mm256_and_si256(difference, carry));
     };
     auto weightsAt = [](const int32_t* weights) {
         return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights)));
     };
+    const __m256i first = repeatedWords(0, 0, 1, 1), second = repeatedWords(2, 2, 3, 3),
+                  across = repeatedWords(0, 2, 1, 3);
+    // Four positions, in the order 0, 2, 1, 3.
     auto mixFour = [&](ptrdiff_t i) {
         const __m256i x = weightsAt(places.whole.x + i), y = weightsAt(places.whole.y + i);
-        const __m256i xs = _mm256_shuffle_epi8(x, spread), xCarries = _mm256_shuffle_epi8(carryOf(x), spread);
-        const __m256i ys = _mm256_shuffle_epi8(y, spread), yCarries = _mm256_shuffle_epi8(carryOf(y), spread);
-        const __m256i top = mixLanes(valuesAt(0, i), valuesAt(1, i), xs, xCarries),
-                      bottom = mixLanes(valuesAt(2, i), valuesAt(3, i), xs, xCarries);
-        return roundedLanes(mixLanes(top, bottom, ys, yCarries));
+        const __m256i xCarry = carryOf(x), yCarry = carryOf(y);
+        const __m256i a = rowsAt(i, _mm256_shuffle_epi8(x, first), _mm256_shuffle_epi8(xCarry, first)),
+                      b = rowsAt(i + 2, _mm256_shuffle_epi8(x, second), _mm256_shuffle_epi8(xCarry, second));
+        return roundedLanes(mixLanes(_mm256_unpacklo_epi64(a, b), _mm256_unpackhi_epi64(a, b),
+                                     _mm256_shuffle_epi8(y, across), _mm256_shuffle_epi8(yCarry, across)));
     };
+    const __m256i back = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     for (ptrdiff_t i = 0; i < n; i += 8) {
-        const __m256i mixed = _mm256_permute4x64_epi64(_mm256_packus_epi16(mixFour(i), mixFour(i + 4)), 0xD8);
+        const __m256i mixed = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(mixFour(i), mixFour(i + 4)), back);
         storeFour<channels>(out + i * channels, _mm256_castsi256_si128(mixed));
         storeFour<channels>(out + (i + 4) * channels, _mm256_extracti128_si256(mixed, 1));
     }
 #else
+    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
     for (ptrdiff_t i = 0; i < n; ++i) {
         const uint8_t* const p = data + places.offset[i];
         for (int c = 0; c < channels; ++c)
