@@ -1,6 +1,7 @@
 // For kernel sources only: bringing the pixels of a list to their rows.
 #pragma once
 
+#include "ownfour.h"
 #include "ownsample.h"
 
 #if defined(OWN_ISA)
@@ -25,6 +26,17 @@ inline void turnBytes(const uint8_t* from, uint8_t* const* to, ptrdiff_t at)
         _mm_storel_epi64(reinterpret_cast<__m128i*>(to[2 * r] + at), rows[r]);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(to[2 * r + 1] + at), _mm_unpackhi_epi64(rows[r], rows[r]));
     }
+}
+#endif
+
+#if defined(__AVX2__)
+// Four columns of four rows of pixels.
+template <int bytes>
+inline void turnPixels(const uint8_t* from, uint8_t* const* to, ptrdiff_t at)
+{
+    const ptrdiff_t column = ownPositionRows * bytes;
+    FourPixels<bytes>::turn({from, from + column, from + 2 * column, from + 3 * column},
+                            {to[0] + at * bytes, to[1] + at * bytes, to[2] + at * bytes, to[3] + at * bytes});
 }
 #endif
 
@@ -75,6 +87,14 @@ void deliver(const OwnDelivery& delivery)
     if (bytes == 1 && delivery.step == 1 && !delivery.marks)
         for (const int32_t common = commonCount(delivery); done + 8 <= common; done += 8)
             turnBytes(delivery.pixels + done * ownPositionRows, delivery.to, done);
+#endif
+#if defined(__AVX2__)
+    if constexpr (bytes == 3 || bytes == 4)
+        if (delivery.step == bytes && !delivery.marks)
+            for (const int32_t common = commonCount(delivery); done + 4 <= common; done += 4)
+                for (int row = 0; row < ownPositionRows; row += 4)
+                    turnPixels<bytes>(delivery.pixels + (done * ownPositionRows + row) * bytes, delivery.to + row,
+                                      done);
 #endif
     for (int row = 0; row < ownPositionRows; ++row)
         deliverRow<bytes>(delivery, row, done, ownPositionRows);

@@ -1,6 +1,7 @@
 // For kernel sources only: samples between two by two pixels.
 #pragma once
 
+#include "ownfour.h"
 #include "ownpack.h"
 #include "ownplaces.h"
 
@@ -173,13 +174,7 @@ inline __m256i repeatedWords(int low, int low2, int high, int high2)
 template <int channels>
 inline void storeFour(uint8_t* to, __m128i pixels)
 {
-    if constexpr (channels == 1)
-        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
-    if constexpr (channels == 2)
-        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
-    if constexpr (channels == 3)
-        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), pixels);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), closedUp<channels>(pixels));
 }
 #endif
 
