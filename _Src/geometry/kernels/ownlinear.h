@@ -26,6 +26,15 @@ inline __m256i mixLanes(__m256i a, __m256i b, __m256i half, __m256i carry)
                             _mm256_and_si256(difference, carry));
 }
 
+// The same for the two bytes of each lane, of which 6 bits more come after the point.
+inline __m256i mixPairs(__m256i pairs, __m256i half, __m256i carry)
+{
+    const __m256i first = _mm256_maddubs_epi16(pairs, _mm256_set1_epi16(0x0040)),
+                  difference = _mm256_maddubs_epi16(pairs, _mm256_set1_epi16(0x40C0));
+    return _mm256_add_epi16(_mm256_add_epi16(first, _mm256_mulhi_epi16(difference, half)),
+                            _mm256_and_si256(difference, carry));
+}
+
 // Lanes of 32 bits for weights above the largest signed number of 16 bits.
 inline __m256i carryOf(__m256i weights)
 {
@@ -68,13 +77,10 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
             storeAlone(to[0], pairAt(data + offset));
             storeAlone(to[1], pairAt(dataBelow + offset));
         });
-    const __m256i low = _mm256_set1_epi16(255);
     auto mixEight = [&](ptrdiff_t i) {
-        const __m256i values = load(pairs + 2 * i), x = load(places.whole.x + i), y = load(places.whole.y + i);
-        const __m256i a = _mm256_slli_epi16(_mm256_and_si256(values, low), 6),
-                      b = _mm256_slli_epi16(_mm256_srli_epi16(values, 8), 6);
+        const __m256i x = load(places.whole.x + i), y = load(places.whole.y + i);
         const __m256i twice = _mm256_blend_epi16(x, _mm256_slli_epi32(x, 16), 0xAA);
-        const __m256i rows = mixLanes(a, b, twice, carryOf(x));
+        const __m256i rows = mixPairs(load(pairs + 2 * i), twice, carryOf(x));
         const __m256i mixed = mixLanes(rows, _mm256_srli_epi32(rows, 16), y, carryOf(y));
         return _mm256_and_si256(roundedLanes(mixed), _mm256_set1_epi32(255));
     };
@@ -186,13 +192,9 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
     PixelPairs pairs;
     pairs.collect<channels>(source, data, places.offset, n);
     // Of two positions, one in each half: the words of the upper row's channels, then those of the lower row's.
-    const __m256i left = _mm256_set1_epi16(0x0040), slope = _mm256_set1_epi16(0x40C0), order = pairs.order;
+    const __m256i order = pairs.order;
     auto rowsAt = [&](ptrdiff_t i, __m256i half, __m256i carry) {
-        const __m256i bytes = _mm256_shuffle_epi8(load(pairs.rows + 2 * i), order);
-        const __m256i difference = _mm256_maddubs_epi16(bytes, slope);
-        return _mm256_add_epi16(
-            _mm256_add_epi16(_mm256_maddubs_epi16(bytes, left), _mm256_mulhi_epi16(difference, half)),
-            _mm256_and_si256(difference, carry));
+        return mixPairs(_mm256_shuffle_epi8(load(pairs.rows + 2 * i), order), half, carry);
     };
     auto weightsAt = [](const int32_t* weights) {
         return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights)));
