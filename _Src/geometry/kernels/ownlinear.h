@@ -166,7 +166,8 @@ private:
     }
 };
 
-// Repeats the low words of weights: order[k] brings numbers 2 k to the lower half and 2 k + 1 to the upper one.
+// An order of bytes that brings the low words of four weights, which both halves have, to four words each: two of them in
+// the lower half and two in the upper one.
 inline __m256i repeatedWords(int low, int low2, int high, int high2)
 {
     auto word = [](int number) { return int16_t(4 * number | (4 * number + 1) << 8); };
