@@ -153,9 +153,9 @@ TEST(Twist, IsExactAtTheLimitsOfItsSums)
              {32767, 32768, -32768, -32769, 2147483647 / top, 2147483647 / top + 1, INT32_MAX, INT32_MIN})
             for (int32_t constant : {0, 1, -1, INT32_MAX, INT32_MIN})
                 for (int32_t scaling : {0, 7, 15, 31}) {
-                    const OrvColorTwist twist = twistOf(
-                        {factor, 0, 0, constant, 0, factor, -(factor / 2), constant, -1, 1, factor, constant, 0, 0, 0, 0},
-                        scaling);
+                    const OrvColorTwist twist = twistOf({factor, 0, 0, constant, 0, factor, -(factor / 2), constant, -1,
+                                                         1, factor, constant, 0, 0, 0, 0},
+                                                        scaling);
                     orvApplyColorTwist(&src.image, &dst.image, &twist, 3);
                     for (int x = 0; x < 8; ++x)
                         for (int row = 0; row < 3; ++row) {

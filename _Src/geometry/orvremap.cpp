@@ -40,25 +40,43 @@ struct MapBlock {
     {
     }
 
-    // Reads `columns` by `rows` positions from (x, y) on.
-    void read(int32_t x, int32_t y, int32_t columns, int32_t rows, OwnPositionList& list) const
+    // Reads `columns` by `rows` positions from (x, y) on. True if it is certain that those of the whole list lie in the
+    // range.
+    bool read(int32_t x, int32_t y, int32_t columns, int32_t rows, const OwnPositionRange& range,
+              OwnPositionList& list) const
     {
-        const OwnPositionKernels& kernels = ownPositionKernels();
         list.columnStep = 1;
         list.rowStep = (columns + 3) & ~3;
         list.n = ownPositionRows * list.rowStep;
+        bool certain = columns == list.rowStep;
         for (int row = 0; row < ownPositionRows; ++row) {
-            double* const atX = list.atX + row * list.rowStep;
-            double* const atY = list.atY + row * list.rowStep;
             const int32_t count = row < rows ? columns : 0;
+            const int start = row * list.rowStep;
             if (count) {
-                kernels.fromFloats(xs.data + (y + row) * xStep + ptrdiff_t{x} * 4, atX, count);
-                kernels.fromFloats(ys.data + (y + row) * yStep + ptrdiff_t{x} * 4, atY, count);
+                const uint8_t *const xAt = xs.data + (y + row) * xStep + ptrdiff_t{x} * 4, *const yAt =
+                                                                                               ys.data +
+                                                                                               (y + row) * yStep +
+                                                                                               ptrdiff_t{x} * 4;
+                fetch(xAt, xStep, count);
+                fetch(yAt, yStep, count);
+                certain &= ownPositionKernels().fromFloats(xAt, yAt, list.atX + start, list.atY + start, count, range);
             }
             list.x[row] = x;
             list.y[row] = y + row;
             list.count[row] = count;
         }
+        return certain && rows >= ownPositionRows;
+    }
+
+private:
+    // Asks for what the next block below will read: rows lie too far apart for the processor to foresee it. The
+    // addresses may lie behind the map, where nothing comes of it.
+    static void fetch(const uint8_t* row, ptrdiff_t step, int32_t count)
+    {
+        constexpr uintptr_t cacheLine = 64;
+        const auto next = reinterpret_cast<uintptr_t>(row) + uintptr_t(ownPositionRows * step);
+        for (uintptr_t i = 0; i < uintptr_t(count) * 4; i += cacheLine)
+            __builtin_prefetch(reinterpret_cast<const void*>(next + i));
     }
 };
 
@@ -76,8 +94,9 @@ void remapPixels(const OrvImage& src, const OrvImage& xMap, const OrvImage& yMap
         for (int32_t x = 0; x < size.width;) {
             const int32_t columns = ownMin(ownPositionColumns, size.width - x);
             for (int32_t y = 0; y < height; y += ownPositionRows) {
-                maps.read(x, top + y, columns, ownMin(ownPositionRows, height - y), list);
-                if (list.confine(range, range, false))
+                const int32_t rows = ownMin(ownPositionRows, height - y);
+                const bool certain = maps.read(x, top + y, columns, rows, range, list);
+                if (list.confine(range, range, certain))
                     resampler.store(list);
             }
             x += columns;

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "../core/ownregion.h"
+#include "kernels/ownmirror.h"
 #include "kernels/ownturn.h"
 
 namespace {
@@ -30,6 +31,15 @@ struct Axis {
         return sign > 0 ? ends : Ends{ends.last, ends.first};
     }
 };
+
+// Half a turn of whole pixels: rows that run backwards in the source.
+void mirrorRows(const OwnTurnPiece& piece, int bytes)
+{
+    const uint8_t* row = piece.from + (piece.width - 1) * piece.along;
+    uint8_t* to = piece.to;
+    for (int32_t y = 0; y < piece.height; ++y, row += piece.down, to += piece.rowStep)
+        ownMirrorKernels().reverse(row, to, piece.width, bytes);
+}
 
 }  // namespace
 
@@ -75,6 +85,10 @@ void ownTurnPixels(const OrvImage& src, const OrvImage& dst, int quarters, doubl
         piece.rowStep = to.rowStep;
         piece.width = int32_t(columns.last - columns.first + 1);
         piece.height = int32_t(rows.last - rows.first + 1);
-        ownTurnKernels().turn[ownMin(group, to.channels - channel) * bytes](piece);
+        const int32_t channels = ownMin(group, to.channels - channel);
+        if (quarters == 2 && bytes && channels == from.pixelStep && channels == to.pixelStep)
+            mirrorRows(piece, channels * bytes);
+        else
+            ownTurnKernels().turn[channels * bytes](piece);
     }
 }

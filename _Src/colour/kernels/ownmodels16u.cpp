@@ -8,7 +8,7 @@
 #endif
 
 #include "ownforms.h"
-#include "ownhue.h"
+#include "ownhuewords.h"
 
 namespace OWN_ISA {
 namespace {
@@ -45,14 +45,22 @@ using Rgb2YCrCb = Forms<Form{4899, 9617, 1868, 8192, 14}, Form{-2765, -5427, 819
 using YCrCb2Rgb = Forms<Form{0, 0, 22970, -752669475, 14, 1}, Form{0, -5638, -11700, 568122915 + 16383, 14, 1},
                         Form{0, 29032, 0, -951306060, 14, 1}>;
 
+#if defined(__AVX2__)
+constexpr OwnTripleStep rgb2hsv = rgbToHueWords<false>, hsv2rgb = hueWordsToRgb<false>;
+constexpr OwnTripleStep rgb2hls = rgbToHueWords<true>, hls2rgb = hueWordsToRgb<true>;
+#else
+constexpr OwnTripleStep rgb2hsv = rgbToHue<uint16_t, false>, hsv2rgb = hueToRgb<uint16_t, false>;
+constexpr OwnTripleStep rgb2hls = rgbToHue<uint16_t, true>, hls2rgb = hueToRgb<uint16_t, true>;
+#endif
+
 }  // namespace
 
 extern const OwnModels ownModels16U;
 const OwnModels ownModels16U = {
-    .rgb2hsv = rgbToHue<uint16_t, false>,
-    .hsv2rgb = hueToRgb<uint16_t, false>,
-    .rgb2hls = rgbToHue<uint16_t, true>,
-    .hls2rgb = hueToRgb<uint16_t, true>,
+    .rgb2hsv = rgb2hsv,
+    .hsv2rgb = hsv2rgb,
+    .rgb2hls = rgb2hls,
+    .hls2rgb = hls2rgb,
     .rgb2xyz = stepHalves<Rgb2Xyz>,
     .xyz2rgb = stepHalves<Xyz2Rgb>,
     .rgb2yuv = stepHalves<Rgb2Yuv>,

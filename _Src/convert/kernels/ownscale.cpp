@@ -92,16 +92,24 @@ struct OfFloat {
 // ---- Bytes in vectors ---------------------------------------------------------------------------------------------
 
 // There are 256 results. Where a short way in single precision gives all of them it is taken, otherwise they are looked up.
+//
+// Factor and base are split: in what floats of the greatest result's size can hold, so that the first sum is exact, and
+// what is left of them.
 struct BytesToFloat {
     float table[256];
-    float factor, rest;
+    float factor, factorRest, base, baseRest;
     bool isShort = true;
 
     explicit BytesToFloat(const void* scalar)
     {
         const ToFloat<uint8_t> exact(scalar);
-        factor = float(exact.factor);
-        rest = float(exact.factor - double(factor));
+        const double most = __builtin_fabs(exact.factor) * 255 + __builtin_fabs(exact.base);
+        const double large = __builtin_isfinite(most) ? __builtin_ldexp(1.5, __builtin_ilogb(most) + 30) : 0;
+        const double mainFactor = exact.factor + large - large, mainBase = exact.base + large - large;
+        factor = float(mainFactor);
+        factorRest = float(exact.factor - mainFactor);
+        base = float(mainBase);
+        baseRest = float(exact.base - mainBase);
         for (int i = 0; i < 256; ++i)
             table[i] = exact(uint8_t(i));
         alignas(32) uint8_t bytes[256];
@@ -116,7 +124,8 @@ struct BytesToFloat {
     {
         const __m256 x =
             _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));
-        return _mm256_fmadd_ps(x, _mm256_set1_ps(factor), _mm256_mul_ps(x, _mm256_set1_ps(rest)));
+        const __m256 sum = _mm256_fmadd_ps(x, _mm256_set1_ps(factor), _mm256_set1_ps(base));
+        return _mm256_add_ps(sum, _mm256_fmadd_ps(x, _mm256_set1_ps(factorRest), _mm256_set1_ps(baseRest)));
     }
     __m256 lookedUp(const uint8_t* from) const
     {
@@ -147,32 +156,36 @@ struct BytesToFloat {
                                             OneSourceRows<ToFloat<uint8_t>>::masked};
 };
 
-// Single precision tells the byte unless a value lies next to the middle between two, or is no number; then 32 of them are
-// computed in double precision.
+// Single precision tells the byte if results that are a little higher and a little lower are rounded alike; otherwise 32
+// values are computed in double precision.
 struct FloatToBytes {
     OfFloat<uint8_t> exact;
-    float factor, base, near;
+    float factor, low, high;
+    float most;  // what lies above it becomes 255, as it does itself
+    bool tells;
 
-    explicit FloatToBytes(const void* scalar) : exact(scalar), factor(float(exact.factor)), base(float(exact.base))
+    explicit FloatToBytes(const void* scalar) : exact(scalar), factor(float(exact.factor))
     {
-        // What both products and sums may differ by, with some room. Where it is too much every value is near.
-        const double slack = (1024 + 2 * __builtin_fabs(exact.base)) * 0x1p-23;
-        near = slack < 0.25 && __builtin_isfinite(factor) ? float(0.5 - slack) : -1;
+        // Twice what factor, base, product and sum may lose for results up to 256.
+        const double slack = (512 + 2 * __builtin_fabs(exact.base)) * 0x1p-23;
+        low = float(exact.base - slack);
+        high = float(exact.base + slack);
+        most = float((1000 - exact.base) / exact.factor);
+        tells =
+            slack < 0.25 && exact.factor > 0 && factor > 0 && __builtin_isfinite(factor) && __builtin_isfinite(most);
     }
     void block(const uint8_t* from, uint8_t* to) const
     {
-        __m256 isNear = _mm256_setzero_ps();
-        __m256i whole[4];
+        __m256i differ = _mm256_setzero_si256(), whole[4];
         for (int k = 0; k < 4; ++k) {
-            const __m256 x = _mm256_loadu_ps(reinterpret_cast<const float*>(from + 32 * k));
-            __m256 value = _mm256_fmadd_ps(x, _mm256_set1_ps(factor), _mm256_set1_ps(base));
-            value = _mm256_min_ps(_mm256_set1_ps(255), _mm256_max_ps(_mm256_set1_ps(-1), value));
-            whole[k] = _mm256_cvtps_epi32(value);
-            const __m256 off =
-                _mm256_andnot_ps(_mm256_set1_ps(-0.0f), _mm256_sub_ps(value, _mm256_cvtepi32_ps(whole[k])));
-            isNear = _mm256_or_ps(isNear, _mm256_cmp_ps(off, _mm256_set1_ps(near), _CMP_NLE_UQ));
+            const __m256 given = _mm256_loadu_ps(reinterpret_cast<const float*>(from + 32 * k));
+            // What is no number stays so, and becomes the least integer as what lies far below does.
+            const __m256 x = _mm256_min_ps(_mm256_set1_ps(most), given), f = _mm256_set1_ps(factor);
+            whole[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(low)));
+            const __m256i other = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(high)));
+            differ = _mm256_or_si256(differ, _mm256_xor_si256(whole[k], other));
         }
-        if (_mm256_movemask_ps(isNear)) {
+        if (!_mm256_testz_si256(differ, differ)) {
             for (int i = 0; i < 32; ++i)
                 to[i] = exact(ownLoad<float>(from, i));
             return;
@@ -187,7 +200,7 @@ struct FloatToBytes {
         const FloatToBytes scale(rows.b);
         forRows<32, 8, 1>(rows, [&](const uint8_t* a, const uint8_t*, uint8_t* d) {
             ptrdiff_t i = 0;
-            for (; i + 32 <= rows.n; i += 32)
+            for (; scale.tells && i + 32 <= rows.n; i += 32)
                 scale.block(a + i * 4, d + i);
             for (; i < rows.n; ++i)
                 d[i] = scale.exact(ownLoad<float>(a, i));

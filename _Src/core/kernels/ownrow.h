@@ -121,6 +121,13 @@ inline __attribute__((always_inline)) Vector<T> vectorAt(const void* p, ptrdiff_
     return vector;
 }
 
+// A value in every lane. Compilers want it as a value of its own: some refuse a vector and a member of an object.
+template <class T>
+inline __attribute__((always_inline)) Vector<T> everyLane(T value)
+{
+    return Vector<T>{} + value;
+}
+
 // A lane of a byte selects bit by bit, which is the same.
 template <class T>
 inline T select(Lane<T> lane, T yes, T no)

@@ -199,10 +199,38 @@ bool produceInverse(OwnPositionState& state, int columns, const OwnPositionRange
 
 // ---- Lists --------------------------------------------------------------------------------------------------------
 
-void fromFloats(const void* values, double* positions, ptrdiff_t n)
+// Numbers i of a row of floats, as many as a vector of doubles has.
+inline Lanes floatsAt(const void* values, ptrdiff_t i)
 {
-    for (ptrdiff_t i = 0; i < n; ++i)
-        positions[i] = double(ownLoad<float>(values, i));
+    typedef float Floats __attribute__((vector_size(lanes * 4)));
+    Floats floats;
+    __builtin_memcpy(&floats, static_cast<const char*>(values) + i * 4, sizeof floats);
+    return __builtin_convertvector(floats, Lanes);
+}
+
+inline Marks lieIn(Lanes x, Lanes y, const OwnPositionRange& range)
+{
+    return (x >= range.left) & (x <= range.right) & (y >= range.top) & (y <= range.bottom);
+}
+
+bool fromFloats(const void* xs, const void* ys, double* x, double* y, ptrdiff_t n, const OwnPositionRange& range)
+{
+    Marks all = {};
+    all = ~all;
+    ptrdiff_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const Lanes px = floatsAt(xs, i), py = floatsAt(ys, i);
+        store(x + i, px);
+        store(y + i, py);
+        all &= lieIn(px, py, range);
+    }
+    bool certain = allSet(all);
+    for (; i < n; ++i) {
+        x[i] = double(ownLoad<float>(xs, i));
+        y[i] = double(ownLoad<float>(ys, i));
+        certain = false;
+    }
+    return certain;
 }
 
 bool inside(const double* x, const double* y, ptrdiff_t n, const OwnPositionRange& range)
@@ -211,7 +239,7 @@ bool inside(const double* x, const double* y, ptrdiff_t n, const OwnPositionRang
     all = ~all;
     for (ptrdiff_t i = 0; i < n; i += lanes) {
         const Lanes px = lanesAt(x, i), py = lanesAt(y, i);
-        all &= (px >= range.left) & (px <= range.right) & (py >= range.top) & (py <= range.bottom);
+        all &= lieIn(px, py, range);
     }
     return allSet(all);
 }
@@ -241,7 +269,7 @@ bool confine(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, c
     none = ~none;
     for (ptrdiff_t i = 0; i < n; i += lanes) {
         const Lanes px = lanesAt(x, i), py = lanesAt(y, i);
-        const Marks kept = (px >= range.left) & (px <= range.right) & (py >= range.top) & (py <= range.bottom);
+        const Marks kept = lieIn(px, py, range);
         storeMarks(marks + i, kept);
         none &= ~kept;
         store(x + i, moved(px, limits.left, limits.right));

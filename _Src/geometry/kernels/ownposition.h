@@ -47,7 +47,9 @@ using OwnProduce = bool (*)(OwnPositionState& state, int columns, const OwnPosit
 
 struct OwnPositionKernels {
     OwnProduce produce[OWN_MAPS];
-    void (*fromFloats)(const void* values, double* positions, ptrdiff_t n);
+    // Makes positions of rows of floats. True if it is certain that all lie in the range; false says nothing.
+    bool (*fromFloats)(const void* xs, const void* ys, double* x, double* y, ptrdiff_t n,
+                       const OwnPositionRange& range);
     // True if n positions, a multiple of ownPositionGroup, lie in the range.
     bool (*inside)(const double* x, const double* y, ptrdiff_t n, const OwnPositionRange& range);
     // Marks the positions that lie in `range`, and moves all of them into `limits`, those that are not numbers too.

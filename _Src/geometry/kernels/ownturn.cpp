@@ -1,5 +1,7 @@
 #include "ownturn.h"
 
+#include "ownfour.h"
+
 namespace OWN_ISA {
 namespace {
 
@@ -50,6 +52,51 @@ inline void turnSquares(const OwnTurnPiece& piece, const uint8_t* from, uint8_t*
 }
 #endif
 
+#if defined(__AVX2__)
+// The same for pixels of three or four bytes, by squares of four.
+template <int bytes>
+inline void turnFours(const OwnTurnPiece& piece, const uint8_t* from, uint8_t* to, int32_t width, int32_t height)
+{
+    const ptrdiff_t back = piece.down < 0 ? 3 : 0;
+    const auto along = ptrdiff_t(piece.along), down = ptrdiff_t(piece.down),
+               step = back ? -piece.rowStep : piece.rowStep;
+    for (ptrdiff_t y = 0; y + 4 <= height; y += 4)
+        for (ptrdiff_t x = 0; x + 4 <= width; x += 4) {
+            const uint8_t* const p = from + x * along + (y + back) * down;
+            uint8_t* const q = to + (y + back) * piece.rowStep + x * bytes;
+            FourPixels<bytes>::turn({p, p + along, p + 2 * along, p + 3 * along},
+                                    {q, q + step, q + 2 * step, q + 3 * step});
+        }
+}
+#endif
+
+// How many columns and rows are done.
+struct Done {
+    int32_t columns, rows;
+};
+
+// Turns what whole squares hold of a part.
+template <int bytes>
+inline Done turnWhole([[maybe_unused]] const OwnTurnPiece& piece, [[maybe_unused]] const uint8_t* from,
+                      [[maybe_unused]] uint8_t* to, [[maybe_unused]] int32_t width, [[maybe_unused]] int32_t height)
+{
+    if (piece.step != bytes || (piece.down != bytes && piece.down != -bytes))
+        return {0, 0};
+#if defined(__SSE2__)
+    if constexpr (bytes == 1) {
+        turnSquares(piece, from, to, width, height);
+        return {width & ~15, height & ~15};
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (bytes == 3 || bytes == 4) {
+        turnFours<bytes>(piece, from, to, width, height);
+        return {width & ~3, height & ~3};
+    }
+#endif
+    return {0, 0};
+}
+
 template <int bytes>
 void turn(const OwnTurnPiece& piece)
 {
@@ -62,22 +109,12 @@ void turn(const OwnTurnPiece& piece)
             const int32_t columns = least(width, piece.width - left);
             const uint8_t* const from = piece.from + left * along + top * down;
             uint8_t* const to = piece.to + left * piece.step + top * piece.rowStep;
-            int32_t doneColumns = 0, doneRows = 0;
-#if defined(__SSE2__)
-            if (bytes == 1 && piece.step == 1 && (down == 1 || down == -1)) {
-                turnSquares(piece, from, to, columns, rows);
-                doneColumns = columns & ~15;
-                doneRows = rows & ~15;
-            }
-#endif
+            const Done done = turnWhole<bytes>(piece, from, to, columns, rows);
             for (ptrdiff_t y = 0; y < rows; ++y) {
-                const ptrdiff_t x = y < doneRows ? doneColumns : 0;
+                const ptrdiff_t x = y < done.rows ? done.columns : 0;
                 const uint8_t* const row = from + y * down + x * along;
                 uint8_t* const target = to + y * piece.rowStep + x * piece.step;
-                if (isHalf && piece.step == bytes)
-                    turnRow<bytes>(row, -bytes, target, bytes, columns);
-                else
-                    turnRow<bytes>(row, along, target, piece.step, columns - int32_t(x));
+                turnRow<bytes>(row, along, target, piece.step, columns - int32_t(x));
             }
             left += columns;
         }

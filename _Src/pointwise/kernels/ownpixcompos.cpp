@@ -32,12 +32,6 @@ constexpr int bits = 8 * int(sizeof(T));
 template <class T>
 constexpr int pixelsPerVector = int(vectorBytes) / int(4 * sizeof(T));
 
-template <class T>
-inline Wide<T> all(typename Word<T>::Wide value)
-{
-    return Wide<T>{} + value;
-}
-
 // The product of values as parts of 1, rounded down.
 template <class T>
 inline Wide<T> mul(Wide<T> x, Wide<T> y)
@@ -121,8 +115,8 @@ struct Alphas {
     explicit Alphas(const OwnPixelRow& row)
         : kindA(row.alphaA),
           kindB(row.alphaB),
-          constantA(all<T>(typename Word<T>::Wide(row.alphaA.constant))),
-          constantB(all<T>(typename Word<T>::Wide(row.alphaB.constant)))
+          constantA(everyLane(typename Word<T>::Wide(row.alphaA.constant))),
+          constantB(everyLane(typename Word<T>::Wide(row.alphaB.constant)))
     {
     }
 

@@ -89,12 +89,6 @@ struct Xor : WithValue<T> {
     T operator()(T a) const { return a ^ this->value; }
 };
 
-template <class T>
-inline Vector<T> vectorOf(T value)
-{
-    return Vector<T>{} + value;
-}
-
 // Vectors have no shifts of bytes: words are shifted, and what came over from the neighbour byte is masked out.
 template <class T>
 struct ShiftLeft {
@@ -106,9 +100,9 @@ struct ShiftLeft {
     Vector<T> operator()(Vector<T> a) const
     {
         if constexpr (sizeof(T) > 1)
-            return a << vectorOf(T(count));
+            return a << everyLane(T(count));
         else
-            return Vector<T>(Vector<uint16_t>(a) << vectorOf(uint16_t(count))) & vectorOf(T(0xFF << count));
+            return Vector<T>(Vector<uint16_t>(a) << everyLane(uint16_t(count))) & everyLane(T(0xFF << count));
     }
 };
 
@@ -119,11 +113,11 @@ struct ShiftRight : ShiftLeft<T> {
     Vector<T> operator()(Vector<T> a) const
     {
         if constexpr (sizeof(T) > 1)
-            return a >> vectorOf(T(this->count));
+            return a >> everyLane(T(this->count));
         // The sign, which has come in as one bit, goes on to the bits above it.
-        const Vector<T> sign = vectorOf(T(T(-1) < 0 ? 0x80 >> this->count : 0));
-        auto words = Vector<uint16_t>(a) >> vectorOf(uint16_t(this->count));
-        return ((Vector<T>(words) & vectorOf(T(0xFF >> this->count))) ^ sign) - sign;
+        const Vector<T> sign = everyLane(T(T(-1) < 0 ? 0x80 >> this->count : 0));
+        auto words = Vector<uint16_t>(a) >> everyLane(uint16_t(this->count));
+        return ((Vector<T>(words) & everyLane(T(0xFF >> this->count))) ^ sign) - sign;
     }
 };
 
