@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <numbers>
 
 #include "checks.h"
 #include "reports.h"
@@ -246,7 +247,7 @@ TEST(Geometry, RotateShiftKeepsACentre)
     EXPECT_EQ(shift(180, 1, 2), (Shift{61, 16}));
     EXPECT_EQ(shift(-90, 1, 2), (Shift{38, -21}));
     for (double angle : {33.0, -100.0, 200.5, 719.0}) {
-        const double r = angle * M_PI / 180;
+        const double r = angle * std::numbers::pi / 180;
         const Shift got = shift(angle, 1, 2);
         EXPECT_NEAR(cos(r) * 30 + sin(r) * 7 + got[0], 31, 1e-12);
         EXPECT_NEAR(-sin(r) * 30 + cos(r) * 7 + got[1], 9, 1e-12);
