@@ -384,7 +384,8 @@ TEST(Warp, FormsAgree)
         return resultOf([&](OrvImage* dst) { orvWarpAffine(src, dst, coeffs, method); });
     };
     EXPECT_EQ(resultOf([&](OrvImage* dst) { orvRotate(src, dst, 30, 3.5, 14, ORV_INTER_NN); }),
-              affine(cos(std::numbers::pi / 6), sin(std::numbers::pi / 6), 3.5, -sin(std::numbers::pi / 6), cos(std::numbers::pi / 6), 14, ORV_INTER_NN));
+              affine(cos(std::numbers::pi / 6), sin(std::numbers::pi / 6), 3.5, -sin(std::numbers::pi / 6),
+                     cos(std::numbers::pi / 6), 14, ORV_INTER_NN));
     EXPECT_EQ(resultOf([&](OrvImage* dst) { orvRotate(src, dst, 450, 2.5, 30, ORV_INTER_CUBIC); }),
               affine(0, 1, 2.5, -1, 0, 30, ORV_INTER_CUBIC));
     EXPECT_EQ(resultOf([&](OrvImage* dst) { orvRotate(src, dst, 360, 2, 3, ORV_INTER_LINEAR); }),
