@@ -266,6 +266,16 @@ OrvImage* Drawing::maskFor(int deep)
     return mask->image.imageData ? &mask->image : nullptr;
 }
 
+namespace {
+
+// Around the end of the range.
+int32_t moved(int32_t offset, int32_t by)
+{
+    return int32_t(uint32_t(offset) + uint32_t(by));
+}
+
+}  // namespace
+
 void Drawing::fillHeader(Place& to, int index, bool isMask)
 {
     OrvImage& image = to.image;
@@ -367,7 +377,8 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
             *source.of({&roi.xOffset, &roi.yOffset, &roi.width, &roi.height, &roi.coi}) =
                 int32_t(uint32_t(integer()) - uint32_t(source.below(3)));
         else if (hostile(10))
-            roi.xOffset -= source.of({w, 1, 5}), roi.yOffset += source.of({h, 1, 7});
+            roi.xOffset = moved(roi.xOffset, -source.of({w, 1, 5})),
+            roi.yOffset = moved(roi.yOffset, source.of({h, 1, 7}));
         image.roi = &roi;
     }
     if (!isMask && source.oneIn(4))
