@@ -255,7 +255,7 @@ TEST(Mathematics, ErrsByLessThanAUnitInTheLastPlace)
     EXPECT_EQ(ownSinOfTurns(0.25, 0), 1);
     EXPECT_EQ(ownSinOfTurns(0.75, 0), -1);
     for (int quarters = 1; quarters <= 4; ++quarters)  // where one of both is as small as the angle's own rounding
-        for (double angle : {quarters * M_PI_2, std::nextafter(quarters * M_PI_2, 0)}) {
+        for (double angle : {quarters * std::numbers::pi / 2, std::nextafter(quarters * std::numbers::pi / 2, 0)}) {
             EXPECT_DOUBLE_EQ(ownSineCosine(angle).sin, double(sinl(angle)));
             EXPECT_DOUBLE_EQ(ownSineCosine(angle).cos, double(cosl(angle)));
         }
