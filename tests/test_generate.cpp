@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
+#include <numbers>
 #include <set>
 
 #include "checks.h"
