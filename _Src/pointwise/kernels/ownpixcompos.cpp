@@ -105,7 +105,7 @@ inline Pixels<T> resultOf(Pixels<T> A, Pixels<T> B, Wide<T> a, Wide<T> b)
     }
 }
 
-// The alphas of pixels in every place, as told by a row; `own`: both are in the pixels.
+// The alphas of pixels in every place, which a row points to; `own`: both are in the pixels.
 template <class T, bool own>
 struct Alphas {
     using Values = Wide<T>;
