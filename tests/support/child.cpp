@@ -48,6 +48,23 @@ int exitCode(int status)
     execl(program.c_str(), program.c_str(), (option + name).c_str(), static_cast<char*>(nullptr));
     _exit(127);
 }
+
+const char endOfOutput = 0;
+
+// The first process of a terminal's session: with it the terminal ends, and what nobody has read yet is lost. So it has the
+// child run by another, tells of its end behind the output, and stays until the terminal is closed.
+[[noreturn]] void leadSession(const std::string& name)
+{
+    pid_t child = fork();
+    if (child == 0)
+        becomeChild(name);
+    int status = 0;
+    waitpid(child, &status, 0);
+    const char end[] = {endOfOutput, char(exitCode(status))};
+    if (write(STDOUT_FILENO, end, sizeof end) == sizeof end)
+        pause();
+    _exit(0);
+}
 #endif
 
 }  // namespace
@@ -103,16 +120,21 @@ ChildEnd runChildOnTerminal(const std::string& name, const std::string& typed)
     settings.c_cflag = CREAD | CS8 | B38400;
     settings.c_cc[VEOF] = 4;
     int terminal = -1;
-    pid_t child = forkpty(&terminal, nullptr, &settings, nullptr);
-    if (child == 0)
-        becomeChild(name);
+    pid_t leader = forkpty(&terminal, nullptr, &settings, nullptr);
+    if (leader == 0)
+        leadSession(name);
     if (write(terminal, typed.data(), typed.size()) != ssize_t(typed.size()))
         return {-1, "the terminal takes no input"};
-    std::string output = readAll(terminal);
-    int status = 0;
-    waitpid(child, &status, 0);
+    std::string output;
+    char character;
+    while (read(terminal, &character, 1) == 1 && character != endOfOutput)
+        output += character;
+    char code = -1;
+    if (read(terminal, &code, 1) != 1)
+        output += "<no end>";
     close(terminal);
-    return {exitCode(status), output};
+    waitpid(leader, nullptr, 0);
+    return {code, output};
 }
 
 ChildEnd runChildWithoutTerminal(const std::string& name)
