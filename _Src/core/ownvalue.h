@@ -6,6 +6,8 @@
 //   ownRounded          a number to nearest, ties to even, and cut
 //   ownTruncated        a number toward zero, and cut
 //   ownAsValue          a float rounded to an integer type, or as it is
+//   ownFirstOnTop       a word whose first byte of memory is its highest one, and back
+//   ownFirstBelow       the same for the lowest one
 //
 // A number that is none, NaN, becomes 0 in integers. Kernels use these too: everything is inlined, so that no two levels
 // share a function, and loops over them are vectorised.
@@ -29,6 +31,24 @@ template <class T>
 OWN_INLINE void ownStore(void* p, ptrdiff_t i, T value)
 {
     __builtin_memcpy(static_cast<char*>(p) + i * ptrdiff_t(sizeof(T)), &value, sizeof value);
+}
+
+constexpr bool ownIsBigEndian = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+
+template <class Word>
+OWN_INLINE Word ownFirstOnTop(Word word)
+{
+    if constexpr (ownIsBigEndian)
+        return word;
+    else if constexpr (sizeof(Word) == 4)
+        return __builtin_bswap32(word);
+    else
+        return __builtin_bswap64(word);
+}
+
+OWN_INLINE uint64_t ownFirstBelow(uint64_t word)
+{
+    return ownIsBigEndian ? __builtin_bswap64(word) : word;
 }
 
 template <class T>

@@ -86,7 +86,7 @@ struct BitPhase {
         ninth = ((from + n - 1) >> 3) - base == (to + n + 7) >> 3;
     }
 
-    static uint64_t eight(const uint8_t* p) { return __builtin_bswap64(ownLoad<uint64_t>(p)); }
+    static uint64_t eight(const uint8_t* p) { return ownFirstOnTop(ownLoad<uint64_t>(p)); }
 
     // The eight bytes from k on, the first on top.
     uint64_t word(const uint8_t* p, ptrdiff_t k) const

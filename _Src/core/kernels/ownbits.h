@@ -86,9 +86,9 @@ inline uint64_t packedLanes(const int8_t* lanes)
     for (int j = 0; j < 8; ++j) {
         uint64_t eight;
         __builtin_memcpy(&eight, lanes + j * 8, 8);
-        bits |= ((eight & 0x0102040810204080u) * 0x0101010101010101u) >> 56 << (8 * j);
+        bits |= ((ownFirstBelow(eight) & 0x0102040810204080u) * 0x0101010101010101u) >> 56 << (8 * j);
     }
-    return bits;
+    return ownFirstBelow(bits);
 }
 #endif
 
@@ -114,13 +114,13 @@ inline uint64_t mergedWord(const uint8_t* d, uint64_t bits, uint64_t mask)
 {
     uint64_t word;
     __builtin_memcpy(&word, d, sizeof word);
-    word = __builtin_bswap64(word);
+    word = ownFirstOnTop(word);
     return word ^ ((word ^ bits) & mask);
 }
 
 inline void storeWord(uint8_t* d, uint64_t word)
 {
-    word = __builtin_bswap64(word);
+    word = ownFirstOnTop(word);
     __builtin_memcpy(d, &word, sizeof word);
 }
 
@@ -168,7 +168,7 @@ template <class Block>
 inline __attribute__((always_inline)) void storeBlocks(const BitBlocks& blocks, const OwnBitPlace& to, ptrdiff_t n,
                                                        Block block)
 {
-    auto wordAt = [=](ptrdiff_t start) { return __builtin_bswap64(block(start)); };
+    auto wordAt = [=](ptrdiff_t start) { return ownFirstOnTop(block(start)); };
     auto maskAt = [&](ptrdiff_t start) { return to.mask ? maskWord(to.mask, to.maskBit + start) : ~uint64_t{0}; };
     uint8_t* d = to.data;
     const uint64_t last =
@@ -223,7 +223,7 @@ struct TestRows {
     {
         int8_t row[bitBlock] = {};
         lanes(a, b, scalar, reinterpret_cast<uint8_t*>(row), n);
-        return __builtin_bswap64(bitsOfBlock<int8_t>(0, [&](ptrdiff_t k) { return row[k] < 0; }));
+        return ownFirstOnTop(bitsOfBlock<int8_t>(0, [&](ptrdiff_t k) { return row[k] < 0; }));
     }
     static void bits(const OwnTestRows& rows) { rows.to.mask ? bitRows<true>(rows) : bitRows<false>(rows); }
     template <bool masked>

@@ -12,7 +12,7 @@ inline uint32_t maskHalfWord(const uint8_t* bits, ptrdiff_t position)
     int shift = int(position & 7);
     uint32_t word;
     __builtin_memcpy(&word, first, 4);
-    word = __builtin_bswap32(word);
+    word = ownFirstOnTop(word);
     return shift ? word << shift | uint32_t(first[4] >> (8 - shift)) : word;
 }
 

@@ -234,7 +234,7 @@ inline uint64_t maskWord(const uint8_t* bits, ptrdiff_t position)
     int shift = int(position & 7);
     uint64_t word;
     __builtin_memcpy(&word, first, 8);
-    word = __builtin_bswap64(word);
+    word = ownFirstOnTop(word);
     return shift ? word << shift | uint64_t(first[8] >> (8 - shift)) : word;
 }
 

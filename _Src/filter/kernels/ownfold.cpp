@@ -419,7 +419,7 @@ inline uint64_t reversed(uint64_t bits)
 
 inline void storeWord(uint8_t* to, uint64_t bits)
 {
-    bits = __builtin_bswap64(bits);
+    bits = ownFirstOnTop(bits);
     __builtin_memcpy(to, &bits, sizeof bits);
 }
 
