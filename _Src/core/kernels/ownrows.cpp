@@ -394,7 +394,7 @@ void keepRows(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitSt
         for (; i <= n - bitBlock; i += bitBlock) {
             if constexpr (sizeof(T) == 4) {
                 for (ptrdiff_t k = i; k < i + bitBlock; k += 32)
-                    keepWords<32>(a + k * 4, other, d + k * 4, maskHalfWord(bits, bit + k));
+                    keepWords<32>(a + k * 4, other, d + k * 4, maskWord<uint32_t>(bits, bit + k));
             } else {
                 mask.get(i, lanes);
                 computeBlock<T, bitBlock>(d + i * ptrdiff_t(sizeof(T)), i, kept(i));
