@@ -340,13 +340,7 @@ bool findMask(const OrvImage& src, const OrvImage& dst, OwnSize size, OwnTempIma
     mask = first;
     if (first == second)
         return true;
-    bool isMade = ownMakeMask(*first, size, made);
-    if (isMade) {
-        // A copy, since another thread may use the mask with an image of its own.
-        OrvImage ordered = *second;
-        ordered.dataOrder = first->dataOrder;
-        isMade = ownAndInto(first, &ordered, made.image);
-    }
+    const bool isMade = ownMakeMask(*first, size, made) && ownAndInto(first, second, made.image);
     mask = made.image;
     return !report().when(!isMade, ORV_STATUS_BACKTRACE, "while mask creating");
 }
