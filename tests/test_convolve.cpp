@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "checks.h"
+#include "filter/ownconvkernel.h"
 #include "neighbours.h"
 #include "refusals.h"
 #include "reports.h"
@@ -435,6 +436,13 @@ TEST(Convolve, ReportsFaultsOfKernels)
     EXPECT_EQ(told(kernel, &number, &number, &number, &number, nullptr, nullptr), get + "values==0\n");
     EXPECT_EQ(told(kernel, &number, &number, &number, &number, &none, nullptr), get + "values==0\n");
     EXPECT_EQ(told(kernel, &number, &number, &number, &number, &to, nullptr), get + "nShiftR==0\n");
+    OrvConvKernel bad = *kernel;
+    bad.anchorY = bad.nRows;
+    EXPECT_EQ(told(&bad, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+              get + "ownBadKernel((OwnConvKernel*)kernel)\n");
+    bad.values = nullptr;
+    orvDeleteConvKernel(&bad);
+    EXPECT_EQ(reports.take(), "-5 orvDeleteConvKernel kernel->values==0\n");
     orvSetErrStatus(-7);
     orvGetConvKernel(kernel, &number, &number, &number, &number, nullptr, nullptr);
     EXPECT_EQ(reports.take(), "");
@@ -448,6 +456,10 @@ TEST(Convolve, ChecksInTheirOrder)
 {
     Records records({box, box});
     OrvConvKernel* missing[] = {records.integers[0], nullptr};
+    OrvConvKernel outside = *missing[0], empty = *missing[0];
+    outside.anchorX = outside.nCols;
+    empty.values = nullptr;
+    OrvConvKernel *second[] = {missing[0], &outside}, *first[] = {&empty};
     struct Arguments {
         OrvConvKernel** kernels;
         int count, method;
@@ -480,6 +492,8 @@ TEST(Convolve, ChecksInTheirOrder)
                             fault(-5, "Inadmissible method", with({missing, 2, 5})),
                             fault(-5, "Inadmissible method", with({missing, 2, -1})),
                             fault(-5, "kernel[i]==0", with({missing, 2, 4})),
+                            fault(-5, "Bad kernel structure", with({second, 2, 4})),
+                            fault(-5, "Bad kernel structure", with({first, 1, 4})),
                             fault(-5, "Uncompatible images", setField(0, &OrvImage::depth, ORV_DEPTH_8S)),
                             fault(-5, "Uncompatible images", setField(1, &OrvImage::dataOrder, 1)),
                             fault(-5, "32F images can be processed only with FP kernel",

@@ -168,6 +168,15 @@ TEST(Morphology, ChecksInTheirOrder)
                       EXPECT_EQ(orvGetErrStatus(), ORV_STATUS_OK);
                   }),
                   "");
+        // The largest elements for lines of 9 pixels.
+        for (auto [depth, most] : {std::pair(ORV_DEPTH_1U, 65531), {ORV_DEPTH_8U, 23167}, {ORV_DEPTH_16U, 16381}}) {
+            Picture from({.depth = depth, .width = 9, .height = 9}), to(from.layout());
+            for (int n : {most, most + 1}) {
+                one.function(from, to, n);
+                EXPECT_EQ(orvGetErrStatus(), n == most ? ORV_STATUS_OK : ORV_STATUS_NO_MEMORY) << depth << ' ' << n;
+                orvSetErrStatus(ORV_STATUS_OK);
+            }
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "checks.h"
+#include "filter/ownconvkernel.h"
 #include "neighbours.h"
 #include "refusals.h"
 #include "reports.h"
@@ -167,6 +168,9 @@ TEST(SepConvolve, ChecksInTheirOrder)
     const Taps wide = {{1, 2}, 0, 0};
     Kernels good(smooth, smooth, false), turned(wide, wide, false);
     OrvConvKernel* one = orvCreateConvKernel(1, 1, 0, 0, std::vector<int32_t>{1}.data(), 0);
+    OrvConvKernel empty = *good.x, beyond = *good.y;
+    empty.values = nullptr;
+    beyond.anchorY = beyond.nRows;
     struct Arguments {
         OrvConvKernel *x, *y;
     };
@@ -198,10 +202,12 @@ TEST(SepConvolve, ChecksInTheirOrder)
             fault(-5, "SRC and DST Alpha channels are different", setChannels(0, 3, 3)),
             fault(-5, "SRC and DST number of processing channels are different",
                   [](OrvImage* const* images) { images[0]->roi = &coi; }),
+            fault(-5, "NULL kernel values", with({&empty, one})),
             fault(-5, "Invalid kernal size", with({turned.y, one})),
             fault(-5, "Invalid kernal size", with({good.x, turned.x})),
             fault(-5, "Invalid kernal size", with({one, nullptr})),
             fault(-5, "Invalid kernal size", with({nullptr, one})),
+            fault(-5, "Invalid kernrl anchor", with({good.x, &beyond})),
             fault(-5, "orvConvolveSep2D does not support ORV_DEPTH_32F.\nCall orvConvolveSep2DFP instead",
                   [](auto images) { images[0]->depth = images[1]->depth = ORV_DEPTH_32F; }),
             fault(-1, "Not enough memory", refuseMemory(1, true)),
@@ -211,6 +217,8 @@ TEST(SepConvolve, ChecksInTheirOrder)
     EXPECT_EQ(reportsOf([&] { orvConvolveSep2D(picture, picture, nullptr, nullptr); }),
               "-5 orvConvolveSep2D Unsupported in-place mode\n");
     EXPECT_EQ(reportsOf([&] { orvConvolveSep2D(planes, result, good.x, nullptr); }), "");
+    Picture most({.channels = 32, .width = 9, .height = 9}), ofMost(most.layout());
+    EXPECT_EQ(reportsOf([&] { orvConvolveSep2D(most, ofMost, good.x, nullptr); }), "");
     Kernels reals(smooth, {}, true);
     EXPECT_EQ(reportsOf([&] { orvConvolveSep2DFP(planes, result, reals.realX, nullptr); }),
               "-5 orvConvolveSep2DFP orvConvolveSep2DFP does support ORV_DEPTH_32F only.\n"
