@@ -378,4 +378,11 @@ TEST(Moments, CheckInOrder)
     EXPECT_EQ(orders(orvGetCentralMoment), four("orvGetCentralMoment"));
     EXPECT_EQ(orders(orvGetNormalizedCentralMoment), four("orvGetNormalizedCentralMoment"));
     EXPECT_EQ(reportsOf([&] { orvMoments(nullptr, &state); }), "-9 orvMoments Incorrect Image\n");
+    Picture picture({.width = 3, .height = 3});
+    EXPECT_EQ(reportsOf([&] {
+                  orvMoments(picture, nullptr);
+                  EXPECT_EQ(orvGetCentralMoment(nullptr, 1, 1), 0);
+              }),
+              std::to_string(ORV_STATUS_NULL_POINTER) + " orvMoments state==0\n" +
+                  std::to_string(ORV_STATUS_NULL_POINTER) + " orvGetCentralMoment state==0\n");
 }
