@@ -90,7 +90,7 @@ OWN_INLINE Real ownCut(Real value)
 {
     constexpr bool exact = sizeof(Real) == 8 || sizeof(T) < 4;
     constexpr Real lowest = Real(OwnRange<T>::lowest), highest = exact ? Real(OwnRange<T>::highest) : Real(2147483520);
-    value = value == value ? value : Real(0);
+    value = value == value ? value : Real(0);  // NOLINT(misc-redundant-expression): NaN is not
     value = value < lowest ? lowest : value;
     return value > highest ? highest : value;
 }
