@@ -58,7 +58,7 @@ bool convolve(OrvImage* src, OrvImage* dst, const Kernel* xKernel, const Kernel*
     OwnMask mask;
     OrvImage* second = src->maskROI == dst->maskROI ? nullptr : dst->maskROI;
     OwnMaskResult combined = ownCombineMasks(src->maskROI, second, nullptr, mask);
-    if (combined == OwnMaskResult::empty)
+    if (combined == OwnMaskResult::empty || !ownHasChannels(*src))
         return true;
     if (combined == OwnMaskResult::noMemory)
         return false;
