@@ -92,9 +92,10 @@ int32_t checkAndConvolve(const OwnReport& report, OrvImage* src, OrvImage* dst, 
         return ORV_STATUS_BAD_ARG;
     if (!convolve(src, dst, xKernel, yKernel))
         orvSetErrStatus(ORV_STATUS_NO_MEMORY);
-    // A tile provider may have stored a status, too.
-    report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "Not enough memory");
-    return orvGetErrStatus();
+    // A tile provider may have stored a status, too; a report handler may clear it.
+    const int32_t status = orvGetErrStatus();
+    report.when(status < 0, ORV_STATUS_BACKTRACE, "Not enough memory");
+    return status;
 }
 
 }  // namespace
