@@ -513,6 +513,38 @@ TEST(Warp, OfLongRows)
         }
 }
 
+namespace {
+
+uint8_t onlyTile[8][32];
+
+int32_t ORV_CALL provideOnlyTile(OrvImage* image, int32_t, int32_t, int32_t)
+{
+    image->tileInfo->tileData = onlyTile[0];
+    return 0;
+}
+
+}  // namespace
+
+// The last rows of the highest image there is.
+TEST(Warp, EndsWithTheLastRow)
+{
+    constexpr int32_t rows = 3, first = INT32_MAX - rows;
+    Picture src({.width = 8, .height = 8});
+    OrvTileInfo tiles = {provideOnlyTile, nullptr, nullptr, 8, 8};
+    OrvROI roi = {0, 0, first, 8, rows};
+    OrvImage dst = *src.operator->();
+    dst.imageData = nullptr;
+    dst.tileInfo = &tiles;
+    dst.roi = &roi;
+    dst.align = 32;
+    dst.height = INT32_MAX;
+    double coeffs[2][3] = {{1, 0, 0}, {0, 1, first}};
+    orvWarpAffine(src, &dst, coeffs, ORV_INTER_LINEAR);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < 8; ++x)
+            EXPECT_EQ(onlyTile[first % 8 + y][x], src.get(x, y)) << x << ' ' << y;
+}
+
 TEST(Warp, ChecksInTheirOrder)
 {
     const PictureSpec spec = {.channels = 3, .width = 9, .height = 9};

@@ -81,7 +81,7 @@ public:
         int filled = -1;
         for (int r = 0; r < ownPositionRows; ++r) {
             length[r] = 0;
-            row[r] = y + r - lines.part.y;
+            row[r] = y - lines.part.y + ownMin(r, count - 1);
             if (r >= count)
                 continue;
             const OwnSpans::Span span = lines.row(y + r);
