@@ -49,7 +49,7 @@ OWN_INLINE Word ownFirstOnTop(Word word)
 template <class Word>
 OWN_INLINE Word ownFirstBelow(Word word)
 {
-    if constexpr (!ownIsBigEndian)
+    if constexpr (!ownIsBigEndian || sizeof(Word) == 1)
         return word;
     else if constexpr (sizeof(Word) == 2)
         return __builtin_bswap16(word);
