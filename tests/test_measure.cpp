@@ -331,6 +331,9 @@ TEST(Moments, AreThoseAboutTheCentre)
             EXPECT_EQ(orvGetNormalizedSpatialMoment(&state, m, n), orvGetSpatialMoment(&state, m, n) / scale);
             EXPECT_EQ(orvNormalizedSpatialMoment(picture, m, n), orvGetSpatialMoment(&state, m, n) / scale);
         }
+    // A single channel is taken, be it an alpha channel.
+    picture->alphaChannel = 1;
+    EXPECT_EQ(orvSpatialMoment(picture, 0, 0), mass);
     Picture black({.width = 8, .height = 4});
     black.fill([](int, int, int) { return 0; });
     EXPECT_EQ(orvCentralMoment(black, 2, 0), 0);
