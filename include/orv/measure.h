@@ -4,7 +4,8 @@
  *
  * - The region, the processed channels and the mask are those of every operation: see core.h. Alpha channels are neither read
  *   nor written.
- * - Of tiled images every tile is opened once, and the parts of the result are put together tile by tile.
+ * - Tiled images are gone through tile by tile, and the parts of the result put together. Where two images are tiled, a tile of the
+ *   one whose tiles do not lead may be opened more than once.
  */
 #ifndef ORV_MEASURE_H
 #define ORV_MEASURE_H
