@@ -219,7 +219,8 @@ template <class T>
 void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
 {
     const T all = T(-1);
-    const T others = values < ptrdiff_t(sizeof(T)) ? T(all << (8 * values)) : T(0);
+    const ptrdiff_t bits = 8 * values;
+    const T others = values == ptrdiff_t(sizeof(T)) ? T(0) : T(ownIsBigEndian ? all >> bits : all << bits);
     auto test = [=](ptrdiff_t i) { return T(ownLoad<T>(lanes, i) | others) == all; };
     storePixelBits(
         to, n, [=](ptrdiff_t start) { return bitsOfBlock<T>(start, test); }, test);
