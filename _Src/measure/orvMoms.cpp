@@ -57,7 +57,8 @@ void addPiece(OwnMomentSums& sums, const OrvImage& image, const OrvImage* mask)
     ownReadPixels({readRows, &sums, false}, image.depth, &geometry, 1, mask ? &under : nullptr);
 }
 
-// The working rectangle. Its channel is named, since a single channel is read even where it is alpha, which is otherwise skipped.
+// The working rectangle. Its channel is named, since a single channel is read even where it is alpha, which is otherwise
+// skipped.
 OrvROI regionOf(const OrvImage& image, const OwnRect& rect)
 {
     return {ownChannels(image).first + 1, rect.x, rect.y, rect.width, rect.height};

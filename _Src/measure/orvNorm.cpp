@@ -172,8 +172,8 @@ bool hasCoi(const OrvImage* image)
     return ownChannels(*image).coi;
 }
 
-// Reports a fault that memory does not depend on; true if the stored status, which the report handler may have cleared, ends the
-// call.
+// Reports a fault that memory does not depend on; true if the stored status, which the report handler may have cleared,
+// ends the call.
 bool ends(const OwnReport& report, bool fault, int32_t status, const char* context, int32_t line = __builtin_LINE())
 {
     return report.when(fault, status, context, line) && orvGetErrStatus() < 0;

@@ -22,7 +22,7 @@ bool hasMemory(const OrvImage& image)
     const OrvROI* roi = image.roi;
     if (!roi)
         return true;
-    if (roi->xOffset < 0 || roi->yOffset < 0)
+    if (roi->xOffset < 0 || roi->yOffset < 0 || roi->xOffset >= image.width || roi->yOffset >= image.height)
         return false;
     if (roi->width > image.width - roi->xOffset || roi->height > image.height - roi->yOffset)
         return false;
