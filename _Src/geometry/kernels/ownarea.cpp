@@ -144,11 +144,13 @@ void sumWindows(const Windows& given, const uint8_t* src, const float* const* gi
         const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src + start[1]),
                                                   reinterpret_cast<const __m128i*>(src + start[0]));
         const auto* order = reinterpret_cast<const __m256i*>(windows.order + vector * most * 8);
-        __m256 sum = _mm256_setzero_ps();
-        for (int k = 0; k < most; ++k) {
+        auto weighedSample = [&](int k) {
             const __m256i sample = _mm256_shuffle_epi8(bytes, _mm256_loadu_si256(order + k));
-            sum += _mm256_cvtepi32_ps(sample) * _mm256_loadu_ps(weights[k] + i);
-        }
+            return _mm256_cvtepi32_ps(sample) * _mm256_loadu_ps(weights[k] + i);
+        };
+        __m256 sum = weighedSample(0);
+        for (int k = 1; k < most; ++k)
+            sum += weighedSample(k);
         _mm256_storeu_ps(sums + i, sum);
     };
     for (ptrdiff_t vector = 0; vector < windows.count - 1; ++vector)
@@ -292,8 +294,8 @@ struct Kernel {
 #if defined(__AVX2__)
         if constexpr (requires { Depth::results(__m256d{}); }) {
             auto words = [=](ptrdiff_t i) {
-                __m256 sum = _mm256_setzero_ps();
-                for (int k = 0; k < count; ++k)
+                __m256 sum = _mm256_loadu_ps(rows[0] + i) * weights[0];
+                for (int k = 1; k < count; ++k)
                     sum += _mm256_loadu_ps(rows[k] + i) * weights[k];
                 const __m256d low = _mm256_cvtps_pd(_mm256_castps256_ps128(sum)),
                               high = _mm256_cvtps_pd(_mm256_extractf128_ps(sum, 1));
