@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <numbers>
+#include <utility>
 
 #include "checks.h"
 #include "model.h"
@@ -693,6 +694,21 @@ TEST(Warp, OpensTiles)
               "S read 0 0\nS release 0 0\nS read 0 1\nS release 0 1\nD write 1 0\nD release 1 0\n"
               "S read 0 0\nS release 0 0\nS read 0 1\nS release 0 1\nD write 0 1\nD release 0 1\n"
               "S read 0 0\nS release 0 0\nS read 0 1\nS release 0 1\nD write 1 1\nD release 1 1\n");
+    // However large the destination is, only the tiles near a parallelogram are looked at.
+    OrvROI region = {0, 0, 4, 16, 12};
+    OrvROI* const roi = std::exchange(dst->roi, &region);
+    auto shear = [&] {
+        log.calls.clear();
+        const std::string told = reportsOf([&] { orvShear(src, dst, 0.2, -0.5, -6, -5, ORV_INTER_LINEAR); });
+        return log.text() + told;
+    };
+    const std::string small = shear();
+    EXPECT_TRUE(small.ends_with("D write 0 1\nD release 0 1\n")) << small;
+    dst->width = dst->height = INT32_MAX;
+    region = {0, 0, 4, INT32_MAX, INT32_MAX - 4};
+    EXPECT_EQ(shear(), small);
+    dst->width = dst->height = 16;
+    dst->roi = roi;
 }
 
 TEST(Warp, LosesNothingWhereMemoryOrATileIsRefused)
