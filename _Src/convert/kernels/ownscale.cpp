@@ -36,14 +36,77 @@ struct Scale {
     }
 };
 
+template <class S, class D>
+struct ScaleRows : OneSourceRows<Scale<S, D>> {
+};
+
+#if defined(__AVX2__)
+// Products whose bytes all are that of the source, for which the compiler multiplies.
+template <class S>
+struct BytesRepeated {
+    OwnValues<S> x;
+
+    int32_t operator()(ptrdiff_t i) const { return Scale<S, int32_t>(nullptr)(x[i]); }
+    Vector<int32_t> vector(ptrdiff_t i) const
+    {
+        constexpr int32_t flip = OwnRange<S>::isSigned ? 0x00808080 : INT32_MIN;
+        const __m128i eight = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(static_cast<const char*>(x.first) + i));
+        const __m256i often = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
+                                               4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
+        const __m256i repeated = _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(eight), often);
+        return (Vector<int32_t>)_mm256_xor_si256(repeated, _mm256_set1_epi32(flip));
+    }
+};
+
+// Results that vectors pack as they are, for which the compiler cuts them first.
+template <class D>
+struct HighBytes {
+    OwnValues<int32_t> x;
+
+    D operator()(ptrdiff_t i) const { return Scale<int32_t, D>(nullptr)(x[i]); }
+    Vector<D> vector(ptrdiff_t i) const
+    {
+        __m256i high[4];
+        for (int k = 0; k < 4; ++k) {
+            const auto value = (__m256i)vectorAt<int32_t>(x.first, i + 8 * k);
+            high[k] = _mm256_srai_epi32(_mm256_sub_epi32(value, _mm256_srai_epi32(value, 8)), 24);
+        }
+        const __m256i bytes =
+            _mm256_packs_epi16(_mm256_packs_epi32(high[0], high[1]), _mm256_packs_epi32(high[2], high[3]));
+        const __m256i inOrder = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+        return (Vector<D>)_mm256_xor_si256(inOrder, _mm256_set1_epi8(OwnRange<D>::isSigned ? 0 : -128));
+    }
+};
+
+// Rows of values that know their vectors.
+template <class S, class D, class Value>
+struct VectorRows : OneSourceRows<Scale<S, D>> {
+    static __attribute__((flatten)) void run(const OwnRows& rows)
+    {
+        const ptrdiff_t n = rows.n;
+        forRows<sizeof(S) * 8, sizeof(D) * 8, 1>(
+            rows, [n](const uint8_t* a, const uint8_t*, uint8_t* d) { storeRow<D>(d, n, a == d, Value{{a}}); });
+    }
+    static constexpr OwnRowKernel kernel = {run, OneSourceRows<Scale<S, D>>::select,
+                                            OneSourceRows<Scale<S, D>>::masked};
+};
+
+template <class S>
+requires(sizeof(S) == 1) struct ScaleRows<S, int32_t> : VectorRows<S, int32_t, BytesRepeated<S>> {
+};
+template <class D>
+requires(sizeof(D) == 1) struct ScaleRows<int32_t, D> : VectorRows<int32_t, D, HighBytes<D>> {
+};
+#endif
+
 template <class S>
 constexpr OwnRowKernel scaleFrom[OWN_DEPTHS] = {
     {},
-    OneSourceRows<Scale<S, uint8_t>>::kernel,
-    OneSourceRows<Scale<S, int8_t>>::kernel,
-    OneSourceRows<Scale<S, uint16_t>>::kernel,
-    OneSourceRows<Scale<S, int16_t>>::kernel,
-    OneSourceRows<Scale<S, int32_t>>::kernel,
+    ScaleRows<S, uint8_t>::kernel,
+    ScaleRows<S, int8_t>::kernel,
+    ScaleRows<S, uint16_t>::kernel,
+    ScaleRows<S, int16_t>::kernel,
+    ScaleRows<S, int32_t>::kernel,
 };
 
 // ---- Floats -------------------------------------------------------------------------------------------------------
