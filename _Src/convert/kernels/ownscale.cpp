@@ -237,24 +237,27 @@ struct FloatToBytes {
         tells =
             slack < 0.25 && exact.factor > 0 && factor > 0 && __builtin_isfinite(factor) && __builtin_isfinite(most);
     }
+    // Bytes of 32 whole numbers, in an order of the vectors' own.
+    static __m256i packed(const __m256i (&whole)[4])
+    {
+        return _mm256_packus_epi16(_mm256_packs_epi32(whole[0], whole[1]), _mm256_packs_epi32(whole[2], whole[3]));
+    }
     void block(const uint8_t* from, uint8_t* to) const
     {
-        __m256i differ = _mm256_setzero_si256(), whole[4];
+        __m256i least[4], greatest[4];
         for (int k = 0; k < 4; ++k) {
             const __m256 given = _mm256_loadu_ps(reinterpret_cast<const float*>(from + 32 * k));
             // What is no number stays so, and becomes the least integer as what lies far below does.
             const __m256 x = _mm256_min_ps(_mm256_set1_ps(most), given), f = _mm256_set1_ps(factor);
-            whole[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(low)));
-            const __m256i other = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(high)));
-            differ = _mm256_or_si256(differ, _mm256_xor_si256(whole[k], other));
+            least[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(low)));
+            greatest[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(high)));
         }
+        const __m256i bytes = packed(least), differ = _mm256_xor_si256(bytes, packed(greatest));
         if (!_mm256_testz_si256(differ, differ)) {
             for (int i = 0; i < 32; ++i)
                 to[i] = exact(ownLoad<float>(from, i));
             return;
         }
-        const __m256i bytes =
-            _mm256_packus_epi16(_mm256_packs_epi32(whole[0], whole[1]), _mm256_packs_epi32(whole[2], whole[3]));
         const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_permutevar8x32_epi32(bytes, order));
     }
