@@ -125,11 +125,11 @@ OWN_INLINE ColourLanes wholeColours16(const void* const* from, ptrdiff_t bytes, 
     const __m256i zero = _mm256_setzero_si256(), all = _mm256_set1_epi16(-1);
     const __m256i base = vectorOf(from[Colours::base], bytes), saturation = vectorOf(from[Colours::saturation], bytes);
     const __m256i height = Colours::template height<uint16_t>(base);
-    // 65536 a + b are a 65535ths, and one more if a + b reach them; a whole number of them if that is all or nothing.
+    // 65536 a + b are a 65535ths, and one more if a + b reach them; a whole number of them if that is all, or if nothing is.
     const __m256i high = _mm256_mulhi_epu16(saturation, height), low = _mm256_mullo_epi16(saturation, height);
     const __m256i quotient = _mm256_sub_epi16(high, _mm256_cmpeq_epi16(_mm256_adds_epu16(high, low), all));
-    const __m256i isWhole =
-        _mm256_or_si256(_mm256_cmpeq_epi16(_mm256_add_epi16(high, low), all), _mm256_cmpeq_epi16(height, zero));
+    const __m256i isWhole = _mm256_or_si256(_mm256_cmpeq_epi16(_mm256_add_epi16(high, low), all),
+                                            _mm256_cmpeq_epi16(_mm256_or_si256(high, low), zero));
     __m256i isNear;
     ColourLanes colours;
     colours.between = betweenWords(base, saturation, height, Colours::factor(sectors), isNear);
@@ -137,7 +137,6 @@ OWN_INLINE ColourLanes wholeColours16(const void* const* from, ptrdiff_t bytes, 
     colours.least = _mm256_sub_epi16(_mm256_add_epi16(base, all), _mm256_add_epi16(quotient, isWhole));
     // Nothing falls short of 0, and neither black nor grey is a quotient.
     const __m256i isPlain = _mm256_or_si256(_mm256_cmpeq_epi16(saturation, zero), _mm256_cmpeq_epi16(base, zero));
-    colours.least = chosen(isPlain, base, colours.least);
     const __m256i isShort = _mm256_andnot_si256(_mm256_cmpeq_epi16(colours.least, zero), isWhole);
     isOpen = _mm256_movemask_epi8(_mm256_andnot_si256(isPlain, _mm256_or_si256(isShort, isNear))) != 0;
     return colours;
