@@ -168,29 +168,35 @@ OWN_INLINE ColourLanes colours32(const uint8_t* const (&rows)[3], ptrdiff_t i)
 template <class Colours>
 class OpenColours {
 public:
-    static constexpr int most = 64;
+    static constexpr int most = 48;
 
-    // Takes those of 32 colours whose bits are set.
+    // Takes those of 32 colours whose bits are set. There are seldom more than two, and how many cannot be foreseen: so two are
+    // taken without a question, and count if they are there.
     void add(uint32_t bits, const uint8_t* const (&rows)[3], ptrdiff_t start)
     {
-        for (; bits; bits &= bits - 1, ++count) {
-            places[count] = start + __builtin_ctz(bits);
-            for (int k = 0; k < 3; ++k)
-                values[k][count] = rows[k][places[count]];
+        for (int k = 0; k < 2 || bits; ++k) {
+            const ptrdiff_t place = start + __builtin_ctz(bits | 0x80000000u);
+            places[count] = place;
+            for (int j = 0; j < 3; ++j)
+                values[j][count] = rows[j][place];
+            count += bits != 0;
+            bits &= bits - 1;
         }
     }
     void compute(void* const* to)
     {
         // The rows of least, between and most in each sector.
-        constexpr int order[6][3] = {{2, 1, 0}, {2, 0, 1}, {0, 2, 1}, {0, 1, 2}, {1, 0, 2}, {1, 2, 0}};
+        constexpr uint8_t order[6][3] = {{2, 1, 0}, {2, 0, 1}, {0, 2, 1}, {0, 1, 2}, {1, 0, 2}, {1, 2, 0}};
         const uint8_t* const rows[3] = {values[0], values[1], values[2]};
-        for (int i = 0; i < count; i += 4) {
+        for (int i = 0; i < count; i += lanes) {
+            if (i + lanes > count)
+                fill();
             __m128i four[3];
             fourColours<Colours>(rows, i, four);
-            alignas(16) int32_t numbers[3][4];
+            alignas(16) int32_t numbers[3][lanes];
             for (int j = 0; j < 3; ++j)
                 _mm_store_si128(reinterpret_cast<__m128i*>(numbers[j]), four[j]);
-            for (int k = 0; k < 4 && i + k < count; ++k)
+            for (int k = 0; k < lanes; ++k)
                 for (int j = 0; j < 3; ++j)
                     ownStore(to[order[hueTable<Colours>.sectors[values[0][i + k]]][j]], places[i + k],
                              uint8_t(numbers[j][k]));
@@ -199,9 +205,20 @@ public:
     }
 
 private:
+    static constexpr int lanes = 4;
     int count = 0;
-    uint8_t values[3][most] = {};
-    ptrdiff_t places[most];
+    uint8_t values[3][most + lanes];
+    ptrdiff_t places[most + lanes];
+
+    // Repeats the last colour as often as vectors may ask for more.
+    void fill()
+    {
+        for (int i = count; i < count + lanes - 1; ++i) {
+            places[i] = places[count - 1];
+            for (uint8_t(&row)[most + lanes] : values)
+                row[i] = row[count - 1];
+        }
+    }
 };
 
 // ---- In whole numbers ---------------------------------------------------------------------------------------------
@@ -271,7 +288,7 @@ void hueBytesToRgb(const void* const* from, void* const* to, ptrdiff_t n, const 
 {
     constexpr int few = 6;
     constexpr ptrdiff_t strip = 256;
-    static_assert(strip / 32 * few + 4 <= OpenColours<Colours>::most);
+    static_assert(strip / 32 * few <= OpenColours<Colours>::most);
     auto row = [=](int k) { return static_cast<const uint8_t*>(from[k]); };
     const uint8_t* const rows[3] = {row(0), row(1), row(2)};
     OpenColours<Colours> openColours;
