@@ -226,7 +226,8 @@ struct ByteRow {
     {
         __m256i value = bytesAt(a, i);
         if constexpr (two) {
-            const __m256i other = bytesAt(b, i);
+            __m256i other = bytesAt(b, i);
+            asm("" : "+x"(value), "+x"(other));  // which the compiler would load twice
             value = _mm256_or_si256(_mm256_subs_epu8(value, other), _mm256_subs_epu8(other, value));
         }
         return masked ? _mm256_and_si256(value, lanes) : value;
