@@ -59,7 +59,7 @@ void printTable(const std::map<std::string, double>& times)
             double ratio = other->second * row.share / own->second;
             bool below = ratio < row.bound;
             behind += below;
-            printf(" %7.2f %6.2f%s", ratio, row.bound, below ? " below" : "");
+            printf(" %7.3g %6.3g%s", ratio, row.bound, below ? " below" : "");
         }
         printf("\n");
     }

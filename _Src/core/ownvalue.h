@@ -46,9 +46,17 @@ OWN_INLINE Word ownFirstOnTop(Word word)
         return __builtin_bswap64(word);
 }
 
-OWN_INLINE uint64_t ownFirstBelow(uint64_t word)
+template <class Word>
+OWN_INLINE Word ownFirstBelow(Word word)
 {
-    return ownIsBigEndian ? __builtin_bswap64(word) : word;
+    if constexpr (!ownIsBigEndian || sizeof(Word) == 1)
+        return word;
+    else if constexpr (sizeof(Word) == 2)
+        return __builtin_bswap16(word);
+    else if constexpr (sizeof(Word) == 4)
+        return __builtin_bswap32(word);
+    else
+        return __builtin_bswap64(word);
 }
 
 template <class T>

@@ -8,11 +8,16 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "orv.h"
-
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <windows.h>
+#else
 #include <sys/mman.h>
 #endif
+
+#include "orv.h"
 
 enum {
     replayPage = 4096,
@@ -70,7 +75,12 @@ static uint8_t* replayMap(size_t place, int32_t places)
 {
     size_t stride = place + replayPage, bytes = stride * (size_t)places + replayPage;
 #if defined(_WIN32)
-    return (uint8_t*)malloc(bytes);
+    uint8_t* memory = (uint8_t*)VirtualAlloc(NULL, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    if (!memory)
+        replayFail("no memory for the test");
+    DWORD before;
+    for (int32_t i = 0; i <= places; ++i)
+        VirtualProtect(memory + stride * (size_t)i, replayPage, PAGE_NOACCESS, &before);
 #else
     uint8_t* memory =
         (uint8_t*)mmap(NULL, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -78,8 +88,8 @@ static uint8_t* replayMap(size_t place, int32_t places)
         replayFail("no memory for the test");
     for (int32_t i = 0; i <= places; ++i)
         mprotect(memory + stride * (size_t)i, replayPage, PROT_NONE);
-    return memory;
 #endif
+    return memory;
 }
 
 static void replayReset(void)
@@ -295,7 +305,7 @@ static BITMAPINFOHEADER* replayBitmap(int32_t width, int32_t height, int32_t bit
     memcpy(block, &header, 40);
     for (size_t i = 40; i < 40 + table + bytes; ++i)
         block[i] = (uint8_t)replayNoise(&seed);
-    const uint32_t masks[3] = {0xF800, 0x07E0, 0x001F};
+    const uint8_t masks[12] = {0, 0xF8, 0, 0, 0xE0, 0x07, 0, 0, 0x1F, 0, 0, 0};
     if (compression == 3)
         memcpy(block + 40, masks, 12);
     return (BITMAPINFOHEADER*)(void*)block;

@@ -163,7 +163,7 @@ bool ends()
 // The slot is given back: no system has this many.
 bool reloads()
 {
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < 1200; ++i) {
         Library library;
         if (!library.handle || !library.isNewHere())
             return false;

@@ -5,17 +5,6 @@
 
 namespace OWN_ISA {
 
-// 32 mask bits from bit `position` of *bits on, the first one on top. Reads the bytes that hold them and no other.
-inline uint32_t maskHalfWord(const uint8_t* bits, ptrdiff_t position)
-{
-    const uint8_t* first = bits + (position >> 3);
-    int shift = int(position & 7);
-    uint32_t word;
-    __builtin_memcpy(&word, first, 4);
-    word = ownFirstOnTop(word);
-    return shift ? word << shift | uint32_t(first[4] >> (8 - shift)) : word;
-}
-
 struct WordBits {
     uint32_t bit[32];
 };

@@ -227,15 +227,14 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
     }
 }
 
-// 64 mask bits from bit `position` of *bits on, the first one on top. Reads the bytes that hold them and no other.
-inline uint64_t maskWord(const uint8_t* bits, ptrdiff_t position)
+// A word of mask bits from bit `position` of *bits on, the first one on top. Reads the bytes that hold them and no other.
+template <class Word = uint64_t>
+inline Word maskWord(const uint8_t* bits, ptrdiff_t position)
 {
     const uint8_t* first = bits + (position >> 3);
     int shift = int(position & 7);
-    uint64_t word;
-    __builtin_memcpy(&word, first, 8);
-    word = ownFirstOnTop(word);
-    return shift ? word << shift | uint64_t(first[8] >> (8 - shift)) : word;
+    Word word = ownFirstOnTop(ownLoad<Word>(first));
+    return shift ? word << shift | Word(first[sizeof(Word)] >> (8 - shift)) : word;
 }
 
 #if defined(__AVX2__)

@@ -55,7 +55,7 @@ inline uint32_t oneIfAbove(uint32_t a, uint16_t limit)
     return a > limit;
 }
 
-// Floats to nearest, ties to even.
+// Floats to nearest, ties to even; those beyond the range become the lowest value.
 inline Vector<int32_t> nearest(Vector<float> v)
 {
 #if defined(__AVX2__)
@@ -65,7 +65,7 @@ inline Vector<int32_t> nearest(Vector<float> v)
 #else
     Vector<int32_t> result;
     for (int i = 0; i < vectorBytes / 4; ++i)
-        result[i] = ownNearest(v[i]);
+        result[i] = v[i] >= -2147483648.0f && v[i] < 2147483648.0f ? ownNearest(v[i]) : INT32_MIN;
     return result;
 #endif
 }
@@ -418,7 +418,7 @@ struct Floats32 {
         if constexpr (__is_same(T, float)) {
             __builtin_memcpy(to, &v, sizeof v);
         } else {
-            // What is too large for a conversion becomes the lowest value, whose complement is the highest.
+            // What is too large has become the lowest value, whose complement is the highest.
             const Vector<int32_t> result = nearest(v) ^ (v >= 2147483648.0f);
             __builtin_memcpy(to, &result, sizeof result);
         }

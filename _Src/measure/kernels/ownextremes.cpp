@@ -47,7 +47,7 @@ void takeMasked(OwnExtremes& extremes, const OwnReadRows& rows)
         ptrdiff_t i = 0;
         for (; i <= rows.n - lanes; i += lanes) {
             float block[lanes];
-            keepWords<lanes>(row + i * 4, other, block, maskHalfWord(bits, rows.bit + i));
+            keepWords<lanes>(row + i * 4, other, block, maskWord<uint32_t>(bits, rows.bit + i));
             for (ptrdiff_t k = 0; k < lanes; ++k)
                 all.take(block[k], k);
         }

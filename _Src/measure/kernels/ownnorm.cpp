@@ -212,7 +212,7 @@ inline __m256i lanesAt(const uint8_t* bits, ptrdiff_t position)
     const __m256i spread = _mm256_setr_epi8(3, 3, 3, 3, 3, 3, 3, 3, 2, 2, 2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1, 0,
                                             0, 0, 0, 0, 0, 0, 0);
     const __m256i wanted = _mm256_set1_epi64x(0x0102040810204080);
-    const __m256i word = _mm256_set1_epi32(int32_t(maskHalfWord(bits, position)));
+    const __m256i word = _mm256_set1_epi32(int32_t(maskWord<uint32_t>(bits, position)));
     return _mm256_cmpeq_epi8(_mm256_and_si256(_mm256_shuffle_epi8(word, spread), wanted), wanted);
 }
 
