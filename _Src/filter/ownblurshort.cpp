@@ -4,6 +4,7 @@
 
 #include "../core/ownlines.h"
 #include "kernels/ownblurbytes.h"
+#include "ownfixed.h"
 
 namespace {
 
@@ -37,6 +38,15 @@ bool goesFlipped(const OwnBlurWindow& window, int32_t step)
 bool goesByColumns(const OwnBlurWindow& window, uint32_t depth)
 {
     return window.nCols <= mostAfresh && sumsAreShort(window, depth);
+}
+
+// The kernel of a small square, if there is one for these images.
+OwnFixedKernel squareKernel(const OwnBlurWindow& window, const OrvImage& src, const OrvImage& dst)
+{
+    const OwnBlurByteKernels& kernels = ownBlurByteKernels();
+    const bool fits = src.depth == ORV_DEPTH_8U && window.nCols == window.nRows && ownLineStep(src, dst) == 1 &&
+                      ownRoiRect(src).width >= OWN_SQUARE_LEAST;
+    return !fits ? nullptr : window.nCols == 3 ? kernels.means3 : window.nCols == 5 ? kernels.means5 : nullptr;
 }
 
 // The least sum of bits whose mean is a half or more.
@@ -159,5 +169,7 @@ bool ownBlurIsShort(const OwnBlurWindow& window, const OrvImage& src, const OrvI
 
 bool ownBlurShort(const OwnBlurWindow& window, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
+    if (OwnFixedKernel kernel = squareKernel(window, src, dst))
+        return ownFilterBands(kernel, window.reach(), src, dst, mask);
     return Pass(window, src, dst, mask).run();
 }
