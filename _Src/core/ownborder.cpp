@@ -481,7 +481,7 @@ bool OwnBorderedImage::fetch(OrvImage* image, const OwnRect& rect, const OwnReac
     int64_t height = int64_t{rect.height} + reach.top + reach.bottom;
     int64_t x = int64_t{rect.x} - reach.left;
     int64_t y = int64_t{rect.y} - reach.top;
-    if (width > INT32_MAX || height > INT32_MAX || x < INT32_MIN || y < INT32_MIN)
+    if (width > INT32_MAX || height > INT32_MAX)
         return false;
     int32_t step;
     orvFree(block.data);

@@ -342,10 +342,10 @@ bool findMask(const OrvImage& src, const OrvImage& dst, OwnSize size, OwnTempIma
         return true;
     bool isMade = ownMakeMask(*first, size, made);
     if (isMade) {
-        const int32_t kept = second->dataOrder;
-        second->dataOrder = first->dataOrder;
-        isMade = ownAndInto(first, second, made.image);
-        second->dataOrder = kept;
+        // A copy, since another thread may use the mask with an image of its own.
+        OrvImage ordered = *second;
+        ordered.dataOrder = first->dataOrder;
+        isMade = ownAndInto(first, &ordered, made.image);
     }
     mask = made.image;
     return !report().when(!isMade, ORV_STATUS_BACKTRACE, "while mask creating");
