@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "core/ownborder.h"
 #include "model.h"
@@ -99,6 +100,46 @@ TEST(Border, SurroundsARectangle)
     EXPECT_TRUE(memcmp(&bordered.work.roi, &region, sizeof region) == 0);
     EXPECT_EQ(image.imageData[4 * image.widthStep + 3 * 3 + 1], picture.raw(1, 2, 1));
     EXPECT_FALSE(bordered.fetch(picture, {1, 5, 2, 4, 4, 2}, {INT32_MAX, 0, 0, 0}));
+}
+
+// Of an image as tall as there can be only the last rows exist, which is all that these filters read.
+TEST(Border, LiesBelowTheTallestImageToo)
+{
+    if (sizeof(void*) < 8)
+        GTEST_SKIP() << "no image is as tall";
+    const int32_t values[] = {3, 1, 4, 1, 5, 9, 2};
+    OrvConvKernel *turned = orvCreateConvKernel(1, 7, 0, 6, values, 3),
+                  *kernel = orvCreateConvKernel(1, 7, 0, 0, values, 4);
+    for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_16U, ORV_DEPTH_32S}) {
+        Picture templ({.depth = depth, .height = 7});
+        const std::function<void(OrvImage*, OrvImage*)> filters[] = {
+            [](OrvImage* src, OrvImage* dst) { orvBlur(src, dst, 1, 7, 0, 0); },
+            [](OrvImage* src, OrvImage* dst) { orvBlur(src, dst, 2, 150, 0, 0); },
+            [](OrvImage* src, OrvImage* dst) { orvMedianFilter(src, dst, 1, 7, 0, 0); },
+            [](OrvImage* src, OrvImage* dst) { orvFixedFilter(src, dst, ORV_FIXED_GAUSS5); },
+            [&](OrvImage* src, OrvImage* dst) { orvConvolve2D(src, dst, &turned, 1, ORV_COMBINE_SUM); },
+            [&](OrvImage* src, OrvImage* dst) { orvConvolveSep2D(src, dst, nullptr, kernel); },
+            [&](OrvImage* src, OrvImage* dst) { orvNormCrossCorr(templ, src, dst); },
+        };
+        for (const auto& filter : filters) {
+            const PictureSpec spec = {.depth = depth, .height = 20, .roi = OrvROI{0, 0, 15, 1, 5}};
+            Picture src(spec), low(spec), high(spec);
+            orvSetBorderMode(src, ORV_BORDER_CONSTANT, ORV_SIDE_BOTTOM, 77);
+            filter(src, low);
+            for (Picture* picture : {&src, &high}) {
+                OrvImage& image = picture->image;
+                const int32_t more = INT32_MAX - image.height;
+                image.imageData = reinterpret_cast<uint8_t*>(uintptr_t(image.imageData) -
+                                                             uintptr_t(more) * uintptr_t(image.widthStep));
+                image.height += more;
+                image.roi->yOffset += more;
+            }
+            filter(src, high);
+            EXPECT_EQ(high.values(), low.values()) << depth << ", filter " << &filter - filters;
+        }
+    }
+    orvDeleteConvKernel(turned);
+    orvDeleteConvKernel(kernel);
 }
 
 TEST(Border, OpensTheTilesOfOneRowAtATime)

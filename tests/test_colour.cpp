@@ -402,6 +402,32 @@ TEST(Colour, IsItsFormulaInEveryLayout)
             }
 }
 
+// The planes of the result may be those of the source, also where some colours are computed once more.
+TEST(Colour, OfPlanesInPlaceIsThatOfTwoImages)
+{
+    for (const Conversion& conversion : conversions)
+        for (uint32_t depth : conversion.depths) {
+            if (conversion.fromOrder == pixels || conversion.toOrder == pixels)
+                continue;
+            auto image = [=](const char* model) {
+                return PictureSpec{.depth = depth,
+                                   .channels = 3,
+                                   .order = planes,
+                                   .width = 1024,
+                                   .height = 32,
+                                   .colorModel = model,
+                                   .channelSeq = model};
+            };
+            Picture src(image(conversion.from)), dst(image(conversion.to));
+            conversion.call(src, dst);
+            OrvImage result = *static_cast<OrvImage*>(dst);
+            result.imageData = src->imageData;
+            conversion.call(src, &result);
+            EXPECT_EQ(memcmp(src->imageData, dst->imageData, size_t(dst->imageSize)), 0)
+                << conversion.name << ' ' << depthName(depth);
+        }
+}
+
 // Hues and the table of YCC at all colours, the others at a part of them.
 TEST(Colour, IsItsFormulaAtEveryColour)
 {

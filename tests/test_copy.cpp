@@ -397,6 +397,27 @@ TEST(Exchange, ShowsTheCellAsTheRegion)
     EXPECT_EQ(src->roi, &src.roi);
 }
 
+// Bits may be exchanged under one of the two images, whose bits count as they were.
+TEST(Exchange, TakesOneOfTheImagesForTheMask)
+{
+    for (bool isDestination : {false, true}) {
+        PictureSpec spec = {.depth = ORV_DEPTH_1U, .width = 90, .height = 3, .roi = OrvROI{0, 5, 0, 80, 3}};
+        Picture src(spec);
+        spec.seed = 2;
+        spec.roi->xOffset = 2;
+        Picture dst(spec), srcBefore(src.layout()), dstBefore(spec);
+        (isDestination ? src : dst)->maskROI = isDestination ? dst : src;
+        orvExchange(src, dst);
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 80; ++x) {
+                uint32_t a = srcBefore.raw(x + 5, y), b = dstBefore.raw(x + 2, y);
+                bool swaps = isDestination ? b : a;
+                ASSERT_EQ(src.raw(x + 5, y), swaps ? b : a) << x;
+                ASSERT_EQ(dst.raw(x + 2, y), swaps ? a : b) << x;
+            }
+    }
+}
+
 #if defined(__linux__)
 
 namespace {

@@ -208,6 +208,10 @@ TEST(Dct, ChecksInOrder)
         expectFaultsInOrder({spec, spec}, call,
                             {fault(-5, clash, [&](OrvImage* const* images) { clashes[i](images[0], images[1]); })});
     }
+    // The size of the destination's region does not count.
+    Picture src(spec), dst(spec);
+    dst->roi->width = 0, dst->roi->height = INT32_MIN;
+    EXPECT_EQ(reportsOf([&] { orvDCT2D(src, dst, ORV_DCT_FORWARD); }), "");
 }
 
 TEST(Dct, Arguments)

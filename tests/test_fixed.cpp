@@ -150,6 +150,14 @@ TEST(Fixed, ChecksInTheirOrder)
         });
     Picture src(spec), dst(spec);
     EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, dst, -1), -5); }), "-5 orvFixedFilter Unknow filter.\n");
+    {  // What is returned does not depend on what the handler leaves stored.
+        Reports reports;
+        orvRedirectError([](int32_t, const char*, const char*, const char*, int32_t) {
+            orvSetErrStatus(ORV_STATUS_OK);
+            return 0;
+        });
+        EXPECT_EQ(orvFixedFilter(nullptr, dst, 0), ORV_STATUS_NULL_IMAGE);
+    }
     EXPECT_EQ(reportsOf([&] { EXPECT_EQ(orvFixedFilter(src, src, 11), -5); }),
               "-5 orvFixedFilter (srcImage==dstImage)\n");
     OrvROI first = {1, 0, 0, 9, 9};

@@ -176,6 +176,24 @@ TEST(Contrast, TakesTheTableOfTheChannel)
     }
 }
 
+// Where both images have a mask, the mask of one of these counts too.
+TEST(Contrast, MasksOfTwoMasksHold)
+{
+    PictureSpec bits = {.depth = ORV_DEPTH_1U, .width = 8, .height = 2};
+    Picture src({.width = 8, .height = 2}), dst({.width = 8, .height = 2}), first(bits), second(bits), inner(bits);
+    for (Picture* all : {&first, &second})
+        all->fill([](int, int, int) { return 1; });
+    inner.fill([](int x, int, int) { return x % 2; });
+    dst.fill([](int, int, int) { return 0; });
+    src->maskROI = first;
+    dst->maskROI = second;
+    second->maskROI = inner;
+    Table table({0, 256}, {7});
+    orvContrastStretch(src, dst, table.all.data());
+    for (int x = 0; x < 8; ++x)
+        EXPECT_EQ(dst.get(x, 1), x % 2 * 7) << x;
+}
+
 TEST(Contrast, ChecksInOrder)
 {
     using Call = void(ORV_CALL*)(OrvImage * src, OrvImage * dst, OrvLUT * *lut);

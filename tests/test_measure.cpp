@@ -160,6 +160,40 @@ TEST(Norm, ChecksInOrder)
               "-5 orvNorm Zero divided\n");
 }
 
+// A handler that clears the status lets the work go on, though not to memory of another shape, nor without a norm.
+TEST(Norm, GoesOnWhereAHandlerClearsTheStatus)
+{
+    static std::vector<std::string> told;
+    const PictureSpec one = {.width = 9, .height = 5},
+                      planes = {.channels = 3, .alpha = 3, .order = ORV_DATA_ORDER_PLANE, .width = 9, .height = 5},
+                      third = {.channels = 3, .width = 9, .height = 5, .roi = OrvROI{3, 0, 0, 9, 5}};
+    auto norm = [](const PictureSpec& a, const PictureSpec& b, int32_t type, bool alone = false) {
+        Picture first(a), second(b);
+        first.fill([](int, int, int) { return 9; });
+        second.fill([](int, int, int) { return 2; });
+        Reports reports;
+        told.clear();
+        orvRedirectError([](int32_t status, const char*, const char* text, const char*, int32_t) {
+            told.push_back(std::to_string(status) + ' ' + text);
+            orvSetErrStatus(ORV_STATUS_OK);
+            return 0;
+        });
+        return orvNorm(first, alone ? nullptr : static_cast<OrvImage*>(second), type);
+    };
+    using Lines = std::vector<std::string>;
+    const PictureSpec two = {.channels = 2, .width = 9, .height = 5};
+    EXPECT_EQ(norm(two, planes, ORV_NORM_L1), 7 * 2 * 45);
+    EXPECT_EQ(told, (Lines{"-19 DataOrder_A!=DataOrder_B", "-15 "}));
+    EXPECT_EQ(norm(third, one, ORV_NORM_L1), 7 * 45);
+    EXPECT_EQ(told.size(), 2u);
+    EXPECT_EQ(norm(one, two, ORV_NORM_L1), 0);
+    EXPECT_EQ(told, (Lines{"-15 ", "-24 nChannelsA != nChannelsB"}));
+    EXPECT_EQ(norm(one, one, 8), 0);
+    EXPECT_EQ(told, (Lines{"-5 Unknown normType", "-2  "}));
+    EXPECT_EQ(norm(one, one, ORV_NORM_RELATIVE_C, true), 0);
+    EXPECT_EQ(told, (Lines{"-5 normType is impossible, no second image", "-2  "}));
+}
+
 TEST(MinMax, FindsWhatComparesInEveryLayout)
 {
     Random random(4);
@@ -331,6 +365,9 @@ TEST(Moments, AreThoseAboutTheCentre)
             EXPECT_EQ(orvGetNormalizedSpatialMoment(&state, m, n), orvGetSpatialMoment(&state, m, n) / scale);
             EXPECT_EQ(orvNormalizedSpatialMoment(picture, m, n), orvGetSpatialMoment(&state, m, n) / scale);
         }
+    // A single channel is taken, be it an alpha channel.
+    picture->alphaChannel = 1;
+    EXPECT_EQ(orvSpatialMoment(picture, 0, 0), mass);
     Picture black({.width = 8, .height = 4});
     black.fill([](int, int, int) { return 0; });
     EXPECT_EQ(orvCentralMoment(black, 2, 0), 0);

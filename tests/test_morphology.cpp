@@ -161,7 +161,13 @@ TEST(Morphology, ChecksInTheirOrder)
                   std::string("-5 ") + one.name + " SRC and DST number of channels are different\n");
         src->roi = dst->roi = nullptr;
         Picture other(spec);
+        // Tiles of the largest image that do not come.
+        Picture largest({.width = 8, .height = 8, .tileWidth = 8, .tileHeight = 8});
+        largest->width = largest->height = INT32_MAX;
+        largest.log().refuse = 1;
         EXPECT_EQ(reportsOf([&] {
+                      one.function(largest, largest, 1);
+                      EXPECT_EQ(orvGetErrStatus(), ORV_STATUS_NO_MEMORY);
                       one.function(src, other, INT32_MAX);
                       EXPECT_EQ(orvGetErrStatus(), ORV_STATUS_NO_MEMORY);
                       one.function(src, other, 1);

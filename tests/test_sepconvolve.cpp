@@ -146,6 +146,8 @@ TEST(SepConvolve, IsTheSumOfTheWholeWindowInEveryLayout)
         SCOPED_TRACE(testing::Message() << round << ": " << textOf(row) << textOf(column) << layout.text());
         expectConvolved(scene, row, column);
     }
+    const PictureSpec onlyAlpha = {.depth = ORV_DEPTH_1U, .alpha = 1, .width = 30, .height = 9};
+    expectConvolved(Scene({{{onlyAlpha, 0, {}, 0}, {onlyAlpha, 1, {}, 1}}}), smooth, smooth);
 }
 
 // Sums of columns at both ends of what fits 16 bits, and just beyond.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <numbers>
+#include <utility>
 
 #include "checks.h"
 #include "model.h"
@@ -513,6 +514,38 @@ TEST(Warp, OfLongRows)
         }
 }
 
+namespace {
+
+uint8_t onlyTile[8][32];
+
+int32_t ORV_CALL provideOnlyTile(OrvImage* image, int32_t, int32_t, int32_t)
+{
+    image->tileInfo->tileData = onlyTile[0];
+    return 0;
+}
+
+}  // namespace
+
+// The last rows of the highest image there is.
+TEST(Warp, EndsWithTheLastRow)
+{
+    constexpr int32_t rows = 3, first = INT32_MAX - rows;
+    Picture src({.width = 8, .height = 8});
+    OrvTileInfo tiles = {provideOnlyTile, nullptr, nullptr, 8, 8};
+    OrvROI roi = {0, 0, first, 8, rows};
+    OrvImage dst = *src.operator->();
+    dst.imageData = nullptr;
+    dst.tileInfo = &tiles;
+    dst.roi = &roi;
+    dst.align = 32;
+    dst.height = INT32_MAX;
+    double coeffs[2][3] = {{1, 0, 0}, {0, 1, first}};
+    orvWarpAffine(src, &dst, coeffs, ORV_INTER_LINEAR);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < 8; ++x)
+            EXPECT_EQ(onlyTile[first % 8 + y][x], src.get(x, y)) << x << ' ' << y;
+}
+
 TEST(Warp, ChecksInTheirOrder)
 {
     const PictureSpec spec = {.channels = 3, .width = 9, .height = 9};
@@ -661,6 +694,21 @@ TEST(Warp, OpensTiles)
               "S read 0 0\nS release 0 0\nS read 0 1\nS release 0 1\nD write 1 0\nD release 1 0\n"
               "S read 0 0\nS release 0 0\nS read 0 1\nS release 0 1\nD write 0 1\nD release 0 1\n"
               "S read 0 0\nS release 0 0\nS read 0 1\nS release 0 1\nD write 1 1\nD release 1 1\n");
+    // However large the destination is, only the tiles near a parallelogram are looked at.
+    OrvROI region = {0, 0, 4, 16, 12};
+    OrvROI* const roi = std::exchange(dst->roi, &region);
+    auto shear = [&] {
+        log.calls.clear();
+        const std::string told = reportsOf([&] { orvShear(src, dst, 0.2, -0.5, -6, -5, ORV_INTER_LINEAR); });
+        return log.text() + told;
+    };
+    const std::string small = shear();
+    EXPECT_TRUE(small.ends_with("D write 0 1\nD release 0 1\n")) << small;
+    dst->width = dst->height = INT32_MAX;
+    region = {0, 0, 4, INT32_MAX, INT32_MAX - 4};
+    EXPECT_EQ(shear(), small);
+    dst->width = dst->height = 16;
+    dst->roi = roi;
 }
 
 TEST(Warp, LosesNothingWhereMemoryOrATileIsRefused)

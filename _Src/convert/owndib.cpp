@@ -40,6 +40,16 @@ bool ownBitmapBytesFit(const OwnBitmapHeader& header)
 
 // ---- Palettes -----------------------------------------------------------------------------------------------------
 
+namespace {
+
+// What stands behind a header has the order of bytes that files have, on every machine.
+uint32_t tableWord(const OwnBitmap& bitmap, uint32_t index)
+{
+    return ownFirstBelow(ownLoad<uint32_t>(bitmap.table, ptrdiff_t(index)));
+}
+
+}  // namespace
+
 uint32_t ownPaletteSize(const OwnBitmapHeader& header)
 {
     switch (header.biBitCount) {
@@ -54,12 +64,12 @@ uint32_t ownPaletteSize(const OwnBitmapHeader& header)
 
 uint32_t ownPaletteEntry(const OwnBitmap& bitmap, uint32_t index)
 {
-    return ownLoad<uint32_t>(bitmap.table, ptrdiff_t(index)) & 0xFFFFFF;
+    return tableWord(bitmap, index) & 0xFFFFFF;
 }
 
 void ownSetPaletteEntry(const OwnBitmap& bitmap, uint32_t index, uint32_t colour)
 {
-    ownStore(bitmap.table, ptrdiff_t(index), colour);
+    ownStore(bitmap.table, ptrdiff_t(index), ownFirstBelow(colour));
 }
 
 bool ownPaletteIsRamp(const OwnBitmap& bitmap)
@@ -152,9 +162,9 @@ OwnDibMasks masksOf(const OwnBitmap& bitmap)
     bool wide = bitmap.header.biBitCount == 32;
     uint32_t red = wide ? 0xFF0000 : 0x7C00, green = wide ? 0x00FF00 : 0x03E0, blue = wide ? 0x0000FF : 0x001F;
     if (bitmap.header.biCompression == BI_BITFIELDS) {
-        red = ownLoad<uint32_t>(bitmap.table, 0);
-        green = ownLoad<uint32_t>(bitmap.table, 1);
-        blue = ownLoad<uint32_t>(bitmap.table, 2);
+        red = tableWord(bitmap, 0);
+        green = tableWord(bitmap, 1);
+        blue = tableWord(bitmap, 2);
     }
     OwnDibMasks masks = {};
     setMask(masks, 0, blue);

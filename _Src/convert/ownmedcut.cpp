@@ -7,6 +7,7 @@
 
 #include "../core/ownregion.h"
 #include "../core/ownscratch.h"
+#include "../core/ownvalue.h"
 #include "owndib.h"
 
 namespace {
@@ -36,7 +37,7 @@ void forRows(const OrvImage& image, Visit visit)
     ptrdiff_t step = bytes * (planes ? 1 : image.nChannels);
     ptrdiff_t channelStep = planes ? ptrdiff_t(image.height) * image.widthStep : bytes;
     for (int32_t y = 0; y < image.height; ++y)
-        visit(image.imageData + ptrdiff_t(y) * image.widthStep + (bytes - 1), channelStep, step);
+        visit(image.imageData + ptrdiff_t(y) * image.widthStep + (ownIsBigEndian ? 0 : bytes - 1), channelStep, step);
 }
 
 void countGreys(const OrvImage& image, uint32_t* counts)

@@ -205,7 +205,7 @@ int32_t samePixels(const uint8_t* p, int period, int32_t n)
 {
     int32_t i = 0;
     for (; i + 8 <= n; i += 8) {
-        uint64_t difference = ownLoad<uint64_t>(p + i) ^ ownLoad<uint64_t>(p + i + period);
+        uint64_t difference = ownFirstBelow(ownLoad<uint64_t>(p + i) ^ ownLoad<uint64_t>(p + i + period));
         if (difference)
             return i + (__builtin_ctzll(difference) >> 3);
     }

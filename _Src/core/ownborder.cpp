@@ -396,7 +396,7 @@ uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, i
     return block.release();
 }
 
-bool ownBorderedRow(OrvImage* image, int32_t channel, int32_t x, int32_t y, int32_t n, void* values)
+bool ownBorderedRow(OrvImage* image, int32_t channel, int64_t x, int64_t y, int32_t n, void* values)
 {
     if (n < 1)
         return true;

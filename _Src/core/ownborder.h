@@ -24,7 +24,7 @@ uint8_t* ownBorderedRect(OrvImage* image, int32_t x, int32_t y, int32_t width, i
 // Copies n values of one channel, counted from 0, from (x, y) on; bits are packed from the top bit of *values on, and those
 // after the last are 0. With channel -1 copies n pixels of an image in pixel order. False if there is no memory or a tile
 // does not come.
-bool ownBorderedRow(OrvImage* image, int32_t channel, int32_t x, int32_t y, int32_t n, void* values);
+bool ownBorderedRow(OrvImage* image, int32_t channel, int64_t x, int64_t y, int32_t n, void* values);
 
 // Reads what lies beyond both ends of rows of an image in plain memory, of many rows at little cost each: where every value
 // comes from is worked out once.

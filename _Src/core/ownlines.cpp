@@ -108,7 +108,7 @@ const void* OwnLines::source(int64_t y, int64_t slot)
         return sourceStart + ptrdiff_t(y) * src.rowStep - ptrdiff_t(reach.left) * src.pixelStep * srcBytes;
     uint8_t* line = sourceRows.data + slot * sourceBytes + lead;
     if (beyond)
-        copyRowBeyond(int32_t(row), line);
+        copyRowBeyond(row, line);
     else
         copyRow(y, line);
     repeatFrame(line);
@@ -179,7 +179,7 @@ void OwnLines::copyRow(int64_t y, uint8_t* line) const
 }
 
 // A row above or below the image: these are few.
-void OwnLines::copyRowBeyond(int32_t y, uint8_t* line)
+void OwnLines::copyRowBeyond(int64_t y, uint8_t* line)
 {
     int32_t pixels = src.width + reach.left + reach.right;
     ownBorderedRow(&image, channel, region.x - reach.left, y, pixels, srcBytes ? line : bits.data);

@@ -69,7 +69,7 @@ public:
 private:
     bool usesSlots() const { return gathers || readsBeyondRows; }
     void copyRow(int64_t y, uint8_t* line) const;
-    void copyRowBeyond(int32_t y, uint8_t* line);
+    void copyRowBeyond(int64_t y, uint8_t* line);
     void copyRows(int64_t y, int64_t n, uint8_t* lines) const;
     void repeatFrame(uint8_t* line) const;
 

@@ -456,6 +456,9 @@ void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count,
 
 void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask)
 {
+    // The mask may be one of the images. That one must be written last, as `a` is.
+    if (mask && mask->start == b.start && mask->start != a.start)
+        return ownSwapPixels(depth, b, a, mask);
     const OwnGeometry images[2] = {a, b};
     OwnSize size = smallestSize(images, 2, mask);
     if (size.width <= 0 || size.height <= 0 || a.channels <= 0)

@@ -56,5 +56,5 @@ struct OwnTestOp {
 // channels of the sources.
 void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
 
-// Swaps the pixels of two images of one depth under a mask, which may be NULL.
+// Swaps the pixels of two images of one depth under a mask, which may be NULL or one of them.
 void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask);

@@ -46,9 +46,17 @@ OWN_INLINE Word ownFirstOnTop(Word word)
         return __builtin_bswap64(word);
 }
 
-OWN_INLINE uint64_t ownFirstBelow(uint64_t word)
+template <class Word>
+OWN_INLINE Word ownFirstBelow(Word word)
 {
-    return ownIsBigEndian ? __builtin_bswap64(word) : word;
+    if constexpr (!ownIsBigEndian || sizeof(Word) == 1)
+        return word;
+    else if constexpr (sizeof(Word) == 2)
+        return __builtin_bswap16(word);
+    else if constexpr (sizeof(Word) == 4)
+        return __builtin_bswap32(word);
+    else
+        return __builtin_bswap64(word);
 }
 
 template <class T>
@@ -82,7 +90,7 @@ OWN_INLINE Real ownCut(Real value)
 {
     constexpr bool exact = sizeof(Real) == 8 || sizeof(T) < 4;
     constexpr Real lowest = Real(OwnRange<T>::lowest), highest = exact ? Real(OwnRange<T>::highest) : Real(2147483520);
-    value = value == value ? value : Real(0);
+    value = value == value ? value : Real(0);  // NOLINT(misc-redundant-expression): NaN is not
     value = value < lowest ? lowest : value;
     return value > highest ? highest : value;
 }

@@ -58,7 +58,7 @@ bool convolve(OrvImage* src, OrvImage* dst, const Kernel* xKernel, const Kernel*
     OwnMask mask;
     OrvImage* second = src->maskROI == dst->maskROI ? nullptr : dst->maskROI;
     OwnMaskResult combined = ownCombineMasks(src->maskROI, second, nullptr, mask);
-    if (combined == OwnMaskResult::empty)
+    if (combined == OwnMaskResult::empty || !ownHasChannels(*src))
         return true;
     if (combined == OwnMaskResult::noMemory)
         return false;
@@ -92,9 +92,10 @@ int32_t checkAndConvolve(const OwnReport& report, OrvImage* src, OrvImage* dst, 
         return ORV_STATUS_BAD_ARG;
     if (!convolve(src, dst, xKernel, yKernel))
         orvSetErrStatus(ORV_STATUS_NO_MEMORY);
-    // A tile provider may have stored a status, too.
-    report.when(orvGetErrStatus() < 0, ORV_STATUS_BACKTRACE, "Not enough memory");
-    return orvGetErrStatus();
+    // A tile provider may have stored a status, too; a report handler may clear it.
+    const int32_t status = orvGetErrStatus();
+    report.when(status < 0, ORV_STATUS_BACKTRACE, "Not enough memory");
+    return status;
 }
 
 }  // namespace

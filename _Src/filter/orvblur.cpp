@@ -47,7 +47,7 @@ void blurPass(OwnLines& lines, const OwnBlurWindow& window, const OwnBlurKernel&
     for (int32_t y = 0; y < lines.height(); y += band.rows) {
         band.rows = ownMin(ownBlurRows, lines.height() - y);
         for (int i = 0; i < band.rows; ++i) {
-            int32_t first = y + i - window.anchorY;
+            const int64_t first = int64_t{y} + i - window.anchorY;
             band.enter[i] = lines.source(first + window.nRows - 1, i);
             band.leave[i] = y + i > 0 ? lines.source(first - 1, ownBlurRows + i) : nullptr;
             band.result[i] = lines.target(y + i, i);

@@ -50,7 +50,15 @@ bool goodChannels(const OwnReport& report, const OrvImage* src, const OrvImage* 
     return orvGetErrStatus() >= 0;
 }
 
-// These answer what orvFixedFilter returns for a fault, which is not always what is reported; 0 for none.
+// These answer what orvFixedFilter returns for a fault, 0 for none: it is not always what is reported, and does not depend on
+// what a report handler leaves stored.
+int32_t faultOfImage(const OwnReport& report, OrvImage* image)
+{
+    const int32_t fault = orvCheckImageHeader(image);
+    report.when(fault != ORV_STATUS_OK, fault, "Incorrect Image");
+    return fault;
+}
+
 int32_t faultOfPair(const OwnReport& report, const OrvImage* src, const OrvImage* dst)
 {
     if (report.when(src == dst, ORV_STATUS_BAD_ARG, "(srcImage==dstImage)"))
@@ -259,8 +267,10 @@ void ORV_CALL orvColorMedianFilter(OrvImage* srcImage, OrvImage* dstImage, int32
 int32_t ORV_CALL orvFixedFilter(OrvImage* srcImage, OrvImage* dstImage, int32_t filter)
 {
     constexpr OwnReport report{"orvFixedFilter", source};
-    if (!report.goodImage(srcImage) || !report.goodImage(dstImage))
-        return orvGetErrStatus();
+    if (int32_t fault = faultOfImage(report, srcImage))
+        return fault;
+    if (int32_t fault = faultOfImage(report, dstImage))
+        return fault;
     if (int32_t fault = faultOfPair(report, srcImage, dstImage))
         return fault;
     if (int32_t fault = faultOfLayouts(report, srcImage, dstImage))

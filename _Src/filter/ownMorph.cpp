@@ -119,8 +119,8 @@ bool run(OrvImage* src, OrvImage* dst, int32_t iterations, Kind kind)
     if (!ringIsPossible(*src, task.region.width, iterations))
         return false;
     // Elements that pass the frame on both sides, wherever their middle lies, are all the same.
-    task.columns = ownMin(iterations, task.region.width + 1);
-    task.rows = ownMin(iterations, task.region.height + 1);
+    task.columns = ownMin(iterations - 1, task.region.width) + 1;
+    task.rows = ownMin(iterations - 1, task.region.height) + 1;
     return ownRunNeighbours({.src = src,
                              .dst = dst,
                              .mask = mask.image,

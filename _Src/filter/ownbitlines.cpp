@@ -112,7 +112,7 @@ void OwnBitLines::sources(int64_t y, int64_t n, int64_t slot, const void** rows)
         const int64_t row = region.y + framed;
         count = 1;
         if (row < 0 || row >= image.height) {
-            copyBeyond(int32_t(row), line);
+            copyBeyond(row, line);
             continue;
         }
         // Rows of the image that follow one another are copied at once.
@@ -129,9 +129,13 @@ void OwnBitLines::sources(int64_t y, int64_t n, int64_t slot, const void** rows)
 }
 
 // A row above or below the image: these are few.
-void OwnBitLines::copyBeyond(int32_t y, uint8_t* line)
+void OwnBitLines::copyBeyond(int64_t y, uint8_t* line)
 {
-    ownBorderedRow(&image, 0, region.x - reach.left, y, int32_t(pixels), beyond.data);
+    // The pixels of the widest rows are more than can be read at once.
+    constexpr int32_t most = 1 << 30;
+    for (int64_t done = 0; done < pixels; done += most)
+        ownBorderedRow(&image, 0, int64_t{region.x} - reach.left + done, y,
+                       pixels - done < most ? int32_t(pixels - done) : most, beyond.data + done / 8);
     line[start >> 3] = line[(start + pixels - 1) >> 3] = 0;
     ownCopyBits(beyond.data, 0, line, start, pixels);
     if (int64_t far = int64_t{reach.left} - frame.left; far > 0)

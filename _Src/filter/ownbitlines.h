@@ -40,7 +40,7 @@ public:
 
 private:
     void findEnds();
-    void copyBeyond(int32_t y, uint8_t* line);
+    void copyBeyond(int64_t y, uint8_t* line);
 
     OrvImage image;  // the source
     OwnRect region;

@@ -4,6 +4,7 @@
 
 #include "../core/ownlines.h"
 #include "kernels/ownblurbytes.h"
+#include "ownfixed.h"
 
 namespace {
 
@@ -37,6 +38,15 @@ bool goesFlipped(const OwnBlurWindow& window, int32_t step)
 bool goesByColumns(const OwnBlurWindow& window, uint32_t depth)
 {
     return window.nCols <= mostAfresh && sumsAreShort(window, depth);
+}
+
+// The kernel of a small square, if there is one for these images.
+OwnFixedKernel squareKernel(const OwnBlurWindow& window, const OrvImage& src, const OrvImage& dst)
+{
+    const OwnBlurByteKernels& kernels = ownBlurByteKernels();
+    const bool fits = src.depth == ORV_DEPTH_8U && window.nCols == window.nRows && ownLineStep(src, dst) == 1 &&
+                      ownRoiRect(src).width >= OWN_SQUARE_LEAST;
+    return !fits ? nullptr : window.nCols == 3 ? kernels.means3 : window.nCols == 5 ? kernels.means5 : nullptr;
 }
 
 // The least sum of bits whose mean is a half or more.
@@ -113,10 +123,13 @@ private:
     OwnBlurFinish finish;
     OwnBlurFinishKind kind;
 
+    // The last row of the windows of row y, counted from the first row of those that are filled first.
+    int64_t windowEnd(int32_t y) const { return int64_t{y} + window.nRows - 1; }
+
     // The row that enters the windows of row y.
     const uint8_t* entering(int32_t y, int slot)
     {
-        auto* row = static_cast<const uint8_t*>(lines.source(y - window.anchorY + window.nRows - 1, slot));
+        auto* row = static_cast<const uint8_t*>(lines.source(int64_t{y} - window.anchorY + window.nRows - 1, slot));
         if (!isSigned)
             return row;
         kernels.flip(row, flipped.data, columnValues);
@@ -125,14 +138,14 @@ private:
 
     void sumRows(int32_t y, uint8_t* result)
     {
-        uint16_t* leaving = sums.data + (y + window.nRows - 1) % window.nRows * step;
+        uint16_t* leaving = sums.data + ptrdiff_t(windowEnd(y) % window.nRows) * step;
         auto* kernel = isWide ? kernels.byRowsWide : kernels.byRows[kind];
         kernel({entering(y, 0), leaving, totals.data, scratch.data, values, window.nCols, finish, result});
     }
 
     void sumColumns(int32_t y, uint8_t* result)
     {
-        const int32_t index = y + window.nRows - 1;
+        const int64_t index = windowEnd(y);
         const int slot = int(index % (window.nRows + 1));
         rows[slot] = entering(y, slot);
         const uint8_t* leaving = index < window.nRows ? nullptr : rows[slot == window.nRows ? 0 : slot + 1];
@@ -156,5 +169,7 @@ bool ownBlurIsShort(const OwnBlurWindow& window, const OrvImage& src, const OrvI
 
 bool ownBlurShort(const OwnBlurWindow& window, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
+    if (OwnFixedKernel kernel = squareKernel(window, src, dst))
+        return ownFilterBands(kernel, window.reach(), src, dst, mask);
     return Pass(window, src, dst, mask).run();
 }

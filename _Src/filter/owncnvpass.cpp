@@ -71,7 +71,7 @@ private:
     const void* sampleRow(int64_t index, int slot)
     {
         int64_t last = windowRows + lines.height() - 2;
-        return lines.source(int32_t((index < last ? index : last) - plan.reach.top), slot);
+        return lines.source((index < last ? index : last) - plan.reach.top, slot);
     }
 
     // Brings the rows into the rings that the windows of row y and the next meet.

@@ -24,11 +24,16 @@ int32_t bandRows(int64_t rowBytes)
 
 bool ownFilterFixed(OwnFixedFilter filter, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
-    const OwnFixedKernel kernel = ownFixedKernels().band[filter][ownDepthIndex(src.depth)];
-    const OwnReach reach = ownFixedReach(filter);
+    return ownFilterBands(ownFixedKernels().band[filter][ownDepthIndex(src.depth)], ownFixedReach(filter), src, dst,
+                          mask);
+}
+
+bool ownFilterBands(OwnFixedKernel kernel, const OwnReach& reach, const OrvImage& src, const OrvImage& dst,
+                    const OrvImage* mask)
+{
     const int32_t most =
         bandRows(int64_t{ownRoiRect(src).width} * ownLineStep(src, dst) * ownMax(ownValueBytes(src.depth), 1));
-    OwnRowWindow window(2 * reach.top + 1, reach.top, most);
+    OwnRowWindow window(reach.top + reach.bottom + 1, reach.top, most);
     OwnLines lines(src, dst, mask, reach, window.slots(), most);
     if (!window || !lines)
         return false;

@@ -74,14 +74,15 @@ struct Plan {
         computed = int32_t(right < region.width ? right : region.width) - ownMax(place.x - columns, 0);
         firstMiddle = ownMin(0, last - place.y);
         lastMiddle = ownMin(height - 1, last - place.y);
-        reach = {2 * columns, 2 * rows - firstMiddle, 2 * columns, ownMax(lastMiddle + 2 * rows - (height - 1), 0)};
+        reach = {2 * columns, 2 * rows - firstMiddle, 2 * columns, ownMax(2 * rows - (height - 1 - lastMiddle), 0)};
         frame = {place.x + 1, place.y + 1, region.width - place.xEnd + 1, region.height - place.yEnd + 1};
     }
     int32_t windowRows() const { return 2 * rows + 1; }
     int32_t windowColumns() const { return 2 * columns + 1; }
     int64_t stageWidth() const { return int64_t{width} + 2 * columns; }
     int32_t different() const { return lastMiddle - firstMiddle + 1; }
-    int32_t stageRows() const { return different() + 2 * rows; }
+    // Cut where the sum would pass 32 bits: only a few are made at a time anyway.
+    int32_t stageRows() const { return ownMin(different(), INT32_MAX - 2 * rows) + 2 * rows; }
 };
 
 // ---- The first stage ----------------------------------------------------------------------------------------------
@@ -142,7 +143,7 @@ public:
     {
         while (y >= next)
             makeRows();
-        return row(int32_t(y));
+        return row(y);
     }
 
 private:
@@ -156,11 +157,11 @@ private:
     OwnFoldRows folds;
     OwnScratch<uint8_t> memory;
     Lines* lines = nullptr;
-    int32_t next = 0;
+    int64_t next = 0;
 
-    uint8_t* row(int32_t y) { return memory.data + (y - (plan.firstMiddle - plan.rows)) % slots * slotBytes; }
+    uint8_t* row(int64_t y) { return memory.data + (y - (plan.firstMiddle - plan.rows)) % slots * slotBytes; }
 
-    void copySource(const void* from, int32_t y)
+    void copySource(const void* from, int64_t y)
     {
         const Spot spot = rows.sourceAt(plan.columns);
         rows.copy(static_cast<const uint8_t*>(from) + spot.byte, spot.bit, row(y), firstBit, plan.stageWidth());
@@ -174,9 +175,9 @@ private:
             ++next;
             return;
         }
-        const int32_t stop = ownMin(plan.end, plan.lastMiddle + plan.rows + 1);
-        const int32_t count = ownMin(most, stop - next);
-        const void* const* from = window.rows(*lines, next, count);
+        const int32_t first = int32_t(next);
+        const int32_t count = ownMin(most, ownMin(plan.end - 1, plan.lastMiddle + plan.rows) - first + 1);
+        const void* const* from = window.rows(*lines, first, count);
         for (int32_t i = 0; i < count; ++i)
             copySource(from[i + plan.rows], next + i);
         folds.run(from, count, [&](int32_t i) { return row(next + i) + start.byte; });

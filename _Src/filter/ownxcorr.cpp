@@ -80,10 +80,10 @@ OwnCorrelationRows::OwnCorrelationRows(const OwnCorrelation& call, int32_t chann
 void OwnCorrelationRows::finish(int32_t y, const double* products)
 {
     auto* addSquares = kernels.addSquares[ownDepthIndex(correlation.depth)];
-    int32_t top = y - correlation.reach.top, last = y + correlation.reach.bottom;
+    const int64_t top = int64_t{y} - correlation.reach.top, last = int64_t{y} + correlation.reach.bottom;
     if (y == 0) {
         memset(columns.data, 0, size_t(samples) * sizeof(int64_t));
-        for (int32_t row = top; row < last; ++row)
+        for (int64_t row = top; row < last; ++row)
             addSquares(source(row), 1, columns.data, samples);
     } else {
         addSquares(source(top - 1), -1, columns.data, samples);

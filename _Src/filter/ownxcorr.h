@@ -63,7 +63,7 @@ public:
     int32_t width() const { return lines.width(); }
     int32_t height() const { return lines.height(); }
     ptrdiff_t sampleCount() const { return samples; }  // of a row and its surroundings
-    const void* source(int32_t y) { return lines.source(y, 0); }
+    const void* source(int64_t y) { return lines.source(y, 0); }
 
     // Stores row y, where the sums of products of its windows are known. Rows of integers come from the first to the last;
     // of others sample rows are given, as doubles.

@@ -85,8 +85,7 @@ private:
     void fill(OwnRing<Value>& ring, int32_t y, void (*convert)(const void*, Value*, ptrdiff_t))
     {
         for (; rowsDone < int64_t{y} + ring.rows; ++rowsDone)
-            convert(rows.source(int32_t(rowsDone - correlation.reach.top)), ring.row(rowsDone),
-                    ptrdiff_t(rows.sampleCount()));
+            convert(rows.source(rowsDone - correlation.reach.top), ring.row(rowsDone), ptrdiff_t(rows.sampleCount()));
     }
 
     template <class Value, class Sum>

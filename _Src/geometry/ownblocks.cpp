@@ -82,14 +82,9 @@ OwnBlockResult ownFetchBlock(OwnBorderedImage& copy, OrvImage* image, const OwnB
 {
     OwnRect rect = ownRoiRect(*image);
     int32_t x = rect.x + block.x, y = rect.y + block.y;
-    // A tile that does not come leaves NULL, which tells it from memory that is refused.
-    uint8_t anyTile;
-    image->tileInfo->tileData = &anyTile;
     if (copy.fetch(image, {x, x + block.width, y, y + block.height, block.width, block.height}, {0, 0, 0, 0}))
         return Result::done;
-    bool refused = !image->tileInfo->tileData;
-    image->tileInfo->tileData = nullptr;
-    return refused ? Result::noSourceTile : Result::noMemory;
+    return copy.tileRefused ? Result::noSourceTile : Result::noMemory;
 }
 
 OwnBlockResult ownRunBlocks(const OwnBlocks& call)

@@ -125,6 +125,34 @@ bool OwnMap::boxOf(const OwnRect& pixels, OwnPositionRange& box) const
     return true;
 }
 
+bool OwnMap::pixelsNear(const OwnPositionRange& box, OwnSize size, OwnPositionRange& pixels) const
+{
+    if (kind != OWN_MAP_LINEAR || twist[0] != 0 || twist[1] != 0)
+        return false;
+    const double product = slope[0] * fall[1], other = slope[1] * fall[0], determinant = product - other;
+    if (!(fabs(determinant) > 1e-6 * (fabs(product) + fabs(other))))
+        return false;
+    // Boxes are widened to whole numbers.
+    auto reach = [&](int k) { return fabs(slope[k]) * size.width + fabs(fall[k]) * size.height + 2; };
+    pixels = {INFINITY, INFINITY, -INFINITY, -INFINITY};
+    for (int corner = 0; corner < 4; ++corner) {
+        const double x = (corner & 1 ? box.right + reach(0) : box.left - reach(0)) - constant[0];
+        const double y = (corner & 2 ? box.bottom + reach(1) : box.top - reach(1)) - constant[1];
+        const double column = (fall[1] * x - fall[0] * y) / determinant + origin,
+                     row = (slope[0] * y - slope[1] * x) / determinant;
+        // What rounding may take away.
+        auto slack = [&](const double* factors) {
+            return 1 + 1e-9 * (fabs(factors[1] * x) + fabs(factors[0] * y)) / fabs(determinant);
+        };
+        const double columnSlack = slack(fall), rowSlack = slack(slope);
+        if (!std::isfinite(column) || !std::isfinite(row) || !std::isfinite(columnSlack + rowSlack))
+            return false;
+        pixels = {fmin(pixels.left, column - columnSlack), fmin(pixels.top, row - rowSlack),
+                  fmax(pixels.right, column + columnSlack), fmax(pixels.bottom, row + rowSlack)};
+    }
+    return true;
+}
+
 OwnMapRows::OwnMapRows(const OwnMap& map, int32_t firstRow) : map(map)
 {
     for (int k = 0; k < 3; ++k) {

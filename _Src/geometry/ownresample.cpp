@@ -15,7 +15,6 @@ int32_t ownBearableMethod(const OrvImage& src, int32_t method)
 
 bool OwnPositionList::confine(const OwnPositionRange& range, const OwnPositionRange& limits, bool certain)
 {
-    const OwnPositionKernels& kernels = ownPositionKernels();
     marked = false;
     if (certain)
         return true;
@@ -26,10 +25,9 @@ bool OwnPositionList::confine(const OwnPositionRange& range, const OwnPositionRa
             atX[i * columnStep + row * rowStep] = limits.left;
             atY[i * columnStep + row * rowStep] = limits.top;
         }
-    if (kernels.inside(atX, atY, n, limits))
-        return true;
-    marked = true;
-    return kernels.confine(atX, atY, n, range, limits, marks);
+    const OwnConfined confined = ownPositionKernels().confine(atX, atY, n, range, limits, marks);
+    marked = confined == OWN_CONFINED_SOME;
+    return confined != OWN_CONFINED_NONE;
 }
 
 namespace {

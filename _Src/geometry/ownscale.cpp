@@ -12,8 +12,9 @@ constexpr OwnSize cutSize = {64, 64};
 
 constexpr int mostSamples = 4;
 
-// Rows of the ring, a power of two: those of a pixel's samples, of which the last may have been made with the next one.
+// Rows of the ring, a power of two: those of a pixel's samples, of which the last may have been made with the next ones.
 constexpr int slots = 8;
+static_assert(slots >= mostSamples - 1 + ownScaleRows && OwnBoxRows::slots >= ownScaleRows);
 
 // One block.
 class Piece {
@@ -29,7 +30,7 @@ public:
           ringStep((int64_t{columns.values()} * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~int64_t{31}),
           table(call.kernel ? call.kernel->tableBytes(columns) : picker().tableBytes(columns)),
           ring(call.kernel ? ringStep * slots : 0),
-          goesByTwo(!call.box && down.count <= 2 * int64_t{block.height}),
+          rowsAtATime(!call.box && down.count <= 2 * int64_t{block.height} ? ownScaleRows : 1),
           boxes(call.box, lines, src.depth, across, down)
     {
     }
@@ -57,7 +58,7 @@ private:
     OwnScaleColumns columns;
     int64_t ringStep;  // bytes from row to row of the ring
     OwnScratch<uint8_t> table, ring;
-    bool goesByTwo;       // all rows are needed, so that two may be made at a time
+    int32_t rowsAtATime;  // more than one where all rows are needed
     int32_t held[slots];  // the rows in the ring, from the first that is needed on
     OwnBoxRows boxes;
 
@@ -100,12 +101,12 @@ private:
         });
     }
 
-    // Makes row `row` of the ring, counted from the first that is needed, and perhaps the next one too.
+    // Makes row `row` of the ring, counted from the first that is needed, and perhaps the next ones too.
     void makeRing(int32_t row)
     {
-        const int count = goesByTwo && row + 1 < down.count ? 2 : 1;
-        const void* from[2] = {};
-        void* to[2] = {};
+        const int count = ownMin(rowsAtATime, down.count - row);
+        const void* from[ownScaleRows] = {};
+        void* to[ownScaleRows] = {};
         for (int i = 0; i < count; ++i) {
             from[i] = call.box ? boxes.row(down.first + row + i) : lines.source(row + i, i);
             to[i] = slot(row + i);

@@ -81,7 +81,7 @@ public:
         int filled = -1;
         for (int r = 0; r < ownPositionRows; ++r) {
             length[r] = 0;
-            row[r] = y + r - lines.part.y;
+            row[r] = y - lines.part.y + ownMin(r, count - 1);
             if (r >= count)
                 continue;
             const OwnSpans::Span span = lines.row(y + r);
@@ -223,15 +223,44 @@ private:
         return !isEmpty(common(box, bounds.limits));
     }
 
-    bool runTiles() const
+    // Pixels between two limits along one axis, in whole tiles, as far as they lie in the region.
+    struct Along {
+        int32_t first, end;
+
+        Along(double low, double high, int32_t tile, int32_t regionFirst, int32_t regionEnd)
+        {
+            const auto from = int32_t(fmin(fmax(low, regionFirst), regionEnd)) / tile * tile;
+            const int64_t to = int64_t{int32_t(fmin(fmax(high, regionFirst), regionEnd)) / tile + 1} * tile;
+            first = ownMax(from, regionFirst);
+            end = to < regionEnd ? int32_t(to) : regionEnd;
+        }
+    };
+
+    // The part of the destination that may have pixels to make. Images may have far more tiles than that.
+    OwnRect tiledRect() const
     {
-        return ownGridWalk(*warp.dst, {dstRect.width, dstRect.height},
-                           [&](const OwnCell& cell) { return runCell(cell); });
+        const OrvTileInfo* const tiles = warp.dst->tileInfo;
+        Range reached;
+        if (!tiles || !map.pixelsNear(bounds.limits, {tiles->width, tiles->height}, reached))
+            return dstRect;
+        const Along x(reached.left, reached.right, tiles->width, dstRect.x, dstRect.xEnd);
+        const Along y(reached.top, reached.bottom, tiles->height, dstRect.y, dstRect.yEnd);
+        return {x.first, x.end, y.first, y.end, x.end - x.first, y.end - y.first};
     }
 
-    bool runCell(const OwnCell& cell) const
+    bool runTiles() const
     {
-        const int32_t x = dstRect.x + cell.x, y = dstRect.y + cell.y;
+        const OwnRect rect = tiledRect();
+        if (rect.width < 1 || rect.height < 1)
+            return true;
+        OwnWork dst(*warp.dst);
+        dst.setRegion(rect.x, rect.y, rect.width, rect.height);
+        return ownGridWalk(dst.image, {rect.width, rect.height},
+                           [&](const OwnCell& cell) { return runCell(cell, rect.x + cell.x, rect.y + cell.y); });
+    }
+
+    bool runCell(const OwnCell& cell, int32_t x, int32_t y) const
+    {
         const OwnRect part = {x, x + cell.width, y, y + cell.height, cell.width, cell.height};
         Range box;
         if (!boxOf(part, box))

@@ -57,10 +57,24 @@ void addPiece(OwnMomentSums& sums, const OrvImage& image, const OrvImage* mask)
     ownReadPixels({readRows, &sums, false}, image.depth, &geometry, 1, mask ? &under : nullptr);
 }
 
+// The working rectangle. Its channel is named, since a single channel is read even where it is alpha, which is otherwise
+// skipped.
+OrvROI regionOf(const OrvImage& image, const OwnRect& rect)
+{
+    return {ownChannels(image).first + 1, rect.x, rect.y, rect.width, rect.height};
+}
+
+void addPlain(OwnMomentSums& sums, const OrvImage& image, const OrvImage* mask, const OwnRect& rect)
+{
+    OwnWork work(image);
+    work.roi = regionOf(image, rect);
+    addPiece(sums, work.image, mask);
+}
+
 // Tile by tile, with the working rectangle as the image's region meanwhile: what the tile provider sees is what is read.
 bool addTiles(OwnMomentSums& sums, OrvImage* image, const OrvImage* mask, const OwnRect& rect)
 {
-    OrvROI region = {ownChannels(*image).first + 1, rect.x, rect.y, rect.width, rect.height};
+    OrvROI region = regionOf(*image, rect);
     OrvROI* kept = image->roi;
     image->roi = &region;
     bool done = ownGridWalk(*image, {rect.width, rect.height}, [&](const OwnCell& cell) {
@@ -106,7 +120,7 @@ bool fillState(const OwnReport& report, OrvImage* image, OrvMomentState* state)
     sums.take = ownMomentKernels().take[ownDepthIndex(image->depth)];
     const OrvImage* mask = image->maskROI;
     if (!image->tileInfo)
-        addPiece(sums, *image, mask);
+        addPlain(sums, *image, mask, rect);
     else if (report.when(!addTiles(sums, image, mask, rect), ORV_STATUS_ERROR, "Error get tile to read"))
         return false;
     for (int i = 0; i < ownMomentCount; ++i)

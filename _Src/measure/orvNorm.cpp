@@ -172,29 +172,41 @@ bool hasCoi(const OrvImage* image)
     return ownChannels(*image).coi;
 }
 
+// Reports a fault that memory does not depend on; true if the stored status, which the report handler may have cleared,
+// ends the call.
+bool ends(const OwnReport& report, bool fault, int32_t status, const char* context, int32_t line = __builtin_LINE())
+{
+    return report.when(fault, status, context, line) && orvGetErrStatus() < 0;
+}
+
+bool lacksSecond(const OrvImage* b, int32_t type)
+{
+    return !b && isNormType(type) && (type & relativeFlag);
+}
+
 // The checks before the mask is made. What else could be wrong with channels the test of the header has found.
 bool checkImages(const OwnReport& report, OrvImage* a, OrvImage* b, int32_t type)
 {
     if (!report.goodImage(a))
         return false;
-    if (report.when(b && a->dataOrder != b->dataOrder, ORV_STATUS_BAD_DATA_ORDER, "DataOrder_A!=DataOrder_B"))
+    if (ends(report, b && a->dataOrder != b->dataOrder, ORV_STATUS_BAD_DATA_ORDER, "DataOrder_A!=DataOrder_B"))
         return false;
     if (b && a->depth != b->depth && !report.goodImage(b))
         return false;
     if (report.when(b && a->depth != b->depth, ORV_STATUS_BAD_ARG, "(srcImageA->depth!=srcImageB->depth)"))
         return false;
-    if (report.when(!isNormType(type), ORV_STATUS_BAD_ARG, "Unknown normType"))
+    if (ends(report, !isNormType(type), ORV_STATUS_BAD_ARG, "Unknown normType"))
         return false;
-    if (report.when(!b && (type & relativeFlag), ORV_STATUS_BAD_ARG, "normType is impossible, no second image"))
+    if (ends(report, lacksSecond(b, type), ORV_STATUS_BAD_ARG, "normType is impossible, no second image"))
         return false;
     if (!b)
         return true;
     if (!report.goodImage(b))
         return false;
-    if (report.when(a->nChannels != b->nChannels, ORV_STATUS_BAD_CHANNELS, ""))
+    if (ends(report, a->nChannels != b->nChannels, ORV_STATUS_BAD_CHANNELS, ""))
         return false;
-    return !report.when(hasCoi(a) != hasCoi(b), ORV_STATUS_BAD_COI,
-                        "COI should be defined for second image if COI is defined for the first one");
+    return !ends(report, hasCoi(a) != hasCoi(b), ORV_STATUS_BAD_COI,
+                 "COI should be defined for second image if COI is defined for the first one");
 }
 
 }  // namespace
@@ -213,6 +225,8 @@ double ORV_CALL orvNorm(OrvImage* srcImageA, OrvImage* srcImageB, int32_t normTy
         return 0;
     if (report.when(srcImageB && ownChannels(*srcImageA).count != ownChannels(*srcImageB).count, ORV_STATUS_BAD_COI,
                     "nChannelsA != nChannelsB"))
+        return 0;
+    if (report.when(!isNormType(normType) || lacksSecond(srcImageB, normType), ORV_STATUS_ERROR, " "))
         return 0;
     Norm norm = {kindOf(normType), (normType & relativeFlag) != 0, srcImageA->depth};
     bool isTiled = srcImageA->tileInfo || (srcImageB && srcImageB->tileInfo);

@@ -108,20 +108,31 @@ bool mapCell(OrvImage* src, OrvImage* dst, OrvImage* mask, const void* tables, c
     return true;
 }
 
+// The mask of both images, NULL for none; false if two masks leave no common area, and after a report.
+bool findMask(const OrvImage& src, const OrvImage& dst, OwnTempImage& made, OrvImage*& mask)
+{
+    mask = src.maskROI ? src.maskROI : dst.maskROI;
+    if (!dst.maskROI || dst.maskROI == mask)
+        return true;
+    OwnSize size;
+    if (!ownCommonSize(*mask, *dst.maskROI, nullptr, true, size))
+        return false;
+    bool isMade = ownMakeMask(*mask, size, made) && ownAndInto(mask, dst.maskROI, made.image);
+    mask = made.image;
+    return !report.when(!isMade, ORV_STATUS_BACKTRACE, "");
+}
+
 }  // namespace
 
 void ownMap(OrvImage* srcImage, OrvImage* dstImage, const void* tables)
 {
-    OwnMask mask;
-    OrvImage* other = dstImage->maskROI == srcImage->maskROI ? nullptr : dstImage->maskROI;
-    OwnMaskResult combined = ownCombineMasks(srcImage->maskROI, other, nullptr, mask);
-    if (report.when(combined == OwnMaskResult::noMemory, ORV_STATUS_BACKTRACE, ""))
-        return;
+    OwnTempImage made;
+    OrvImage* mask = nullptr;
     OwnSize size;
-    if (combined == OwnMaskResult::empty || !ownCommonSize(*srcImage, *dstImage, mask.image, true, size))
+    if (!findMask(*srcImage, *dstImage, made, mask) || !ownCommonSize(*srcImage, *dstImage, mask, true, size))
         return;
     if (!srcImage->tileInfo && !dstImage->tileInfo)
-        return mapPlain(*srcImage, *dstImage, mask.image, tables);
+        return mapPlain(*srcImage, *dstImage, mask, tables);
     ownGridWalk(dstImage->tileInfo ? *dstImage : *srcImage, size,
-                [&](const OwnCell& cell) { return mapCell(srcImage, dstImage, mask.image, tables, cell); });
+                [&](const OwnCell& cell) { return mapCell(srcImage, dstImage, mask, tables, cell); });
 }

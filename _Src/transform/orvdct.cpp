@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* source = "orvdct";
 
-// True if the region of `image` is memory of the image. No other function looks at this one's headers.
+// True if the region of `image` lies within the memory of the image. No other function looks at this one's headers.
 bool hasMemory(const OrvImage& image)
 {
     if (!image.imageData || image.tileInfo || image.width < 1 || image.height < 1 || image.widthStep < 1)
@@ -22,7 +22,7 @@ bool hasMemory(const OrvImage& image)
     const OrvROI* roi = image.roi;
     if (!roi)
         return true;
-    if (roi->xOffset < 0 || roi->yOffset < 0 || roi->width < 1 || roi->height < 1)
+    if (roi->xOffset < 0 || roi->yOffset < 0 || roi->xOffset >= image.width || roi->yOffset >= image.height)
         return false;
     if (roi->width > image.width - roi->xOffset || roi->height > image.height - roi->yOffset)
         return false;
@@ -40,9 +40,10 @@ bool fillPlan(const OrvImage& src, const OrvImage& dst, OwnDctPlan& plan)
     ownPlaneGeometry(dst, plan.dst);
     plan.srcDepth = ownDepthIndex(src.depth);
     plan.dstDepth = ownDepthIndex(dst.depth);
+    // The size of the destination's region does not count, whatever it is.
     OwnRect to = ownRoiRect(dst);
-    return plan.src.width <= dst.width - to.x && plan.src.height <= dst.height - to.y &&
-           plan.src.channels == plan.dst.channels;
+    return plan.src.width > 0 && plan.src.height > 0 && plan.src.width <= dst.width - to.x &&
+           plan.src.height <= dst.height - to.y && plan.src.channels == plan.dst.channels;
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 // Orthonormal families are entered with unit energy, in their published order:
 //
 //   Daubechies, Symlets, Coiflets   I. Daubechies, "Ten Lectures on Wavelets" (SIAM, 1992), tables 6.1, 6.3 and 8.1
+//   Coiflet of order 1              G. Beylkin, R. Coifman and V. Rokhlin, "Fast wavelet transforms and numerical
+//                                   algorithms I", Comm. Pure Appl. Math. 44 (1991)
 //   24 taps                         P. P. Vaidyanathan and P.-Q. Hoang, "Lattice structures for optimal design and robust
 //                                   implementation of two-channel perfect-reconstruction QMF banks", IEEE Trans. ASSP-36
 //                                   (1988)
@@ -105,11 +107,12 @@ constexpr double symlet10[] = {
     -0.02035493981231111, -0.00080435893201645, 0.00459317358531179,  0.00005703608361850,  -0.00045932942100465,
 };
 
-// Coiflets: both functions have vanishing moments. Those of orders 4 and 5 have the digits that were published: their
+// Coiflets: both functions have vanishing moments, the scaling function about its largest tap. There are two of six taps,
+// of which this one has that tap at its offset. Those of orders 4 and 5 have the digits that were published: their
 // equations are so flat that more exact solutions differ in the eighth and in the fifth place.
 constexpr double coiflet1[] = {
-    -0.07273261951252645, 0.33789766245748176,  0.85257202021160039,
-    0.38486484686485772,  -0.07273261951252645, -0.01565572813579199,
+    0.03858077774788675, -0.12696912539620519, -0.07716155549577350,
+    0.60749164138568414, 0.74568755893443427,  0.22658426519706857,
 };
 constexpr double coiflet2[] = {
     0.01638733646320364, -0.04146493678687178, -0.06737255472372559, 0.38611006682276283,

@@ -34,8 +34,9 @@ extern "C" {
  * In the formulas x >> n rounds down, [x] rounds toward zero, and sums of 8U and 16U are of 32 bits, beyond which they wrap.
  * "cut" is the limit to the depth's range. What is stored without one keeps its low bits. Full scale, F, is 255 at 8U, 65535
  * at 16U, and 4294967295 at 32S, where values are counted from -2147483648 in the models with a hue, and taken as they are in
- * all others. Sums of 32S and 32F are in double precision; results of 32F are rounded once. What is no number at 32F stays
- * none unless a limit is told.
+ * all others. Models with a hue, 32S and 32F are computed in double precision, from left to right; constants of 32F are
+ * rounded to single precision before, and its results once at the end. What is no number at 32F stays none unless a limit is
+ * told.
  *
  * All report an image's fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for what the function names; then, under the
  * function's inner name (ownRGB2HSV for orvRGB2HSV) and when the destination's model has been written, ORV_STATUS_BAD_ARG for
@@ -79,7 +80,7 @@ ORV_API(void) orvGrayToColor(OrvImage* src, OrvImage* dst, float weightR, float 
  *
  *     degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360 below 0
  *     hue          [degrees F / 360], 0 for grey
- *     saturation   [F d / mx], 0 for black
+ *     saturation   [(d / mx) F], 0 for black
  *     value        mx
  *
  * At 32S all three are [x - 2147483648.5], x being what stands here before it is rounded. RGB reports.
@@ -87,8 +88,8 @@ ORV_API(void) orvGrayToColor(OrvImage* src, OrvImage* dst, float weightR, float 
  * A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978). */
 ORV_API(void) orvRGB2HSV(OrvImage* src, OrvImage* dst);
 
-/* HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = 6 H / F, where 6 counts as 0, the sector
- * k = [h - 0.5], f = h - k and s = S / F:
+/* HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = (360 H / F) / 60, where 6 counts as 0,
+ * the sector k = [h - 0.5], f = h - k and s = S / F:
  *
  *     p = [V (1 - s)]    q = [V (1 - s f)]    t = [V (1 - s (1 - f))]
  *
@@ -103,7 +104,7 @@ ORV_API(void) orvHSV2RGB(OrvImage* src, OrvImage* dst);
  *
  *     hue          as there
  *     lightness    [(mx + mn) / 2]
- *     saturation   [F d / (mx + mn)] if mx + mn <= F, [F d / (2 F - mx - mn)] otherwise, 0 for grey
+ *     saturation   [(d / s) F] with s = mx + mn if that is at most F, s = 2 F - (mx + mn) otherwise, 0 for grey
  *
  * At 32S all three are [x - 2147483648]. RGB reports.
  *
@@ -127,7 +128,7 @@ ORV_API(void) orvHLS2RGB(OrvImage* src, OrvImage* dst);
  *     32S      X =    [0.412453 R + 0.35758 G  + 0.180423 B - 106394929.85651207]
  *              Y =    [0.212671 R + 0.71516 G  + 0.072169 B - 1028644.6673920155]
  *              Z = cut[0.019334 R + 0.119193 G + 0.950227 B + 190597763.694592]
- *     32F      the same without the constants, their factors in single precision
+ *     32F      the same without the constants
  *
  * RGB reports. Recommendation ITU-R BT.709; CIE 15, "Colorimetry". */
 ORV_API(void) orvRGB2XYZ(OrvImage* src, OrvImage* dst);
@@ -212,7 +213,7 @@ ORV_API(void) orvYUV2RGB(OrvImage* src, OrvImage* dst);
  *              Cr = (8192 R  - 6860 G - 1332 B + 536870912) >> 14
  *     32S      Y  = [0.299 R + 0.587 G + 0.114 B]
  *              Cb = [-0.1687359 R - 0.331264 G + 0.5 B], Cr = [0.5 R - 0.41868759 G - 0.08131241 B]
- *     32F      the same sums, 0.5 being added to Cb and Cr
+ *     32F      the same sums, 0.5 being added to the first term of Cb and of Cr
  *
  * RGB reports. Recommendation ITU-R BT.601. */
 ORV_API(void) orvRGB2YCrCb(OrvImage* src, OrvImage* dst);
@@ -306,8 +307,8 @@ enum {
  * 1U, from 16U to 16U, 8U or 1U, from 32S to 32S, 16U, 8U or 1U. For other depths that pass the checks nothing happens.
  *
  * A value v, counted from 0 (at 32S v = pixel + 2147483648), on a scale up to D (255, 65535 or 4294967295) that L =
- * levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint(L v / D - 0.5), ties to even. It
- * becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the brightest
+ * levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint((L v) (1 / D) - 0.5), ties to even.
+ * It becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the brightest
  * value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is written as (k a) >> 8, from 16U to 8U as
  * (k a) >> 16. From 32S it is written as rint(level - 2147483648), rint(level / 65536 - 0.5) or rint(level / 16777216 -
  * 0.5). At 1U there are the levels 0 and D alone, whatever `levels` is.
@@ -321,7 +322,7 @@ enum {
  *   (Jarvis, Judice and Ninke, "A survey of techniques for the display of continuous tone pictures on bilevel
  *   displays", CGIP 5, 1976); by 42nds (Stucki, "MECCA", IBM Research Report RZ1060, 1981). A value that comes to less
  *   than 1e-7, or to D or more, leaves no error. The errors of a channel's last rows enter the first ones of the next
- *   channel. Computed in double precision.
+ *   channel. Computed in double precision, with 1 / 48 and 1 / 42 as floats.
  * - ORV_DITHER_NONE: the high bits of each value, from 32S those of the value counted from 0; `levels` has no effect.
  *
  * `noise`, from 0 to 100 per cent of a step, moves each threshold at random by so much either way; the random numbers

@@ -53,8 +53,8 @@ ORV_API(void) orvScale(OrvImage* srcImage, OrvImage* dstImage);
 /* Maps the range of an integer depth onto the floats from `minVal` to `maxVal`, or these onto that range. With low the lowest
  * value of the integer depth, F its highest less its lowest, and r = maxVal - minVal, in double precision:
  *
- *     to 32F      (r / F) v + b with b = minVal - (r / F) low, rounded once
- *     from 32F    (F / r) x + b with b = low - minVal (F / r), rounded to nearest, ties to even; below `minVal` the lowest value,
+ *     to 32F      f v + b with f = r (1 / F), b = minVal - f low, rounded once
+ *     from 32F    f x + b with f = F / r, b = low - minVal f, rounded to nearest, ties to even; below `minVal` the lowest value,
  *                 above `maxVal` the highest, 0 for what is no number
  *
  * Otherwise as orvScale. Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 1U; a `maxVal` that is not

@@ -4,7 +4,8 @@
  *
  * - The region, the processed channels and the mask are those of every operation: see core.h. Alpha channels are neither read
  *   nor written.
- * - Of tiled images every tile is opened once, and the parts of the result are put together tile by tile.
+ * - Tiled images are gone through tile by tile, and the parts of the result put together. Where two images are tiled, a tile of the
+ *   one whose tiles do not lead may be opened more than once.
  */
 #ifndef ORV_MEASURE_H
 #define ORV_MEASURE_H
@@ -83,7 +84,10 @@ enum {
  * B's fault with "Incorrect Image"; ORV_STATUS_BAD_CHANNELS (numbers of channels differ); ORV_STATUS_BAD_COI (a channel of
  * interest in one image only); ORV_STATUS_NULL_IMAGE (no memory for the mask); ORV_STATUS_BAD_COI (numbers of processed
  * channels differ). Returns -1 after ORV_STATUS_BAD_ARG for a relative norm whose divisor is 0, also of an empty region; -3 after
- * ORV_STATUS_NO_MEMORY where a tile does not come or cannot be copied. */
+ * ORV_STATUS_NO_MEMORY where a tile does not come or cannot be copied.
+ *
+ * A report handler that clears the stored status lets the call go on past data orders, norms, numbers of channels and channels of
+ * interest; a norm that is unknown or lacks its B then ends it with ORV_STATUS_ERROR and 0. */
 ORV_API(double) orvNorm(OrvImage* srcImageA, OrvImage* srcImageB, int32_t normType);
 
 /* Stores the least and the greatest value of the processed channels of a 32F image; both stay as they are if nothing is processed. NaN is

@@ -68,11 +68,11 @@ ORV_API(void) orvOrS(OrvImage* srcImage, OrvImage* dstImage, int32_t value);
 ORV_API(void) orvXorS(OrvImage* srcImage, OrvImage* dstImage, int32_t value);
 
 /* Shifts the bits of every value left by `nShift`; bits shifted out are lost, also the sign. A shift of the depth's number
- * of bits or more gives 0. */
+ * of bits or more gives 0. 32F is refused with ORV_STATUS_BAD_ARG after the common reports. */
 ORV_API(void) orvLShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift);
 
 /* Shifts every value right by `nShift`, which rounds toward minus infinity: zeros come in at unsigned depths, the sign at
- * signed ones. */
+ * signed ones. 32F as in orvLShiftS. */
 ORV_API(void) orvRShiftS(OrvImage* srcImage, OrvImage* dstImage, uint32_t nShift);
 
 /* Adds `value` to every 32F value. */
@@ -156,8 +156,9 @@ ORV_API(int32_t) orvEqualSFPEps(OrvImage* img, float value, OrvImage* res, float
  *
  * Reports ORV_STATUS_BAD_ARG after the images' faults: a 32F image or a 1U source, data orders, origins (also of masks), a
  * `Threshold` outside the source's range, numbers of processed channels, two masks that cannot be combined for lack of
- * memory, a tile that does not come. With two masks a negative stored status, also an old one, ends it with
- * ORV_STATUS_BACKTRACE, "error_orvAnd". */
+ * memory, a tile that does not come. Two masks are combined by orvAnd; a failure of it is followed by
+ * ORV_STATUS_BACKTRACE, "error_orvAnd", and ends the call. A negative status stored before is reported there in the same
+ * words, and stops nothing. */
 ORV_API(void) orvThreshold(OrvImage* srcImage, OrvImage* dstImage, int32_t Threshold);
 
 /* ---- Products of normalised values, and compositing --------------------------------------------------------------- */

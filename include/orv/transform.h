@@ -167,7 +167,8 @@ typedef struct OrvWtKernel {
  * Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel), ORV_STATUS_BAD_ARG
  * (wtType, then par1, then par2).
  *
- * Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans. ASSP-36 (1988);
+ * Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992), but for the Coiflet of order 1, which is that of G. Beylkin,
+ * R. Coifman and V. Rokhlin, Comm. Pure Appl. Math. 44 (1991); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans. ASSP-36 (1988);
  * A. Cohen, I. Daubechies and J.-C. Feauveau, Comm. Pure Appl. Math. 45 (1992). */
 ORV_API(int32_t) orvWtInit(int32_t wtType, int32_t par1, int32_t par2, OrvWtKernel* wtKernel);
 

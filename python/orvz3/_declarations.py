@@ -1578,10 +1578,10 @@ common reports. The data order of 1U images is not compared.
     "orvOrS": """ORs the low bits of `value`; as orvAndS.""",
     "orvXorS": """XORs the low bits of `value`; as orvAndS.""",
     "orvLShiftS": """Shifts the bits of every value left by `nShift`; bits shifted out are lost, also the sign. A shift of the depth's number
-of bits or more gives 0.
+of bits or more gives 0. 32F is refused with ORV_STATUS_BAD_ARG after the common reports.
 """,
     "orvRShiftS": """Shifts every value right by `nShift`, which rounds toward minus infinity: zeros come in at unsigned depths, the sign at
-signed ones.
+signed ones. 32F as in orvLShiftS.
 """,
     "orvAddSFP": """Adds `value` to every 32F value.""",
     "orvSubtractSFP": """source - value at 32F, or value - source if `flip` is not 0.""",
@@ -1614,8 +1614,9 @@ do two masks without a common region.
 
 Reports ORV_STATUS_BAD_ARG after the images' faults: a 32F image or a 1U source, data orders, origins (also of masks), a
 `Threshold` outside the source's range, numbers of processed channels, two masks that cannot be combined for lack of
-memory, a tile that does not come. With two masks a negative stored status, also an old one, ends it with
-ORV_STATUS_BACKTRACE, "error_orvAnd".
+memory, a tile that does not come. Two masks are combined by orvAnd; a failure of it is followed by
+ORV_STATUS_BACKTRACE, "error_orvAnd", and ends the call. A negative status stored before is reported there in the same
+words, and stops nothing.
 """,
     "orvMultiplySScale": """Stores mul(src, value), `value` cut to 0 to M.
 

@@ -264,8 +264,11 @@ void Drawing::look(T value)
         hashReal(double(value->lowFlt));
         hashReal(double(value->highFlt));
     } else if constexpr (std::is_same_v<T, void*>) {
-        for (int i = 0; i < 20 && strstr(entry.name, "Pixel"); ++i)
-            hash(static_cast<const uint8_t*>(value)[i]);
+        if (strstr(entry.name, "Pixel") && imageAt(0)) {
+            OrvImage pixel = *imageAt(0);
+            pixel.dataOrder = ORV_DATA_ORDER_PIXEL;
+            hashRow(&pixel, static_cast<const uint8_t*>(value), 1);
+        }
     } else if constexpr (std::is_same_v<T, OrvROI*>) {
         hash(uint32_t(value->width) ^ uint32_t(value->coi));
     }
@@ -295,7 +298,9 @@ void Drawing::take(T value)
         if (!value)
             return;
         bool header = strstr(entry.name, "Header");
-        if (!strstr(entry.name, "Clone") || !imageAt(0) || !imageAt(0)->tileInfo)
+        // A clone whose rows are of another length has the bytes, and no values.
+        const OrvImage* source = strstr(entry.name, "Clone") ? imageAt(0) : nullptr;
+        if (!source || (!source->tileInfo && source->widthStep == value->widthStep))
             hashImage(value);
         orvDeallocate(value, header ? ORV_IMAGE_HEADER : ORV_IMAGE_HEADER | ORV_IMAGE_DATA | ORV_IMAGE_ROI);
     } else if constexpr (std::is_pointer_v<T> && !std::is_function_v<std::remove_pointer_t<T>> &&

@@ -305,7 +305,7 @@ static BITMAPINFOHEADER* replayBitmap(int32_t width, int32_t height, int32_t bit
     memcpy(block, &header, 40);
     for (size_t i = 40; i < 40 + table + bytes; ++i)
         block[i] = (uint8_t)replayNoise(&seed);
-    const uint32_t masks[3] = {0xF800, 0x07E0, 0x001F};
+    const uint8_t masks[12] = {0, 0xF8, 0, 0, 0xE0, 0x07, 0, 0, 0x1F, 0, 0, 0};
     if (compression == 3)
         memcpy(block + 40, masks, 12);
     return (BITMAPINFOHEADER*)(void*)block;

@@ -203,6 +203,7 @@ void Picture::openTile(Store* store, int mode)
 
 void Picture::closeTile(Store* store)
 {
+    tiles.tileData = nullptr;  // as a provider may that takes its pixels back
     if (store->opens == 0) {
         found += "a tile was released that was not open\n";
         return;

@@ -79,6 +79,7 @@ bool expectNothingLost(const Operation& operation, const Layout& layout, const R
             return false;
         }
         EXPECT_TRUE(outcome.reports.ends_with(options.report)) << outcome.reports;
+        EXPECT_TRUE(tile || !options.toldApart || outcome.reports.find("tile") == std::string::npos) << outcome.reports;
         EXPECT_TRUE(!tile || callsUntil(outcome.calls, tile) == callsUntil(after.calls, tile));
         any = true;
         return !testing::Test::HasFailure();

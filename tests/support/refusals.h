@@ -17,6 +17,7 @@ void forRefusalLayouts(const Operation& operation, const std::function<void(cons
 struct RefusalOptions {
     bool bySteps = false;     // values may be left that are neither those before the call nor those after it
     std::string report = "";  // how the reports of every refusal end
+    bool toldApart = false;   // what is reported of memory does not speak of tiles
 };
 
 // Calls the operation on a layout with every allocation refused in turn, alone and with all after it, and then every tile.

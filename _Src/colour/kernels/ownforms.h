@@ -116,6 +116,11 @@ OWN_INLINE __m256i shiftedSums(const Words& x, const Words& y, const Words& z)
     constexpr int32_t a = restPart(f.a, f.shift), b = restPart(f.b, f.shift), c = restPart(f.c, f.shift),
                       k = restPart(f.k, f.shift);
     static_assert(isWord(a) && isWord(b) && isWord(c) && isWord(k));
+    // Without the first value a pair is that of the other two.
+    if constexpr (a == 0 && b != 0) {
+        const __m256i sum = _mm256_madd_epi16(Half::pairs(y.lanes, z.lanes), factors(b, c));
+        return _mm256_srai_epi32(_mm256_add_epi32(sum, _mm256_set1_epi32(k)), f.shift);
+    }
     __m256i sum = _mm256_madd_epi16(Half::pairs(z.lanes, _mm256_set1_epi16(1)), factors(c, k));
     if constexpr (a != 0 || b != 0)
         sum = _mm256_add_epi32(sum, _mm256_madd_epi16(Half::pairs(x.lanes, y.lanes), factors(a, b)));

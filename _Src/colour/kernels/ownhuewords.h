@@ -2,17 +2,11 @@
 // is computed on words, sixteen colours at a time, and only quotients and what follows them in double precision.
 #pragma once
 
-#include "ownhue.h"
+#include "ownhuelanes.h"
 
 #if defined(__AVX2__)
-#include "ownforms.h"
 
 namespace OWN_ISA {
-
-OWN_INLINE __m256i chosenWords(__m256i mask, __m256i yes, __m256i no)
-{
-    return _mm256_blendv_epi8(no, yes, mask);
-}
 
 OWN_INLINE __m128i fourWords(const uint16_t* words)
 {
@@ -39,29 +33,14 @@ template <bool isHls>
 void rgbToHueWords(const void* const* from, void* const* to, ptrdiff_t n, const void*)
 {
     constexpr double full = double(HueRange<uint16_t>::full);
-    const __m256i one = _mm256_set1_epi16(1), all = _mm256_set1_epi16(-1);
+    const __m256i one = _mm256_set1_epi16(1);
     for (ptrdiff_t i = 0; i < 2 * n; i += 32) {
-        const __m256i r = vectorOf(from[0], i), g = vectorOf(from[1], i), b = vectorOf(from[2], i);
-        const __m256i most = _mm256_max_epu16(_mm256_max_epu16(r, g), b);
-        const __m256i least = _mm256_min_epu16(_mm256_min_epu16(r, g), b);
-        const __m256i chroma = _mm256_sub_epi16(most, least);
-        const __m256i isRed = _mm256_cmpeq_epi16(r, most), isGreen = _mm256_cmpeq_epi16(g, most);
-        const __m256i first = chosenWords(isRed, g, chosenWords(isGreen, b, r));
-        const __m256i second = chosenWords(isRed, b, chosenWords(isGreen, r, g));
-        // 0, 120 and 240 degrees, and 360 for what would be negative.
-        const __m256i isPositive = _mm256_cmpeq_epi16(_mm256_max_epu16(first, second), first);
-        const __m256i base = chosenWords(isRed, _mm256_andnot_si256(isPositive, _mm256_set1_epi16(360)),
-                                         chosenWords(isGreen, _mm256_set1_epi16(120), _mm256_set1_epi16(240)));
-        __m256i divisor = most, lightness = most;
-        if constexpr (isHls) {  // the sum of both, or twice the full value less the sum; and the average, rounded down
-            divisor = _mm256_min_epu16(_mm256_adds_epu16(most, least),
-                                       _mm256_adds_epu16(_mm256_xor_si256(most, all), _mm256_xor_si256(least, all)));
-            lightness =
-                _mm256_sub_epi16(_mm256_avg_epu16(most, least), _mm256_and_si256(_mm256_xor_si256(most, least), one));
-        }
+        const auto parts =
+            HueParts<uint16_t, 120>::of(vectorOf(from[0], i), vectorOf(from[1], i), vectorOf(from[2], i));
+        const __m256i divisor = isHls ? parts.hlsDivisor() : parts.most;
         alignas(32) uint16_t words[6][16];
-        const __m256i whole[6] = {first, second, _mm256_max_epu16(chroma, one),
-                                  base,  chroma, _mm256_max_epu16(divisor, one)};
+        const __m256i whole[6] = {parts.first, parts.second, _mm256_max_epu16(parts.chroma, one),
+                                  parts.base,  parts.chroma, _mm256_max_epu16(divisor, one)};
         for (int k = 0; k < 6; ++k)
             _mm256_store_si256(reinterpret_cast<__m256i*>(words[k]), whole[k]);
         Doubles hue[4], saturation[4];
@@ -73,47 +52,106 @@ void rgbToHueWords(const void* const* from, void* const* to, ptrdiff_t n, const 
             saturation[k] = numbers(4) / numbers(5) * full;
         }
         storeVector(to[0], i, lowWords(hue));
-        storeVector(to[isHls ? 1 : 2], i, lightness);
+        storeVector(to[isHls ? 1 : 2], i, isHls ? parts.lightness() : parts.most);
         storeVector(to[isHls ? 2 : 1], i, lowWords(saturation));
     }
 }
 
-// The channels of sixteen colours.
-OWN_INLINE Triple<Halves> inSectorWords(__m256i sector, __m256i most, __m256i between, __m256i least)
+// ---- Back ---------------------------------------------------------------------------------------------------------
+
+// Sixteen colours from pixel i on by their formula.
+template <class Colours>
+OWN_INLINE ColourLanes colours16(const void* const* from, ptrdiff_t i)
 {
-    __m256i is[6];
-    for (int k = 0; k < 6; ++k)
-        is[k] = _mm256_cmpeq_epi16(sector, _mm256_set1_epi16(int16_t(k)));
-    auto channel = [&](int most1, int most2, int between1, int between2) {
-        return Halves{chosenWords(_mm256_or_si256(is[most1], is[most2]), most,
-                                  chosenWords(_mm256_or_si256(is[between1], is[between2]), between, least))};
+    auto numbers = [&](int row, ptrdiff_t k) {
+        return fourNumbers(static_cast<const uint16_t*>(from[row]) + i + 4 * k);
     };
-    return {channel(0, 5, 1, 4), channel(1, 2, 0, 3), channel(3, 4, 2, 5)};
+    Doubles most[4], between[4], least[4];
+    for (int k = 0; k < 4; ++k) {
+        const Doubles hue = numbers(0, k), second = numbers(1, k), third = numbers(2, k);
+        const HueValues<Doubles> values =
+            Colours::isHls ? hlsValues<uint16_t>(hue, second, third) : hsvValues<uint16_t>(hue, second, third);
+        most[k] = values.most;
+        between[k] = values.between;
+        least[k] = values.least;
+    }
+    return {lowWords(least), lowWords(between), lowWords(most)};
 }
 
-template <bool isHls>
+// Sixteen numbers of 32 bits of which the words are the halves.
+OWN_INLINE void widen(__m256i low, __m256i high, Doubles (&numbers)[4])
+{
+    const __m256i even = _mm256_unpacklo_epi16(low, high), odd = _mm256_unpackhi_epi16(low, high);
+    numbers[0] = _mm256_cvtepi32_pd(_mm256_castsi256_si128(even));
+    numbers[1] = _mm256_cvtepi32_pd(_mm256_castsi256_si128(odd));
+    numbers[2] = _mm256_cvtepi32_pd(_mm256_extracti128_si256(even, 1));
+    numbers[3] = _mm256_cvtepi32_pd(_mm256_extracti128_si256(odd, 1));
+}
+
+// base + saturation height factor / (65535 21845) toward zero; `isNear` tells which of these are next to a whole number.
+OWN_INLINE __m256i betweenWords(__m256i base, __m256i saturation, __m256i height, __m256i factor, __m256i& isNear)
+{
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i low = _mm256_mullo_epi16(height, factor);
+    const __m256i high =
+        _mm256_sub_epi16(_mm256_mulhi_epu16(height, factor), _mm256_and_si256(height, _mm256_srai_epi16(factor, 15)));
+    Doubles bases[4], saturations[4], products[4], values[4], near[4];
+    widen(base, zero, bases);
+    widen(saturation, zero, saturations);
+    widen(low, high, products);
+    for (int k = 0; k < 4; ++k) {
+        // Other quotients are 6.9e-10 away from a whole number, and these numbers lose less than 1e-10.
+        const Doubles inverse = Doubles{} + 1.0 / (65535.0 * 21845.0);
+        values[k] = _mm256_fmadd_pd(saturations[k] * products[k], inverse, bases[k]);
+        const Doubles off = values[k] - _mm256_round_pd(values[k], _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        near[k] = _mm256_cmp_pd(_mm256_andnot_pd(_mm256_set1_pd(-0.0), off), _mm256_set1_pd(3e-10), _CMP_LT_OQ);
+    }
+    isNear = zero;
+    const Doubles any = _mm256_or_pd(_mm256_or_pd(near[0], near[1]), _mm256_or_pd(near[2], near[3]));
+    if (_mm256_movemask_pd(any)) {
+        Doubles ones[4];
+        for (int k = 0; k < 4; ++k)
+            ones[k] = _mm256_and_pd(near[k], _mm256_set1_pd(1));
+        isNear = _mm256_cmpgt_epi16(lowWords(ones), zero);
+    }
+    return lowWords(values);
+}
+
+// Sixteen colours; `isOpen` tells if one has a whole quotient.
+template <class Colours>
+OWN_INLINE ColourLanes wholeColours16(const void* const* from, ptrdiff_t bytes, const Sectors<uint16_t>& sectors,
+                                      bool& isOpen)
+{
+    const __m256i zero = _mm256_setzero_si256(), all = _mm256_set1_epi16(-1);
+    const __m256i base = vectorOf(from[Colours::base], bytes), saturation = vectorOf(from[Colours::saturation], bytes);
+    const __m256i height = Colours::template height<uint16_t>(base);
+    // 65536 a + b are a 65535ths, and one more if a + b reach them; a whole number of them if that is all, or if nothing is.
+    const __m256i high = _mm256_mulhi_epu16(saturation, height), low = _mm256_mullo_epi16(saturation, height);
+    const __m256i quotient = _mm256_sub_epi16(high, _mm256_cmpeq_epi16(_mm256_adds_epu16(high, low), all));
+    const __m256i isWhole = _mm256_or_si256(_mm256_cmpeq_epi16(_mm256_add_epi16(high, low), all),
+                                            _mm256_cmpeq_epi16(_mm256_or_si256(high, low), zero));
+    __m256i isNear;
+    ColourLanes colours;
+    colours.between = betweenWords(base, saturation, height, Colours::factor(sectors), isNear);
+    colours.most = Colours::isHls ? _mm256_add_epi16(base, quotient) : base;
+    colours.least = _mm256_sub_epi16(_mm256_add_epi16(base, all), _mm256_add_epi16(quotient, isWhole));
+    // Nothing falls short of 0, and neither black nor grey is a quotient.
+    const __m256i isPlain = _mm256_or_si256(_mm256_cmpeq_epi16(saturation, zero), _mm256_cmpeq_epi16(base, zero));
+    const __m256i isShort = _mm256_andnot_si256(_mm256_cmpeq_epi16(colours.least, zero), isWhole);
+    isOpen = _mm256_movemask_epi8(_mm256_andnot_si256(isPlain, _mm256_or_si256(isShort, isNear))) != 0;
+    return colours;
+}
+
+template <class Colours>
 void hueWordsToRgb(const void* const* from, void* const* to, ptrdiff_t n, const void*)
 {
     for (ptrdiff_t i = 0; i < n; i += 16) {
-        auto numbers = [&](int row, ptrdiff_t k) {
-            return fourNumbers(static_cast<const uint16_t*>(from[row]) + i + 4 * k);
-        };
-        Doubles sector[4], most[4], between[4], least[4];
-        for (int k = 0; k < 4; ++k) {
-            const Doubles hue = numbers(0, k), second = numbers(1, k), third = numbers(2, k);
-            const HueValues<Doubles> values =
-                isHls ? hlsValues<uint16_t>(hue, second, third) : hsvValues<uint16_t>(hue, second, third);
-            sector[k] = values.sector;
-            most[k] = values.most;
-            between[k] = values.between;
-            least[k] = values.least;
-        }
-        // V is not computed on.
-        const __m256i mosts = isHls ? lowWords(most) : vectorOf(from[2], 2 * i);
-        const auto colours = inSectorWords(lowWords(sector), mosts, lowWords(between), lowWords(least));
-        storeVector(to[0], 2 * i, colours.x.lanes);
-        storeVector(to[1], 2 * i, colours.y.lanes);
-        storeVector(to[2], 2 * i, colours.z.lanes);
+        const auto sectors = Colours::template sectors<uint16_t>(vectorOf(from[0], 2 * i));
+        bool isOpen;
+        ColourLanes colours = wholeColours16<Colours>(from, 2 * i, sectors, isOpen);
+        if (isOpen)
+            colours = colours16<Colours>(from, i);
+        storeColours(sectors, colours, to, 2 * i);
     }
 }
 

@@ -46,8 +46,8 @@ using YCrCb2Rgb = Forms<Form{0, 0, 22970, -752669475, 14, 1}, Form{0, -5638, -11
                         Form{0, 29032, 0, -951306060, 14, 1}>;
 
 #if defined(__AVX2__)
-constexpr OwnTripleStep rgb2hsv = rgbToHueWords<false>, hsv2rgb = hueWordsToRgb<false>;
-constexpr OwnTripleStep rgb2hls = rgbToHueWords<true>, hls2rgb = hueWordsToRgb<true>;
+constexpr OwnTripleStep rgb2hsv = rgbToHueWords<false>, hsv2rgb = hueWordsToRgb<HsvColours>;
+constexpr OwnTripleStep rgb2hls = rgbToHueWords<true>, hls2rgb = hueWordsToRgb<HlsColours>;
 #else
 constexpr OwnTripleStep rgb2hsv = rgbToHue<uint16_t, false>, hsv2rgb = hueToRgb<uint16_t, false>;
 constexpr OwnTripleStep rgb2hls = rgbToHue<uint16_t, true>, hls2rgb = hueToRgb<uint16_t, true>;

@@ -117,8 +117,8 @@ struct Ycc2Rgb {
 // ---- Hues ---------------------------------------------------------------------------------------------------------
 
 #if defined(__AVX2__)
-constexpr OwnTripleStep rgb2hsv = rgbToHueBytes<false>, hsv2rgb = hsvToRgb;
-constexpr OwnTripleStep rgb2hls = rgbToHueBytes<true>, hls2rgb = hlsToRgb;
+constexpr OwnTripleStep rgb2hsv = rgbToHueBytes<false>, hsv2rgb = hueBytesToRgb<HsvColours>;
+constexpr OwnTripleStep rgb2hls = rgbToHueBytes<true>, hls2rgb = hueBytesToRgb<HlsColours>;
 #else
 constexpr OwnTripleStep rgb2hsv = rgbToHue<uint8_t, false>, hsv2rgb = hueToRgb<uint8_t, false>;
 constexpr OwnTripleStep rgb2hls = rgbToHue<uint8_t, true>, hls2rgb = hueToRgb<uint8_t, true>;

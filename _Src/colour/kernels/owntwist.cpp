@@ -122,32 +122,34 @@ struct Offset {
     }
 };
 
-// One row of the matrix, for sums of 32 bits of pairs of words. A wide factor is split in two of words.
+// One row of the matrix, for sums of 32 bits of pairs of words, of which the last is z and, if factors are wide, a 1. Wide
+// factors are split in two of words, and so is the constant.
 template <bool isWide>
 struct WordRow {
-    static constexpr int split = 15;
+    static constexpr int split = 16;
     __m256i xy, z, xyHigh, zHigh, constant;
 
     // What the products lack where words are values less 32768 is in `bias`.
     WordRow(const int32_t* m, uint32_t bias)
     {
-        auto high = [](int32_t factor) { return isWide ? (factor + (1 << (split - 1))) >> split : 0; };
-        auto low = [=](int32_t factor) { return factor - high(factor) * (1 << split); };
+        auto low = [](int32_t factor) { return int32_t{int16_t(factor)}; };
+        auto high = [=](int32_t factor) { return int32_t((int64_t{factor} - low(factor)) >> split); };
+        const auto last =
+            int32_t(uint32_t(m[3]) + bias * uint32_t(m[0]) + bias * uint32_t(m[1]) + bias * uint32_t(m[2]));
         xy = factors(low(m[0]), low(m[1]));
-        z = factors(low(m[2]), 0);
+        z = factors(low(m[2]), isWide ? low(last) : 0);
         xyHigh = factors(high(m[0]), high(m[1]));
-        zHigh = factors(high(m[2]), 0);
-        constant = _mm256_set1_epi32(
-            int32_t(uint32_t(m[3]) + bias * uint32_t(m[0]) + bias * uint32_t(m[1]) + bias * uint32_t(m[2])));
+        zHigh = factors(high(m[2]), high(last));
+        constant = _mm256_set1_epi32(last);
     }
     __m256i of(__m256i xyWords, __m256i zWords, __m128i shift) const
     {
-        __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(xyWords, xy), _mm256_madd_epi16(zWords, z));
-        if constexpr (isWide) {
-            const __m256i more = _mm256_add_epi32(_mm256_madd_epi16(xyWords, xyHigh), _mm256_madd_epi16(zWords, zHigh));
-            sum = _mm256_add_epi32(sum, _mm256_slli_epi32(more, split));
-        }
-        return _mm256_sra_epi32(_mm256_add_epi32(sum, constant), shift);
+        const __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(xyWords, xy), _mm256_madd_epi16(zWords, z));
+        __m256i more = constant;
+        if constexpr (isWide)
+            more = _mm256_slli_epi32(
+                _mm256_add_epi32(_mm256_madd_epi16(xyWords, xyHigh), _mm256_madd_epi16(zWords, zHigh)), split);
+        return _mm256_sra_epi32(_mm256_add_epi32(sum, more), shift);
     }
 };
 
@@ -159,18 +161,18 @@ void sumBytes(const void* const* from, void* const* to, ptrdiff_t n, const void*
     const WordRow<isWide> rows[3] = {{m, 0}, {m + 4, 0}, {m + 8, 0}};
     const __m128i shift = _mm_cvtsi32_si128(twist.shift);
     const Offset<uint8_t> offset(twist.offset);
-    const __m256i zero = _mm256_setzero_si256();
+    const __m256i zero = _mm256_setzero_si256(), last = _mm256_set1_epi16(isWide ? 1 : 0);
     for (ptrdiff_t i = 0; i < n; i += 32) {
         const __m256i x = vectorOf(from[0], i), y = vectorOf(from[1], i), z = vectorOf(from[2], i);
-        // Words of x and y in turn, and of z and nothing, in the order in which packing takes them back.
+        // Words of x and y in turn, and of z and what goes with it, in the order in which packing takes them back.
         const __m256i xy[2] = {_mm256_unpacklo_epi8(x, y), _mm256_unpackhi_epi8(x, y)};
         const __m256i z0[2] = {_mm256_unpacklo_epi8(z, zero), _mm256_unpackhi_epi8(z, zero)};
         __m256i pairs[4], singles[4];
         for (int k = 0; k < 2; ++k) {
             pairs[2 * k] = _mm256_unpacklo_epi8(xy[k], zero);
             pairs[2 * k + 1] = _mm256_unpackhi_epi8(xy[k], zero);
-            singles[2 * k] = LowHalf::pairs(z0[k], zero);
-            singles[2 * k + 1] = HighHalf::pairs(z0[k], zero);
+            singles[2 * k] = LowHalf::pairs(z0[k], last);
+            singles[2 * k + 1] = HighHalf::pairs(z0[k], last);
         }
         for (int row = 0; row < 3; ++row) {
             __m256i sums[4];

@@ -28,7 +28,7 @@ void readMasked(const uint8_t* row, const OwnDibFormat& format, uint32_t* __rest
 {
     const OwnDibMasks m = format.masks;
     for (ptrdiff_t i = 0; i < n; ++i) {
-        const uint32_t pixel = ownLoad<Pixel>(row, i);
+        const uint32_t pixel = ownFirstBelow(ownLoad<Pixel>(row, i));
         uint32_t word = m.always;
         for (int k = 0; k < 4; ++k)
             word |= (pixel >> m.down[k] & m.mask[k]) << m.up[k] << 8 * k;
@@ -66,7 +66,7 @@ void writeMasked(const uint32_t* __restrict words, const OwnDibFormat& format, u
         uint32_t pixel = 0;
         for (int k = 0; k < 4; ++k)
             pixel |= (words[i] >> 8 * k >> m.up[k] & m.mask[k]) << m.down[k];
-        ownStore<Pixel>(row, i, Pixel(pixel));
+        ownStore(row, i, ownFirstBelow(Pixel(pixel)));
     }
 }
 
@@ -387,7 +387,7 @@ void lookUp(const uint8_t* row, const uint8_t* table, uint8_t* bytes, ptrdiff_t 
 void to24(const uint8_t* row, const uint32_t* table, uint8_t* bytes, ptrdiff_t n)
 {
     for (; n > 1; --n, bytes += 3)
-        ownStore(bytes, 0, table[*row++]);  // the fourth byte is the next pixel's
+        ownStore(bytes, 0, ownFirstBelow(table[*row++]));  // the fourth byte is the next pixel's
     for (int k = 0; k < 3 && n; ++k)
         bytes[k] = uint8_t(table[*row] >> 8 * k);
 }

@@ -36,14 +36,77 @@ struct Scale {
     }
 };
 
+template <class S, class D>
+struct ScaleRows : OneSourceRows<Scale<S, D>> {
+};
+
+#if defined(__AVX2__)
+// Products whose bytes all are that of the source, for which the compiler multiplies.
+template <class S>
+struct BytesRepeated {
+    OwnValues<S> x;
+
+    int32_t operator()(ptrdiff_t i) const { return Scale<S, int32_t>(nullptr)(x[i]); }
+    Vector<int32_t> vector(ptrdiff_t i) const
+    {
+        constexpr int32_t flip = OwnRange<S>::isSigned ? 0x00808080 : INT32_MIN;
+        const __m128i eight = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(static_cast<const char*>(x.first) + i));
+        const __m256i often = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
+                                               4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
+        const __m256i repeated = _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(eight), often);
+        return (Vector<int32_t>)_mm256_xor_si256(repeated, _mm256_set1_epi32(flip));
+    }
+};
+
+// Results that vectors pack as they are, for which the compiler cuts them first.
+template <class D>
+struct HighBytes {
+    OwnValues<int32_t> x;
+
+    D operator()(ptrdiff_t i) const { return Scale<int32_t, D>(nullptr)(x[i]); }
+    Vector<D> vector(ptrdiff_t i) const
+    {
+        __m256i high[4];
+        for (int k = 0; k < 4; ++k) {
+            const auto value = (__m256i)vectorAt<int32_t>(x.first, i + 8 * k);
+            high[k] = _mm256_srai_epi32(_mm256_sub_epi32(value, _mm256_srai_epi32(value, 8)), 24);
+        }
+        const __m256i bytes =
+            _mm256_packs_epi16(_mm256_packs_epi32(high[0], high[1]), _mm256_packs_epi32(high[2], high[3]));
+        const __m256i inOrder = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+        return (Vector<D>)_mm256_xor_si256(inOrder, _mm256_set1_epi8(OwnRange<D>::isSigned ? 0 : -128));
+    }
+};
+
+// Rows of values that know their vectors.
+template <class S, class D, class Value>
+struct VectorRows : OneSourceRows<Scale<S, D>> {
+    static __attribute__((flatten)) void run(const OwnRows& rows)
+    {
+        const ptrdiff_t n = rows.n;
+        forRows<sizeof(S) * 8, sizeof(D) * 8, 1>(
+            rows, [n](const uint8_t* a, const uint8_t*, uint8_t* d) { storeRow<D>(d, n, a == d, Value{{a}}); });
+    }
+    static constexpr OwnRowKernel kernel = {run, OneSourceRows<Scale<S, D>>::select,
+                                            OneSourceRows<Scale<S, D>>::masked};
+};
+
+template <class S>
+requires(sizeof(S) == 1) struct ScaleRows<S, int32_t> : VectorRows<S, int32_t, BytesRepeated<S>> {
+};
+template <class D>
+requires(sizeof(D) == 1) struct ScaleRows<int32_t, D> : VectorRows<int32_t, D, HighBytes<D>> {
+};
+#endif
+
 template <class S>
 constexpr OwnRowKernel scaleFrom[OWN_DEPTHS] = {
     {},
-    OneSourceRows<Scale<S, uint8_t>>::kernel,
-    OneSourceRows<Scale<S, int8_t>>::kernel,
-    OneSourceRows<Scale<S, uint16_t>>::kernel,
-    OneSourceRows<Scale<S, int16_t>>::kernel,
-    OneSourceRows<Scale<S, int32_t>>::kernel,
+    ScaleRows<S, uint8_t>::kernel,
+    ScaleRows<S, int8_t>::kernel,
+    ScaleRows<S, uint16_t>::kernel,
+    ScaleRows<S, int16_t>::kernel,
+    ScaleRows<S, int32_t>::kernel,
 };
 
 // ---- Floats -------------------------------------------------------------------------------------------------------
@@ -174,24 +237,27 @@ struct FloatToBytes {
         tells =
             slack < 0.25 && exact.factor > 0 && factor > 0 && __builtin_isfinite(factor) && __builtin_isfinite(most);
     }
+    // Bytes of 32 whole numbers, in an order of the vectors' own.
+    static __m256i packed(const __m256i (&whole)[4])
+    {
+        return _mm256_packus_epi16(_mm256_packs_epi32(whole[0], whole[1]), _mm256_packs_epi32(whole[2], whole[3]));
+    }
     void block(const uint8_t* from, uint8_t* to) const
     {
-        __m256i differ = _mm256_setzero_si256(), whole[4];
+        __m256i least[4], greatest[4];
         for (int k = 0; k < 4; ++k) {
             const __m256 given = _mm256_loadu_ps(reinterpret_cast<const float*>(from + 32 * k));
             // What is no number stays so, and becomes the least integer as what lies far below does.
             const __m256 x = _mm256_min_ps(_mm256_set1_ps(most), given), f = _mm256_set1_ps(factor);
-            whole[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(low)));
-            const __m256i other = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(high)));
-            differ = _mm256_or_si256(differ, _mm256_xor_si256(whole[k], other));
+            least[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(low)));
+            greatest[k] = _mm256_cvtps_epi32(_mm256_fmadd_ps(x, f, _mm256_set1_ps(high)));
         }
+        const __m256i bytes = packed(least), differ = _mm256_xor_si256(bytes, packed(greatest));
         if (!_mm256_testz_si256(differ, differ)) {
             for (int i = 0; i < 32; ++i)
                 to[i] = exact(ownLoad<float>(from, i));
             return;
         }
-        const __m256i bytes =
-            _mm256_packus_epi16(_mm256_packs_epi32(whole[0], whole[1]), _mm256_packs_epi32(whole[2], whole[3]));
         const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_permutevar8x32_epi32(bytes, order));
     }

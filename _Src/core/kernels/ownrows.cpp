@@ -159,7 +159,7 @@ void widenToWords(const uint8_t* pixels, void* lanes, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i) {
-        uint32_t word = uint32_t(int8_t(pixels[i])) & (0xFFFFFFFFu >> (8 * (4 - values)));
+        uint32_t word = uint32_t(int8_t(pixels[i])) & ownFirstBelow(0xFFFFFFFFu >> (8 * (4 - values)));
         ownStore(lanes, i, word);
     }
 }
@@ -219,7 +219,7 @@ template <class T>
 void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n)
 {
     const T all = T(-1);
-    const T others = values < ptrdiff_t(sizeof(T)) ? T(all << (8 * values)) : T(0);
+    const T others = values == ptrdiff_t(sizeof(T)) ? T(0) : ownFirstBelow(T(all << (8 * values)));
     auto test = [=](ptrdiff_t i) { return T(ownLoad<T>(lanes, i) | others) == all; };
     storePixelBits(
         to, n, [=](ptrdiff_t start) { return bitsOfBlock<T>(start, test); }, test);

@@ -187,19 +187,22 @@ inline __m256i sumOfPairs(const uint8_t* samples)
     return _mm256_maddubs_epi16(load(samples), _mm256_set1_epi8(1));
 }
 
+template <int pairs>
+inline __m256i sumOfFewPairs(const uint8_t* samples)
+{
+    __m256i sum = _mm256_setzero_si256();
+    for (int i = 0; i < pairs; ++i)
+        sum = _mm256_add_epi16(sum, sumOfPairs(samples + 2 * i));
+    return sum;
+}
+
 // Few pairs are added up where they are needed.
 template <int pairs>
 struct FewPairs {
     explicit FewPairs(const OwnBlurRows&) {}
 
     // For the sixteen even pixels from `at` on, whose samples begin at `samples`.
-    __m256i operator()(const uint8_t* samples, ptrdiff_t) const
-    {
-        __m256i sum = _mm256_setzero_si256();
-        for (int i = 0; i < pairs; ++i)
-            sum = _mm256_add_epi16(sum, sumOfPairs(samples + 1 + 2 * i));
-        return sum;
-    }
+    __m256i operator()(const uint8_t* samples, ptrdiff_t) const { return sumOfFewPairs<pairs>(samples + 1); }
 };
 
 // Of many pairs the sums of 1, 2, 4 and so on are made first, from each odd sample on; some of these are the sum of all.
@@ -336,6 +339,81 @@ ptrdiff_t scratchValues(ptrdiff_t values, ptrdiff_t nCols)
     return (mostLevels + 1) * levelValues(values, nCols) + 128;
 }
 
+// ---- By squares ---------------------------------------------------------------------------------------------------
+
+// The sums of windows. A row goes at once into all that have it.
+template <int size>
+struct RunningSums {
+    __m256i open[size - 1] = {};  // of as many rows as the place tells, and one more
+
+    __m256i next(__m256i row)
+    {
+        const __m256i sum = _mm256_add_epi16(open[size - 2], row);
+        for (int i = size - 2; i > 0; --i)
+            open[i] = _mm256_add_epi16(open[i - 1], row);
+        open[0] = row;
+        return sum;
+    }
+};
+
+// The quotient in parts of 2^-shift is cut, which does not take it below a half, and then rounded: so no sum needs a bias.
+constexpr bool cutsToSameMean(uint32_t samples)
+{
+    const OwnBlurMean mean = ownBlurMean(samples);
+    for (uint32_t sum = 0; sum <= 255 * samples; ++sum) {
+        const uint32_t parts = sum * mean.multiplier >> 16;
+        if ((parts + (1u << mean.shift) / 2) >> mean.shift != (2 * sum + samples) / (2 * samples))
+            return false;
+    }
+    return true;
+}
+
+// Of sixteen sums, as words.
+template <int size>
+inline __m256i meansOf(__m256i sums)
+{
+    constexpr OwnBlurMean mean = ownBlurMean(size * size);
+    static_assert(cutsToSameMean(size * size));
+    const __m256i parts = _mm256_mulhi_epu16(sums, _mm256_set1_epi16(int16_t(mean.multiplier)));
+    return _mm256_mulhrs_epi16(parts, _mm256_set1_epi16(1 << (15 - mean.shift)));
+}
+
+// Goes down 32 columns from value i of the rows on.
+template <int size>
+inline void meansOfBlock(const OwnFixedBand& band, ptrdiff_t i)
+{
+    const void* const* const rows = band.rows;
+    void* const* const results = band.results;
+    const ptrdiff_t count = band.count;
+    RunningSums<size> even, odd;
+    EvenOdd sums;
+    auto take = [&](ptrdiff_t row) __attribute__((always_inline))
+    {
+        const auto* samples = static_cast<const uint8_t*>(rows[row]) + i;
+        const __m256i common = sumOfFewPairs<size / 2>(samples + 1);
+        const __m256i first = _mm256_and_si256(load(samples), _mm256_set1_epi16(255));
+        const __m256i last = _mm256_srli_epi16(load(samples + size - 1), 8);
+        sums = {even.next(_mm256_add_epi16(common, first)), odd.next(_mm256_add_epi16(common, last))};
+    };
+    for (ptrdiff_t row = 0; row < size - 1; ++row)
+        take(row);
+    for (ptrdiff_t y = 0; y < count; ++y) {
+        take(y + size - 1);
+        const __m256i both = _mm256_or_si256(meansOf<size>(sums.even), _mm256_slli_epi16(meansOf<size>(sums.odd), 8));
+        store(static_cast<uint8_t*>(results[y]) + i, 0, both);
+    }
+}
+
+template <int size>
+void meansOfSquares(const OwnFixedBand& band)
+{
+    for (ptrdiff_t i = 0; i < band.values - rowBlock; i += rowBlock)
+        meansOfBlock<size>(band, i);
+    meansOfBlock<size>(band, band.values - rowBlock);
+}
+
+constexpr OwnFixedKernel means3 = meansOfSquares<3>, means5 = meansOfSquares<5>;
+
 #else
 
 // Moves the sums of a pixel's part of the row and of its window on by a row.
@@ -379,6 +457,8 @@ ptrdiff_t scratchValues(ptrdiff_t, ptrdiff_t)
     return 1;
 }
 
+constexpr OwnFixedKernel means3 = nullptr, means5 = nullptr;
+
 #endif
 
 void flip(const uint8_t* from, uint8_t* to, ptrdiff_t n)
@@ -397,6 +477,8 @@ const OwnBlurByteKernels ownBlurByteKernels = {
     byRowsWide,
     scratchValues,
     flip,
+    means3,
+    means5,
 };
 
 }  // namespace OWN_ISA

@@ -2,12 +2,13 @@
 //
 // Where pixels lie side by side, and windows have an odd number of columns, a row is summed by pairs: two neighbouring windows
 // have all but their ends in common, and what they have in common is a number of pairs of neighbouring samples, which vectors
-// add up by doubling. Sums of rows run down the columns. Otherwise sums of columns run down, and the few columns of every window
+// add up by doubling. Sums of rows run down the columns, for small squares in registers. Otherwise sums of columns run down, and the few columns of every window
 // are added up afresh.
 #pragma once
 
 #include "../../core/owngeometry.h"
 #include "../../core/ownisa.h"
+#include "ownfixed.h"
 
 // How a sum of bytes becomes its mean, rounded to nearest: (sum + bias) * multiplier / 2^(16 + shift), rounded down. Only odd
 // numbers of samples have one, since a mean of theirs never lies in the middle between two integers.
@@ -68,6 +69,8 @@ enum OwnBlurFinishKind {
     OWN_BLUR_FINISHES
 };
 
+enum { OWN_SQUARE_LEAST = 32 };
+
 struct OwnBlurByteKernels {
     void (*byColumns[OWN_BLUR_FINISHES])(const OwnBlurColumns& row);
     void (*byRows[OWN_BLUR_FINISHES])(const OwnBlurRows& row);
@@ -75,6 +78,9 @@ struct OwnBlurByteKernels {
     ptrdiff_t (*scratchValues)(ptrdiff_t values, ptrdiff_t nCols);
     // Makes n signed bytes unsigned ones in the same order, or back; perhaps in place.
     void (*flip)(const uint8_t* from, uint8_t* to, ptrdiff_t n);
+    // The means of squares of 3 x 3 and 5 x 5 bytes side by side, at least OWN_SQUARE_LEAST in a row; NULL at a level where
+    // sums of rows are as quick.
+    OwnFixedKernel means3, means5;
 };
 
 OWN_KERNEL_TABLE(OwnBlurByteKernels, ownBlurByteKernels)

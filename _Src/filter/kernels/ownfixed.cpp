@@ -55,7 +55,7 @@ inline uint32_t oneIfAbove(uint32_t a, uint16_t limit)
     return a > limit;
 }
 
-// Floats to nearest, ties to even.
+// Floats to nearest, ties to even; those beyond the range become the lowest value.
 inline Vector<int32_t> nearest(Vector<float> v)
 {
 #if defined(__AVX2__)
@@ -65,7 +65,7 @@ inline Vector<int32_t> nearest(Vector<float> v)
 #else
     Vector<int32_t> result;
     for (int i = 0; i < vectorBytes / 4; ++i)
-        result[i] = ownNearest(v[i]);
+        result[i] = v[i] >= -2147483648.0f && v[i] < 2147483648.0f ? ownNearest(v[i]) : INT32_MIN;
     return result;
 #endif
 }
@@ -418,7 +418,7 @@ struct Floats32 {
         if constexpr (__is_same(T, float)) {
             __builtin_memcpy(to, &v, sizeof v);
         } else {
-            // What is too large for a conversion becomes the lowest value, whose complement is the highest.
+            // What is too large has become the lowest value, whose complement is the highest.
             const Vector<int32_t> result = nearest(v) ^ (v >= 2147483648.0f);
             __builtin_memcpy(to, &result, sizeof result);
         }
@@ -507,34 +507,39 @@ struct PairSums {
     }
 };
 
-// A sixteenth, to nearest and ties to even: where the bit above is clear, less by one before a tie is rounded up.
-inline __m256i sixteenth(__m256i v)
+// Of 128 times a number the number, to nearest and ties to even. What is rounded has at most four bits: where the number
+// below is even, 1 less keeps a tie from being rounded up, and where it is odd, 1 more does no harm.
+inline __m256i rounded128th(__m256i v)
 {
-    const __m256i less = _mm256_andnot_si256(_mm256_srli_epi16(v, 4), _mm256_set1_epi16(1));
-    return _mm256_mulhrs_epi16(_mm256_sub_epi16(v, less), _mm256_set1_epi16(1 << 11));
+    const __m256i less = _mm256_sign_epi8(_mm256_set1_epi16(255), v);
+    return _mm256_mulhrs_epi16(_mm256_add_epi8(v, less), _mm256_set1_epi16(1 << 8));
 }
 
 inline void smoothBlock(const OwnFixedBand& band, ptrdiff_t i)
 {
     const void* const* const rows = band.rows;
     void* const* const results = band.results;
+    const ptrdiff_t count = band.count;
     PairSums even, odd;
     __m256i evens = {}, odds = {};
-    goDown<3>(
-        band.count,
-        [&](ptrdiff_t row) __attribute__((always_inline)) {
-            // Of two bytes each: from the window's first column on, from its second, and from its third.
-            auto pairs = [=](ptrdiff_t at) {
-                return _mm256_maddubs_epi16((__m256i)vectorAt<uint8_t>(rows[row], at), _mm256_set1_epi8(1));
-            };
-            const __m256i first = pairs(i), second = pairs(i + 1), third = pairs(i + 2);
-            evens = even.next(_mm256_add_epi16(first, second));
-            odds = odd.next(_mm256_add_epi16(second, third));
-        },
-        [&](ptrdiff_t y) __attribute__((always_inline)) {
-            const __m256i both = _mm256_or_si256(sixteenth(evens), _mm256_slli_epi16(sixteenth(odds), 8));
-            __builtin_memcpy(static_cast<char*>(results[y]) + i, &both, sizeof both);
-        });
+    auto take = [&](ptrdiff_t row) __attribute__((always_inline))
+    {
+        // Eight times the sums of two bytes each: from the window's first column on, from its second, and from its third.
+        auto pairs = [=](ptrdiff_t at) {
+            return _mm256_maddubs_epi16((__m256i)vectorAt<uint8_t>(rows[row], at), _mm256_set1_epi8(8));
+        };
+        const __m256i first = pairs(i), second = pairs(i + 1), third = pairs(i + 2);
+        evens = even.next(_mm256_add_epi16(first, second));
+        odds = odd.next(_mm256_add_epi16(second, third));
+    };
+    take(0);
+    take(1);
+#pragma GCC unroll 2
+    for (ptrdiff_t y = 0; y < count; ++y) {
+        take(y + 2);
+        const __m256i both = _mm256_or_si256(rounded128th(evens), _mm256_slli_epi16(rounded128th(odds), 8));
+        __builtin_memcpy(static_cast<char*>(results[y]) + i, &both, sizeof both);
+    }
 }
 #endif
 

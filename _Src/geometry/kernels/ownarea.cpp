@@ -63,6 +63,103 @@ void add(const float* __restrict row, float weight, bool first, float* __restric
         sums[i] = (first ? 0.0f : sums[i]) + row[i] * weight;
 }
 
+// Where eight values of a row of sums at a time find their samples: those of four lie within 16 bytes.
+struct Windows {
+    ptrdiff_t count = 0;  // of vectors; 0 where samples lie farther apart
+    int32_t* starts;      // [vector][half]: where 16 bytes begin in the row
+    uint32_t* order;      // [vector][sample][value]: the bytes of a sample among them
+
+    static int64_t bytes([[maybe_unused]] int64_t values)
+    {
+#if defined(__AVX2__)
+        const int64_t vectors = (values + 7) / 8;
+        return roomFor(values, sizeof(int32_t)) + roomFor(vectors * 2, sizeof(int32_t)) +
+               roomFor(vectors * mostPicked * 8, sizeof(uint32_t));
+#else
+        return 0;
+#endif
+    }
+};
+
+#if defined(__AVX2__)
+
+// The first of the values that a vector makes; the last vector may overlap the one before it.
+inline ptrdiff_t firstValue(ptrdiff_t vector, ptrdiff_t values)
+{
+    return vector * 8 < values - 8 ? vector * 8 : values - 8;
+}
+
+// Where four values have their first samples, from the start of 16 bytes on that hold `reach` bytes from each of them
+// on. False if that is too much.
+inline bool placeWindow(const int32_t* from, int32_t reach, int32_t lastStart, int32_t& start)
+{
+    int32_t low = from[0], high = from[0];
+    for (int i = 1; i < 4; ++i) {
+        low = from[i] < low ? from[i] : low;
+        high = from[i] > high ? from[i] : high;
+    }
+    start = low < lastStart ? low : lastStart;
+    return high - start + reach <= 16;
+}
+
+template <int valueBytes>
+void makeWindows(Windows& windows, Memory& memory, const OwnScaleColumns& columns)
+{
+    const ptrdiff_t n = columns.values(), lanes = columns.lanes, vectors = (n + 7) / 8;
+    const auto pixelBytes = int32_t(lanes * valueBytes), reach = (columns.samples - 1) * pixelBytes + valueBytes;
+    const int64_t lastStart = int64_t{columns.sourceCount} * pixelBytes - 16;
+    if (n < 8 || lastStart < 0 || lastStart > INT32_MAX)
+        return;
+    auto* from = memory.take<int32_t>(n);
+    for (ptrdiff_t i = 0; i < columns.count; ++i)
+        for (ptrdiff_t lane = 0; lane < lanes; ++lane)
+            from[i * lanes + lane] = int32_t((columns.index[i] - columns.base) * pixelBytes + lane * valueBytes);
+    windows.starts = memory.take<int32_t>(vectors * 2);
+    windows.order = memory.take<uint32_t>(vectors * columns.samples * 8);
+    // The bytes of a sample come first in its 32 bits, zeros after them.
+    constexpr uint32_t each = valueBytes == 1 ? 1 : 0x0101, pattern = valueBytes == 1 ? 0x80808000 : 0x80800100;
+    for (ptrdiff_t half = 0; half < vectors * 2; ++half) {
+        const int32_t* first = from + firstValue(half / 2, n) + (half & 1) * 4;
+        int32_t& start = windows.starts[half];
+        if (!placeWindow(first, reach, int32_t(lastStart), start))
+            return;
+        uint32_t* order = windows.order + half / 2 * columns.samples * 8 + (half & 1) * 4;
+        for (int sample = 0; sample < columns.samples; ++sample, order += 8)
+            for (int i = 0; i < 4; ++i)
+                order[i] = pattern + each * uint32_t(first[i] - start + sample * pixelBytes);
+    }
+    windows.count = vectors;
+}
+
+template <int most>
+void sumWindows(const Windows& given, const uint8_t* src, const float* const* givenWeights, float* __restrict sums,
+                ptrdiff_t n)
+{
+    const Windows windows = given;
+    const float* weights[most];
+    for (int k = 0; k < most; ++k)
+        weights[k] = givenWeights[k];
+    auto sumEight = [&](ptrdiff_t vector, ptrdiff_t i) {
+        const int32_t* start = windows.starts + vector * 2;
+        const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src + start[1]),
+                                                  reinterpret_cast<const __m128i*>(src + start[0]));
+        const auto* order = reinterpret_cast<const __m256i*>(windows.order + vector * most * 8);
+        auto weighedSample = [&](int k) {
+            const __m256i sample = _mm256_shuffle_epi8(bytes, _mm256_loadu_si256(order + k));
+            return _mm256_cvtepi32_ps(sample) * _mm256_loadu_ps(weights[k] + i);
+        };
+        __m256 sum = weighedSample(0);
+        for (int k = 1; k < most; ++k)
+            sum += weighedSample(k);
+        _mm256_storeu_ps(sums + i, sum);
+    };
+    for (ptrdiff_t vector = 0; vector < windows.count - 1; ++vector)
+        sumEight(vector, vector * 8);
+    sumEight(windows.count - 1, n - 8);
+}
+
+#endif
+
 // A pixel without weight adds nothing, whatever it is.
 template <class T>
 inline float weighed(T value, float weight)
@@ -80,7 +177,8 @@ struct Kernel {
     // For cells of few pixels. All take as many, those that they do not have with a weight of 0.
     struct Table {
         OwnScaleColumns columns;
-        Pick pick;
+        Windows windows;
+        Pick pick;  // where they have none
         T* samples[mostPicked];
         float* weights[mostPicked];
     };
@@ -91,7 +189,7 @@ struct Kernel {
         if (!picks(columns))
             return 1;
         return roomFor(1, sizeof(Table)) + roomFor(columns.count, sizeof(int32_t)) +
-               mostPicked * (roomFor(n, sizeof(T)) + roomFor(n, sizeof(float))) +
+               mostPicked * (roomFor(n, sizeof(T)) + roomFor(n, sizeof(float))) + Windows::bytes(n) +
                Shuffle::bytes(n * int64_t{sizeof(T)});
     }
 
@@ -122,6 +220,13 @@ struct Kernel {
             }
         }
         table.columns = {cells.count, cells.sourceCount, cells.lanes, cells.most, index, 0, nullptr, -1, nullptr};
+        table.windows = {};
+#if defined(__AVX2__)
+        if constexpr (sizeof(T) < 4)
+            makeWindows<sizeof(T)>(table.windows, memory, table.columns);
+        if (table.windows.count)
+            return;
+#endif
         makePick(table.pick, memory, table.columns, sizeof(T));
     }
 
@@ -134,17 +239,7 @@ struct Kernel {
             samples[k] = table.samples[k];
             weights[k] = table.weights[k];
         }
-        ptrdiff_t i = 0;
-#if defined(__AVX2__)
-        if constexpr (sizeof(T) < 4)
-            for (; i + 8 <= n; i += 8) {
-                __m256 sum = _mm256_setzero_ps();
-                for (int k = 0; k < most; ++k)
-                    sum += eightAt(samples[k] + i) * _mm256_loadu_ps(weights[k] + i);
-                _mm256_storeu_ps(sums + i, sum);
-            }
-#endif
-        for (; i < n; ++i) {
+        for (ptrdiff_t i = 0; i < n; ++i) {
             float sum = 0;
             for (int k = 0; k < most; ++k)
                 sum += weighed(samples[k][i], weights[k][i]);
@@ -174,6 +269,14 @@ struct Kernel {
         if (!picks(cells))
             return acrossMany(cells, src, sums);
         const Table& table = *static_cast<const Table*>(cells.table);
+#if defined(__AVX2__)
+        if (table.windows.count) {
+            const auto* row = static_cast<const uint8_t*>(src);
+            withCount(cells.most,
+                      [&]<int most>() { sumWindows<most>(table.windows, row, table.weights, sums, cells.values()); });
+            return;
+        }
+#endif
         for (int k = 0; k < cells.most; ++k)
             pickSample(table.pick, table.columns, sizeof(T), src, k, table.samples[k]);
         withCount(cells.most, [&]<int most>() { sumFew<most>(table, sums, cells.values()); });
@@ -190,13 +293,15 @@ struct Kernel {
         }
 #if defined(__AVX2__)
         if constexpr (requires { Depth::results(__m256d{}); }) {
-            auto four = [=](ptrdiff_t i) {
-                __m128 sum = _mm_setzero_ps();
-                for (int k = 0; k < count; ++k)
-                    sum += _mm_loadu_ps(rows[k] + i) * weights[k];
-                return Depth::results(_mm256_cvtps_pd(sum) * scale);
+            auto words = [=](ptrdiff_t i) {
+                __m256 sum = _mm256_loadu_ps(rows[0] + i) * weights[0];
+                for (int k = 1; k < count; ++k)
+                    sum += _mm256_loadu_ps(rows[k] + i) * weights[k];
+                const __m256d low = _mm256_cvtps_pd(_mm256_castps256_ps128(sum)),
+                              high = _mm256_cvtps_pd(_mm256_extractf128_ps(sum, 1));
+                return _mm_packus_epi32(Depth::results(low * scale), Depth::results(high * scale));
             };
-            if (storeFours<T>(dst, n, four))
+            if (storeEights<T>(dst, n, words))
                 return;
         }
 #endif

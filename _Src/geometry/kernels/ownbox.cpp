@@ -84,6 +84,8 @@ void addUpLanes(const Sum* sums, Sum* running, ptrdiff_t n, ptrdiff_t lanes)
 
 #if defined(__AVX2__)
 
+constexpr __m128i zeros = {};
+
 // Sums of 16 or 32 bits side by side.
 template <class Sum>
 inline __m256i plus(__m256i a, __m256i b)
@@ -154,6 +156,36 @@ struct Adder {
     }
 };
 
+// The two halves of a row side by side in the halves of vectors, which then need nothing of each other: the second
+// begins with the sum of the first. For lanes that a half of a vector holds some whole times.
+template <class Sum>
+void addUpHalves(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
+{
+    constexpr ptrdiff_t inHalf = Adder<Sum>::inHalf;
+    const Adder<Sum> adder(lanes);
+    auto addedUp = [&](__m256i values) {
+        for (const __m256i& shift : adder.shift)
+            values = plus<Sum>(values, _mm256_shuffle_epi8(values, shift));
+        return values;
+    };
+    const ptrdiff_t second = ((n + 1) / 2 + inHalf - 1) / inHalf * inHalf;
+    __m256i total = _mm256_setzero_si256();
+    for (ptrdiff_t i = 0; i < second; i += inHalf)
+        total = plus<Sum>(total, _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(sums + i), &zeros));
+    __m256i carry = _mm256_shuffle_epi8(addedUp(total), adder.last);
+    for (ptrdiff_t i = 0; i < lanes; ++i)
+        running[i] = 0;
+    running += lanes;
+    // The last vector may pass the end: there is room for it.
+    for (ptrdiff_t i = 0; i < second; i += inHalf) {
+        const __m256i values = addedUp(_mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(sums + second + i),
+                                                           reinterpret_cast<const __m128i*>(sums + i)));
+        _mm256_storeu2_m128i(reinterpret_cast<__m128i*>(running + second + i), reinterpret_cast<__m128i*>(running + i),
+                             plus<Sum>(values, carry));
+        carry = plus<Sum>(carry, _mm256_shuffle_epi8(values, adder.last));
+    }
+}
+
 template <class Sum>
 void addUpVectors(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
 {
@@ -175,9 +207,12 @@ template <class Sum>
 void addUp(const Sum* sums, Sum* running, ptrdiff_t n, int lanes)
 {
 #if defined(__AVX2__)
-    if constexpr (sizeof(Sum) <= 4)
+    if constexpr (sizeof(Sum) <= 4) {
+        if (Adder<Sum>::inHalf % lanes == 0)
+            return addUpHalves(sums, running, n, lanes);
         if (lanes <= Adder<Sum>::inHalf)
             return addUpVectors(sums, running, n, lanes);
+    }
 #endif
     addUpLanes(sums, running, n, lanes);
 }
@@ -199,6 +234,39 @@ struct Kernel {
             sums[i] = Sum(sums[i] + Sum(values[i]) * factor);
     }
 
+    static constexpr bool isByteSum = sizeof(Value) == 1 && sizeof(Sum) == 2;
+
+#if defined(__AVX2__)
+    // Whole vectors of bytes, whose differences come from products with 1 and -1. Answers how many values are done.
+    template <int count>
+    static ptrdiff_t moveBytes(const void* const* enter, const void* const* leave, Sum* sums, ptrdiff_t n)
+    {
+        const uint8_t *in[count], *out[count];
+        for (int k = 0; k < count; ++k) {
+            in[k] = static_cast<const uint8_t*>(enter[k]);
+            out[k] = static_cast<const uint8_t*>(leave[k]);
+        }
+        // Unpacking halves of vectors brings such bytes to their order.
+        auto bytesAt = [](const uint8_t* row, ptrdiff_t i) {
+            return _mm256_permute4x64_epi64(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(row + i)), 0xD8);
+        };
+        const __m256i signs = _mm256_set1_epi16(int16_t(0xFF01));
+        ptrdiff_t i = 0;
+        for (; i + 32 <= n; i += 32) {
+            auto* const place = reinterpret_cast<__m256i*>(sums + i);
+            __m256i low = _mm256_loadu_si256(place), high = _mm256_loadu_si256(place + 1);
+            for (int k = 0; k < count; ++k) {
+                const __m256i added = bytesAt(in[k], i), taken = bytesAt(out[k], i);
+                low = _mm256_add_epi16(low, _mm256_maddubs_epi16(_mm256_unpacklo_epi8(added, taken), signs));
+                high = _mm256_add_epi16(high, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(added, taken), signs));
+            }
+            _mm256_storeu_si256(place, low);
+            _mm256_storeu_si256(place + 1, high);
+        }
+        return i;
+    }
+#endif
+
     template <int count>
     static void moveRows(const void* const* enter, const void* const* leave, void* to, ptrdiff_t n)
     {
@@ -208,8 +276,13 @@ struct Kernel {
             out[k] = {leave[k]};
         }
         auto* sums = static_cast<Sum*>(to);
+        ptrdiff_t i = 0;
+#if defined(__AVX2__)
+        if constexpr (isByteSum)
+            i = moveBytes<count>(enter, leave, sums, n);
+#endif
 #pragma GCC ivdep
-        for (ptrdiff_t i = 0; i < n; ++i) {
+        for (; i < n; ++i) {
             Sum sum = sums[i];
             for (int k = 0; k < count; ++k)
                 sum = Sum(sum + Sum(in[k][i]) - Sum(out[k][i]));
@@ -238,29 +311,81 @@ struct Kernel {
         return running[pixel * task.lanes];
     }
 
+#if defined(__AVX2__)
+    // Means of sixteen sums at a time, which sumsAt(i) answers. False where there are too few of them.
+    template <class SumsAt>
+    static bool storeMeans(SumsAt sumsAt, [[maybe_unused]] const Mean& mean, Value* means, ptrdiff_t n)
+    {
+        if constexpr (isByteSum && requires { mean.words(__m256i{}); }) {
+            const Mean own = mean;
+            auto store = [=](ptrdiff_t i) {
+                const __m256i bytes = _mm256_packus_epi16(own.words(sumsAt(i)), own.words(sumsAt(i + 16)));
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(means + i), _mm256_permute4x64_epi64(bytes, 0xD8));
+            };
+            if (n < 32)
+                return false;
+            for (ptrdiff_t i = 0; i < n - 32; i += 32)
+                store(i);
+            store(n - 32);
+            return true;
+        }
+        return false;
+    }
+    static __m256i vectorOf(const Sum* sums)
+    {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(sums));
+    }
+#endif
+
     static void insideMeans(const Sum* first, const Sum* last, const Mean& mean, Value* means, ptrdiff_t n)
     {
 #if defined(__AVX2__)
-        if constexpr (requires { mean.words(__m256i{}); }) {
-            auto words = [=, &mean](ptrdiff_t i) {
-                const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(last + i));
-                const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(first + i));
-                return mean.words(_mm256_sub_epi16(high, low));
-            };
-            auto store = [=](ptrdiff_t i) {
-                __m256i bytes = _mm256_packus_epi16(words(i), words(i + 16));
-                _mm256_storeu_si256(reinterpret_cast<__m256i*>(means + i), _mm256_permute4x64_epi64(bytes, 0xD8));
-            };
-            if (n >= 32) {
-                for (ptrdiff_t i = 0; i < n - 32; i += 32)
-                    store(i);
-                return store(n - 32);
-            }
-        }
+        auto sumsAt = [=](ptrdiff_t i) { return _mm256_sub_epi16(vectorOf(last + i), vectorOf(first + i)); };
+        if (storeMeans(sumsAt, mean, means, n))
+            return;
 #endif
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
             means[i] = mean(Sum(last[i] - first[i]));
+    }
+
+    // Boxes of so few pixels that their sums cost less one by one.
+    template <int size>
+    static void fewMeans(const OwnBoxMeans& task, const Sum* sums, Value* means)
+    {
+        const ptrdiff_t lanes = task.lanes;
+        const Mean mean(task);
+        auto clamp = [](int64_t i, int64_t most) { return ptrdiff_t(i < 0 ? 0 : i < most ? i : most); };
+        // The boxes that lie in the columns.
+        const ptrdiff_t left = clamp(-task.first, task.count);
+        const ptrdiff_t end = clamp(task.columns - size - task.first + 1, task.count), right = end > left ? end : left;
+        auto isInside = [&](ptrdiff_t i) { return i >= left && i < right; };
+        for (ptrdiff_t i = 0; i < task.count; i = isInside(i + 1) ? right : i + 1)
+            for (ptrdiff_t lane = 0; lane < lanes && !isInside(i); ++lane) {
+                Sum sum = 0;
+                for (int k = 0; k < size; ++k)
+                    sum = Sum(sum + sums[clamp(task.first + i + k, task.columns - 1) * lanes + lane]);
+                means[i * lanes + lane] = mean(sum);
+            }
+        const Sum* first = sums + (task.first + left) * lanes;
+        const ptrdiff_t n = (right - left) * lanes;
+        means += left * lanes;
+#if defined(__AVX2__)
+        auto sumsAt = [=](ptrdiff_t i) {
+            __m256i sum = vectorOf(first + i);
+            for (int k = 1; k < size; ++k)
+                sum = _mm256_add_epi16(sum, vectorOf(first + i + k * lanes));
+            return sum;
+        };
+        if (storeMeans(sumsAt, mean, means, n))
+            return;
+#endif
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            Sum sum = 0;
+            for (int k = 0; k < size; ++k)
+                sum = Sum(sum + first[i + k * lanes]);
+            means[i] = mean(sum);
+        }
     }
 
     static void means(const OwnBoxMeans& given, const void* from, void* to)
@@ -268,6 +393,13 @@ struct Kernel {
         const OwnBoxMeans task = given;
         const auto* sums = static_cast<const Sum*>(from);
         auto* means = static_cast<Value*>(to);
+        if constexpr (isByteSum)
+            switch (task.size) {
+            case 2: return fewMeans<2>(task, sums, means);
+            case 3: return fewMeans<3>(task, sums, means);
+            case 4: return fewMeans<4>(task, sums, means);
+            default: break;
+            }
         const ptrdiff_t lanes = task.lanes;
         Sum* running = static_cast<Sum*>(task.running) + ownBoxEdge * lanes;
         const Mean mean(task);

@@ -57,7 +57,7 @@ void sampleCubicPlain(const OwnSampleSource& source, const uint8_t* data, const 
             int32_t sum = 0x80000;
             for (int k = 0; k < 4; ++k, p += below)
                 sum += ((p[0] * w[0] + p[right] * w[1] + p[2 * right] * w[2] + p[3 * right] * w[3]) >> 8) * g[k];
-            out[i * channels + c] = clampedByte(sum >> 20);
+            out[i * ownListedBytes(channels) + c] = clampedByte(sum >> 20);
         }
     }
 }
@@ -153,8 +153,9 @@ void sampleCubicFixed(const OwnSampleSource& source, const uint8_t* data, const 
         const CubicRows rows(source, channels);
         auto mix = [&](ptrdiff_t i) { return rows.mix(data + places.offset[i], places.whole.x[i], places.whole.y[i]); };
         for (ptrdiff_t i = 0; i < n; i += 4)
-            storeFour<channels>(out + i * channels, _mm_packus_epi16(_mm_packs_epi32(mix(i), mix(i + 1)),
-                                                                     _mm_packs_epi32(mix(i + 2), mix(i + 3))));
+            storeFour<channels>(
+                out + i * ownListedBytes(channels),
+                _mm_packus_epi16(_mm_packs_epi32(mix(i), mix(i + 1)), _mm_packs_epi32(mix(i + 2), mix(i + 3))));
         return;
     }
 #endif

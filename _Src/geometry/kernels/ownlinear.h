@@ -181,7 +181,7 @@ inline __m256i repeatedWords(int low, int low2, int high, int high2)
 template <int channels>
 inline void storeFour(uint8_t* to, __m128i pixels)
 {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), closedUp<channels>(pixels));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), closedUp<ownListedBytes(channels)>(pixels));
 }
 #endif
 
@@ -214,15 +214,15 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
     const __m256i back = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     for (ptrdiff_t i = 0; i < n; i += 8) {
         const __m256i mixed = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(mixFour(i), mixFour(i + 4)), back);
-        storeFour<channels>(out + i * channels, _mm256_castsi256_si128(mixed));
-        storeFour<channels>(out + (i + 4) * channels, _mm256_extracti128_si256(mixed, 1));
+        storeFour<channels>(out + i * ownListedBytes(channels), _mm256_castsi256_si128(mixed));
+        storeFour<channels>(out + (i + 4) * ownListedBytes(channels), _mm256_extracti128_si256(mixed, 1));
     }
 #else
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
     for (ptrdiff_t i = 0; i < n; ++i) {
         const uint8_t* const p = data + places.offset[i];
         for (int c = 0; c < channels; ++c)
-            out[i * channels + c] =
+            out[i * ownListedBytes(channels) + c] =
                 mixFixed(p[c], p[right + c], p[below + c], p[below + right + c], places.whole.x[i], places.whole.y[i]);
     }
 #endif

@@ -115,18 +115,29 @@ inline void makeShuffle(Shuffle& shuffle, Memory& memory, const int32_t* from, p
     shuffle.vectors = vectors;
 }
 
-// Vector `vector` of the results of so many sources, which are alike.
+// Sources that are alike; kept by value, so that their places need not be looked up for every vector.
+template <int count>
+struct ByteRows {
+    const uint8_t* row[count];
+    explicit ByteRows(const void* const* given)
+    {
+        for (int k = 0; k < count; ++k)
+            row[k] = static_cast<const uint8_t*>(given[k]);
+    }
+};
+
+// Vector `vector` of the results of the sources.
 template <int loads, int sources>
 inline __attribute__((always_inline)) void shuffled(const Shuffle& shuffle, ptrdiff_t vector,
-                                                    const uint8_t* const (&src)[sources], __m256i (&result)[sources])
+                                                    const ByteRows<sources>& src, __m256i (&result)[sources])
 {
     for (int load = 0; load < loads; ++load) {
         const ptrdiff_t place = vector * loads + load, low = shuffle.starts[place * 2],
                         high = shuffle.starts[place * 2 + 1];
         const __m256i order = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(shuffle.order + place * 32));
         for (int i = 0; i < sources; ++i) {
-            __m256i part = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src[i] + high),
-                                               reinterpret_cast<const __m128i*>(src[i] + low));
+            __m256i part = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src.row[i] + high),
+                                               reinterpret_cast<const __m128i*>(src.row[i] + low));
             part = _mm256_shuffle_epi8(part, order);
             result[i] = load ? _mm256_or_si256(result[i], part) : part;
         }
@@ -135,11 +146,12 @@ inline __attribute__((always_inline)) void shuffled(const Shuffle& shuffle, ptrd
 
 // Hands each vector of the results, of so many elements of type T, and the element that it begins with, to run.
 template <class T, int loads, int sources, class Run>
-inline __attribute__((always_inline)) void forVectors(const Shuffle& given, const uint8_t* const (&src)[sources],
-                                                      ptrdiff_t n, Run run)
+inline __attribute__((always_inline)) void forVectors(const Shuffle& given, const ByteRows<sources>& rows, ptrdiff_t n,
+                                                      Run run)
 {
     constexpr ptrdiff_t inVector = 32 / sizeof(T);
     const Shuffle shuffle = given;
+    const ByteRows<sources> src = rows;
     const ptrdiff_t last = shuffle.vectors - 1;
     __m256i vectors[sources];
     for (ptrdiff_t i = 0; i < last; ++i) {
@@ -151,8 +163,8 @@ inline __attribute__((always_inline)) void forVectors(const Shuffle& given, cons
 }
 
 template <class T, int sources, class Run>
-inline __attribute__((always_inline)) void runShuffle(const Shuffle& shuffle, const uint8_t* const (&src)[sources],
-                                                      ptrdiff_t n, Run run)
+inline __attribute__((always_inline)) void runShuffle(const Shuffle& shuffle, const ByteRows<sources>& src, ptrdiff_t n,
+                                                      Run run)
 {
     switch (shuffle.loads) {
     case 1: return forVectors<T, 1>(shuffle, src, n, run);
@@ -250,8 +262,8 @@ inline void pickSample(const Pick& pick, const OwnScaleColumns& columns, int val
     }
 #if defined(__AVX2__)
     if (pick.shuffle.loads) {
-        const uint8_t* const sources[1] = {src};
-        runShuffle<uint8_t>(pick.shuffle, sources, columns.count * pixel,
+        const void* const sources[1] = {src};
+        runShuffle<uint8_t>(pick.shuffle, ByteRows<1>(sources), columns.count * pixel,
                             [dst](const __m256i(&vectors)[1], ptrdiff_t at) {
                                 _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), vectors[0]);
                             });

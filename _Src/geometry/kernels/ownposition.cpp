@@ -256,18 +256,31 @@ inline void storeMarks(uint8_t* to, Marks marks)
 #endif
 }
 
-bool confine(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
-             uint8_t* marks)
+// What is not a number is not above the lower limit.
+inline Lanes moved(Lanes values, double low, double high)
 {
-    // What is not a number is not above the lower limit.
-    auto moved = [](Lanes values, double low, double high) {
-        const Lanes lowest = Lanes{} + low, highest = Lanes{} + high;
-        values = values > lowest ? values : lowest;
-        return values < highest ? values : highest;
-    };
+    const Lanes lowest = Lanes{} + low, highest = Lanes{} + high;
+#if defined(__AVX2__)
+    return _mm256_min_pd(_mm256_max_pd(values, lowest), highest);
+#else
+    values = values > lowest ? values : lowest;
+    return values < highest ? values : highest;
+#endif
+}
+
+OwnConfined confine(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
+                    uint8_t* marks)
+{
+    ptrdiff_t i = 0;
+    while (i < n && inside(x + i, y + i, ownPositionGroup, limits))
+        i += ownPositionGroup;
+    if (i == n)
+        return OWN_CONFINED_ALL;
+    __builtin_memset(marks, 1, size_t(i));
     Marks none = {};
     none = ~none;
-    for (ptrdiff_t i = 0; i < n; i += lanes) {
+    const bool some = i > 0;
+    for (; i < n; i += lanes) {
         const Lanes px = lanesAt(x, i), py = lanesAt(y, i);
         const Marks kept = lieIn(px, py, range);
         storeMarks(marks + i, kept);
@@ -275,7 +288,7 @@ bool confine(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, c
         store(x + i, moved(px, limits.left, limits.right));
         store(y + i, moved(py, limits.top, limits.bottom));
     }
-    return !allSet(none);
+    return some || !allSet(none) ? OWN_CONFINED_SOME : OWN_CONFINED_NONE;
 }
 
 }  // namespace
@@ -284,7 +297,6 @@ extern const OwnPositionKernels ownPositionKernels = {
     {produceLinear, producePerspective, produceInverse<OWN_MAP_INVERSE_GENERAL>, produceInverse<OWN_MAP_INVERSE_ROWS>,
      produceInverse<OWN_MAP_INVERSE_COLUMNS>, produceInverse<OWN_MAP_INVERSE_AFFINE>},
     fromFloats,
-    inside,
     confine,
 };
 

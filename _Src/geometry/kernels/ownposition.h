@@ -45,17 +45,18 @@ struct OwnPositionState {
 // the range, also those beyond a row's end; false says nothing.
 using OwnProduce = bool (*)(OwnPositionState& state, int columns, const OwnPositionRange& range, double* x, double* y);
 
+// How many of some positions lie where they should.
+enum OwnConfined { OWN_CONFINED_NONE, OWN_CONFINED_SOME, OWN_CONFINED_ALL };
+
 struct OwnPositionKernels {
     OwnProduce produce[OWN_MAPS];
     // Makes positions of rows of floats. True if it is certain that all lie in the range; false says nothing.
     bool (*fromFloats)(const void* xs, const void* ys, double* x, double* y, ptrdiff_t n,
                        const OwnPositionRange& range);
-    // True if n positions, a multiple of ownPositionGroup, lie in the range.
-    bool (*inside)(const double* x, const double* y, ptrdiff_t n, const OwnPositionRange& range);
-    // Marks the positions that lie in `range`, and moves all of them into `limits`, those that are not numbers too.
-    // False if none is marked.
-    bool (*confine)(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range, const OwnPositionRange& limits,
-                    uint8_t* marks);
+    // Marks those of n positions, a multiple of ownPositionGroup, that lie in `range`, and moves all of them into
+    // `limits`, which lie in the range; those that are not numbers too. Nothing is marked or moved if all lie there.
+    OwnConfined (*confine)(double* x, double* y, ptrdiff_t n, const OwnPositionRange& range,
+                           const OwnPositionRange& limits, uint8_t* marks);
 };
 
 OWN_KERNEL_TABLE(OwnPositionKernels, ownPositionKernels)

@@ -35,12 +35,18 @@ struct OwnSamplePlaces {
 constexpr int ownSampleChannels = 4;                   // side by side at most
 constexpr int ownSampleBytes = 4 * ownSampleChannels;  // of a pixel at most
 
+// Bytes from pixel to pixel in a list of pixels. Those of three bytes are moved as numbers of 32 bits.
+constexpr int ownListedBytes(int pixelBytes)
+{
+    return pixelBytes == 3 ? 4 : pixelBytes;
+}
+
 struct OwnSampler {
     // Lists are as long as ownPositionGroup tells.
     void (*prepare)(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n,
                     OwnSamplePlaces& places);
-    // By the number of channels, from 1 on. `data` is where the first of them begins, `out` gets pixel after pixel;
-    // bits become bytes, 0 or 1.
+    // By the number of channels, from 1 on. `data` is where the first of them begins, `out` gets pixel after
+    // pixel, as far apart as ownListedBytes tells; bits become bytes, 0 or 1.
     void (*sample[ownSampleChannels])(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places,
                                       ptrdiff_t n, uint8_t* out);
 };

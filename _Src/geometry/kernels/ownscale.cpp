@@ -223,6 +223,16 @@ inline __m256i wordsAt(const int16_t* words, ptrdiff_t i)
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(words + i));
 }
 
+template <int rows>
+struct RingRows {
+    uint16_t* row[rows];
+    explicit RingRows(void* const* given)
+    {
+        for (int k = 0; k < rows; ++k)
+            row[k] = static_cast<uint16_t*>(given[k]);
+    }
+};
+
 // Sixteen values at a time. With a the nearer sample and b the other, 64 a + (64 (a - b) f >> 16) is what the weights
 // make of them; f is four times the weight of b, negative, which fits 16 bits.
 void makeFactors(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
@@ -235,17 +245,14 @@ void makeFactors(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
 }
 
 template <int rows>
-void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear8>& table, const uint8_t* const (&src)[rows],
-                 uint16_t* const (&given)[rows])
+void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear8>& table, const void* const* src,
+                 void* const* to)
 {
     const __m256i slope = _mm256_set1_epi16(int16_t(0xC040)), nearer = _mm256_set1_epi16(0x0040);
     const int16_t* factors = table.factors;
-    struct {
-        uint16_t* row[rows];
-    } ring;
-    for (int k = 0; k < rows; ++k)
-        ring.row[k] = given[k];
-    runShuffle<uint16_t>(table.pairs, src, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
+    const ByteRows<rows> from(src);
+    const RingRows<rows> ring(to);
+    runShuffle<uint16_t>(table.pairs, from, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
         const __m256i factor = wordsAt(factors, i);
         for (int k = 0; k < rows; ++k) {
             __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(pairs[k], slope), factor);
@@ -266,18 +273,15 @@ void makeFactors(Table<ZoomLinear16>& table, Memory& memory, ptrdiff_t n)
 }
 
 template <int rows>
-void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear16>& table, const uint8_t* const (&src)[rows],
-                 uint16_t* const (&given)[rows])
+void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear16>& table, const void* const* src,
+                 void* const* to)
 {
     const __m256i sign = _mm256_set1_epi16(INT16_MIN), back = _mm256_set1_epi32(32768 * one);
     const __m256i low = _mm256_set1_epi32(0xFFFF);
     const int16_t* factors = table.factors;
-    struct {
-        uint16_t* row[rows];
-    } ring;
-    for (int k = 0; k < rows; ++k)
-        ring.row[k] = given[k];
-    runShuffle<uint32_t>(table.pairs, src, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
+    const ByteRows<rows> from(src);
+    const RingRows<rows> ring(to);
+    runShuffle<uint32_t>(table.pairs, from, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
         const __m256i factor = wordsAt(factors, i * 2);
         for (int k = 0; k < rows; ++k) {
             __m256i sum = _mm256_madd_epi16(_mm256_xor_si256(pairs[k], sign), factor);
@@ -410,13 +414,12 @@ void across(const OwnScaleColumns& columns, const void* const* src, int rows, vo
 #if defined(__AVX2__)
     if constexpr (isFixed<M>)
         if (const Table<M>& table = tableOf<M>(columns); table.pairs.loads) {
-            const uint8_t* const from[2] = {static_cast<const uint8_t*>(src[0]), static_cast<const uint8_t*>(src[1])};
-            Ring* const ring[2] = {static_cast<Ring*>(to[0]), static_cast<Ring*>(to[1])};
-            if (rows == 2)
-                return acrossPairs(columns, table, from, ring);
-            const uint8_t* const one[1] = {from[0]};
-            Ring* const oneRing[1] = {ring[0]};
-            return acrossPairs(columns, table, one, oneRing);
+            switch (rows) {
+            case 1: return acrossPairs<1>(columns, table, src, to);
+            case 2: return acrossPairs<2>(columns, table, src, to);
+            case 3: return acrossPairs<3>(columns, table, src, to);
+            default: return acrossPairs<ownScaleRows>(columns, table, src, to);
+            }
         }
 #endif
     for (int i = 0; i < rows; ++i)

@@ -31,12 +31,15 @@ struct OwnPickKernel {
     void (*pick)(const OwnScaleColumns& columns, const void* src, void* dst);
 };
 
+// The most rows that a kernel takes at a time.
+constexpr int ownScaleRows = 4;
+
 // Computes between samples.
 struct OwnScaleKernel {
     int ringBytes;  // of a value between the two steps
     int64_t (*tableBytes)(const OwnScaleColumns& columns);
     void (*prepare)(const OwnScaleColumns& columns);
-    // One row or two.
+    // Up to ownScaleRows rows.
     void (*across)(const OwnScaleColumns& columns, const void* const* src, int rows, void* const* ring);
     // One row of values made of as many as `samples`, 1, 2 or 4.
     void (*down)(const OwnScaleColumns& columns, const void* const* rows, int samples, double fraction, void* dst);

@@ -216,29 +216,49 @@ inline __m256i lanesAt(const uint8_t* bits, ptrdiff_t position)
     return _mm256_cmpeq_epi8(_mm256_and_si256(_mm256_shuffle_epi8(word, spread), wanted), wanted);
 }
 
-// Magnitudes of a row's values, or of their differences; 0 where a mask leaves them out.
+// A row's values, or their differences, in blocks of 32; `lanes` tells which of them a mask leaves.
 template <bool two, bool masked>
 struct ByteRow {
     const uint8_t *a, *b, *bits;
     ptrdiff_t bit;
 
-    __m256i operator()(ptrdiff_t i) const
+    __m256i magnitudes(ptrdiff_t i, __m256i lanes) const
     {
         __m256i value = bytesAt(a, i);
         if constexpr (two) {
-            const __m256i other = bytesAt(b, i);
+            __m256i other = bytesAt(b, i);
+            asm("" : "+x"(value), "+x"(other));  // which the compiler would load twice
             value = _mm256_or_si256(_mm256_subs_epu8(value, other), _mm256_subs_epu8(other, value));
         }
-        return masked ? _mm256_and_si256(value, lanesAt(bits, bit + i)) : value;
+        return masked ? _mm256_and_si256(value, lanes) : value;
     }
     // Sums of eight of them each.
-    __m256i sums(ptrdiff_t i) const
+    __m256i sums(ptrdiff_t i, __m256i lanes) const
     {
-        const __m256i zero = _mm256_setzero_si256();
-        if constexpr (two && !masked)
-            return _mm256_sad_epu8(bytesAt(a, i), bytesAt(b, i));
-        else
-            return _mm256_sad_epu8((*this)(i), zero);
+        __m256i value = bytesAt(a, i), other = two ? bytesAt(b, i) : _mm256_setzero_si256();
+        if constexpr (masked) {
+            value = _mm256_and_si256(value, lanes);
+            other = _mm256_and_si256(other, lanes);
+        }
+        return _mm256_sad_epu8(value, other);
+    }
+    // Calls take(i, lanes) for the blocks from `start` on, and answers where the rest of n values begins.
+    template <class Take>
+    __attribute__((always_inline)) ptrdiff_t forBlocks(ptrdiff_t start, ptrdiff_t n, Take take) const
+    {
+        ptrdiff_t i = start;
+        if constexpr (masked) {
+            const MaskLanes mask(bits, bit);
+            alignas(32) int8_t lanes[64];
+            for (; i <= n - 64; i += 64) {
+                mask.get(i, lanes);
+                take(i, _mm256_load_si256(reinterpret_cast<const __m256i*>(lanes)));
+                take(i + 32, _mm256_load_si256(reinterpret_cast<const __m256i*>(lanes + 32)));
+            }
+        }
+        for (; i <= n - 32; i += 32)
+            take(i, masked ? lanesAt(bits, bit + i) : _mm256_setzero_si256());
+        return i;
     }
     uint32_t one(ptrdiff_t i) const
     {
@@ -280,9 +300,10 @@ struct ByteMagnitudes {
     static uint64_t of(const Values& values, ptrdiff_t n)
     {
         __m256i total = _mm256_setzero_si256();
-        ptrdiff_t i = 0;
-        for (; i <= n - 32; i += 32)
-            total = _mm256_add_epi64(total, values.sums(i));
+        ptrdiff_t i = values.forBlocks(
+            0, n, [&](ptrdiff_t block, __m256i lanes) __attribute__((always_inline)) {
+                total = _mm256_add_epi64(total, values.sums(block, lanes));
+            });
         uint64_t rest = 0;
         for (; i < n; ++i)
             rest += values.one(i);
@@ -302,12 +323,13 @@ struct ByteSquares {
         while (i <= n - 32) {
             const ptrdiff_t end = n - i < most ? n : i + most;
             __m256i part = zero;
-            for (; i <= end - 32; i += 32) {
-                const __m256i value = values(i);
-                const __m256i low = _mm256_unpacklo_epi8(value, zero), high = _mm256_unpackhi_epi8(value, zero);
-                part = _mm256_add_epi32(part,
-                                        _mm256_add_epi32(_mm256_madd_epi16(low, low), _mm256_madd_epi16(high, high)));
-            }
+            i = values.forBlocks(
+                i, end, [&](ptrdiff_t block, __m256i lanes) __attribute__((always_inline)) {
+                    const __m256i value = values.magnitudes(block, lanes);
+                    const __m256i low = _mm256_unpacklo_epi8(value, zero), high = _mm256_unpackhi_epi8(value, zero);
+                    part = _mm256_add_epi32(
+                        part, _mm256_add_epi32(_mm256_madd_epi16(low, low), _mm256_madd_epi16(high, high)));
+                });
             total = _mm256_add_epi64(total, widened(part));
         }
         uint64_t rest = 0;
@@ -336,9 +358,12 @@ void largestByte(OwnNormSum& sum, const OwnReadRows& rows)
     __m256i most = _mm256_setzero_si256();
     uint32_t mostOfRest = 0;
     forByteRows<two>(rows, [&](const auto& values) {
-        ptrdiff_t i = 0;
-        for (; i <= rows.n - 32; i += 32)
-            most = _mm256_max_epu8(most, values(i));
+        __m256i mostOfRow = most;  // which stays in a register
+        ptrdiff_t i = values.forBlocks(
+            0, rows.n, [&](ptrdiff_t block, __m256i lanes) __attribute__((always_inline)) {
+                mostOfRow = _mm256_max_epu8(mostOfRow, values.magnitudes(block, lanes));
+            });
+        most = mostOfRow;
         for (; i < rows.n; ++i)
             mostOfRest = values.one(i) > mostOfRest ? values.one(i) : mostOfRest;
     });

@@ -61,8 +61,11 @@ inline Pixels<T> sumOf(Pixels<T> x, Pixels<T> y)
     return Pixels<T>(a + (b < room ? b : room));
 }
 
+// The last value in memory is a word's highest one, or the lowest.
 template <class T>
-constexpr auto alphaBits = typename Word<T>::Pixel(Scale<T>::one) << (3 * bits<T>);
+constexpr int alphaShift = ownIsBigEndian ? 0 : 3 * bits<T>;
+template <class T>
+constexpr auto alphaBits = typename Word<T>::Pixel(Scale<T>::one) << alphaShift<T>;
 
 template <class T>
 inline Pixels<T> withAlpha(Pixels<T> colours, Pixels<T> alpha)
@@ -70,12 +73,19 @@ inline Pixels<T> withAlpha(Pixels<T> colours, Pixels<T> alpha)
     return (colours & ~alphaBits<T>) | (alpha & alphaBits<T>);
 }
 
+// Alphas that stand in all places, where those of pixels are.
+template <class T>
+inline Pixels<T> inPixels(Wide<T> alphas)
+{
+    return Pixels<T>(ownIsBigEndian ? alphas : alphas << bits<T>);
+}
+
 // Pixels times a value each, which stands in all places of `by`. Every second value is computed at a time.
 template <class T>
-inline Pixels<T> scaled(Pixels<T> pixels, Wide<T> by, Wide<T> alphaBy)
+inline Pixels<T> scaled(Pixels<T> pixels, Wide<T> lowBy, Wide<T> highBy)
 {
     const Wide<T> values = Wide<T>(pixels);
-    return Pixels<T>(mul<T>(values & Scale<T>::one, by) | mul<T>(values >> bits<T>, alphaBy) << bits<T>);
+    return Pixels<T>(mul<T>(values & Scale<T>::one, lowBy) | mul<T>(values >> bits<T>, highBy) << bits<T>);
 }
 
 template <class T>
@@ -88,8 +98,10 @@ inline Pixels<T> scaled(Pixels<T> pixels, Wide<T> by)
 template <class T>
 inline Pixels<T> weightedBy(Pixels<T> pixels, Wide<T> by)
 {
-    const Pixels<T> inAlpha = Pixels<T>{} + (typename Word<T>::Pixel(Scale<T>::one) << (2 * bits<T>));
-    return scaled<T>(pixels, by, by | Wide<T>(inAlpha));
+    constexpr int alphaPair = ownIsBigEndian ? 0 : 2 * bits<T>;
+    const Pixels<T> inAlpha = Pixels<T>{} + (typename Word<T>::Pixel(Scale<T>::one) << alphaPair);
+    const Wide<T> alphaBy = by | Wide<T>(inAlpha);
+    return ownIsBigEndian ? scaled<T>(pixels, alphaBy, by) : scaled<T>(pixels, by, alphaBy);
 }
 
 template <class T, int type>
@@ -129,7 +141,7 @@ struct Alphas {
             return Values(_mm256_shuffle_epi8(__m256i(pixels), _mm256_add_epi8(places, upper)));
         }
 #endif
-        const Pixels<T> alpha = pixels >> (3 * bits<T>);
+        const Pixels<T> alpha = pixels >> alphaShift<T> & Scale<T>::one;
         return Values(alpha | alpha << (2 * bits<T>));
     }
     Values ofA(Pixels<T> pixels) const
@@ -180,7 +192,7 @@ void compositeAs(const OwnPixelRow& row)
             B = weightedBy<T>(B, b);
         }
         if (!own && !keeps)
-            B = withAlpha<T>(B, Pixels<T>(b << bits<T>));
+            B = withAlpha<T>(B, inPixels<T>(b));
         // What a type makes of colours it makes of alphas too, but for "atop", whose alpha is that of B.
         const Pixels<T> result = resultOf<T, type>(A, B, a, b);
         if (keeps)
@@ -208,7 +220,7 @@ void weighted(const OwnPixelRow& row)
                      [](Pixels<T> A, Pixels<T>, const char*) { return weightedBy<T>(A, Alphas<T, true>::ownOf(A)); });
     else
         forPixels<T>(one, [&](Pixels<T> A, Pixels<T>, const char*) {
-            return withAlpha<T>(scaled<T>(A, alphas.constantA), Pixels<T>(alphas.constantA << bits<T>));
+            return withAlpha<T>(scaled<T>(A, alphas.constantA), inPixels<T>(alphas.constantA));
         });
 }
 
