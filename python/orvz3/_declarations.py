@@ -2226,15 +2226,15 @@ differ; a depth; a destination with fewer than 3 channels.
 
     degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360 below 0
     hue          [degrees F / 360], 0 for grey
-    saturation   [F d / mx], 0 for black
+    saturation   [(d / mx) F], 0 for black
     value        mx
 
 At 32S all three are [x - 2147483648.5], x being what stands here before it is rounded. RGB reports.
 
 A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978).
 """,
-    "orvHSV2RGB": """HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = 6 H / F, where 6 counts as 0, the sector
-k = [h - 0.5], f = h - k and s = S / F:
+    "orvHSV2RGB": """HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = (360 H / F) / 60, where 6 counts as 0,
+the sector k = [h - 0.5], f = h - k and s = S / F:
 
     p = [V (1 - s)]    q = [V (1 - s f)]    t = [V (1 - s (1 - f))]
 
@@ -2248,7 +2248,7 @@ q and t are [x - 2147483648.5]. RGB reports.
 
     hue          as there
     lightness    [(mx + mn) / 2]
-    saturation   [F d / (mx + mn)] if mx + mn <= F, [F d / (2 F - mx - mn)] otherwise, 0 for grey
+    saturation   [(d / s) F] with s = mx + mn if that is at most F, s = 2 F - (mx + mn) otherwise, 0 for grey
 
 At 32S all three are [x - 2147483648]. RGB reports.
 
@@ -2270,7 +2270,7 @@ At 32S they are [x - 2147483648]. RGB reports.
     32S      X =    [0.412453 R + 0.35758 G  + 0.180423 B - 106394929.85651207]
              Y =    [0.212671 R + 0.71516 G  + 0.072169 B - 1028644.6673920155]
              Z = cut[0.019334 R + 0.119193 G + 0.950227 B + 190597763.694592]
-    32F      the same without the constants, their factors in single precision
+    32F      the same without the constants
 
 RGB reports. Recommendation ITU-R BT.709; CIE 15, "Colorimetry".
 """,
@@ -2349,7 +2349,7 @@ Reports ORV_STATUS_BAD_ARG as orvRGB2YUV, but for a source that is not YUV; the 
              Cr = (8192 R  - 6860 G - 1332 B + 536870912) >> 14
     32S      Y  = [0.299 R + 0.587 G + 0.114 B]
              Cb = [-0.1687359 R - 0.331264 G + 0.5 B], Cr = [0.5 R - 0.41868759 G - 0.08131241 B]
-    32F      the same sums, 0.5 being added to Cb and Cr
+    32F      the same sums, 0.5 being added to the first term of Cb and of Cr
 
 RGB reports. Recommendation ITU-R BT.601.
 """,
@@ -2405,8 +2405,8 @@ masks are not looked at.
 1U, from 16U to 16U, 8U or 1U, from 32S to 32S, 16U, 8U or 1U. For other depths that pass the checks nothing happens.
 
 A value v, counted from 0 (at 32S v = pixel + 2147483648), on a scale up to D (255, 65535 or 4294967295) that L =
-levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint(L v / D - 0.5), ties to even. It
-becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the brightest
+levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint((L v) (1 / D) - 0.5), ties to even.
+It becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the brightest
 value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is written as (k a) >> 8, from 16U to 8U as
 (k a) >> 16. From 32S it is written as rint(level - 2147483648), rint(level / 65536 - 0.5) or rint(level / 16777216 -
 0.5). At 1U there are the levels 0 and D alone, whatever `levels` is.
@@ -2420,7 +2420,7 @@ value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is writ
   (Jarvis, Judice and Ninke, "A survey of techniques for the display of continuous tone pictures on bilevel
   displays", CGIP 5, 1976); by 42nds (Stucki, "MECCA", IBM Research Report RZ1060, 1981). A value that comes to less
   than 1e-7, or to D or more, leaves no error. The errors of a channel's last rows enter the first ones of the next
-  channel. Computed in double precision.
+  channel. Computed in double precision, with 1 / 48 and 1 / 42 as floats.
 - ORV_DITHER_NONE: the high bits of each value, from 32S those of the value counted from 0; `levels` has no effect.
 
 `noise`, from 0 to 100 per cent of a step, moves each threshold at random by so much either way; the random numbers
@@ -2478,8 +2478,8 @@ come.
     "orvScaleFP": """Maps the range of an integer depth onto the floats from `minVal` to `maxVal`, or these onto that range. With low the lowest
 value of the integer depth, F its highest less its lowest, and r = maxVal - minVal, in double precision:
 
-    to 32F      (r / F) v + b with b = minVal - (r / F) low, rounded once
-    from 32F    (F / r) x + b with b = low - minVal (F / r), rounded to nearest, ties to even; below `minVal` the lowest value,
+    to 32F      f v + b with f = r (1 / F), b = minVal - f low, rounded once
+    from 32F    f x + b with f = F / r, b = low - minVal f, rounded to nearest, ties to even; below `minVal` the lowest value,
                 above `maxVal` the highest, 0 for what is no number
 
 Otherwise as orvScale. Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 1U; a `maxVal` that is not
@@ -2604,7 +2604,8 @@ par1, par2   the type's parameters; ignored where it has none.
 Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel), ORV_STATUS_BAD_ARG
 (wtType, then par1, then par2).
 
-Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans. ASSP-36 (1988);
+Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992), but for the Coiflet of order 1, which is that of G. Beylkin,
+R. Coifman and V. Rokhlin, Comm. Pure Appl. Math. 44 (1991); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans. ASSP-36 (1988);
 A. Cohen, I. Daubechies and J.-C. Feauveau, Comm. Pure Appl. Math. 45 (1992).
 """,
     "orvWtInitUserFilter4": """Fills `wtKernel` with copies of four filters, in the order of the kernel's fields. That they give the image back is not
@@ -2694,6 +2695,9 @@ B's fault with "Incorrect Image"; ORV_STATUS_BAD_CHANNELS (numbers of channels d
 interest in one image only); ORV_STATUS_NULL_IMAGE (no memory for the mask); ORV_STATUS_BAD_COI (numbers of processed
 channels differ). Returns -1 after ORV_STATUS_BAD_ARG for a relative norm whose divisor is 0, also of an empty region; -3 after
 ORV_STATUS_NO_MEMORY where a tile does not come or cannot be copied.
+
+A report handler that clears the stored status lets the call go on past data orders, norms, numbers of channels and channels of
+interest; a norm that is unknown or lacks its B then ends it with ORV_STATUS_ERROR and 0.
 """,
     "orvMinMaxFP": """Stores the least and the greatest value of the processed channels of a 32F image; both stay as they are if nothing is processed. NaN is
 passed over, unless it is the first value, which then is both extremes. Returns 0.
