@@ -54,24 +54,11 @@ inline __attribute__((always_inline)) bool storeEights(void* dst, ptrdiff_t n, W
     return true;
 }
 
-// Stores n values; four(i) answers values i to i + 3 as integers, which are cut to the type's range. The last vector
-// overlaps the one before it. False if there are fewer values than a vector has.
+// The same where four(i) answers values i to i + 3 as integers.
 template <class T, class Four>
 inline __attribute__((always_inline)) bool storeFours(void* dst, ptrdiff_t n, Four four)
 {
-    constexpr ptrdiff_t inVector = 16 / sizeof(T);
-    auto store = [=](ptrdiff_t i) {
-        __m128i low = _mm_packus_epi32(four(i), four(i + 4)), vector = low;
-        if constexpr (sizeof(T) == 1)
-            vector = _mm_packus_epi16(low, _mm_packus_epi32(four(i + 8), four(i + 12)));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(static_cast<uint8_t*>(dst) + i * ptrdiff_t(sizeof(T))), vector);
-    };
-    if (n < inVector)
-        return false;
-    for (ptrdiff_t i = 0; i < n - inVector; i += inVector)
-        store(i);
-    store(n - inVector);
-    return true;
+    return storeEights<T>(dst, n, [=](ptrdiff_t i) { return _mm_packus_epi32(four(i), four(i + 4)); });
 }
 
 }  // namespace OWN_ISA
