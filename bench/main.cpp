@@ -79,7 +79,7 @@ int main(int argc, char** argv)
     for (int i = 0; i < argc; ++i) {
         if (strncmp(argv[i], "--level=", 8) != 0) {
             arguments.push_back(argv[i]);
-        } else if (!ownForceLevel(strcmp(argv[i] + 8, "v3") == 0 ? OwnLevel::v3 : OwnLevel::base)) {
+        } else if (!ownForceLevel(argv[i] + 8)) {
             fprintf(stderr, "this processor does not have the level\n");
             return 1;
         }

@@ -12,17 +12,24 @@
 #else
 #define OWN_HAS_V3 0
 #endif
+#if defined(__x86_64__)
+#define OWN_HAS_V4 1
+#else
+#define OWN_HAS_V4 0
+#endif
 
 enum class OwnLevel {
     base,  // what every processor of the target has
-    v3     // x86-64-v3: AVX2 and what comes with it
+    v3,    // x86-64-v3: AVX2 and what comes with it
+    v4     // x86-64-v4: AVX-512, for the tables that gain by it
 };
 
 // The level in use: the best that the processor has.
 OwnLevel ownLevel();
 
-// For tests and benchmarks: uses `level` from now on. False if the processor does not have it.
+// For tests and benchmarks: uses a level from now on, told also by its name. False if the processor does not have it.
 bool ownForceLevel(OwnLevel level);
+bool ownForceLevel(const char* name);
 
 // Declares the table `name` of a kernel family, one a level, and name(), which answers that of the level in use.
 #if OWN_HAS_V3
@@ -35,7 +42,7 @@ bool ownForceLevel(OwnLevel level);
     }                                                                    \
     [[maybe_unused]] static const Table& name()                          \
     {                                                                    \
-        return ownLevel() == OwnLevel::v3 ? ownV3::name : ownBase::name; \
+        return ownLevel() >= OwnLevel::v3 ? ownV3::name : ownBase::name; \
     }
 #else
 #define OWN_KERNEL_TABLE(Table, name)           \
@@ -46,4 +53,25 @@ bool ownForceLevel(OwnLevel level);
     {                                           \
         return ownBase::name;                   \
     }
+#endif
+
+// The same for a table that has the level v4 too, since it gains by it: its sources are named in cmake/library.cmake.
+#if OWN_HAS_V4
+#define OWN_WIDE_KERNEL_TABLE(Table, name)                                          \
+    namespace ownBase {                                                             \
+    extern const Table name;                                                        \
+    }                                                                               \
+    namespace ownV3 {                                                               \
+    extern const Table name;                                                        \
+    }                                                                               \
+    namespace ownV4 {                                                               \
+    extern const Table name;                                                        \
+    }                                                                               \
+    [[maybe_unused]] static const Table& name()                                     \
+    {                                                                               \
+        const Table* const tables[] = {&ownBase::name, &ownV3::name, &ownV4::name}; \
+        return *tables[int(ownLevel())];                                            \
+    }
+#else
+#define OWN_WIDE_KERNEL_TABLE(Table, name) OWN_KERNEL_TABLE(Table, name)
 #endif

@@ -1,5 +1,6 @@
 // The choice of the instruction-set level.
 #include <atomic>
+#include <cstring>
 
 #include "ownisa.h"
 #if OWN_HAS_V3
@@ -25,13 +26,34 @@ bool hasV3()
 }
 #endif
 
+#if OWN_HAS_V4
+bool hasV4()
+{
+    return hasV3() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
+           __builtin_cpu_supports("avx512vl");
+}
+#endif
+
 bool processorHas(OwnLevel level)
 {
+#if OWN_HAS_V4
+    if (level == OwnLevel::v4)
+        return hasV4();
+#endif
 #if OWN_HAS_V3
     if (level == OwnLevel::v3)
         return hasV3();
 #endif
     return level == OwnLevel::base;
+}
+
+OwnLevel best()
+{
+    OwnLevel level = OwnLevel::v4;
+    while (!processorHas(level))
+        level = OwnLevel(int(level) - 1);
+    return level;
 }
 
 // -1 until the first use. Threads that come at once find the same answer.
@@ -43,7 +65,7 @@ OwnLevel ownLevel()
 {
     int level = chosen.load(std::memory_order_relaxed);
     if (level < 0) {
-        level = int(processorHas(OwnLevel::v3) ? OwnLevel::v3 : OwnLevel::base);
+        level = int(best());
         chosen.store(level, std::memory_order_relaxed);
     }
     return OwnLevel(level);
@@ -55,4 +77,14 @@ bool ownForceLevel(OwnLevel level)
         return false;
     chosen.store(int(level), std::memory_order_relaxed);
     return true;
+}
+
+bool ownForceLevel(const char* name)
+{
+    for (OwnLevel level : {OwnLevel::base, OwnLevel::v3, OwnLevel::v4}) {
+        const char* const names[] = {"base", "v3", "v4"};
+        if (strcmp(name, names[int(level)]) == 0)
+            return ownForceLevel(level);
+    }
+    return false;
 }

@@ -11,7 +11,7 @@
 //   fuzz_calls --print seed | --input file  the C program of one call
 //   fuzz_calls --list                       the functions of the table
 //
-// Options: --level=base|v3 (otherwise both, whose results are compared), --only=function, --loud (prints reports),
+// Options: --level=base|v3|v4 (otherwise all, whose results are compared), --only=function, --loud (prints reports),
 // --bare (new memory stays as it comes, for valgrind).
 #include <algorithm>
 #include <atomic>
@@ -53,7 +53,7 @@ Plan planOf(Source& source)
     return plan;
 }
 
-bool isLoud = false, bothLevels = false;
+bool isLoud = false, everyLevel = true;
 
 struct Outcome {
     uint64_t digest;
@@ -82,12 +82,15 @@ Outcome makeCall(Source source, FILE* program = nullptr)
 bool testCall(Source source)
 {
     Outcome outcome = makeCall(source);
-    if (bothLevels) {
-        ownForceLevel(OwnLevel::base);
+    const OwnLevel best = ownLevel();
+    for (OwnLevel level : {OwnLevel::base, OwnLevel::v3}) {
+        if (!everyLevel || level >= best)
+            break;
+        ownForceLevel(level);
         if (makeCall(source).digest != outcome.digest)
             replayFail("the levels have different results");
-        ownForceLevel(OwnLevel::v3);
     }
+    ownForceLevel(best);
     return outcome.worked;
 }
 
@@ -100,7 +103,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (entries.empty())
         for (const Entry& entry : everyCall())
             entries.push_back(&entry);
-    bothLevels = ownForceLevel(OwnLevel::v3);
     testCall({0, data, size});
     return 0;
 }
@@ -397,11 +399,10 @@ int main(int argc, char** argv)
 {
     std::vector<const char*> words;
     const char *mode = "", *only = "";
-    bothLevels = ownForceLevel(OwnLevel::v3);
     for (int i = 1; i < argc; ++i) {
         if (strncmp(argv[i], "--level=", 8) == 0) {
-            bothLevels = false;
-            if (!ownForceLevel(strcmp(argv[i] + 8, "v3") == 0 ? OwnLevel::v3 : OwnLevel::base))
+            everyLevel = false;
+            if (!ownForceLevel(argv[i] + 8))
                 return 77;
         } else if (strncmp(argv[i], "--only=", 7) == 0) {
             only = argv[i] + 7;

@@ -18,5 +18,5 @@ struct OwnModels {
 
 OWN_KERNEL_TABLE(OwnModels, ownModels8U)
 OWN_KERNEL_TABLE(OwnModels, ownModels16U)
-OWN_KERNEL_TABLE(OwnModels, ownModels32S)
+OWN_WIDE_KERNEL_TABLE(OwnModels, ownModels32S)
 OWN_KERNEL_TABLE(OwnModels, ownModels32F)

@@ -28,4 +28,4 @@ struct OwnRangeKernels {
 };
 
 OWN_KERNEL_TABLE(OwnConvertKernels, ownConvertKernels)
-OWN_KERNEL_TABLE(OwnRangeKernels, ownRangeKernels)
+OWN_WIDE_KERNEL_TABLE(OwnRangeKernels, ownRangeKernels)
