@@ -77,9 +77,9 @@ inline void sumBlock(const OwnSideSums& sums, ptrdiff_t at)
             for (const OwnSideTap* tap = sums.taps; tap < sums.taps + sums.count; ++tap) {
                 auto* from = static_cast<const uint8_t*>(sums.rows[row]) + at;
                 auto *first = from + tap->places[0], *second = from + tap->places[1];
-                const int16_t a = tap->weights[part][0], b = tap->weights[part][1];
+                const auto& weights = tap->weights[part];
                 for (ptrdiff_t i = 0; i < blockValues; ++i)
-                    sum[i] = uint16_t(sum[i] + uint16_t(first[i] * a) + uint16_t(second[i] * b));
+                    sum[i] = uint16_t(sum[i] + uint16_t(first[i] * weights[0]) + uint16_t(second[i] * weights[1]));
             }
             auto* to = static_cast<uint16_t*>(sums.pairs[part]) + 2 * at + row;
             for (ptrdiff_t i = 0; i < blockValues; ++i)
