@@ -29,6 +29,9 @@ struct OwnSamplePlaces {
         struct {
             alignas(64) int32_t x[ownPositions], y[ownPositions];
         } whole;
+        struct {
+            alignas(64) uint16_t x[ownPositions], xSides[ownPositions], y[ownPositions], yCarry[ownPositions];
+        } words;
     };
 };
 
