@@ -105,14 +105,21 @@ void prepareBits(const OwnSampleSource& source, const double* x, const double* y
 // after the point, that choose one byte of two.
 constexpr int16_t leftSide = 0x0040, rightSide = 0x4000;
 
-// Positions in 32 bits, in the order 0, 1, 4, 5, 2, 3, 6, 7 of the halves' quarters, which unpacking brings back. The
-// product is exact, so that the fused sum is rounded as two steps would be.
+// Integers that have been rounded to by adding `integers`, in the order 0, 1, 4, 5, 2, 3, 6, 7 of the
+// halves' quarters, which unpacking brings back.
+inline __m256i wholeNumbers(__m256d low, __m256d high)
+{
+    return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castpd_ps(low), _mm256_castpd_ps(high), 0x88));
+}
+
+// Eight positions in 32 bits, in that order, with so many parts to a pixel, a power of two: products are exact, so that
+// the fused sum is rounded as two steps would be.
+template <int parts>
 __attribute__((target("fma"))) inline __m256i fixedPositions(const double* values)
 {
-    const __m256d scale = _mm256_set1_pd(65536), whole = _mm256_set1_pd(integers);
-    const __m256d low = _mm256_fmadd_pd(_mm256_loadu_pd(values), scale, whole),
-                  high = _mm256_fmadd_pd(_mm256_loadu_pd(values + 4), scale, whole);
-    return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castpd_ps(low), _mm256_castpd_ps(high), 0x88));
+    const __m256d scale = _mm256_set1_pd(parts), whole = _mm256_set1_pd(integers);
+    return wholeNumbers(_mm256_fmadd_pd(_mm256_loadu_pd(values), scale, whole),
+                        _mm256_fmadd_pd(_mm256_loadu_pd(values + 4), scale, whole));
 }
 
 // Words of sixteen positions, of which each half has those of both vectors of eight.
@@ -167,8 +174,8 @@ __attribute__((target("fma"))) bool prepareFixedInside(const OwnSampleSource& so
         saveOffsets(places.offset + i, _mm256_sub_epi32(_mm256_madd_epi16(pixels, bytes), origin));
     };
     for (ptrdiff_t i = 0; i < n; i += 16) {
-        const __m256i x0 = fixedPositions(x + i), x1 = fixedPositions(x + i + 8);
-        const __m256i y0 = fixedPositions(y + i), y1 = fixedPositions(y + i + 8);
+        const __m256i x0 = fixedPositions<65536>(x + i), x1 = fixedPositions<65536>(x + i + 8);
+        const __m256i y0 = fixedPositions<65536>(y + i), y1 = fixedPositions<65536>(y + i + 8);
         placeEight(i, x0, y0);
         placeEight(i + 8, x1, y1);
         const __m256i xWords = lowWords(x0, x1), yWords = lowWords(y0, y1);
@@ -199,10 +206,10 @@ __attribute__((target("fma"))) void prepareFixedCompact(const OwnSampleSource& s
             _mm256_add_epi32(_mm256_mullo_epi32(row, rowBytes), _mm256_mullo_epi32(column, pixelBytes)), origin);
     };
     for (ptrdiff_t i = 0; i < n; i += 16) {
-        const Eight x0 = split(fixedPositions(x + i), source.width),
-                    x1 = split(fixedPositions(x + i + 8), source.width);
-        const Eight y0 = split(fixedPositions(y + i), source.height),
-                    y1 = split(fixedPositions(y + i + 8), source.height);
+        const Eight x0 = split(fixedPositions<65536>(x + i), source.width),
+                    x1 = split(fixedPositions<65536>(x + i + 8), source.width);
+        const Eight y0 = split(fixedPositions<65536>(y + i), source.height),
+                    y1 = split(fixedPositions<65536>(y + i + 8), source.height);
         saveOffsets(places.offset + i, offsets(x0.pixel, y0.pixel));
         saveOffsets(places.offset + i + 8, offsets(x1.pixel, y1.pixel));
         saveWeights(places, i, lowWords(x0.weight, x1.weight), carries(x0.weight, x1.weight),
@@ -269,10 +276,43 @@ void prepareLinear(const OwnSampleSource& source, const double* x, const double*
     }
 }
 
+#if defined(__AVX2__)
+// What prepareCubic does in fixed point, for eight positions at a time, each in 32 bits. Whole pixels may be taken away
+// after rounding.
+__attribute__((target("fma"))) void prepareCubicCompact(const OwnSampleSource& source, const double* x, const double* y,
+                                                        ptrdiff_t n, OwnSamplePlaces& places)
+{
+    const __m256i pixelBytes = _mm256_set1_epi32(source.pixelBytes), rowBytes = _mm256_set1_epi32(int(source.rowBytes)),
+                  origin = _mm256_set1_epi32(int(source.origin));
+    auto firstOf = [](const double* at, int32_t size) {
+        auto before = [at](ptrdiff_t i) { return vectorAt<double>(at, i) - justBelowHalf + integers; };
+        const __m256i second = wholeNumbers(before(0), before(4)), one = _mm256_set1_epi32(1);
+        return _mm256_max_epi32(_mm256_min_epi32(_mm256_sub_epi32(second, one), _mm256_set1_epi32(size - 4)),
+                                _mm256_setzero_si256());
+    };
+    auto saveSteps = [](int32_t* to, __m256i steps, __m256i first) {
+        saveVector(to, _mm256_permutevar8x32_epi32(_mm256_sub_epi32(steps, _mm256_slli_epi32(first, 9)),
+                                                   _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7)));
+    };
+    for (ptrdiff_t i = 0; i < n; i += 8) {
+        const __m256i column = firstOf(x + i, source.width), row = firstOf(y + i, source.height);
+        const __m256i offsets =
+            _mm256_add_epi32(_mm256_mullo_epi32(row, rowBytes), _mm256_mullo_epi32(column, pixelBytes));
+        saveOffsets(places.offset + i, _mm256_sub_epi32(offsets, origin));
+        saveSteps(places.whole.x + i, fixedPositions<512>(x + i), column);
+        saveSteps(places.whole.y + i, fixedPositions<512>(y + i), row);
+    }
+}
+#endif
+
 // The block of four by four pixels around a position, moved inwards where it would leave the image.
 template <bool fixed>
 void prepareCubic(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n, OwnSamplePlaces& places)
 {
+#if defined(__AVX2__)
+    if (fixed && source.compact)
+        return prepareCubicCompact(source, x, y, n, places);
+#endif
     const Addresses addresses(source);
     auto firstOf = [](Reals position, int32_t size) {
         const Reals before = pixelBefore(position), zero = {};
