@@ -252,15 +252,13 @@ inline void forChannels(const uint8_t* data, ptrdiff_t n, uint8_t* out, Run run)
 template <class T>
 void mixLinear(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n, T* mixed)
 {
-    const ptrdiff_t right = source.pixelBytes;
-    const uint8_t* const dataBelow = data + ptrdiff_t(source.rowBytes);
     alignas(64) T values[4 * ownPositions];
-    forEach(places.offset, n, values, 1, [=](T* to, ptrdiff_t offset) {
-        storeAlone(to[0], ownLoad<T>(data + offset));
-        storeAlone(to[ownPositions], ownLoad<T>(data + offset + right));
-        storeAlone(to[2 * ownPositions], ownLoad<T>(dataBelow + offset));
-        storeAlone(to[3 * ownPositions], ownLoad<T>(dataBelow + offset + right));
-    });
+    for (int which = 0; which < 4; ++which) {
+        const uint8_t* const first =
+            data + (which & 1 ? source.pixelBytes : 0) + (which & 2 ? ptrdiff_t(source.rowBytes) : 0);
+        forEach(places.offset, n, values + which * ownPositions, 1,
+                [first](T* to, ptrdiff_t offset) { storeAlone(*to, ownLoad<T>(first + offset)); });
+    }
     for (ptrdiff_t i = 0; i < n; i += 4) {
         auto valuesAt = [&](ptrdiff_t which) { return realsAt(values + which * ownPositions, i); };
         const __m256d x = realsAt(places.real.x, i), y = realsAt(places.real.y, i);
