@@ -4,7 +4,8 @@
 //   fuzz_calls [options] [seconds [seed]]   random calls, from any of the functions; a failing one is printed as a C program
 //   fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
 //   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
-//   fuzz_calls --digest [times [file]]      a digest of the results of each family, compared with those in a file
+//   fuzz_calls --digest [times [file]]      digests of each family's results and of its reports, compared with those in a file
+//   fuzz_calls --reports [times]            all reports that calls with bad arguments make, and good ones that are refused
 //   fuzz_calls --each [times]               a digest of each function, and the share of its calls that went well
 //   fuzz_calls --call seed                  one call
 //   fuzz_calls --print seed | --input file  the C program of one call
@@ -17,6 +18,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <set>
 #include <thread>
 
 #include "core/ownisa.h"
@@ -231,32 +233,73 @@ bool refuse(const Entry& entry, uint64_t seed, int n, Refusal what)
     return refused;
 }
 
-// Every function through every refused request of calls that go well.
+// A function through every refused request of calls that go well; how many those were.
+long refusalsOf(const Entry& entry, int times)
+{
+    long refused = 0;
+    int good = 0;
+    for (uint64_t seed = 0; good < times && seed < uint64_t(20 * times); ++seed) {
+        {
+            Drawing drawing({seed}, {.valid = true}, entry);
+            entry.call(drawing);
+            if (!drawing.worked)
+                continue;
+        }
+        ++good;
+        for (Refusal what : {Refusal::memory, Refusal::allMemory, Refusal::tile})
+            for (int n = 1; refuse(entry, seed, n, what); ++n)
+                ++refused;
+    }
+    return refused;
+}
+
 int refusals(int times)
 {
     long refused = 0, none = 0;
     for (const Entry* entry : entries) {
-        long before = refused;
-        int good = 0;
-        for (uint64_t seed = 0; good < times && seed < uint64_t(20 * times); ++seed) {
-            {
-                Drawing drawing({seed}, {.valid = true}, *entry);
-                entry->call(drawing);
-                if (!drawing.worked)
-                    continue;
-            }
-            ++good;
-            for (Refusal what : {Refusal::memory, Refusal::allMemory, Refusal::tile})
-                for (int n = 1; refuse(*entry, seed, n, what); ++n)
-                    ++refused;
-        }
-        none += refused == before;
+        long ofEntry = refusalsOf(*entry, times);
+        refused += ofEntry;
+        none += ofEntry == 0;
     }
     printf("%ld refusals, none in %ld functions\n", refused, none);
     return lost != 0;
 }
 
-// A digest of each family, or of each function with the share of calls that went well.
+std::set<std::string> heard;
+
+// The reports of calls with bad arguments and of good ones that are refused. They do not tell how often each was made, since
+// the levels do not ask for memory equally often.
+std::set<std::string> reportsOf(const Entry& entry, int times)
+{
+    heard.clear();
+    replayArena.heard = [](int32_t status, const char* func, const char* context) {
+        heard.insert(std::to_string(status) + " " + func + ": " + context);
+    };
+    for (int seed = 0; seed < times; ++seed) {
+        Drawing drawing({uint64_t(seed)}, {.loud = isLoud}, entry);
+        entry.call(drawing);
+    }
+    refusalsOf(entry, times / 10);
+    replayArena.heard = nullptr;
+    return heard;
+}
+
+int reports(int times)
+{
+    for (const Entry* entry : entries) {
+        printf("%s\n", entry->name);
+        for (const std::string& report : reportsOf(*entry, times))
+            printf("    %s\n", report.c_str());
+    }
+    return 0;
+}
+
+uint64_t mixed(uint64_t digest, uint64_t value)
+{
+    return (digest ^ value) * 0x100000001B3u;
+}
+
+// Digests of each family, or of each function with the share of calls that went well.
 int digests(int times, bool each, const char* expected)
 {
     std::map<std::string, uint64_t> sums, stored;
@@ -268,16 +311,21 @@ int digests(int times, bool each, const char* expected)
         fclose(file);
     }
     for (const Entry* entry : entries) {
-        uint64_t& sum = sums[each ? entry->name : entry->family];
+        std::string name = each ? entry->name : entry->family;
+        uint64_t &sum = sums[name], &ofReports = sums[name + ".reports"];
+        for (const std::string& report : reportsOf(*entry, times))
+            for (char letter : report)
+                ofReports = mixed(ofReports, uint8_t(letter));
         int worked = 0;
         for (int seed = 0; seed < times; ++seed) {
             Drawing drawing({uint64_t(seed)}, {.valid = true, .loud = isLoud}, *entry);
             entry->call(drawing);
             worked += drawing.worked;
-            sum = (sum ^ drawing.digest) * 0x100000001B3u;
+            sum = mixed(sum, drawing.digest);
         }
         if (each)
-            printf("%3d%% %s %016llx\n", 100 * worked / times, entry->name, static_cast<unsigned long long>(sum));
+            printf("%3d%% %s %016llx, reports %016llx\n", 100 * worked / times, entry->name,
+                   static_cast<unsigned long long>(sum), static_cast<unsigned long long>(ofReports));
     }
     for (const auto& [family, sum] : sums)
         if (!each)
@@ -388,6 +436,8 @@ int main(int argc, char** argv)
     }
     if (strcmp(mode, "refusals") == 0)
         return refusals(int(number(0, 20)));
+    if (strcmp(mode, "reports") == 0)
+        return reports(int(number(0, 200)));
     if (strcmp(mode, "threads") == 0)
         return threads(int(number(0, 10)));
     if (strcmp(mode, "digest") == 0 || strcmp(mode, "each") == 0)

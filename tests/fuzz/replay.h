@@ -56,6 +56,7 @@ typedef struct ReplayTiles {
 typedef struct ReplayArena {
     uint8_t *small, *large;
     int32_t smallUsed, largeUsed, blocks, reports, isLoud;
+    void (*heard)(int32_t status, const char* func, const char* context);
     ReplayBlock block[replayMostBlocks];
 } ReplayArena;
 
@@ -321,6 +322,8 @@ static int32_t ORV_CALL replayReport(int32_t status, const char* func, const cha
     ++replayArena.reports;
     if (replayArena.isLoud)
         printf("%d %s: %s\n", status, func, context);
+    if (replayArena.heard)
+        replayArena.heard(status, func, context);
     return status;
 }
 static int32_t ORV_CALL replayInteger(int32_t value)
