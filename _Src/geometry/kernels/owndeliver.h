@@ -57,19 +57,18 @@ inline void turnMarkedBytes(const uint8_t* from, const uint8_t* marks, uint8_t* 
 #endif
 
 #if defined(__AVX2__)
-// Four pixels of 32 bits each, as many bytes of each as are told.
+// The first bytes of four pixels of 32 bits each; with `wide` 16 bytes are stored anyway.
 template <int bytes>
 inline void storeClosed(uint8_t* to, __m128i pixels, bool wide)
 {
-    const __m128i closed = closedUp<bytes>(pixels);
-    if (bytes == 4 || wide)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), closed);
+    if (wide)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), closedUp<bytes>(pixels));
     else
         FourPixels<bytes>::store(to, pixels);
 }
 
-// Four columns of all rows of pixels, two rows in each vector. With `wide` more is stored, up to 16 bytes, which belongs
-// to pixels that are stored later.
+// Four columns of all rows of pixels, two rows in each vector. What `wide` stores behind them belongs to
+// pixels that are stored later.
 template <int bytes>
 inline void turnPixels(const uint8_t* from, uint8_t* const* to, ptrdiff_t at, bool wide)
 {

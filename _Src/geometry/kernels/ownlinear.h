@@ -63,7 +63,7 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
 #if defined(__AVX2__)
     struct Pairs {
-        alignas(32) uint16_t upper[partPositions], lower[partPositions];
+        alignas(32) uint16_t upper[ownPositionGroup], lower[ownPositionGroup];
     };
     auto mixSixteen = [&](const Pairs& pairs, ptrdiff_t i, ptrdiff_t k) {
         const auto& words = places.words;
@@ -71,20 +71,20 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
                                      load(words.yCarry + i + k)};
         return mixRows(load(pairs.upper + k), load(pairs.lower + k), weights);
     };
-    auto mix = [&](const Pairs& pairs, ptrdiff_t i, ptrdiff_t count) {
-        for (ptrdiff_t k = 0; k < count; k += 32)
+    auto mix = [&](const Pairs& pairs, ptrdiff_t i) {
+        for (ptrdiff_t k = 0; k < ownPositionGroup; k += 32)
             save(out + i + k, bytesOf(mixSixteen(pairs, i, k), mixSixteen(pairs, i, k + 16)));
     };
     auto collectBy = [&](auto pairAt) {
-        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, ptrdiff_t count, uint16_t* pairs) {
-            forEach(places.offset + i, count, pairs, 1,
+        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, uint16_t* pairs) {
+            forEach(places.offset + i, ownPositionGroup, pairs, 1,
                     [=](uint16_t* to, ptrdiff_t offset) { storeAlone(*to, pairAt(row + offset)); });
         };
         collectAhead<Pairs>(
             n,
-            [&](Pairs& pairs, ptrdiff_t i, ptrdiff_t count) {
-                collectRow(data, i, count, pairs.upper);
-                collectRow(data + below, i, count, pairs.lower);
+            [&](Pairs& pairs, ptrdiff_t i) {
+                collectRow(data, i, pairs.upper);
+                collectRow(data + below, i, pairs.lower);
             },
             mix);
     };
@@ -128,7 +128,7 @@ inline uint32_t rightPixel(const uint8_t* p)
 
 // Rows of two pixels, the upper and the lower one of each position.
 struct PixelPairs {
-    alignas(32) uint64_t upper[partPositions], lower[partPositions];
+    alignas(32) uint64_t upper[ownPositionGroup], lower[ownPositionGroup];
 };
 
 // Brings the bytes of rows of two pixels, two rows in each half, side by side by channels; the first pixel begins
@@ -177,8 +177,8 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
         return mixRows(_mm256_shuffle_epi8(load(pairs.upper + k), upperOrder),
                        _mm256_shuffle_epi8(load(pairs.lower + k), lowerOrder), weights);
     };
-    auto mix = [&](const PixelPairs& pairs, ptrdiff_t i, ptrdiff_t count) {
-        for (ptrdiff_t k = 0; k < count; k += 8) {
+    auto mix = [&](const PixelPairs& pairs, ptrdiff_t i) {
+        for (ptrdiff_t k = 0; k < ownPositionGroup; k += 8) {
             const __m256i mixed = bytesOf(mixFour(pairs, i, k), mixFour(pairs, i, k + 4));
             uint8_t* const to = out + (i + k) * ownListedBytes(channels);
             storeFour<channels>(to, _mm256_castsi256_si128(mixed));
@@ -186,15 +186,15 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
         }
     };
     auto collectBy = [&](auto upperAt, auto lowerAt) {
-        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, ptrdiff_t count, uint64_t* pairs, auto pairAt) {
-            forEach(places.offset + i, count, pairs, 1,
+        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, uint64_t* pairs, auto pairAt) {
+            forEach(places.offset + i, ownPositionGroup, pairs, 1,
                     [=](uint64_t* to, ptrdiff_t offset) { storeAlone(*to, pairAt(row + offset)); });
         };
         collectAhead<PixelPairs>(
             n,
-            [&](PixelPairs& pairs, ptrdiff_t i, ptrdiff_t count) {
-                collectRow(data, i, count, pairs.upper, upperAt);
-                collectRow(data + below, i, count, pairs.lower, lowerAt);
+            [&](PixelPairs& pairs, ptrdiff_t i) {
+                collectRow(data, i, pairs.upper, upperAt);
+                collectRow(data + below, i, pairs.lower, lowerAt);
             },
             mix);
     };

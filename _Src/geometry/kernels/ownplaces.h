@@ -338,19 +338,17 @@ void prepareCubic(const OwnSampleSource& source, const double* x, const double* 
 }
 
 #if defined(__AVX2__)
-// Brings what the positions of a list need by collect(part, i, count), some of them ahead of use(part, i, count): loads
-// fill the time that computing leaves them.
-constexpr ptrdiff_t partPositions = ownPositionGroup;
+// Brings what the positions of a list need by collect(part, i), a group of them ahead of use(part, i): loads fill the time
+// that computing leaves them.
 template <class Part, class Collect, class Use>
 OWN_INLINE void collectAhead(ptrdiff_t n, Collect collect, Use use)
 {
     Part parts[2];
-    auto countFrom = [n](ptrdiff_t i) { return n - i < partPositions ? n - i : partPositions; };
-    collect(parts[0], 0, countFrom(0));
-    for (ptrdiff_t i = 0, now = 0; i < n; i += partPositions, now = 1 - now) {
-        if (i + partPositions < n)
-            collect(parts[1 - now], i + partPositions, countFrom(i + partPositions));
-        use(parts[now], i, countFrom(i));
+    collect(parts[0], 0);
+    for (ptrdiff_t i = 0, now = 0; i < n; i += ownPositionGroup, now = 1 - now) {
+        if (i + ownPositionGroup < n)
+            collect(parts[1 - now], i + ownPositionGroup);
+        use(parts[now], i);
     }
 }
 #endif

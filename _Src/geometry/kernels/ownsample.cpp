@@ -12,8 +12,8 @@ namespace {
 bool hasLastPixel(const OwnSampleSource& source, const OwnSamplePlaces& places, ptrdiff_t n)
 {
     using Offsets = Vector<int64_t>;
-    const Offsets last = Offsets{} + ((source.height - 1) * source.rowBytes +
-                                      int64_t{source.width - 1} * source.pixelBytes - source.origin);
+    const Offsets last = everyLane((source.height - 1) * source.rowBytes +
+                                   int64_t{source.width - 1} * source.pixelBytes - source.origin);
     decltype(Offsets() == Offsets()) found = {};
     for (ptrdiff_t i = 0; i < n; i += lanes)
         found |= vectorAt<int64_t>(places.offset, i) == last;
