@@ -37,11 +37,25 @@ int64_t slotBytes(int64_t values, int bytes)
     return (values * ownMax(bytes, 1) + 31) & ~int64_t{31};
 }
 
+// A few bytes, as most are, are set quicker in place than by a call.
+void repeatByte(uint8_t byte, int64_t n, uint8_t* to)
+{
+    constexpr int64_t wordBytes = 8, few = 64;
+    if (n < wordBytes || n > few) {
+        memset(to, byte, size_t(n));
+        return;
+    }
+    const uint64_t word = byte * uint64_t{0x0101010101010101};
+    for (int64_t i = 0; i < n - wordBytes; i += wordBytes)
+        memcpy(to + i, &word, wordBytes);
+    memcpy(to + n - wordBytes, &word, wordBytes);
+}
+
 // Sets n pixels to the one at `from`.
 void repeatPixel(const uint8_t* from, int64_t pixelBytes, int64_t n, uint8_t* to)
 {
     if (pixelBytes == 1)
-        memset(to, *from, size_t(n));
+        repeatByte(*from, n, to);
     else
         for (; n > 0; --n, to += pixelBytes)
             memcpy(to, from, size_t(pixelBytes));

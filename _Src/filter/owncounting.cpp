@@ -111,6 +111,7 @@ bool medianOfBytes(const Task& task, const OrvImage& src, const OrvImage& dst, c
 OwnSlide slideOf(const Task& task, const OwnLines& lines)
 {
     return {.rows = nullptr,
+            .below = nullptr,
             .nRows = task.nRows,
             .nCols = task.nCols,
             .values = lines.values(lines.width()),
@@ -119,7 +120,18 @@ OwnSlide slideOf(const Task& task, const OwnLines& lines)
             .bins = 0,
             .flip = 0,
             .counts = nullptr,
-            .result = nullptr};
+            .results = {}};
+}
+
+// Sets a slide to result i of `count`, of which the first is row y, and to the one below it. The last one, where there is
+// none below it, is made twice.
+void setRows(OwnSlide& slide, OwnLines& lines, const void* const* rows, int32_t y, int32_t i, int32_t count)
+{
+    const bool isLast = i + 1 == count;
+    slide.rows = rows + i;
+    slide.below = slide.rows[isLast ? 0 : slide.nRows];
+    slide.results[0] = lines.target(y + i, i);
+    slide.results[1] = isLast ? slide.results[0] : lines.target(y + i + 1, i + 1);
 }
 
 const OwnSlideKernel& slideKernel(const Task& task)
@@ -131,8 +143,9 @@ const OwnSlideKernel& slideKernel(const Task& task)
 bool medianOfWords(const Task& task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
     const OwnSlideKernel& kernel = slideKernel(task);
-    OwnRowWindow window(task.nRows, task.reach.top, 1);
-    OwnLines lines(src, dst, mask, task.reach, window.slots(), 1);
+    constexpr int32_t most = 2;
+    OwnRowWindow window(task.nRows, task.reach.top, most);
+    OwnLines lines(src, dst, mask, task.reach, window.slots(), most);
     OwnSlide slide = slideOf(task, lines);
     slide.bins = 65536;
     slide.flip = flipOf(src.depth);
@@ -143,11 +156,11 @@ bool medianOfWords(const Task& task, const OrvImage& src, const OrvImage& dst, c
     for (int32_t pass = 0; pass < lines.passes(); ++pass) {
         lines.begin(pass);
         window.begin();
-        for (int32_t y = 0; y < lines.height(); ++y) {
-            slide.rows = window.rows(lines, y, 1);
-            slide.result = lines.target(y, 0);
+        for (int32_t y = 0, count; y < lines.height(); y += count) {
+            count = ownMin(most, lines.height() - y);
+            setRows(slide, lines, window.rows(lines, y, count), y, 0, count);
             kernel.words(slide);
-            lines.store(y, 1);
+            lines.store(y, count);
         }
     }
     return true;
@@ -253,12 +266,12 @@ bool medianOfNumbers(const Task& task, const OrvImage& src, const OrvImage& dst,
         for (int32_t y = 0, count; y < lines.height(); y += count) {
             count = ownMin(most, lines.height() - y);
             const void* const* rows = ranks.of(window.rows(lines, y, count), task.nRows - 1 + count);
-            for (int32_t i = 0; i < count; ++i) {
-                slide.rows = rows + i;
-                slide.result = lines.target(y + i, i);
+            for (int32_t i = 0; i < count; i += 2) {
+                setRows(slide, lines, rows, y, i, count);
                 kernel.numbers(slide);
-                ranks.replaceByValues(slide.result, lines.width(), lines.step(), int32_t(lines.values(1)));
             }
+            for (int32_t i = 0; i < count; ++i)
+                ranks.replaceByValues(lines.target(y + i, i), lines.width(), lines.step(), int32_t(lines.values(1)));
             lines.store(y, count);
         }
     }

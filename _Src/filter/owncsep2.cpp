@@ -1,6 +1,7 @@
 #include "owncsep2.h"
 
 #include "../core/ownlines.h"
+#include "kernels/ownsides.h"
 
 namespace {
 
@@ -73,6 +74,14 @@ OwnConvWindow changed(const OwnConvWindow& window, int32_t* values, WeightOf wei
     return result;
 }
 
+bool isZero(const OwnConvWindow& window)
+{
+    for (int64_t i = 0; i < window.valueCount(); ++i)
+        if (window.integers[i])
+            return false;
+    return true;
+}
+
 constexpr int32_t mostParts = 2;
 
 int64_t mostPlaces(const OwnConvWindow* x, const OwnConvWindow* y)
@@ -105,7 +114,8 @@ OwnSepPlan::OwnSepPlan(const OwnConvWindow* xWindow, const OwnConvWindow* yWindo
         planPairs();
 }
 
-// Parts the row kernel; false if no two parts have sums of 16 bits.
+// Parts the row kernel; false if no two parts have sums of 16 bits. Weights that have their lower bits all clear need but the
+// upper part.
 bool OwnSepPlan::planParts()
 {
     int32_t* const upper = values.data + x.valueCount() + y.valueCount();
@@ -116,8 +126,10 @@ bool OwnSepPlan::planParts()
         parts[0].y = changed(y, scaled, [=](int32_t weight) { return weight * (1 << bits); });
         if (!weightsAreHalves(parts[0].y) || !sumsFit(parts[1].x, depth))
             return false;
-        if (sumsFit(parts[0].x, depth))
+        if (sumsFit(parts[0].x, depth)) {
+            partCount = isZero(parts[1].x) ? 1 : 2;
             return true;
+        }
     }
     return false;
 }
@@ -128,10 +140,8 @@ void OwnSepPlan::planPairs()
     parts[0].x = x;
     parts[0].y = parts[1].y = y;
     usesPairs = weightsAreHalves(x) && weightsAreHalves(y);
-    if (usesPairs && isBoth && !sumsFit(x, depth)) {
-        partCount = 2;
+    if (usesPairs && isBoth && !sumsFit(x, depth))
         usesPairs = planParts();
-    }
     if (!usesPairs)
         return;
     const bool is16U = depth == ORV_DEPTH_16U;
@@ -168,15 +178,17 @@ public:
           values(lines.values(lines.width())),
           sourceValues(lines.values(int64_t{lines.width()} + plan.reach.left + plan.reach.right)),
           rowValues(sourceValues + ownReadAhead),
+          partBytes(rowValues * pairBytes),
           isReal(plan.depth == ORV_DEPTH_32F),
           windowRows(ownMax(plan.y.nRows, 1)),
-          pairs(plan.yPairs() ? ownPairRows(windowRows) : 0, rowValues * pairBytes * plan.partCount),
-          sidePairs(plan.xPairs() ? 1 : 0, rowValues * pairBytes),
+          pairs(plan.yPairs() ? ownPairRows(windowRows) : 0, partBytes * plan.partCount),
+          sidePairs(plan.xPairs() && !plan.usesBytes ? 1 : 0, rowValues * pairBytes),
           words(plan.usesPairs || isReal ? 0 : windowRows, rowValues),
           reals(isReal ? windowRows : 0, rowValues),
           columnReals(isReal && plan.x.nCols ? 1 : 0, rowValues),
           sums(rowsTogether * plan.partCount, rowValues),
           pairTaps(int64_t{plan.xPairs()} + plan.yPairs() + 1),
+          sideTaps(plan.usesBytes ? plan.parts[0].xPairs : 1),
           wordTaps(isReal ? 1 : ownMax(plan.x.nCols, plan.y.nRows)),
           realTaps(isReal ? ownMax(plan.x.nCols, plan.y.nRows) : 1)
     {
@@ -184,10 +196,13 @@ public:
 
     bool run()
     {
-        if (!lines || !pairs || !sidePairs || !words || !reals || !columnReals || !sums || !pairTaps || !wordTaps ||
-            !realTaps)
+        if (!lines || !pairs || !sidePairs || !words || !reals || !columnReals || !sums || !pairTaps || !sideTaps ||
+            !wordTaps || !realTaps)
             return false;
-        setSideTaps();
+        if (plan.usesBytes)
+            setByteTaps();
+        else
+            setSideTaps();
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
             rowsDone = 0;
@@ -217,6 +232,7 @@ private:
     OwnDepthIndex depth;
     OwnLines lines;
     ptrdiff_t values, sourceValues, rowValues;
+    ptrdiff_t partBytes;  // of a row of pairs
     bool isReal;
     int64_t windowRows;
     OwnRing<uint8_t> pairs;      // of rows
@@ -226,6 +242,7 @@ private:
     OwnRing<double> columnReals;      // the sums of the column kernel
     OwnRing<int32_t> sums;            // of the kernel that comes first, of 16 or 32 bits or floats
     OwnScratch<OwnPairTap> pairTaps;  // of the row kernel, then of the column kernel
+    OwnScratch<OwnSideTap> sideTaps;
     OwnScratch<OwnWordTap> wordTaps;
     OwnScratch<OwnRealTap> realTaps;
     int64_t rowsDone = 0;  // in the ring, from the first of the rectangle's first window on
@@ -237,27 +254,37 @@ private:
         return lines.source((index < last ? index : last) - plan.reach.top, slot);
     }
 
+    // The last column of an odd number of them has no neighbour.
+    void setByteTaps()
+    {
+        for (ptrdiff_t i = 0; i < plan.parts[0].xPairs; ++i) {
+            const int32_t column = plan.parts[0].xPlaces[i].column, next = ownMin(column + 1, plan.x.nCols - 1);
+            sideTaps[i] = {{ptrdiff_t{column} * lines.step(), ptrdiff_t{next} * lines.step()}, {}};
+            for (int32_t k = 0; k < plan.partCount; ++k)
+                for (int half = 0; half < 2; ++half)
+                    sideTaps[i].weights[k][half] = int8_t(plan.parts[k].xPlaces[i].weights[0][half]);
+        }
+    }
+
     void setSideTaps()
     {
-        const int bytes = plan.usesBytes ? 2 : pairBytes;
         OwnPairTap* tap = pairTaps.data;
         for (const OwnSepPart& part : plan.parts)
             for (ptrdiff_t i = 0; i < part.xPairs; ++i) {
                 const OwnPairPlace& place = part.xPlaces[i];
-                *tap++ = {sidePairs.row(0) + ptrdiff_t{place.column} * lines.step() * bytes,
-                          {ownPackedWeights(place.weights[0], bytes), 0}};
+                *tap++ = {sidePairs.row(0) + ptrdiff_t{place.column} * lines.step() * pairBytes,
+                          {ownPackedWeights(place.weights[0], pairBytes), 0}};
             }
     }
 
     void pairSides(const void* row)
     {
-        auto* pair = plan.usesBytes ? kernels.bytePairs : kernels.pairs[depth];
+        auto* pair = kernels.pairs[depth];
         auto* from = static_cast<const uint8_t*>(row);
         // The last pixel has no neighbour.
         const ptrdiff_t step = lines.step(), paired = sourceValues - step, bytes = depth <= OWN_8S ? 1 : 2;
         pair(from, from + step * bytes, sidePairs.row(0), paired);
-        pair(from + paired * bytes, from + paired * bytes, sidePairs.row(0) + paired * (plan.usesBytes ? 2 : pairBytes),
-             step);
+        pair(from + paired * bytes, from + paired * bytes, sidePairs.row(0) + paired * pairBytes, step);
     }
 
     // A row kernel alone.
@@ -279,27 +306,41 @@ private:
         if (!plan.xPairs())
             return row;
         pairSides(row);
-        auto* sum = plan.usesBytes ? kernels.byteRow : kernels.pairRow[OWN_16S];
         const OwnPairTap* tap = pairTaps.data;
         for (int32_t i = 0; i < plan.partCount; ++i) {
             const OwnSepPart& part = plan.parts[i];
-            sum({tap, part.xPairs, part.xStart, 0, 0, values, {sumRow(i, slot), nullptr}});
+            kernels.pairRow[OWN_16S]({tap, part.xPairs, part.xStart, 0, 0, values, {sumRow(i, slot), nullptr}});
             tap += part.xPairs;
         }
         return sumRow(0, slot);
     }
 
+    // Fills the next row of pairs for the column kernel; the parts follow one another.
+    void nextPairs()
+    {
+        uint8_t* const first = pairs.row(rowsDone);
+        uint8_t* const second = first + partBytes;
+        if (plan.usesBytes) {
+            auto* sum = ownSideKernels().sums[plan.partCount - 1];
+            return sum({{sampleRow(2 * rowsDone, 0), sampleRow(2 * rowsDone + 1, 1)},
+                        sideTaps.data,
+                        plan.parts[0].xPairs,
+                        {int16_t(plan.parts[0].xStart), int16_t(plan.parts[1].xStart)},
+                        values,
+                        {first, second}});
+        }
+        const void* upper = columnRow(2 * rowsDone, 0);
+        const void* lower = columnRow(2 * rowsDone + 1, 1);
+        auto* pair = kernels.pairs[plan.xPairs() ? OWN_16S : depth];
+        pair(upper, lower, first, values);
+        if (plan.partCount > 1)
+            pair(sumRow(1, 0), sumRow(1, 1), second, values);
+    }
+
     void convolvePairs(int32_t y, int32_t rows)
     {
-        const ptrdiff_t partBytes = rowValues * pairBytes;
-        for (; rowsDone < y / 2 + pairs.rows; ++rowsDone) {
-            const void* upper = columnRow(2 * rowsDone, 0);
-            const void* lower = columnRow(2 * rowsDone + 1, 1);
-            auto* pair = kernels.pairs[plan.xPairs() ? OWN_16S : depth];
-            pair(upper, lower, pairs.row(rowsDone), values);
-            if (plan.partCount > 1)
-                pair(sumRow(1, 0), sumRow(1, 1), pairs.row(rowsDone) + partBytes, values);
-        }
+        for (; rowsDone < y / 2 + pairs.rows; ++rowsDone)
+            nextPairs();
         const auto window = pairs.window(y / 2);
         OwnPairTap* const taps = pairTaps.data + plan.xPairs();
         OwnPairTap* tap = taps;

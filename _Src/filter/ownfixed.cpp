@@ -10,14 +10,20 @@ OwnReach ownFixedReach(OwnFixedFilter filter)
 
 namespace {
 
-// Rows that a kernel makes at a time: many, since the first ones cost more, but of long rows so few that those of one column
-// do not drive each other out of the cache.
-constexpr int32_t mostRows = 32;
+// Rows that a kernel makes at a time: many, since the first ones cost more, the higher windows are the more so, but so few that
+// they stay in the nearest cache together with what they are made of, and that those of one column of long rows do not drive
+// each other out of it.
+constexpr int32_t mostRows = 24, leastRows = 8;
 
-int32_t bandRows(int64_t rowBytes)
+int32_t bandRows(int64_t rowBytes, int32_t windowRows)
 {
-    constexpr int64_t longRow = 2048;
-    return rowBytes < longRow ? mostRows : mostRows / 4;
+    constexpr int64_t longRow = 2048, cacheBytes = 12288;
+    if (rowBytes >= longRow)
+        return leastRows;
+    if (windowRows > 3)
+        return mostRows;
+    const int64_t fitting = cacheBytes / rowBytes;
+    return int32_t(fitting < leastRows ? leastRows : fitting < mostRows ? fitting : mostRows);
 }
 
 }  // namespace
@@ -31,9 +37,10 @@ bool ownFilterFixed(OwnFixedFilter filter, const OrvImage& src, const OrvImage& 
 bool ownFilterBands(OwnFixedKernel kernel, const OwnReach& reach, const OrvImage& src, const OrvImage& dst,
                     const OrvImage* mask)
 {
-    const int32_t most =
-        bandRows(int64_t{ownRoiRect(src).width} * ownLineStep(src, dst) * ownMax(ownValueBytes(src.depth), 1));
-    OwnRowWindow window(reach.top + reach.bottom + 1, reach.top, most);
+    const int32_t windowRows = reach.top + 1 + reach.bottom;
+    const int32_t most = bandRows(
+        int64_t{ownRoiRect(src).width} * ownLineStep(src, dst) * ownMax(ownValueBytes(src.depth), 1), windowRows);
+    OwnRowWindow window(windowRows, reach.top, most);
     OwnLines lines(src, dst, mask, reach, window.slots(), most);
     if (!window || !lines)
         return false;

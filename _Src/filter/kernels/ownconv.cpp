@@ -259,11 +259,6 @@ inline void storeBlock(Halves, const OwnPairSums& sums, const PairBlock& block, 
 template <class T>
 inline void storeBlock(Bytes, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
-    if constexpr (__is_same(T, int16_t)) {
-        for (int i = 0; i < 4; ++i)
-            storeVector(to, i, block.v[i]);
-        return;
-    }
     const __m128i shift = _mm_cvtsi32_si128(sums.shift);
     const __m256i under = _mm256_set1_epi16(int16_t(sums.under)), most = _mm256_set1_epi16(255);
     auto result = [=](__m256i sum) {
@@ -328,10 +323,7 @@ template <class T>
 inline void storeBlock(Bytes, const OwnPairSums& sums, const PairBlock& block, void* to)
 {
     for (ptrdiff_t i = 0; i < Bytes::blockValues; ++i)
-        if constexpr (__is_same(T, int16_t))
-            ownStore(to, i, int16_t(block.v[i]));
-        else
-            ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i] >> sums.shift) - sums.under));
+        ownStore(to, i, ResultOf<T>::from(int32_t(block.v[i] >> sums.shift) - sums.under));
 }
 
 #endif
@@ -572,7 +564,6 @@ const OwnConvKernels ownConvKernels = {
      sumPairs<Halves, uint16_t, 2>, sumPairs<Halves, int16_t, 2>},
     {sumPairs<Halves, Bits, 1>, sumPairs<Halves, uint8_t, 1>, sumPairs<Halves, int8_t, 1>,
      sumPairs<Halves, uint16_t, 1>, sumPairs<Halves, int16_t, 1>},
-    sumPairs<Bytes, int16_t, 1>,
     {sumPairs<Bytes, Bits, 2>, sumPairs<Bytes, uint8_t, 2>},
     sumWords,
     sumReals<true>,

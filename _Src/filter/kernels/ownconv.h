@@ -82,7 +82,6 @@ struct OwnConvKernels {
     void (*pairSums)(const OwnPairSums& sums);                 // of int32_t
     void (*pairResults[OWN_DEPTHS])(const OwnPairSums& sums);  // shifted and saturated
     void (*pairRow[OWN_DEPTHS])(const OwnPairSums& sums);      // the first row of them alone
-    void (*byteRow)(const OwnPairSums& sums);                  // of pairs of bytes: int16_t, modulo 2^16; one row
     void (*byteResults[OWN_DEPTHS])(const OwnPairSums& sums);  // of pairs of bytes; of 1U and 8U alone
     void (*wordSums)(const OwnWordSums& sums);
     void (*exactSums)(const OwnRealSums& sums);  // where every product is exact in double precision

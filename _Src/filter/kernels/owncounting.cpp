@@ -354,78 +354,105 @@ void medianBits(const OwnBitCounts& counts, void* result)
 // ---- Larger values ------------------------------------------------------------------------------------------------
 
 // T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median filtering algorithm", IEEE Transactions on Acoustics,
-// Speech and Signal Processing 27 (1979), with counts of groups of bins too, over which the search goes first.
+// Speech and Signal Processing 27 (1979), with counts of groups of bins too, over which the search goes first. Two windows, one
+// a row below the other, share what they count: the lower one adds by how much its counts differ, which only the rows change
+// that the windows do not share.
 constexpr int groupBits = 6;
-
-template <class Count>
-int64_t slideBytes(int64_t bins)
-{
-    return (bins + (bins >> groupBits) + 1) * int64_t{sizeof(Count)};
-}
 
 template <class Count>
 class Histogram {
 public:
-    explicit Histogram(const OwnSlide& slide)
-        : single(static_cast<Count*>(slide.counts)), groups(single + slide.bins), rank(slide.rank)
-    {
-        memset(slide.counts, 0, size_t(slideBytes<Count>(slide.bins)));
-    }
+    Histogram(void* memory, int64_t bins) : single(static_cast<Count*>(memory)), groups(single + bins) {}
 
-    __attribute__((always_inline)) void add(uint32_t value)
+    static int64_t bytes(int64_t bins) { return (bins + (bins >> groupBits) + 1) * int64_t{sizeof(Count)}; }
+
+    OWN_ALWAYS void add(uint32_t value) const
     {
         ++single[value];
         ++groups[value >> groupBits];
-        below += value < limit;
     }
-    __attribute__((always_inline)) void remove(uint32_t value)
+    OWN_ALWAYS void remove(uint32_t value) const
     {
         --single[value];
         --groups[value >> groupBits];
-        below -= value < limit;
     }
 
-    // From the group on where the last one was found.
-    __attribute__((always_inline)) uint32_t median()
+    Count *single, *groups;
+};
+
+// Where the median of a window lies.
+struct MedianPlace {
+    int32_t below = 0;  // so many values are less than `limit`, where a group begins
+    uint32_t limit = 0;
+
+    OWN_ALWAYS void replace(uint32_t leaving, uint32_t entering)
+    {
+        below -= leaving < limit;
+        below += entering < limit;
+    }
+
+    // From the group on where the last one was found. The counts are sums of those of all histograms.
+    template <class... Histograms>
+    OWN_ALWAYS uint32_t find(int32_t rank, const Histograms&... histograms)
     {
         uint32_t group = limit >> groupBits;
+        auto inGroup = [&](uint32_t at) OWN_ALWAYS { return (int32_t{histograms.groups[at]} + ...); };
         while (below >= rank)
-            below -= groups[--group];
-        while (below + int32_t{groups[group]} < rank)
-            below += groups[group++];
+            below -= inGroup(--group);
+        for (int32_t next; (next = below + inGroup(group)) < rank; ++group)
+            below = next;
         limit = group << groupBits;
         uint32_t value = limit;
-        for (int32_t sum = below; (sum += single[value]) < rank;)
+        for (int32_t sum = below; (sum += (int32_t{histograms.single[value]} + ...)) < rank;)
             ++value;
         return value;
     }
-
-private:
-    Count *single, *groups;
-    int32_t rank, below = 0;  // `below` values are less than `limit`, where a group begins
-    uint32_t limit = 0;
 };
 
+template <class Count>
+int64_t slideBytes(int64_t bins)
+{
+    return 2 * Histogram<Count>::bytes(bins);
+}
+
 template <class T, class Count>
-void slideRow(const OwnSlide& slide)
+void slideRows(const OwnSlide& slide)
 {
     const Channels channels(slide.values, slide.step);
+    const ptrdiff_t nRows = slide.nRows, nCols = slide.nCols, step = slide.step;
+    const uint32_t flip = slide.flip;
+    const Histogram<Count> upper(slide.counts, slide.bins),
+        difference(upper.groups + (slide.bins >> groupBits) + 1, slide.bins);
     for (ptrdiff_t c = 0; c < channels.count; ++c) {
-        Histogram<Count> histogram(slide);
-        auto valueAt = [&](const void* row, ptrdiff_t x) {
-            return uint32_t(ownLoad<T>(row, x * slide.step + c)) ^ slide.flip;
-        };
-        for (ptrdiff_t i = 0; i < slide.nRows; ++i)
-            for (ptrdiff_t x = 0; x < slide.nCols; ++x)
-                histogram.add(valueAt(slide.rows[i], x));
+        memset(slide.counts, 0, size_t(slideBytes<Count>(slide.bins)));
+        MedianPlace first, second;
+        auto valueAt = [=](const void* row, ptrdiff_t x) { return uint32_t(ownLoad<T>(row, x * step + c)) ^ flip; };
+        auto store = [=](void* row, ptrdiff_t x, uint32_t value) { ownStore<T>(row, x * step + c, T(value ^ flip)); };
+        for (ptrdiff_t x = 0; x < nCols; ++x) {
+            for (ptrdiff_t i = 0; i < nRows; ++i)
+                upper.add(valueAt(slide.rows[i], x));
+            difference.remove(valueAt(slide.rows[0], x));
+            difference.add(valueAt(slide.below, x));
+        }
         for (ptrdiff_t x = 0;; ++x) {
-            ownStore<T>(slide.result, x * slide.step + c, T(histogram.median() ^ slide.flip));
+            store(slide.results[0], x, first.find(slide.rank, upper));
+            store(slide.results[1], x, second.find(slide.rank, upper, difference));
             if (x + 1 == channels.width)
                 break;
-            for (ptrdiff_t i = 0; i < slide.nRows; ++i) {
-                histogram.remove(valueAt(slide.rows[i], x));
-                histogram.add(valueAt(slide.rows[i], x + slide.nCols));
+            for (ptrdiff_t i = 0; i < nRows; ++i) {
+                const uint32_t leaving = valueAt(slide.rows[i], x), entering = valueAt(slide.rows[i], x + nCols);
+                upper.remove(leaving);
+                upper.add(entering);
+                first.replace(leaving, entering);
+                second.replace(leaving, entering);
             }
+            auto differ = [&](uint32_t leaving, uint32_t entering) {
+                difference.remove(leaving);
+                difference.add(entering);
+                second.replace(leaving, entering);
+            };
+            differ(valueAt(slide.rows[0], x + nCols), valueAt(slide.rows[0], x));
+            differ(valueAt(slide.below, x), valueAt(slide.below, x + nCols));
         }
     }
 }
@@ -435,7 +462,7 @@ constexpr OwnColumnKernel columnKernel = {columnBytes<Cell>, addRow<Cell>, repla
                                           columnMedians<Cell, Count>};
 
 template <class Count>
-constexpr OwnSlideKernel slideKernel = {slideBytes<Count>, slideRow<uint16_t, Count>, slideRow<uint32_t, Count>};
+constexpr OwnSlideKernel slideKernel = {slideBytes<Count>, slideRows<uint16_t, Count>, slideRows<uint32_t, Count>};
 
 }  // namespace
 

@@ -34,9 +34,10 @@ struct OwnBitCounts {
 
 // ---- Larger values ------------------------------------------------------------------------------------------------
 
-// A row of windows through which one histogram slides.
+// Two rows of windows, one below the other, through which one histogram slides.
 struct OwnSlide {
-    const void* const* rows;  // nRows
+    const void* const* rows;  // nRows, of the upper windows
+    const void* below;        // the row after them, which the lower windows have in place of the first
     ptrdiff_t nRows, nCols;
     ptrdiff_t values;  // in a row of the result
     ptrdiff_t step;    // values from pixel to pixel
@@ -44,7 +45,7 @@ struct OwnSlide {
     int32_t bins;      // all values are less
     uint32_t flip;     // what makes the values of a signed depth unsigned ones in the same order
     void* counts;      // of as many bytes as the kernel asks for
-    void* result;
+    void* results[2];
 };
 
 struct OwnSlideKernel {

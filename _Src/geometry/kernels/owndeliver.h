@@ -57,15 +57,31 @@ inline void turnMarkedBytes(const uint8_t* from, const uint8_t* marks, uint8_t* 
 #endif
 
 #if defined(__AVX2__)
-// Four columns of four rows of pixels.
+// The first bytes of four pixels of 32 bits each; with `wide` 16 bytes are stored anyway.
 template <int bytes>
-inline void turnPixels(const uint8_t* from, uint8_t* const* to, ptrdiff_t at)
+inline void storeClosed(uint8_t* to, __m128i pixels, bool wide)
 {
-    constexpr int listed = ownListedBytes(bytes);
-    const ptrdiff_t column = ownPositionRows * listed;
-    FourPixels<bytes>::template turn<listed>(
-        {from, from + column, from + 2 * column, from + 3 * column},
-        {to[0] + at * bytes, to[1] + at * bytes, to[2] + at * bytes, to[3] + at * bytes});
+    if (wide)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), closedUp<bytes>(pixels));
+    else
+        FourPixels<bytes>::store(to, pixels);
+}
+
+// Four columns of all rows of pixels, two rows in each vector. What `wide` stores behind them belongs to
+// pixels that are stored later.
+template <int bytes>
+inline void turnPixels(const uint8_t* from, uint8_t* const* to, ptrdiff_t at, bool wide)
+{
+    auto column = [from](ptrdiff_t i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from) + i); };
+    const __m256i a = column(0), b = column(1), c = column(2), d = column(3);
+    const __m256i upper = _mm256_unpacklo_epi32(a, b), upper2 = _mm256_unpacklo_epi32(c, d);
+    const __m256i lower = _mm256_unpackhi_epi32(a, b), lower2 = _mm256_unpackhi_epi32(c, d);
+    const __m256i rows[4] = {_mm256_unpacklo_epi64(upper, upper2), _mm256_unpackhi_epi64(upper, upper2),
+                             _mm256_unpacklo_epi64(lower, lower2), _mm256_unpackhi_epi64(lower, lower2)};
+    for (int r = 0; r < 4; ++r) {
+        storeClosed<bytes>(to[r] + at * bytes, _mm256_castsi256_si128(rows[r]), wide);
+        storeClosed<bytes>(to[r + 4] + at * bytes, _mm256_extracti128_si256(rows[r], 1), wide);
+    }
 }
 #endif
 
@@ -147,9 +163,8 @@ void deliver(const OwnDelivery& delivery)
     if constexpr (bytes == 3 || bytes == 4)
         if (delivery.step == bytes && !delivery.marks)
             for (const int32_t common = commonCount(delivery); done + 4 <= common; done += 4)
-                for (int row = 0; row < ownPositionRows; row += 4)
-                    turnPixels<bytes>(delivery.pixels + (done * ownPositionRows + row) * listed, delivery.to + row,
-                                      done);
+                turnPixels<bytes>(delivery.pixels + ptrdiff_t{done} * ownPositionRows * 4, delivery.to, done,
+                                  (common - done) * bytes >= 16);
 #endif
     for (int row = 0; row < ownPositionRows; ++row)
         deliverRow<bytes>(delivery, row, done, ownPositionRows);

@@ -50,12 +50,10 @@ struct FourPixels {
     struct Targets {
         uint8_t *a, *b, *c, *d;
     };
-    // Brings columns to rows. Those of the columns may lie farther apart.
-    template <int fromBytes = bytes>
+    // Brings columns to rows.
     static void turn(const Sources& from, const Targets& to)
     {
-        auto loaded = [](const uint8_t* p) { return FourPixels<fromBytes>::load(p); };
-        const __m128i a = loaded(from.a), b = loaded(from.b), c = loaded(from.c), d = loaded(from.d);
+        const __m128i a = load(from.a), b = load(from.b), c = load(from.c), d = load(from.d);
         const __m128i upper = _mm_unpacklo_epi32(a, b), upper2 = _mm_unpacklo_epi32(c, d);
         const __m128i lower = _mm_unpackhi_epi32(a, b), lower2 = _mm_unpackhi_epi32(c, d);
         store(to.a, _mm_unpacklo_epi64(upper, upper2));

@@ -17,35 +17,6 @@ inline uint8_t mixFixed(int32_t a, int32_t b, int32_t c, int32_t d, int32_t xWei
 }
 
 #if defined(__AVX2__)
-// Lanes of 16 bits: a plus the part of b - a that a weight tells, of which `half` are the low 16 bits. The product
-// takes them as a signed number; `carry` has all bits set where that is too little by one, or where the weight is one.
-inline __m256i mixLanes(__m256i a, __m256i b, __m256i half, __m256i carry)
-{
-    const __m256i difference = _mm256_sub_epi16(b, a);
-    return _mm256_add_epi16(_mm256_add_epi16(a, _mm256_mulhi_epi16(difference, half)),
-                            _mm256_and_si256(difference, carry));
-}
-
-// The same for the two bytes of each lane, of which 6 bits more come after the point.
-inline __m256i mixPairs(__m256i pairs, __m256i half, __m256i carry)
-{
-    const __m256i first = _mm256_maddubs_epi16(pairs, _mm256_set1_epi16(0x0040)),
-                  difference = _mm256_maddubs_epi16(pairs, _mm256_set1_epi16(0x40C0));
-    return _mm256_add_epi16(_mm256_add_epi16(first, _mm256_mulhi_epi16(difference, half)),
-                            _mm256_and_si256(difference, carry));
-}
-
-// Lanes of 32 bits for weights above the largest signed number of 16 bits.
-inline __m256i carryOf(__m256i weights)
-{
-    return _mm256_cmpgt_epi32(weights, _mm256_set1_epi32(INT16_MAX));
-}
-
-inline __m256i roundedLanes(__m256i mixed)
-{
-    return _mm256_srli_epi16(_mm256_add_epi16(mixed, _mm256_set1_epi16(32)), 6);
-}
-
 inline __m256i load(const void* from)
 {
     return _mm256_loadu_si256(static_cast<const __m256i*>(from));
@@ -55,6 +26,34 @@ inline void save(void* to, __m256i words)
 {
     _mm256_storeu_si256(static_cast<__m256i*>(to), words);
 }
+
+// The weights of samples, in the words of their lanes.
+struct LaneWeights {
+    __m256i x, xSides, y, yCarry;
+};
+
+// Between the two bytes of each lane, with 6 bits more after the point.
+inline __m256i mixPairs(__m256i pairs, const LaneWeights& weights)
+{
+    const __m256i side = _mm256_maddubs_epi16(pairs, weights.xSides),
+                  difference = _mm256_maddubs_epi16(pairs, _mm256_set1_epi16(0x40C0));
+    return _mm256_add_epi16(side, _mm256_mulhi_epi16(difference, weights.x));
+}
+
+// Between two rows of pairs, rounded.
+inline __m256i mixRows(__m256i upper, __m256i lower, const LaneWeights& weights)
+{
+    const __m256i top = mixPairs(upper, weights), difference = _mm256_sub_epi16(mixPairs(lower, weights), top);
+    const __m256i mixed = _mm256_add_epi16(_mm256_add_epi16(top, _mm256_mulhi_epi16(difference, weights.y)),
+                                           _mm256_and_si256(difference, weights.yCarry));
+    return _mm256_mulhrs_epi16(mixed, _mm256_set1_epi16(1 << (15 - 6)));
+}
+
+// The words of two vectors, side by side, as bytes.
+inline __m256i bytesOf(__m256i first, __m256i second)
+{
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
+}
 #endif
 
 // Pixels of one channel.
@@ -63,33 +62,36 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
 {
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
 #if defined(__AVX2__)
-    // The four values of each pixel side by side, the upper pair first; then eight pixels at a time.
-    alignas(64) uint16_t pairs[2 * ownPositions];
-    const uint8_t* const dataBelow = data + below;
-    if (right == 1)
-        forEach(places.offset, n, pairs, 2, [data, dataBelow](uint16_t* to, ptrdiff_t offset) {
-            storeAlone(to[0], ownLoad<uint16_t>(data + offset));
-            storeAlone(to[1], ownLoad<uint16_t>(dataBelow + offset));
-        });
-    else
-        forEach(places.offset, n, pairs, 2, [data, dataBelow, right](uint16_t* to, ptrdiff_t offset) {
-            auto pairAt = [right](const uint8_t* p) { return uint16_t(p[0] | p[right] << 8); };
-            storeAlone(to[0], pairAt(data + offset));
-            storeAlone(to[1], pairAt(dataBelow + offset));
-        });
-    auto mixEight = [&](ptrdiff_t i) {
-        const __m256i x = load(places.whole.x + i), y = load(places.whole.y + i);
-        const __m256i twice = _mm256_blend_epi16(x, _mm256_slli_epi32(x, 16), 0xAA);
-        const __m256i rows = mixPairs(load(pairs + 2 * i), twice, carryOf(x));
-        const __m256i mixed = mixLanes(rows, _mm256_srli_epi32(rows, 16), y, carryOf(y));
-        return _mm256_and_si256(roundedLanes(mixed), _mm256_set1_epi32(255));
+    struct Pairs {
+        alignas(32) uint16_t upper[ownPositionGroup], lower[ownPositionGroup];
     };
-    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    for (ptrdiff_t i = 0; i < n; i += 32) {
-        const __m256i first = _mm256_packus_epi32(mixEight(i), mixEight(i + 8)),
-                      second = _mm256_packus_epi32(mixEight(i + 16), mixEight(i + 24));
-        save(out + i, _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), order));
-    }
+    auto mixSixteen = [&](const Pairs& pairs, ptrdiff_t i, ptrdiff_t k) {
+        const auto& words = places.words;
+        const LaneWeights weights = {load(words.x + i + k), load(words.xSides + i + k), load(words.y + i + k),
+                                     load(words.yCarry + i + k)};
+        return mixRows(load(pairs.upper + k), load(pairs.lower + k), weights);
+    };
+    auto mix = [&](const Pairs& pairs, ptrdiff_t i) {
+        for (ptrdiff_t k = 0; k < ownPositionGroup; k += 32)
+            save(out + i + k, bytesOf(mixSixteen(pairs, i, k), mixSixteen(pairs, i, k + 16)));
+    };
+    auto collectBy = [&](auto pairAt) {
+        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, uint16_t* pairs) {
+            forEach(places.offset + i, ownPositionGroup, pairs, 1,
+                    [=](uint16_t* to, ptrdiff_t offset) { storeAlone(*to, pairAt(row + offset)); });
+        };
+        collectAhead<Pairs>(
+            n,
+            [&](Pairs& pairs, ptrdiff_t i) {
+                collectRow(data, i, pairs.upper);
+                collectRow(data + below, i, pairs.lower);
+            },
+            mix);
+    };
+    if (right == 1)
+        collectBy([](const uint8_t* p) { return ownLoad<uint16_t>(p); });
+    else
+        collectBy([right](const uint8_t* p) { return uint16_t(p[0] | p[right] << 8); });
 #else
     for (ptrdiff_t i = 0; i < n; ++i) {
         const uint8_t* const p = data + places.offset[i];
@@ -124,56 +126,30 @@ inline uint32_t rightPixel(const uint8_t* p)
         return leftPixel<channels>(p);
 }
 
-// Rows of two pixels, the upper and the lower one of each position, and what brings their channels side by side.
+// Rows of two pixels, the upper and the lower one of each position.
 struct PixelPairs {
-    alignas(64) uint64_t rows[2 * ownPositions];
-    __m256i order;
-
-    template <int channels>
-    void collect(const OwnSampleSource& source, const uint8_t* data, const int64_t* offsets, ptrdiff_t n)
-    {
-        const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
-        if (eightHold(source, channels)) {
-            const ptrdiff_t before = 8 - right - channels;
-            const uint8_t* const dataBelow = data + below - before;
-            forEach(offsets, n, rows, 2, [data, dataBelow](uint64_t* to, ptrdiff_t offset) {
-                storeAlone(to[0], ownLoad<uint64_t>(data + offset));
-                storeAlone(to[1], ownLoad<uint64_t>(dataBelow + offset));
-            });
-            setOrder(right, before);
-            return;
-        }
-        auto pairAt = [right](const uint8_t* p) {
-            return leftPixel<channels>(p) | uint64_t{rightPixel<channels>(p + right)} << 32;
-        };
-        forEach(offsets, n, rows, 2, [=](uint64_t* to, ptrdiff_t offset) {
-            to[0] = pairAt(data + offset);
-            to[1] = pairAt(data + below + offset);
-        });
-        setOrder(4, 0);
-    }
-
-private:
-    void setOrder(ptrdiff_t right, ptrdiff_t before)
-    {
-        alignas(16) int8_t from[16];
-        for (int i = 0; i < 8; ++i)
-            for (int row = 0; row < 2; ++row) {
-                const ptrdiff_t byte = row * (8 + before) + i / 2 + (i & 1) * right;
-                from[8 * row + i] = int8_t(byte < 16 ? byte : -1);
-            }
-        order = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(from)));
-    }
+    alignas(32) uint64_t upper[ownPositionGroup], lower[ownPositionGroup];
 };
 
-// An order of bytes that brings the low words of four weights, which both halves have, to four words each: two of them in
-// the lower half and two in the upper one.
-inline __m256i repeatedWords(int low, int low2, int high, int high2)
+// Brings the bytes of rows of two pixels, two rows in each half, side by side by channels; the first pixel begins
+// `before` bytes after the row.
+inline __m256i pairOrder(ptrdiff_t right, ptrdiff_t before)
 {
-    auto word = [](int number) { return int16_t(4 * number | (4 * number + 1) << 8); };
-    return _mm256_setr_epi16(word(low), word(low), word(low), word(low), word(low2), word(low2), word(low2), word(low2),
-                             word(high), word(high), word(high), word(high), word(high2), word(high2), word(high2),
-                             word(high2));
+    alignas(16) int8_t from[16];
+    for (int i = 0; i < 16; ++i) {
+        const ptrdiff_t byte = before + (i & 7) / 2 + (i & 1) * right;
+        from[i] = int8_t(byte < 8 ? (i & 8) + byte : -1);
+    }
+    return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(from)));
+}
+
+// Each of four words in four lanes.
+inline __m256i inFourLanes(const uint16_t* words)
+{
+    constexpr int first = 0x0100, second = 0x0302, third = 0x0504, fourth = 0x0706;
+    const __m256i order = _mm256_setr_epi16(first, first, first, first, second, second, second, second, third, third,
+                                            third, third, fourth, fourth, fourth, fourth);
+    return _mm256_shuffle_epi8(_mm256_set1_epi64x(ownLoad<int64_t>(words)), order);
 }
 
 // Stores the channels of four pixels that have four. What it stores behind them, up to 16 bytes, belongs to the next
@@ -190,32 +166,46 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
                  uint8_t* __restrict out)
 {
 #if defined(__AVX2__)
-    PixelPairs pairs;
-    pairs.collect<channels>(source, data, places.offset, n);
-    // Of two positions, one in each half: the words of the upper row's channels, then those of the lower row's.
-    const __m256i order = pairs.order;
-    auto rowsAt = [&](ptrdiff_t i, __m256i half, __m256i carry) {
-        return mixPairs(_mm256_shuffle_epi8(load(pairs.rows + 2 * i), order), half, carry);
+    const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
+    const bool eight = eightHold(source, channels);
+    const ptrdiff_t before = eight ? 8 - right - channels : 0;
+    const __m256i upperOrder = pairOrder(eight ? right : 4, 0), lowerOrder = pairOrder(eight ? right : 4, before);
+    auto mixFour = [&](const PixelPairs& pairs, ptrdiff_t i, ptrdiff_t k) {
+        const auto& words = places.words;
+        const LaneWeights weights = {inFourLanes(words.x + i + k), inFourLanes(words.xSides + i + k),
+                                     inFourLanes(words.y + i + k), inFourLanes(words.yCarry + i + k)};
+        return mixRows(_mm256_shuffle_epi8(load(pairs.upper + k), upperOrder),
+                       _mm256_shuffle_epi8(load(pairs.lower + k), lowerOrder), weights);
     };
-    auto weightsAt = [](const int32_t* weights) {
-        return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(weights)));
+    auto mix = [&](const PixelPairs& pairs, ptrdiff_t i) {
+        for (ptrdiff_t k = 0; k < ownPositionGroup; k += 8) {
+            const __m256i mixed = bytesOf(mixFour(pairs, i, k), mixFour(pairs, i, k + 4));
+            uint8_t* const to = out + (i + k) * ownListedBytes(channels);
+            storeFour<channels>(to, _mm256_castsi256_si128(mixed));
+            storeFour<channels>(to + 4 * ownListedBytes(channels), _mm256_extracti128_si256(mixed, 1));
+        }
     };
-    const __m256i first = repeatedWords(0, 0, 1, 1), second = repeatedWords(2, 2, 3, 3),
-                  across = repeatedWords(0, 2, 1, 3);
-    // Four positions, in the order 0, 2, 1, 3.
-    auto mixFour = [&](ptrdiff_t i) {
-        const __m256i x = weightsAt(places.whole.x + i), y = weightsAt(places.whole.y + i);
-        const __m256i xCarry = carryOf(x), yCarry = carryOf(y);
-        const __m256i a = rowsAt(i, _mm256_shuffle_epi8(x, first), _mm256_shuffle_epi8(xCarry, first)),
-                      b = rowsAt(i + 2, _mm256_shuffle_epi8(x, second), _mm256_shuffle_epi8(xCarry, second));
-        return roundedLanes(mixLanes(_mm256_unpacklo_epi64(a, b), _mm256_unpackhi_epi64(a, b),
-                                     _mm256_shuffle_epi8(y, across), _mm256_shuffle_epi8(yCarry, across)));
+    auto collectBy = [&](auto upperAt, auto lowerAt) {
+        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, uint64_t* pairs, auto pairAt) {
+            forEach(places.offset + i, ownPositionGroup, pairs, 1,
+                    [=](uint64_t* to, ptrdiff_t offset) { storeAlone(*to, pairAt(row + offset)); });
+        };
+        collectAhead<PixelPairs>(
+            n,
+            [&](PixelPairs& pairs, ptrdiff_t i) {
+                collectRow(data, i, pairs.upper, upperAt);
+                collectRow(data + below, i, pairs.lower, lowerAt);
+            },
+            mix);
     };
-    const __m256i back = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    for (ptrdiff_t i = 0; i < n; i += 8) {
-        const __m256i mixed = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(mixFour(i), mixFour(i + 4)), back);
-        storeFour<channels>(out + i * ownListedBytes(channels), _mm256_castsi256_si128(mixed));
-        storeFour<channels>(out + (i + 4) * ownListedBytes(channels), _mm256_extracti128_si256(mixed, 1));
+    if (eight) {
+        collectBy([](const uint8_t* p) { return ownLoad<uint64_t>(p); },
+                  [before](const uint8_t* p) { return ownLoad<uint64_t>(p - before); });
+    } else {
+        auto pairAt = [right](const uint8_t* p) {
+            return leftPixel<channels>(p) | uint64_t{rightPixel<channels>(p + right)} << 32;
+        };
+        collectBy(pairAt, pairAt);
     }
 #else
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
@@ -262,15 +252,13 @@ inline void forChannels(const uint8_t* data, ptrdiff_t n, uint8_t* out, Run run)
 template <class T>
 void mixLinear(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n, T* mixed)
 {
-    const ptrdiff_t right = source.pixelBytes;
-    const uint8_t* const dataBelow = data + ptrdiff_t(source.rowBytes);
     alignas(64) T values[4 * ownPositions];
-    forEach(places.offset, n, values, 1, [=](T* to, ptrdiff_t offset) {
-        storeAlone(to[0], ownLoad<T>(data + offset));
-        storeAlone(to[ownPositions], ownLoad<T>(data + offset + right));
-        storeAlone(to[2 * ownPositions], ownLoad<T>(dataBelow + offset));
-        storeAlone(to[3 * ownPositions], ownLoad<T>(dataBelow + offset + right));
-    });
+    for (int which = 0; which < 4; ++which) {
+        const uint8_t* const first =
+            data + (which & 1 ? source.pixelBytes : 0) + (which & 2 ? ptrdiff_t(source.rowBytes) : 0);
+        forEach(places.offset, n, values + which * ownPositions, 1,
+                [first](T* to, ptrdiff_t offset) { storeAlone(*to, ownLoad<T>(first + offset)); });
+    }
     for (ptrdiff_t i = 0; i < n; i += 4) {
         auto valuesAt = [&](ptrdiff_t which) { return realsAt(values + which * ownPositions, i); };
         const __m256d x = realsAt(places.real.x, i), y = realsAt(places.real.y, i);

@@ -100,52 +100,145 @@ void prepareBits(const OwnSampleSource& source, const double* x, const double* y
 // Fixed point with 16 bits after the point. All weight of the last pixel stands in the one before.
 
 #if defined(__AVX2__)
-// Positions in 32 bits, in the order 0, 1, 4, 5, 2, 3, 6, 7 of the halves' quarters, which unpacking brings back. The
-// product is exact, so that the fused sum is rounded as two steps would be.
-__attribute__((target("fma"))) inline __m256i fixedPositions(const double* values)
+// For vectors a weight is a word with a sign. Where that is too little by one, so that the product with a difference
+// is too little by the difference, along rows the right pixel stands for the left one: these are the factors, in 6 bits
+// after the point, that choose one byte of two.
+constexpr int16_t leftSide = 0x0040, rightSide = 0x4000;
+
+// Integers that have been rounded to by adding `integers`, in the order 0, 1, 4, 5, 2, 3, 6, 7 of the
+// halves' quarters, which unpacking brings back.
+inline __m256i wholeNumbers(__m256d low, __m256d high)
 {
-    const __m256d scale = _mm256_set1_pd(65536), whole = _mm256_set1_pd(integers);
-    const __m256d low = _mm256_fmadd_pd(_mm256_loadu_pd(values), scale, whole),
-                  high = _mm256_fmadd_pd(_mm256_loadu_pd(values + 4), scale, whole);
     return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castpd_ps(low), _mm256_castpd_ps(high), 0x88));
 }
 
-// Eight positions at a time, each in 32 bits.
-template <bool shortRows>
+// Eight positions in 32 bits, in that order, with so many parts to a pixel, a power of two: products are exact, so that
+// the fused sum is rounded as two steps would be.
+template <int parts>
+__attribute__((target("fma"))) inline __m256i fixedPositions(const double* values)
+{
+    const __m256d scale = _mm256_set1_pd(parts), whole = _mm256_set1_pd(integers);
+    return wholeNumbers(_mm256_fmadd_pd(_mm256_loadu_pd(values), scale, whole),
+                        _mm256_fmadd_pd(_mm256_loadu_pd(values + 4), scale, whole));
+}
+
+// Words of sixteen positions, of which each half has those of both vectors of eight.
+inline __m256i inOrder(__m256i words)
+{
+    return _mm256_permutevar8x32_epi32(words, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+// The low words of two vectors of eight.
+inline __m256i lowWords(__m256i first, __m256i second)
+{
+    const __m256i zero = _mm256_setzero_si256();
+    return inOrder(_mm256_packus_epi32(_mm256_blend_epi16(first, zero, 0xAA), _mm256_blend_epi16(second, zero, 0xAA)));
+}
+
+inline void saveVector(void* to, __m256i vector)
+{
+    _mm256_storeu_si256(static_cast<__m256i*>(to), vector);
+}
+
+// Of eight positions.
+inline void saveOffsets(int64_t* to, __m256i offsets)
+{
+    const __m256i zero = _mm256_setzero_si256();
+    saveVector(to, _mm256_unpacklo_epi32(offsets, zero));
+    saveVector(to + 4, _mm256_unpackhi_epi32(offsets, zero));
+}
+
+// Of sixteen positions; the carries have all bits set where a weight is one or, as a word with a sign, below zero.
+inline void saveWeights(OwnSamplePlaces& places, ptrdiff_t i, __m256i x, __m256i xCarry, __m256i y, __m256i yCarry)
+{
+    const __m256i left = _mm256_set1_epi16(leftSide), either = _mm256_set1_epi16(leftSide ^ rightSide);
+    saveVector(places.words.x + i, x);
+    saveVector(places.words.xSides + i, _mm256_xor_si256(left, _mm256_and_si256(xCarry, either)));
+    saveVector(places.words.y + i, y);
+    saveVector(places.words.yCarry + i, yCarry);
+}
+
+// Sixteen positions at a time, each in 32 bits. False if there are some in the last column or row; what was prepared is
+// worth nothing then.
+__attribute__((target("fma"))) bool prepareFixedInside(const OwnSampleSource& source, const double* x, const double* y,
+                                                       ptrdiff_t n, OwnSamplePlaces& places)
+{
+    // Columns stand in the low words and rows in the high ones.
+    const __m256i bytes = _mm256_set1_epi32(int(source.rowBytes << 16 | source.pixelBytes)),
+                  before = _mm256_set1_epi32((source.height - 2) << 16 | (source.width - 2)),
+                  origin = _mm256_set1_epi32(int(source.origin));
+    __m256i most = _mm256_setzero_si256();
+    auto placeEight = [&](ptrdiff_t i, __m256i fixedX, __m256i fixedY) {
+        const __m256i pixels = _mm256_blend_epi16(_mm256_srli_epi32(fixedX, 16), fixedY, 0xAA);
+        most = _mm256_max_epi16(most, pixels);
+        saveOffsets(places.offset + i, _mm256_sub_epi32(_mm256_madd_epi16(pixels, bytes), origin));
+    };
+    for (ptrdiff_t i = 0; i < n; i += 16) {
+        const __m256i x0 = fixedPositions<65536>(x + i), x1 = fixedPositions<65536>(x + i + 8);
+        const __m256i y0 = fixedPositions<65536>(y + i), y1 = fixedPositions<65536>(y + i + 8);
+        placeEight(i, x0, y0);
+        placeEight(i + 8, x1, y1);
+        const __m256i xWords = lowWords(x0, x1), yWords = lowWords(y0, y1);
+        saveWeights(places, i, xWords, _mm256_srai_epi16(xWords, 15), yWords, _mm256_srai_epi16(yWords, 15));
+    }
+    return _mm256_movemask_epi8(_mm256_cmpgt_epi16(most, before)) == 0;
+}
+
+// The same wherever they lie.
 __attribute__((target("fma"))) void prepareFixedCompact(const OwnSampleSource& source, const double* x, const double* y,
                                                         ptrdiff_t n, OwnSamplePlaces& places)
 {
-    const __m256i lastColumn = _mm256_set1_epi32(source.width - 2), lastRow = _mm256_set1_epi32(source.height - 2);
-    const __m256i pixelBytes = _mm256_set1_epi32(source.pixelBytes), rowBytes = _mm256_set1_epi32(int(source.rowBytes));
-    const __m256i both = _mm256_blend_epi16(pixelBytes, _mm256_slli_epi32(rowBytes, 16), 0xAA);
-    const __m256i origin = _mm256_set1_epi32(int(source.origin)), zero = _mm256_setzero_si256();
-    auto save = [](void* to, __m256i words) { _mm256_storeu_si256(static_cast<__m256i*>(to), words); };
-    const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
-    for (ptrdiff_t i = 0; i < n; i += 8) {
-        const __m256i fixedX = fixedPositions(x + i), fixedY = fixedPositions(y + i);
-        const __m256i column = _mm256_min_epi32(_mm256_srli_epi32(fixedX, 16), lastColumn),
-                      row = _mm256_min_epi32(_mm256_srli_epi32(fixedY, 16), lastRow);
-        const __m256i wholeX = _mm256_slli_epi32(column, 16), wholeY = _mm256_slli_epi32(row, 16);
-        __m256i offset;
-        if constexpr (shortRows)
-            offset = _mm256_madd_epi16(_mm256_blend_epi16(column, wholeY, 0xAA), both);
-        else
-            offset = _mm256_add_epi32(_mm256_mullo_epi32(row, rowBytes), _mm256_mullo_epi32(column, pixelBytes));
-        offset = _mm256_sub_epi32(offset, origin);
-        save(places.offset + i, _mm256_unpacklo_epi32(offset, zero));
-        save(places.offset + i + 4, _mm256_unpackhi_epi32(offset, zero));
-        save(places.whole.x + i, _mm256_permutevar8x32_epi32(_mm256_sub_epi32(fixedX, wholeX), order));
-        save(places.whole.y + i, _mm256_permutevar8x32_epi32(_mm256_sub_epi32(fixedY, wholeY), order));
+    struct Eight {
+        __m256i pixel, weight;
+    };
+    auto split = [](__m256i positions, int32_t size) {
+        const __m256i pixel = _mm256_min_epi32(_mm256_srli_epi32(positions, 16), _mm256_set1_epi32(size - 2));
+        return Eight{pixel, _mm256_sub_epi32(positions, _mm256_slli_epi32(pixel, 16))};
+    };
+    auto carries = [](__m256i first, __m256i second) {
+        const __m256i most = _mm256_set1_epi32(INT16_MAX);
+        return inOrder(_mm256_packs_epi32(_mm256_cmpgt_epi32(first, most), _mm256_cmpgt_epi32(second, most)));
+    };
+    const __m256i pixelBytes = _mm256_set1_epi32(source.pixelBytes), rowBytes = _mm256_set1_epi32(int(source.rowBytes)),
+                  origin = _mm256_set1_epi32(int(source.origin));
+    auto offsets = [=](__m256i column, __m256i row) {
+        return _mm256_sub_epi32(
+            _mm256_add_epi32(_mm256_mullo_epi32(row, rowBytes), _mm256_mullo_epi32(column, pixelBytes)), origin);
+    };
+    for (ptrdiff_t i = 0; i < n; i += 16) {
+        const Eight x0 = split(fixedPositions<65536>(x + i), source.width),
+                    x1 = split(fixedPositions<65536>(x + i + 8), source.width);
+        const Eight y0 = split(fixedPositions<65536>(y + i), source.height),
+                    y1 = split(fixedPositions<65536>(y + i + 8), source.height);
+        saveOffsets(places.offset + i, offsets(x0.pixel, y0.pixel));
+        saveOffsets(places.offset + i + 8, offsets(x1.pixel, y1.pixel));
+        saveWeights(places, i, lowWords(x0.weight, x1.weight), carries(x0.weight, x1.weight),
+                    lowWords(y0.weight, y1.weight), carries(y0.weight, y1.weight));
     }
 }
 #endif
+
+// The weights of a position, 0 to 65536.
+inline void setWeights(OwnSamplePlaces& places, ptrdiff_t i, int32_t x, int32_t y)
+{
+#if defined(__AVX2__)
+    places.words.x[i] = uint16_t(x);
+    places.words.xSides[i] = uint16_t(x > INT16_MAX ? rightSide : leftSide);
+    places.words.y[i] = uint16_t(y);
+    places.words.yCarry[i] = y > INT16_MAX ? UINT16_MAX : 0;
+#else
+    places.whole.x[i] = x;
+    places.whole.y[i] = y;
+#endif
+}
 
 void prepareFixed(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n, OwnSamplePlaces& places)
 {
 #if defined(__AVX2__)
     if (source.compact) {
         const bool shortRows = source.rowBytes <= INT16_MAX && source.pixelBytes <= INT16_MAX;
-        (shortRows ? prepareFixedCompact<true> : prepareFixedCompact<false>)(source, x, y, n, places);
+        if (!shortRows || !prepareFixedInside(source, x, y, n, places))
+            prepareFixedCompact(source, x, y, n, places);
         return;
     }
 #endif
@@ -156,8 +249,9 @@ void prepareFixed(const OwnSampleSource& source, const double* x, const double* 
         return pixel;
     };
     for (ptrdiff_t i = 0; i < n; ++i) {
-        const int64_t column = split(x[i], source.width, places.whole.x[i]);
-        const int64_t row = split(y[i], source.height, places.whole.y[i]);
+        int32_t xWeight, yWeight;
+        const int64_t column = split(x[i], source.width, xWeight), row = split(y[i], source.height, yWeight);
+        setWeights(places, i, xWeight, yWeight);
         places.offset[i] = row * source.rowBytes + column * source.pixelBytes - source.origin;
     }
 }
@@ -182,10 +276,43 @@ void prepareLinear(const OwnSampleSource& source, const double* x, const double*
     }
 }
 
+#if defined(__AVX2__)
+// What prepareCubic does in fixed point, for eight positions at a time, each in 32 bits. Whole pixels may be taken away
+// after rounding.
+__attribute__((target("fma"))) void prepareCubicCompact(const OwnSampleSource& source, const double* x, const double* y,
+                                                        ptrdiff_t n, OwnSamplePlaces& places)
+{
+    const __m256i pixelBytes = _mm256_set1_epi32(source.pixelBytes), rowBytes = _mm256_set1_epi32(int(source.rowBytes)),
+                  origin = _mm256_set1_epi32(int(source.origin));
+    auto firstOf = [](const double* at, int32_t size) {
+        auto before = [at](ptrdiff_t i) { return vectorAt<double>(at, i) - justBelowHalf + integers; };
+        const __m256i second = wholeNumbers(before(0), before(4)), one = _mm256_set1_epi32(1);
+        return _mm256_max_epi32(_mm256_min_epi32(_mm256_sub_epi32(second, one), _mm256_set1_epi32(size - 4)),
+                                _mm256_setzero_si256());
+    };
+    auto saveSteps = [](int32_t* to, __m256i steps, __m256i first) {
+        saveVector(to, _mm256_permutevar8x32_epi32(_mm256_sub_epi32(steps, _mm256_slli_epi32(first, 9)),
+                                                   _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7)));
+    };
+    for (ptrdiff_t i = 0; i < n; i += 8) {
+        const __m256i column = firstOf(x + i, source.width), row = firstOf(y + i, source.height);
+        const __m256i offsets =
+            _mm256_add_epi32(_mm256_mullo_epi32(row, rowBytes), _mm256_mullo_epi32(column, pixelBytes));
+        saveOffsets(places.offset + i, _mm256_sub_epi32(offsets, origin));
+        saveSteps(places.whole.x + i, fixedPositions<512>(x + i), column);
+        saveSteps(places.whole.y + i, fixedPositions<512>(y + i), row);
+    }
+}
+#endif
+
 // The block of four by four pixels around a position, moved inwards where it would leave the image.
 template <bool fixed>
 void prepareCubic(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n, OwnSamplePlaces& places)
 {
+#if defined(__AVX2__)
+    if (fixed && source.compact)
+        return prepareCubicCompact(source, x, y, n, places);
+#endif
     const Addresses addresses(source);
     auto firstOf = [](Reals position, int32_t size) {
         const Reals before = pixelBefore(position), zero = {};
@@ -209,6 +336,22 @@ void prepareCubic(const OwnSampleSource& source, const double* x, const double* 
         }
     }
 }
+
+#if defined(__AVX2__)
+// Brings what the positions of a list need by collect(part, i), a group of them ahead of use(part, i): loads fill the time
+// that computing leaves them.
+template <class Part, class Collect, class Use>
+OWN_INLINE void collectAhead(ptrdiff_t n, Collect collect, Use use)
+{
+    Part parts[2];
+    collect(parts[0], 0);
+    for (ptrdiff_t i = 0, now = 0; i < n; i += ownPositionGroup, now = 1 - now) {
+        if (i + ownPositionGroup < n)
+            collect(parts[1 - now], i + ownPositionGroup);
+        use(parts[now], i);
+    }
+}
+#endif
 
 // Calls fetch(to, offset) for the positions of a list, with `step` values for each; a few at a time, which costs less
 // than one by one.

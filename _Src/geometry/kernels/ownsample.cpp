@@ -8,19 +8,33 @@ namespace {
 
 // ---- Nearest ------------------------------------------------------------------------------------------------------
 
+// Whether a list has the image's last pixel, behind which the memory may end.
+bool hasLastPixel(const OwnSampleSource& source, const OwnSamplePlaces& places, ptrdiff_t n)
+{
+    using Offsets = Vector<int64_t>;
+    const Offsets last = everyLane((source.height - 1) * source.rowBytes +
+                                   int64_t{source.width - 1} * source.pixelBytes - source.origin);
+    decltype(Offsets() == Offsets()) found = {};
+    for (ptrdiff_t i = 0; i < n; i += lanes)
+        found |= vectorAt<int64_t>(places.offset, i) == last;
+    bool any = false;
+    for (int i = 0; i < lanes; ++i)
+        any |= found[i] != 0;
+    return any;
+}
+
 template <int bytes>
-void sampleNearest(const OwnSampleSource&, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
+void sampleNearest(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n,
                    uint8_t* out)
 {
-    forEach(places.offset, n, out, ownListedBytes(bytes), [data](uint8_t* to, ptrdiff_t offset) {
-        const uint8_t* const p = data + offset;
-#if defined(__SSE2__)
-        // One store serves the numbers that lists hold.
-        if constexpr (bytes == 3)
-            return ownStore(to, 0, uint32_t(ownLoad<uint16_t>(p) | ownLoad<uint16_t>(p + 1) >> 8 << 16));
-#endif
-        __builtin_memcpy(to, p, bytes);
-    });
+    constexpr int listed = ownListedBytes(bytes);
+    // Pixels of three bytes come along with the byte behind them.
+    if (listed == bytes || !hasLastPixel(source, places, n))
+        forEach(places.offset, n, out, listed,
+                [data](uint8_t* to, ptrdiff_t offset) { __builtin_memcpy(to, data + offset, listed); });
+    else
+        forEach(places.offset, n, out, listed,
+                [data](uint8_t* to, ptrdiff_t offset) { __builtin_memcpy(to, data + offset, bytes); });
 }
 
 void sampleBits(const OwnSampleSource&, const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t n, uint8_t* out)

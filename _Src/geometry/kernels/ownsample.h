@@ -29,6 +29,11 @@ struct OwnSamplePlaces {
         struct {
             alignas(64) int32_t x[ownPositions], y[ownPositions];
         } whole;
+        // For vectors of words, which have signs: what stands in for a weight of more than they hold is told where the
+        // weights are made.
+        struct {
+            alignas(64) uint16_t x[ownPositions], xSides[ownPositions], y[ownPositions], yCarry[ownPositions];
+        } words;
     };
 };
 
