@@ -16,7 +16,8 @@ constexpr Case cases[] = {
     {ORV_DEPTH_32S, 1}, {ORV_DEPTH_32F, 1}, {ORV_DEPTH_8U, 3},  {ORV_DEPTH_1U, 1},
 };
 
-// A row, held against a copy of an image of as many values of 8U: a sample of any depth may take twice as long per byte.
+// A row, held against a copy of an image of as many values of 8U: a sample of any depth may take twice as long per
+// byte.
 void addWindow(const Case& one, int size, int window, double mostCopies)
 {
     Layout layout = {.depth = one.depth, .channels = one.channels, .width = size};

@@ -82,8 +82,8 @@ void addWindow(const Case& one, int size, int window, double mostCopies)
          copyRow(size), bytesOf(one), copies(mostCopies * (unit ? 1 : 2))});
 }
 
-// The row that larger windows are held against: what a billion products a second take for a million of them. So the ratio is
-// the billions that a row forms in a second.
+// The row that larger windows are held against: what a billion products a second take for a million of them. So the
+// ratio is the billions that a row forms in a second.
 std::string unitRow()
 {
     static const bool added = [] {

@@ -22,8 +22,8 @@ struct Layout {
 // The memory of all first sources, all second ones and so on: only one row runs at a time.
 enum Slot { slotA, slotB, slotC, slotD, slotMask };
 
-// An image with random pixels, at 32F from 0 to 16777, whose tiles, if any, lie one after the other in memory. Memory is taken
-// when it is first asked for, so that filtered runs stay small: make images inside of what a row runs.
+// An image with random pixels, at 32F from 0 to 16777, whose tiles, if any, lie one after the other in memory. Memory
+// is taken when it is first asked for, so that filtered runs stay small: make images inside of what a row runs.
 struct Image {
     OrvImage header;
     OrvROI roi;
@@ -42,7 +42,8 @@ private:
     static int32_t ORV_CALL provide(OrvImage* image, int32_t x, int32_t y, int32_t);
 };
 
-// The name of the row that times orvCopy of a square image, which is added when it is first asked for: the unit of most bounds.
+// The name of the row that times orvCopy of a square image, which is added when it is first asked for: the unit of most
+// bounds.
 std::string copyRow(int size, uint32_t depth = ORV_DEPTH_8U, int channels = 1);
 
 // The bound of a row that may take as long as so many copies.

@@ -1,5 +1,5 @@
-// Rows of the benchmark table. On a noisy machine a time says little and a ratio within one run much, so that a row may name
-// another one to be held against.
+// Rows of the benchmark table. On a noisy machine a time says little and a ratio within one run much, so that a row may
+// name another one to be held against.
 #pragma once
 
 #include <functional>

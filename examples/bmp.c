@@ -2,9 +2,9 @@
  *
  *     bmp from.bmp|from.png to.bmp|to.png [option...]
  *
- * Options for BMP files: the bits of a pixel, 1, 4, 8, 16, 24 (as it is without one) or 32; `median` for a palette that is
- * made from the picture instead of a fixed one; `fs`, `jarvis`, `stucki` or `ordered` for dithering; `rle` for run-length
- * code.
+ * Options for BMP files: the bits of a pixel, 1, 4, 8, 16, 24 (as it is without one) or 32; `median` for a palette that
+ * is made from the picture instead of a fixed one; `fs`, `jarvis`, `stucki` or `ordered` for dithering; `rle` for
+ * run-length code.
  */
 #include <orv.h>
 #include <stdio.h>

@@ -2,9 +2,9 @@
  *
  *     channels photo.png result.png
  *
- * Four copies of the photograph on one sheet: as it is, with red and blue swapped, warmer, and its three channels side by
- * side in grey. A channel of interest belongs to a region. Headers are plain records: a copy of one is a second view of the
- * same pixels, with a region and a channel of its own.
+ * Four copies of the photograph on one sheet: as it is, with red and blue swapped, warmer, and its three channels side
+ * by side in grey. A channel of interest belongs to a region. Headers are plain records: a copy of one is a second view
+ * of the same pixels, with a region and a channel of its own.
  */
 #include <orv.h>
 #include <stdio.h>

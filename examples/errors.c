@@ -2,11 +2,11 @@
  *
  *     errors photo.png vignette.png result.png
  *
- * Darkens a colour photograph by a grey picture. That fails at first, as the numbers of channels differ; the program is told
- * so, adds its own functions to the report, and does it channel by channel instead.
+ * Darkens a colour photograph by a grey picture. That fails at first, as the numbers of channels differ; the program is
+ * told so, adds its own functions to the report, and does it channel by channel instead.
  *
- * Handler, mode and status belong to a thread. A new thread starts with the mode in which an error may end the program: a
- * program that handles errors itself says so first, as main does here.
+ * Handler, mode and status belong to a thread. A new thread starts with the mode in which an error may end the program:
+ * a program that handles errors itself says so first, as main does here.
  */
 #include <orv.h>
 #include <stdio.h>
@@ -14,8 +14,8 @@
 
 #include "support/pngio.h"
 
-/* The program's report handler: it writes a line to the program's log. The library hands it one report for each failed check,
- * and one for each function further out that says it failed because of that. */
+/* The program's report handler: it writes a line to the program's log. The library hands it one report for each failed
+ * check, and one for each function further out that says it failed because of that. */
 static int32_t ORV_CALL logReport(int32_t status, const char* func, const char* context, const char* file, int32_t line)
 {
     (void)file;
@@ -40,8 +40,8 @@ static int darken(OrvImage* picture, OrvImage* shade)
     return 0;
 }
 
-/* What the caller does about it. The status stays until it is cleared. Before that orvCopy, orvExchange and a few others do
- * nothing at all: a chain of operations stops at its first failure. */
+/* What the caller does about it. The status stays until it is cleared. Before that orvCopy, orvExchange and a few
+ * others do nothing at all: a chain of operations stops at its first failure. */
 static int darkenAnyway(OrvImage* picture, OrvImage* shade)
 {
     if (darken(picture, shade))

@@ -2,8 +2,8 @@
  *
  *     masks photo.png result.png
  *
- * A mask is an image of depth 1U, one bit a pixel. Where its bit is clear, an operation leaves the pixel alone. Masks are
- * images like any others: a threshold makes them, fills draw into them, logic operations combine them.
+ * A mask is an image of depth 1U, one bit a pixel. Where its bit is clear, an operation leaves the pixel alone. Masks
+ * are images like any others: a threshold makes them, fills draw into them, logic operations combine them.
  */
 #include <orv.h>
 #include <stdio.h>

@@ -3,8 +3,9 @@
  *     moments picture.png result.png [upright.png]
  *
  * The object is what is dark, and opaque if the picture has an alpha channel. Its moments of the second order tell the
- * direction of its longest extent. The picture is turned until that runs as it does in a picture of the object upright, or,
- * without one, along rows or columns; and as moments do not tell one end of the object from the other, the shorter way.
+ * direction of its longest extent. The picture is turned until that runs as it does in a picture of the object upright,
+ * or, without one, along rows or columns; and as moments do not tell one end of the object from the other, the shorter
+ * way.
  */
 #include <math.h>
 #include <orv.h>

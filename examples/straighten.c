@@ -2,9 +2,9 @@
  *
  *     straighten photo.png result.png x0 y0 x1 y1 x2 y2 x3 y3 [width height]
  *
- * The four points are the thing's corners in the photograph, counted in pixels from its upper left one: left top, right top,
- * right bottom, left bottom. The result shows what lies between them. It is as large as the thing appears in the photograph,
- * or as told: a photograph does not tell how long the thing really is.
+ * The four points are the thing's corners in the photograph, counted in pixels from its upper left one: left top, right
+ * top, right bottom, left bottom. The result shows what lies between them. It is as large as the thing appears in the
+ * photograph, or as told: a photograph does not tell how long the thing really is.
  */
 #include <math.h>
 #include <orv.h>
@@ -60,8 +60,8 @@ int main(int argc, char** argv)
                              ORV_DATA_ORDER_PIXEL, ORV_ORIGIN_TL, 4, width, height, NULL, NULL, NULL, NULL);
     orvAllocateImage(result, 1, 255);
 
-    /* From the quadrangle in the source to the whole destination. Corners may lie outside the photograph: pixels that would
-     * come from there stay white. */
+    /* From the quadrangle in the source to the whole destination. Corners may lie outside the photograph: pixels that
+     * would come from there stay white. */
     orvWarpPerspectiveQ(photo, result, quad, 1, ORV_INTER_CUBIC);
 
     good = orvGetErrStatus() >= 0 && pngSave(argv[2], result);

@@ -2,8 +2,9 @@
 //
 //     threads photo.png result.png [threads]
 //
-// The library takes no locks and needs none: what it keeps belongs to a thread. Threads share pixels as long as nobody writes
-// what another reads or writes, but each has its own headers, since an operation may write into a header while it runs.
+// The library takes no locks and needs none: what it keeps belongs to a thread. Threads share pixels as long as nobody
+// writes what another reads or writes, but each has its own headers, since an operation may write into a header while
+// it runs.
 #include <orv.h>
 
 #include <chrono>
@@ -49,8 +50,9 @@ private:
     OrvImage header;
 };
 
-// Edges are what differs from its surroundings, whichever is brighter, four times as strong. One of the two differences is 0
-// in every place, as results below 0 stay at 0. The blur reads beyond the strip, into its neighbours, of the source.
+// Edges are what differs from its surroundings, whichever is brighter, four times as strong. One of the two differences
+// is 0 in every place, as results below 0 stay at 0. The blur reads beyond the strip, into its neighbours, of the
+// source.
 static void findEdges(const OrvImage& source, const OrvImage& result, int32_t y, int32_t height)
 {
     ImagePtr soft = makeLike(source, height), darker = makeLike(source, height);

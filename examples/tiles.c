@@ -4,7 +4,8 @@
  *     tiles sharpen big.tif sharp.tif                sharpens it by an unsharp mask of 15 x 15 pixels
  *
  * An image without pixel data and with a tile provider stands for each file. Operations ask the provider for the tiles
- * that they need, so a file serves as source or destination like any other image. The provider keeps the tiles used last.
+ * that they need, so a file serves as source or destination like any other image. The provider keeps the tiles used
+ * last.
  *
  * The chain runs over the picture in cells: a region a few tiles wide, for which it needs three small images in memory.
  * The blur looks beyond the cell, into the neighbouring tiles; the library fetches them as well.
@@ -21,7 +22,7 @@
 enum { tileSize = 256, cellTiles = 4, window = 15 };
 enum { allSides = ORV_SIDE_TOP | ORV_SIDE_BOTTOM | ORV_SIDE_LEFT | ORV_SIDE_RIGHT };
 
-/* ---- A TIFF file as an image --------------------------------------------------------------------------------------- */
+/* ---- A TIFF file as an image ------------------------------------------------------------------------------------ */
 
 typedef struct Slot {
     int32_t tile; /* the tile that it holds, or -1 */
@@ -181,7 +182,7 @@ static int closeFile(TiledFile* file)
     return good;
 }
 
-/* ---- Progress and memory ------------------------------------------------------------------------------------------- */
+/* ---- Progress and memory ---------------------------------------------------------------------------------------- */
 
 static void showProgress(int64_t done, int64_t all)
 {
@@ -207,7 +208,7 @@ static long peakMemory(void)
     return peak;
 }
 
-/* ---- The two programs ---------------------------------------------------------------------------------------------- */
+/* ---- The two programs ------------------------------------------------------------------------------------------- */
 
 /* Lays the photograph out over the picture, in brightnesses that differ from copy to copy. */
 static int makePicture(const char* photoPath, const char* path, int32_t width, int32_t height)

@@ -2,10 +2,11 @@
  *
  *     viewer picture.bmp [keys]
  *
- * The keys are those that its menu names; `keys` are pressed at the start. A picture larger than the window is shrunk to it.
+ * The keys are those that its menu names; `keys` are pressed at the start. A picture larger than the window is shrunk
+ * to it.
  *
- * Every picture is a device-independent bitmap of 24 bits, and orvTranslateDIB makes an image that shares its pixels: what
- * the library writes into the image, SetDIBitsToDevice shows.
+ * Every picture is a device-independent bitmap of 24 bits, and orvTranslateDIB makes an image that shares its pixels:
+ * what the library writes into the image, SetDIBitsToDevice shows.
  */
 #include <windows.h>
 
@@ -16,7 +17,7 @@
 
 #include "support/bmpio.h"
 
-/* ---- Pictures ------------------------------------------------------------------------------------------------------ */
+/* ---- Pictures --------------------------------------------------------------------------------------------------- */
 
 struct Picture {
     BITMAPINFOHEADER* bitmap; /* header and pixels in one block */
@@ -79,7 +80,7 @@ static int shrinkPicture(struct Picture* picture, OrvImage* image, int32_t roomW
     return 1;
 }
 
-/* ---- Operations ---------------------------------------------------------------------------------------------------- */
+/* ---- Operations ------------------------------------------------------------------------------------------------- */
 
 static void blur(struct Picture* from, struct Picture* to)
 {
@@ -124,7 +125,7 @@ static const struct Operation {
                   {'d', "Dither\tD", dither, 0}};
 enum { operationCount = sizeof operations / sizeof *operations };
 
-/* ---- The pictures from the file to what is shown ------------------------------------------------------------------- */
+/* ---- The pictures from the file to what is shown ---------------------------------------------------------------- */
 
 enum { mostPictures = 32 };
 static struct Picture pictures[mostPictures];
@@ -167,7 +168,7 @@ static void undo(void)
         freePicture(&pictures[--pictureCount]);
 }
 
-/* ---- The window ---------------------------------------------------------------------------------------------------- */
+/* ---- The window ------------------------------------------------------------------------------------------------- */
 
 static int32_t ORV_CALL tell(int32_t status, const char* func, const char* context, const char* file, int32_t line)
 {

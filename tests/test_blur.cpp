@@ -123,8 +123,9 @@ TEST(Blur, OfTheLargestValuesGivesThemBack)
     }
 }
 
-// The order of the float additions, over a region whose windows stay inside the image: in the columns and along the rows
-// what enters is added before what leaves is subtracted. The longest rows have more columns than are kept at a time.
+// The order of the float additions, over a region whose windows stay inside the image: in the columns and along the
+// rows what enters is added before what leaves is subtracted. The longest rows have more columns than are kept at a
+// time.
 TEST(Blur, KeepsTheOrderOfRunningSums)
 {
     const Window window = {7, 5, 3, 2};
@@ -160,8 +161,8 @@ TEST(Blur, KeepsTheOrderOfRunningSums)
             }
 }
 
-// A multiplication gives the rounded mean of every sum of every window for which it is used; these are nearly all of those with an
-// odd number of pixels whose sums fit 16 bits.
+// A multiplication gives the rounded mean of every sum of every window for which it is used; these are nearly all of
+// those with an odd number of pixels whose sums fit 16 bits.
 TEST(Blur, MultipliersGiveTheMeanOfEverySum)
 {
     int exact = 0;

@@ -191,7 +191,8 @@ TEST(Border, ShowsEveryTileAgainWhenItIsReleased)
 
 TEST(Border, EndsWithoutLossWhereMemoryOrATileDoesNotCome)
 {
-    // Refuses the n-th tile or allocation; false if there are fewer. A refused tile leaves open those before it in its row of three.
+    // Refuses the n-th tile or allocation; false if there are fewer. A refused tile leaves open those before it in its
+    // row of three.
     auto endsEarly = [](bool tile, int n) {
         Picture picture({.channels = 3, .width = 20, .height = 20, .tileWidth = 8, .tileHeight = 8});
         picture.log().refuse = tile ? n : 0;

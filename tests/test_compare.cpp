@@ -220,8 +220,8 @@ TEST(Compare, RefusesToWorkInPlace)
     expect(-17, "-5 orvLessSFP (img->depth!=ORV_DEPTH_32F)\n", [&] { return orvLessSFP(b, 1, b); });
 }
 
-// Masks with masks of their own, which may have one too, are combined, whatever failed before, and whichever allocation is
-// refused.
+// Masks with masks of their own, which may have one too, are combined, whatever failed before, and whichever allocation
+// is refused.
 TEST(Compare, CombinesMasksAndTheirMasks)
 {
     Layout layout = busyLayout();

@@ -279,7 +279,8 @@ TEST(Copy, LeavesALoneAlphaChannel)
     }
 }
 
-// A float image is filled as an image of 32-bit integers, and the provider of its tiles sees that. Of a NaN its bits stay.
+// A float image is filled as an image of 32-bit integers, and the provider of its tiles sees that. Of a NaN its bits
+// stay.
 TEST(Set, ShowsFloatsAsIntegers)
 {
     Picture picture({.depth = ORV_DEPTH_32F, .width = 16, .height = 8, .tileWidth = 8, .tileHeight = 8});

@@ -107,7 +107,8 @@ TEST(Faults, LoseNothingWhereMemoryOrATileIsRefused)
 {
     for (const Case& one : everyOperation())
         forRefusalLayouts(one.operation, [&](const Layout& layout) {
-            // Bits under a mask are copied in steps, and where a tile does not come between them something else is left.
+            // Bits under a mask are copied in steps, and where a tile does not come between them something else is
+            // left.
             bool bySteps = one.operation.name == std::string("orvCopy bits") && layout.images[0].mask;
             expectNothingLost(one.operation, layout, {.bySteps = bySteps});
         });

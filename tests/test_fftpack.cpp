@@ -69,9 +69,9 @@ TEST_F(FftFixed, FlatImagesAreExact)
     }
 }
 
-// An impulse goes through a single multiplication: in a row where its spectrum is split from its neighbours', in a column
-// where it leaves the first butterfly, and in lengths that are summed directly. So it shows the factors, and every bit
-// that is cut.
+// An impulse goes through a single multiplication: in a row where its spectrum is split from its neighbours', in a
+// column where it leaves the first butterfly, and in lengths that are summed directly. So it shows the factors, and
+// every bit that is cut.
 TEST_F(FftFixed, ImpulsesShowTheFactors)
 {
     for (int32_t height : {1, 1234, 25000000})

@@ -42,8 +42,8 @@ std::complex<double> valueOf(int32_t e, size_t line)
     return {random.between(-1000, 1000) / 1024.0, random.between(-1000, 1000) / 1024.0};
 }
 
-// The relative error of a line's transform by one kernel; the line is then held against the same one in the first lane of
-// another, bit by bit.
+// The relative error of a line's transform by one kernel; the line is then held against the same one in the first lane
+// of another, bit by bit.
 template <class T>
 double errorOf(const OwnFourierLines<T>& kernel, const OwnFourierLines<T>& other, int32_t length, int32_t direction)
 {

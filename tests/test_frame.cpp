@@ -183,7 +183,8 @@ TEST(GridWalk, BringsTilesCellByCell)
     EXPECT_EQ(tileCalls(log, [&] { orvExchange(dst, flat), orvSet(dst, 1); }), writes + writes);
 }
 
-// Every n-th tile of an exchange, which goes on where a cell cannot be written back: what is reported and what stays open.
+// Every n-th tile of an exchange, which goes on where a cell cannot be written back: what is reported and what stays
+// open.
 TEST(GridWalk, EndsWhereATileOfAnExchangeIsRefused)
 {
     const std::string traced = "-1 orvExchange \n";

@@ -352,7 +352,8 @@ TEST(Kernels, BitsAreAsEachOfThem)
     }
 }
 
-// Calls check(level, n, step, values) for rows of n pixels, `step` values apart, of which the first `values` are processed.
+// Calls check(level, n, step, values) for rows of n pixels, `step` values apart, of which the first `values` are
+// processed.
 template <class Check>
 void forPixels(Check check)
 {

@@ -37,8 +37,8 @@ bool takes(Form form, uint32_t depth)
     return (form >= addF) == (depth == f32);
 }
 
-// What the forms come to, without the roads that they take. At 1U only the lowest bit of a value counts. Floats are exact
-// enough in double to be rounded once.
+// What the forms come to, without the roads that they take. At 1U only the lowest bit of a value counts. Floats are
+// exact enough in double to be rounded once.
 Rule ruleOf(Form form, uint32_t depth, double value)
 {
     uint32_t all = UINT32_MAX >> (32 - (depth & ORV_DEPTH_MASK));
@@ -211,8 +211,8 @@ TEST(Scalar, ChecksInOrder)
     });
 }
 
-// The depth of a header that nobody has checked yet decides which function is asked for. A shift by 0 is a copy under the
-// rules of orvXorS, one beyond the depth a fill under those of orvAndS.
+// The depth of a header that nobody has checked yet decides which function is asked for. A shift by 0 is a copy under
+// the rules of orvXorS, one beyond the depth a fill under those of orvAndS.
 TEST(Scalar, SteersToTheFunctionOfTheDepth)
 {
     Picture floats({.depth = f32, .width = 4}), words({.depth = u16, .width = 4});

@@ -69,8 +69,8 @@ bool copyFits(const Layout& layout)
     return ordersAgree(layout) && originsAgree(layout) && !(layout.images[0].spec.depth == ORV_DEPTH_1U && masked);
 }
 
-// orvCopy is stopped at an image copied to itself before it asks for tiles. A cell that cannot be fetched is reported as a
-// trace, which stores no status, so that orvAbs does not know of it.
+// orvCopy is stopped at an image copied to itself before it asks for tiles. A cell that cannot be fetched is reported
+// as a trace, which stores no status, so that orvAbs does not know of it.
 Walk copyWalk(const Scene& scene)
 {
     if (scene.images[0] == scene.images[1])

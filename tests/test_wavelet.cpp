@@ -180,7 +180,8 @@ int32_t statusOf(const std::function<int32_t()>& call)
     return status;
 }
 
-// Both directions bit for bit. What is merged at last comes from no picture; its eighths lead to ties where taps are short.
+// Both directions bit for bit. What is merged at last comes from no picture; its eighths lead to ties where taps are
+// short.
 void expectNaive(const PictureSpec& spec, OrvWtKernel kernel)
 {
     Set set(spec);
@@ -230,7 +231,8 @@ struct Faults {
 
     void add(int status, const std::string& text, const FaultMaker& make) { list.push_back(fault(status, text, make)); }
 
-    // All that can be wrong with a filter: a record, or an element of three arrays whose NULL taps are reported otherwise.
+    // All that can be wrong with a filter: a record, or an element of three arrays whose NULL taps are reported
+    // otherwise.
     void addFilter(OrvWtFilter* filter, const std::string& record, const std::string& index = "")
     {
         static float taps[2] = {1, 1};

@@ -173,7 +173,8 @@ void grayPiece(void* task, const OrvImage& src, const OrvImage& dst, const OrvIm
         gray.run(from.start + y * from.rowStep, from.pixelStep, gray.isBgr, to.start + y * to.rowStep, from.width);
 }
 
-// A conversion between RGB and another model: its name in headers, the name under which it refuses a depth, and its steps.
+// A conversion between RGB and another model: its name in headers, the name under which it refuses a depth, and its
+// steps.
 struct Conversion {
     const char* model;
     const char* dispatcher;

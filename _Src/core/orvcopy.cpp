@@ -137,7 +137,8 @@ bool moveTiled(const OwnReport& report, PlainMove move, int32_t sourceMode, OrvI
 
 // ---- orvCopy ------------------------------------------------------------------------------------------------------
 
-// Copies bits under a mask with the logic operations: what is under the mask is cleared and the source's part merged in.
+// Copies bits under a mask with the logic operations: what is under the mask is cleared and the source's part merged
+// in.
 void copyMaskedBits(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvImage* mask, OwnSize size)
 {
     OwnTempImage part(orvCreateImageHeader(1, 0, ORV_DEPTH_1U, "GRAY", "G\0\0", mask->dataOrder, mask->origin,
@@ -156,8 +157,8 @@ void copyMaskedBits(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvIm
     src->maskROI = nullptr;
     orvSet(dst, 0);
     orvAnd(src, part.image, part.image);
-    // The part has no bit outside the mask. Without one the merge takes no memory, which could fail and leave the cleared
-    // bits.
+    // The part has no bit outside the mask. Without one the merge takes no memory, which could fail and leave the
+    // cleared bits.
     dst->maskROI = nullptr;
     orvOr(dst, part.image, dst);
     src->maskROI = maskOfSrc;

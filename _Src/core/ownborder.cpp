@@ -19,7 +19,8 @@ int32_t borderMode(const OrvImage& image, int side)
 
 // ---- Positions ----------------------------------------------------------------------------------------------------
 
-// Neighbouring positions that read the image in one direction: from column `from` on, `count` times `direction` onwards.
+// Neighbouring positions that read the image in one direction: from column `from` on, `count` times `direction`
+// onwards.
 struct Run {
     int32_t from;
     int32_t direction;  // 1, -1 or 0

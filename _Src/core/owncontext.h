@@ -1,11 +1,11 @@
-// The record that the library keeps for each thread. When the library is unloaded it can release that of the calling thread
-// alone: other threads must have ended before, or their records stay behind.
+// The record that the library keeps for each thread. When the library is unloaded it can release that of the calling
+// thread alone: other threads must have ended before, or their records stay behind.
 #pragma once
 
 #include "orv/core.h"
 
-// What a family keeps for a thread between its calls: a record that only the family knows, and the function that releases
-// it with all that hangs on it. Nothing where the record is NULL.
+// What a family keeps for a thread between its calls: a record that only the family knows, and the function that
+// releases it with all that hangs on it. Nothing where the record is NULL.
 struct OwnCache {
     void* record;
     void (*release)(void* record);

@@ -1,10 +1,10 @@
-// Kernels are compiled once for each instruction-set level of the target, each time into a namespace of its own, which the
-// build names OWN_ISA. This header ties the levels together: it declares a family's table once for every level and
+// Kernels are compiled once for each instruction-set level of the target, each time into a namespace of its own, which
+// the build names OWN_ISA. This header ties the levels together: it declares a family's table once for every level and
 // picks the level of this process.
 //
 // Sources that are compiled for several levels must not share inline functions with external linkage: the linker
-// keeps one copy of them, perhaps that of a level which the processor does not have. Helpers of kernels therefore live in
-// OWN_ISA, in an unnamed namespace or are static.
+// keeps one copy of them, perhaps that of a level which the processor does not have. Helpers of kernels therefore live
+// in OWN_ISA, in an unnamed namespace or are static.
 #pragma once
 
 #if defined(__x86_64__) || defined(__i386__)

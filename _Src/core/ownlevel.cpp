@@ -10,7 +10,8 @@
 namespace {
 
 #if OWN_HAS_V3
-// The compiler's own question knows whether the system keeps the wide registers, but not under every compiler all names.
+// The compiler's own question knows whether the system keeps the wide registers, but not under every compiler all
+// names.
 bool hasV3()
 {
     __builtin_cpu_init();

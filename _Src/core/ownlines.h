@@ -28,9 +28,9 @@ constexpr OwnReach ownNoFrame = {INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX};
 class OwnLines {
 public:
     // The regions of the destination and of the mask, which may be NULL, have one size, and that of the source has it
-    // too unless the operation changes sizes. Around the source's, `reach` is read; what lies beyond the edges of the image
-    // comes from its border modes, and farther out than `frame` the last pixel is repeated. `sourceSlots` and `targetSlots`
-    // are how many rows are in use at a time; after each row of the source `slack` bytes may be read.
+    // too unless the operation changes sizes. Around the source's, `reach` is read; what lies beyond the edges of the
+    // image comes from its border modes, and farther out than `frame` the last pixel is repeated. `sourceSlots` and
+    // `targetSlots` are how many rows are in use at a time; after each row of the source `slack` bytes may be read.
     OwnLines(const OrvImage& src, const OrvImage& dst, const OrvImage* mask, const OwnReach& reach, int64_t sourceSlots,
              int64_t targetSlots, const OwnReach& frame = ownNoFrame, int32_t slack = 0);
 
@@ -43,7 +43,8 @@ public:
     int32_t width() const { return dst.width; }  // of the destination, in pixels
     int32_t height() const { return dst.height; }
 
-    // A pass processes all channels where they stand side by side, otherwise, and always for a channel of interest, one.
+    // A pass processes all channels where they stand side by side, otherwise, and always for a channel of interest,
+    // one.
     int32_t passes() const { return together ? 1 : dst.channels; }
     void begin(int32_t pass);
 
@@ -115,7 +116,8 @@ public:
 
     void begin();
     // The nRows - 1 + count rows of `count` results from row y on, which is where the band before ended. Lines may be
-    // anything that has a source(y, slot), or sources(y, n, slot, pointers) for n rows in slots that follow one another.
+    // anything that has a source(y, slot), or sources(y, n, slot, pointers) for n rows in slots that follow one
+    // another.
     template <class Lines>
     const void* const* rows(Lines& lines, int32_t y, int32_t count)
     {

@@ -22,15 +22,15 @@ struct OwnMask {
 // counted from its own region's start.
 OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& result);
 
-// Makes `made` a mask whose bits are clear, with the origin of `like`. False, after the reports of the allocation, if there is
-// no memory.
+// Makes `made` a mask whose bits are clear, with the origin of `like`. False, after the reports of the allocation, if
+// there is no memory.
 bool ownMakeMask(const OrvImage& like, OwnSize size, OwnTempImage& made);
 
-// Combines two masks in a third by orvAnd, so that what masks these have counts too. False if it fails; a failure of the past
-// stops nothing and stays stored.
+// Combines two masks in a third by orvAnd, so that what masks these have counts too. False if it fails; a failure of
+// the past stops nothing and stays stored.
 bool ownAndInto(OrvImage* a, OrvImage* b, OrvImage* made);
 
-// Makes `made` the part that two masks have in common, combined by orvAnd. False if they leave no common area, and after a
-// report: ORV_STATUS_BAD_ARG, "(msk == NULL)" or "(msk->imageData == NULL)", where there is no memory; ORV_STATUS_BACKTRACE,
-// "error_orvAnd".
+// Makes `made` the part that two masks have in common, combined by orvAnd. False if they leave no common area, and
+// after a report: ORV_STATUS_BAD_ARG, "(msk == NULL)" or "(msk->imageData == NULL)", where there is no memory;
+// ORV_STATUS_BACKTRACE, "error_orvAnd".
 bool ownAndMasks(const OwnReport& report, OrvImage* a, OrvImage* b, OwnTempImage& made);

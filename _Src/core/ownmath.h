@@ -1,13 +1,13 @@
-// Functions whose results are stored: the C library's differ between systems in the last bit, these do not. They use nothing but
-// additions, multiplications and divisions in double precision, in a fixed order, and err by less than one unit in the last
-// place (a test holds them against long double).
+// Functions whose results are stored: the C library's differ between systems in the last bit, these do not. They use
+// nothing but additions, multiplications and divisions in double precision, in a fixed order, and err by less than one
+// unit in the last place (a test holds them against long double).
 //
 //   ownLog          the natural logarithm
 //   ownSinOfTurns   the sine of a fraction of a turn
 //   ownSineCosine   the sine and the cosine of an angle in radians
 //
-// Series by the methods of W. J. Cody and W. Waite, "Software Manual for the Elementary Functions" (Prentice-Hall, 1980): reduce
-// the argument exactly, then sum few terms.
+// Series by the methods of W. J. Cody and W. Waite, "Software Manual for the Elementary Functions" (Prentice-Hall,
+// 1980): reduce the argument exactly, then sum few terms.
 #pragma once
 
 #include "ownvalue.h"

@@ -1,15 +1,16 @@
-// Operations whose result at a pixel depends on the pixels around it: the division of their work into rectangles of plain
-// memory.
+// Operations whose result at a pixel depends on the pixels around it: the division of their work into rectangles of
+// plain memory.
 //
-// A filter says how far it reads around a pixel and what to do with a rectangle of plain memory around which it may read that
-// far. Pixels outside the region are the image's; pixels outside the image come from its border modes. As little as possible
-// is copied:
+// A filter says how far it reads around a pixel and what to do with a rectangle of plain memory around which it may
+// read that far. Pixels outside the region are the image's; pixels outside the image come from its border modes. As
+// little as possible is copied:
 //
 //   images without tiles          from the image itself through OwnLines, or: bands along those edges of the image that
 //                                 the reach passes are filtered from copies, the centre from the image itself
 //   in place, or source tiled     from one copy of the whole rectangle
 //   destination tiled             tile by tile; from the source itself where it is not tiled and the reach stays inside
-//   in place and tiled            in bands of whole rows of tiles, the copy of the next band being taken before a band is
+//   in place and tiled            in bands of whole rows of tiles, the copy of the next band being taken before a band
+//   is
 //                                 written, since its surroundings lie there
 #pragma once
 
@@ -23,8 +24,8 @@ enum class OwnNeighbourResult {
     noTile         // a tile of the destination does not come
 };
 
-// Filters one rectangle: the regions of working headers of plain memory, all of one size. The mask may be NULL. False if
-// there is no memory.
+// Filters one rectangle: the regions of working headers of plain memory, all of one size. The mask may be NULL. False
+// if there is no memory.
 using OwnNeighbourPiece = bool (*)(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask);
 
 struct OwnNeighbours {

@@ -1,8 +1,8 @@
 // Operations on a source and a destination that take all their channels: piece by piece in plain memory.
 //
-// Images without tiles are one piece. Otherwise the tiles of the destination are walked, or those of the source where only
-// it has some, and of the other image what meets the tile is fetched. A tile that does not come ends the walk at once: what
-// was opened stays open, what was done stays done.
+// Images without tiles are one piece. Otherwise the tiles of the destination are walked, or those of the source where
+// only it has some, and of the other image what meets the tile is fetched. A tile that does not come ends the walk at
+// once: what was opened stays open, what was done stays done.
 #pragma once
 
 #include "ownregion.h"
@@ -23,8 +23,8 @@ struct OwnPairFaults {
     const char* noDestination;
 };
 
-// One piece: the regions of working headers of plain memory, all of one size and without a channel of interest. The mask may
-// be NULL.
+// One piece: the regions of working headers of plain memory, all of one size and without a channel of interest. The
+// mask may be NULL.
 using OwnPairPiece = void (*)(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask);
 
 // Walks the smallest common region of the images and the mask. False after a report.

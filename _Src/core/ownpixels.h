@@ -38,11 +38,12 @@ OwnPixelOp ownPixelOp(const OwnRowKernel& kernel, uint32_t depth, const void* sc
 // Runs a kernel of bits over rows of n bits, however many.
 void ownRunBits(const OwnRowKernel& kernel, OwnBitRows rows, int64_t n);
 
-// Copies n bits from bit `from` of src on to bit `to` of dst, counted from the top of the first byte. Bits around them stay.
+// Copies n bits from bit `from` of src on to bit `to` of dst, counted from the top of the first byte. Bits around them
+// stay.
 void ownCopyBits(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to, int64_t n);
 
-// Runs `op` over the smallest size of all images: none, one or two sources, then the destination. Images process the same
-// number of channels and may have different layouts. `mask` may be NULL.
+// Runs `op` over the smallest size of all images: none, one or two sources, then the destination. Images process the
+// same number of channels and may have different layouts. `mask` may be NULL.
 void ownProcessPixels(const OwnPixelOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
 
 // A test of values, with the size of the values it reads.

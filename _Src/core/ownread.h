@@ -1,5 +1,5 @@
-// Measurements: brings the pixels of one or two images in plain memory, whatever their layouts, as rows of values side by
-// side to a function that only reads them.
+// Measurements: brings the pixels of one or two images in plain memory, whatever their layouts, as rows of values side
+// by side to a function that only reads them.
 #pragma once
 
 #include "kernels/ownreadrows.h"
@@ -16,7 +16,7 @@ struct OwnReading {
     bool takesMask = false;  // rows of one value a pixel come with the mask and all of their values
 };
 
-// Reads the smallest size of the images, of one depth and one number of processed channels, and of the mask, which may be
-// NULL. Rows come from the top down, channels that are planes one after the other.
+// Reads the smallest size of the images, of one depth and one number of processed channels, and of the mask, which may
+// be NULL. Rows come from the top down, channels that are planes one after the other.
 void ownReadPixels(const OwnReading& reading, uint32_t depth, const OwnGeometry* images, int count,
                    const OwnGeometry* mask);

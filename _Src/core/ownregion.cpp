@@ -111,8 +111,8 @@ bool ownIsWholeBuffer(const OrvImage* const* images, int count, bool alpha)
     if (unequal(&OrvImage::height) != 0 || unequal(&OrvImage::width) != 0 || unequal(&OrvImage::imageSize) != 0 ||
         unequal(&OrvImage::align) != 0)
         return false;
-    // The run must end where every buffer ends, whatever the sums and the headers' own words say, and no value may begin in
-    // one row and end in the next.
+    // The run must end where every buffer ends, whatever the sums and the headers' own words say, and no value may
+    // begin in one row and end in the next.
     for (int i = 0; i < count; ++i) {
         const OrvImage& image = *images[i];
         if (!regionIsImage(image) || image.imageSize != a.imageSize || bufferBytes(image) != a.imageSize ||

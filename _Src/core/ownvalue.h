@@ -9,8 +9,8 @@
 //   ownFirstOnTop       a word whose first byte of memory is its highest one, and back
 //   ownFirstBelow       the same for the lowest one
 //
-// A number that is none, NaN, becomes 0 in integers. Kernels use these too: everything is inlined, so that no two levels
-// share a function, and loops over them are vectorised.
+// A number that is none, NaN, becomes 0 in integers. Kernels use these too: everything is inlined, so that no two
+// levels share a function, and loops over them are vectorised.
 #pragma once
 
 #include <stddef.h>
@@ -83,8 +83,8 @@ OWN_INLINE T ownSaturated(Wide value)
     return T(value > highest ? highest : value);
 }
 
-// A float or double, cut to what T and a conversion to 32 bits can take. 2147483647 is no float: there the greatest float
-// below it stands for it, and the caller sees to what lies above.
+// A float or double, cut to what T and a conversion to 32 bits can take. 2147483647 is no float: there the greatest
+// float below it stands for it, and the caller sees to what lies above.
 template <class T, class Real>
 OWN_INLINE Real ownCut(Real value)
 {

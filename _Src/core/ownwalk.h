@@ -62,13 +62,13 @@ bool ownGridWalk(const OrvImage& leading, OwnSize region, Visit visit)
 void ownShowLeadingCell(OwnWork& work, const OrvImage& image, const OwnCell& cell, uint8_t* tile);
 void ownShowCell(OwnWork& work, const OrvImage& image, const OwnCell& cell);
 
-// A cell of another image that is tiled: in a block that is filled from its tiles, or, where one tile holds all of it, that
-// tile itself, which is then open for reading until release().
+// A cell of another image that is tiled: in a block that is filled from its tiles, or, where one tile holds all of it,
+// that tile itself, which is then open for reading until release().
 struct OwnFetchedCell {
     OwnWork work;  // plain memory, its region the cell
 
-    // False if there is no memory or a tile does not come, without a report. `mayStayOpen` is false where more is fetched
-    // before release(), because every other tile has to be closed by then.
+    // False if there is no memory or a tile does not come, without a report. `mayStayOpen` is false where more is
+    // fetched before release(), because every other tile has to be closed by then.
     bool fetch(OrvImage* image, const OwnCell& cell, bool mayStayOpen = true);
 
     // The pixels are not needed any more; nothing without a fetch.

@@ -90,8 +90,8 @@ bool names(const char* line, const char* button)
     return strcasecmp(line, button) == 0 || (*line && !line[1] && strncasecmp(line, button, 1) == 0);
 }
 
-// The controlling terminal, if there is one and this process is in its foreground: one in the background would be stopped
-// for asking.
+// The controlling terminal, if there is one and this process is in its foreground: one in the background would be
+// stopped for asking.
 struct Terminal {
     int file = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
     ~Terminal()

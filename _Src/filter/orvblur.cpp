@@ -63,7 +63,8 @@ int64_t sumsBytes(const OwnBlurKernel& kernel, const OwnBlurWindow& window, int3
     return (int64_t{width} + window.nCols - 1) * step * kernel.sumBytes;
 }
 
-// False if the narrowest piece would need more memory than there can be, which is better known before pixels are fetched.
+// False if the narrowest piece would need more memory than there can be, which is better known before pixels are
+// fetched.
 bool fits(const OrvImage& src, const OrvImage& dst, const OwnBlurWindow& window)
 {
     int32_t step = ownLineStep(src, dst);

@@ -52,8 +52,8 @@ struct KernelOut {
     Value** values;
 };
 
-// True if two of these are there. One that is missing does not keep the other from being reported; a status that is negative
-// by then, whatever left it, ends the function.
+// True if two of these are there. One that is missing does not keep the other from being reported; a status that is
+// negative by then, whatever left it, ends the function.
 bool goodPair(const OwnReport& report, const int32_t* a, const char* noA, const int32_t* b, const char* noB)
 {
     bool missing = report.when(!a, ORV_STATUS_BAD_ARG, noA);

@@ -50,8 +50,8 @@ bool goodChannels(const OwnReport& report, const OrvImage* src, const OrvImage* 
     return orvGetErrStatus() >= 0;
 }
 
-// These answer what orvFixedFilter returns for a fault, 0 for none: it is not always what is reported, and does not depend on
-// what a report handler leaves stored.
+// These answer what orvFixedFilter returns for a fault, 0 for none: it is not always what is reported, and does not
+// depend on what a report handler leaves stored.
 int32_t faultOfImage(const OwnReport& report, OrvImage* image)
 {
     const int32_t fault = orvCheckImageHeader(image);

@@ -73,8 +73,8 @@ OwnReach reachOf(const Task& task)
 
 // ---- The call -----------------------------------------------------------------------------------------------------
 
-// An element for which a ring of its rows, with one more, is beyond what can be had, is refused whatever the memory that it
-// would take here.
+// An element for which a ring of its rows, with one more, is beyond what can be had, is refused whatever the memory
+// that it would take here.
 bool ringIsPossible(const OrvImage& image, int32_t width, int32_t iterations)
 {
     const int64_t element = int64_t{2} * iterations + 1;

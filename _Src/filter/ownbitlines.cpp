@@ -80,8 +80,8 @@ OwnBitLines::OwnBitLines(const OrvImage& source, const OrvImage& target, const O
         findEnds();
 }
 
-// Where the pixels beyond the ends are read: within the frame a border mode leads to a place in the row, or to a constant; a
-// frame that ends within the row repeats a pixel of it.
+// Where the pixels beyond the ends are read: within the frame a border mode leads to a place in the row, or to a
+// constant; a frame that ends within the row repeats a pixel of it.
 void OwnBitLines::findEnds()
 {
     for (int64_t i = 0; i < ends.before; ++i)

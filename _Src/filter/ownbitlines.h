@@ -1,5 +1,6 @@
-// Rows of a rectangle of 1U in plain memory as packed bits with what lies around them: OwnLines for filters that compute on
-// whole words of bits. The rows begin at bit bit() of a byte, so that most of them are whole bytes of the image.
+// Rows of a rectangle of 1U in plain memory as packed bits with what lies around them: OwnLines for filters that
+// compute on whole words of bits. The rows begin at bit bit() of a byte, so that most of them are whole bytes of the
+// image.
 #pragma once
 
 #include "../core/ownlines.h"

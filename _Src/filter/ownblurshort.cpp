@@ -29,7 +29,8 @@ bool goesByRows(const OwnBlurWindow& window, uint32_t depth, int32_t step)
            (depth == ORV_DEPTH_8U || sumsAreShort(window, depth));
 }
 
-// Signed bytes go as unsigned ones, all larger by 128, and so do their means if none lies in the middle between two integers.
+// Signed bytes go as unsigned ones, all larger by 128, and so do their means if none lies in the middle between two
+// integers.
 bool goesFlipped(const OwnBlurWindow& window, int32_t step)
 {
     return goesByRows(window, ORV_DEPTH_8S, step) && ownBlurMean(uint32_t(window.samples())).exact;

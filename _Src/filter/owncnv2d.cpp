@@ -109,8 +109,8 @@ int64_t mostRealPlaces(const OwnConvWindow* windows, int32_t count)
     return sum;
 }
 
-// True if pairs of bytes can give the results of a kernel, and `stage` tells how: modulo 2^16, which is enough for sums that
-// lie in a range of 65536 values from a multiple of the shift on.
+// True if pairs of bytes can give the results of a kernel, and `stage` tells how: modulo 2^16, which is enough for sums
+// that lie in a range of 65536 values from a multiple of the shift on.
 bool planBytes(const OwnConvWindow& window, uint32_t depth, OwnConvStage& stage)
 {
     if (!ownPairsFitBytes(stage.pairs, stage.pairCount, depth))

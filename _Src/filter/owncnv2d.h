@@ -1,8 +1,8 @@
 // A call of two-dimensional convolution: how the sums of its kernels are formed and combined.
 //
 // The sums of a kernel of integers are formed in integers where none can pass 32 bits, and otherwise in floats that are
-// rounded after every product. Windows of 3 x 3 and 5 x 5 that are dense have sums of their own: in double precision, rounded
-// once; of integers that pass 32 bits they are the bits of the integer sum.
+// rounded after every product. Windows of 3 x 3 and 5 x 5 that are dense have sums of their own: in double precision,
+// rounded once; of integers that pass 32 bits they are the bits of the integer sum.
 #pragma once
 
 #include "../core/ownneighbour.h"

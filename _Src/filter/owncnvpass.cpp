@@ -67,7 +67,8 @@ private:
     int32_t* block(Purpose purpose, int row) { return blocks[purpose * rowsTogether + row].values; }
     float* reals32(Purpose purpose, int row) { return reinterpret_cast<float*>(block(purpose, row)); }
 
-    // A row of samples, counted as the rings' rows. Behind the last, which is asked for only to fill a pair, it is the last.
+    // A row of samples, counted as the rings' rows. Behind the last, which is asked for only to fill a pair, it is the
+    // last.
     const void* sampleRow(int64_t index, int slot)
     {
         int64_t last = windowRows + lines.height() - 2;

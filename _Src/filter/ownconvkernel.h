@@ -1,7 +1,7 @@
 // The records of convolution kernels.
 //
-// A kernel is held turned by half a turn, so that the samples of a window meet its values in the order in which they lie in
-// memory: values reversed, anchors counted from the other side.
+// A kernel is held turned by half a turn, so that the samples of a window meet its values in the order in which they
+// lie in memory: values reversed, anchors counted from the other side.
 #pragma once
 
 #include "orv/filter.h"

@@ -20,8 +20,8 @@ struct OwnConvWindow {
     int64_t valueCount() const { return int64_t{nCols} * nRows; }
 };
 
-// The places of a window where samples are multiplied: rows, or rows of pairs, and pixels from the first that any window of the
-// call meets.
+// The places of a window where samples are multiplied: rows, or rows of pairs, and pixels from the first that any
+// window of the call meets.
 struct OwnPairPlace {
     int32_t row, column;
     int16_t weights[2][2];  // for the first and the second row of results: of the upper and the lower sample
@@ -36,8 +36,8 @@ struct OwnCorner {
 int16_t ownLowHalf(int32_t weight);
 int16_t ownHighHalf(int32_t weight);
 
-// Writes the places of a kernel with halves of its weights, without those of which nothing comes, and answers where they end. There
-// is at least one, and no more than ownMostPairs.
+// Writes the places of a kernel with halves of its weights, without those of which nothing comes, and answers where
+// they end. There is at least one, and no more than ownMostPairs.
 OwnPairPlace* ownWritePairs(const OwnConvWindow& window, const OwnCorner& corner, int16_t (*half)(int32_t),
                             OwnPairPlace* to);
 int64_t ownMostPairs(const OwnConvWindow& window);
@@ -57,8 +57,8 @@ struct OwnSumRange {
 };
 OwnSumRange ownSumRange(const OwnConvWindow& window, uint32_t depth);
 
-// True if pairs of bytes give the sums of these places at an integer depth: the samples are not negative, the weights are
-// bytes, and the products of no pair pass 16 bits.
+// True if pairs of bytes give the sums of these places at an integer depth: the samples are not negative, the weights
+// are bytes, and the products of no pair pass 16 bits.
 bool ownPairsFitBytes(const OwnPairPlace* places, ptrdiff_t count, uint32_t depth);
 
 // The bits of the weights of a pair in a word.

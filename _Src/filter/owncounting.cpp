@@ -28,8 +28,8 @@ uint32_t flipOf(uint32_t depth)
     return isSigned ? 1u << (ownDepthBits(depth) - 1) : 0;
 }
 
-// Rows of counts, from the top down: replace(entering, leaving) brings the counts to the window of a row, with `leaving` NULL
-// while nothing leaves, and make(row) fills a row of results.
+// Rows of counts, from the top down: replace(entering, leaving) brings the counts to the window of a row, with
+// `leaving` NULL while nothing leaves, and make(row) fills a row of results.
 template <class Replace, class Make>
 void countRows(OwnLines& lines, const Task& task, Replace replace, Make make)
 {
@@ -123,8 +123,8 @@ OwnSlide slideOf(const Task& task, const OwnLines& lines)
             .results = {}};
 }
 
-// Sets a slide to result i of `count`, of which the first is row y, and to the one below it. The last one, where there is
-// none below it, is made twice.
+// Sets a slide to result i of `count`, of which the first is row y, and to the one below it. The last one, where there
+// is none below it, is made twice.
 void setRows(OwnSlide& slide, OwnLines& lines, const void* const* rows, int32_t y, int32_t i, int32_t count)
 {
     const bool isLast = i + 1 == count;
@@ -168,8 +168,8 @@ bool medianOfWords(const Task& task, const OrvImage& src, const OrvImage& dst, c
 
 // ---- Values of 32 bits --------------------------------------------------------------------------------------------
 
-// There are too many of them to be counted each, so the values around some rows of results are sorted once, and their ranks
-// take their place.
+// There are too many of them to be counted each, so the values around some rows of results are sorted once, and their
+// ranks take their place.
 class Ranks {
 public:
     Ranks(int64_t rows, int64_t columns)

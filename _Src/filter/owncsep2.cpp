@@ -114,8 +114,8 @@ OwnSepPlan::OwnSepPlan(const OwnConvWindow* xWindow, const OwnConvWindow* yWindo
         planPairs();
 }
 
-// Parts the row kernel; false if no two parts have sums of 16 bits. Weights that have their lower bits all clear need but the
-// upper part.
+// Parts the row kernel; false if no two parts have sums of 16 bits. Weights that have their lower bits all clear need
+// but the upper part.
 bool OwnSepPlan::planParts()
 {
     int32_t* const upper = values.data + x.valueCount() + y.valueCount();

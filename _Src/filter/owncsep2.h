@@ -1,10 +1,10 @@
 // A call of separable convolution: a row kernel, a column kernel, or both.
 //
-// Integer sums are those modulo 2^32, shifted and cut once at the end, so that the order of the kernels does not matter. Where
-// the weights fit 16 bits, and the sums of the row kernel lie in a range of 65536 values, both steps are sums of pairs: of
-// neighbouring pixels, and then of neighbouring rows. A row kernel with larger sums goes in two parts, the upper and the lower
-// bits of its weights, if the sums of each lie in such a range; the column kernel adds the rows of both. Floats are summed in
-// double precision and rounded once a step, columns first.
+// Integer sums are those modulo 2^32, shifted and cut once at the end, so that the order of the kernels does not
+// matter. Where the weights fit 16 bits, and the sums of the row kernel lie in a range of 65536 values, both steps are
+// sums of pairs: of neighbouring pixels, and then of neighbouring rows. A row kernel with larger sums goes in two
+// parts, the upper and the lower bits of its weights, if the sums of each lie in such a range; the column kernel adds
+// the rows of both. Floats are summed in double precision and rounded once a step, columns first.
 #pragma once
 
 #include "../core/ownneighbour.h"

@@ -10,9 +10,9 @@ OwnReach ownFixedReach(OwnFixedFilter filter)
 
 namespace {
 
-// Rows that a kernel makes at a time: many, since the first ones cost more, the higher windows are the more so, but so few that
-// they stay in the nearest cache together with what they are made of, and that those of one column of long rows do not drive
-// each other out of it.
+// Rows that a kernel makes at a time: many, since the first ones cost more, the higher windows are the more so, but so
+// few that they stay in the nearest cache together with what they are made of, and that those of one column of long
+// rows do not drive each other out of it.
 constexpr int32_t mostRows = 24, leastRows = 8;
 
 int32_t bandRows(int64_t rowBytes, int32_t windowRows)

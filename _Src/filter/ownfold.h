@@ -10,8 +10,8 @@ struct OwnFold {
     OwnReach frame = ownNoFrame;  // farther out the last pixel is repeated
 };
 
-// Folds the windows around the pixels of the source's region, in plain memory. The mask may be NULL. All depths but 32F.
-// False if there is no memory.
+// Folds the windows around the pixels of the source's region, in plain memory. The mask may be NULL. All depths but
+// 32F. False if there is no memory.
 bool ownFoldWindows(const OwnFold& fold, const OrvImage& src, const OrvImage& dst, const OrvImage* mask);
 
 // How many rows of results are made together: as many as a window has rows, or a multiple of that.

@@ -15,8 +15,8 @@ struct Wire {
     uint16_t shift;
 };
 
-// Values of which each is at most as great as the next. Of a set of `total` values those stand here that can still be the
-// median; `below` smaller ones do not.
+// Values of which each is at most as great as the next. Of a set of `total` values those stand here that can still be
+// the median; `below` smaller ones do not.
 struct List {
     Wire wires[ownNetworkMost];
     int32_t count = 0;
@@ -201,8 +201,8 @@ void findUses(OwnNetworkStep* steps, int32_t count, Use* uses)
     }
 }
 
-// Gives every value a slot for as long as it is needed, the rows of the source the first ones, and drops steps that are not
-// needed. `unused` has room for all values.
+// Gives every value a slot for as long as it is needed, the rows of the source the first ones, and drops steps that are
+// not needed. `unused` has room for all values.
 void assignSlots(OwnNetwork& network, OwnNetworkStep* steps, int32_t count, Use* uses, uint16_t* unused)
 {
     int32_t unusedCount = 0;

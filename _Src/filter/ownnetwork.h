@@ -1,10 +1,10 @@
 // Networks that find the median of a small window, made for its size.
 //
 // A network compares values pair by pair, whatever they are, so that vectors of them go through it together. Nothing is
-// sorted that two neighbouring windows share and that has been sorted for one of them: columns without their first and last
-// sample serve two rows of results, and sorted columns serve all the windows that they are in (A. Adams, "Fast median filters
-// using separable sorting networks", ACM Transactions on Graphics 40, 2021). What can no longer be the median is left
-// out on the way.
+// sorted that two neighbouring windows share and that has been sorted for one of them: columns without their first and
+// last sample serve two rows of results, and sorted columns serve all the windows that they are in (A. Adams, "Fast
+// median filters using separable sorting networks", ACM Transactions on Graphics 40, 2021). What can no longer be the
+// median is left out on the way.
 #pragma once
 
 #include "../core/ownscratch.h"

@@ -99,8 +99,8 @@ OwnFoldBand bandOf(const Plan& plan, const Spot& first, ptrdiff_t step, ptrdiff_
     return band;
 }
 
-// Rows of the first stage, computed a few at a time as they are asked for, from the top down. Around what is computed they
-// are the source's.
+// Rows of the first stage, computed a few at a time as they are asked for, from the top down. Around what is computed
+// they are the source's.
 template <class Lines, class Rows>
 class FirstStage {
 public:

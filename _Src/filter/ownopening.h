@@ -10,9 +10,9 @@ struct OwnOpening {
     OwnSize region;  // of the whole call
 };
 
-// Makes the part `place` of the whole region from images of plain memory; the mask may be NULL. 1U, 8U and 16U. The first
-// stage is computed for pixels of the region alone. Around them lie the source's pixels, a frame of one of which the last is
-// repeated farther out. Where the first stage would have to go on below the region to make a row, the last window that stays
-// inside stands for all that follow. False if there is no memory.
+// Makes the part `place` of the whole region from images of plain memory; the mask may be NULL. 1U, 8U and 16U. The
+// first stage is computed for pixels of the region alone. Around them lie the source's pixels, a frame of one of which
+// the last is repeated farther out. Where the first stage would have to go on below the region to make a row, the last
+// window that stays inside stands for all that follow. False if there is no memory.
 bool ownOpenWindows(const OwnOpening& opening, const OwnRect& place, const OrvImage& src, const OrvImage& dst,
                     const OrvImage* mask);

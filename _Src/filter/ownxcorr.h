@@ -1,8 +1,9 @@
 // A call of normalised cross-correlation: what is known of the template, and two ways to the products with it.
 //
-// OwnProductSums forms the products one by one, which is best for small templates and the only way for samples of 32 bits.
-// OwnProductSpectra takes the products of a whole block of windows from Fourier transforms in double precision: those of
-// integers are integers, so that they are exact as long as the error of the transforms is proved to stay below a half.
+// OwnProductSums forms the products one by one, which is best for small templates and the only way for samples of 32
+// bits. OwnProductSpectra takes the products of a whole block of windows from Fourier transforms in double precision:
+// those of integers are integers, so that they are exact as long as the error of the transforms is proved to stay below
+// a half.
 #pragma once
 
 #include <cstring>
@@ -65,8 +66,8 @@ public:
     ptrdiff_t sampleCount() const { return samples; }  // of a row and its surroundings
     const void* source(int64_t y) { return lines.source(y, 0); }
 
-    // Stores row y, where the sums of products of its windows are known. Rows of integers come from the first to the last;
-    // of others sample rows are given, as doubles.
+    // Stores row y, where the sums of products of its windows are known. Rows of integers come from the first to the
+    // last; of others sample rows are given, as doubles.
     void finish(int32_t y, const double* products);
     template <class RowAt>
     void finish(int32_t y, const double* products, RowAt rowAt)
@@ -113,8 +114,8 @@ struct OwnProductSums {
     int32_t taken = -1;          // the channel
 };
 
-// The size of the planes that are best transformed to correlate rectangles of up to `most`, or 0 x 0 where products are better
-// formed one by one.
+// The size of the planes that are best transformed to correlate rectangles of up to `most`, or 0 x 0 where products are
+// better formed one by one.
 OwnSize ownCorrelationPlane(const OwnCorrelation& correlation, OwnSize most);
 
 // The template's spectrum, of one channel at a time, and planes to correlate with it.

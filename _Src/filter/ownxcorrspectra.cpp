@@ -1,5 +1,5 @@
-// Normalised cross-correlation whose products come from Fourier transforms: block by block, by the method of overlap and save
-// (T. G. Stockham, "High-speed convolution and correlation", AFIPS Spring Joint Computer Conference, 1966).
+// Normalised cross-correlation whose products come from Fourier transforms: block by block, by the method of overlap
+// and save (T. G. Stockham, "High-speed convolution and correlation", AFIPS Spring Joint Computer Conference, 1966).
 #include "kernels/ownconv.h"
 #include "ownxcorr.h"
 

@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* source = "orvgenim";
 
-// The sines of a row's pixels. Of the pixel at (x, y) the phase is N / (16 height) turns, where N is the sum of the squares of
-// (2 x - width + 1) and (2 y - height + 1): a whole number, of which whole turns can be taken away exactly.
+// The sines of a row's pixels. Of the pixel at (x, y) the phase is N / (16 height) turns, where N is the sum of the
+// squares of (2 x - width + 1) and (2 y - height + 1): a whole number, of which whole turns can be taken away exactly.
 class Chirp {
 public:
     Chirp(int32_t imageWidth, int32_t imageHeight)

@@ -84,8 +84,8 @@ struct Sum {
     int64_t offset;
     T operator()(T value, double noise) const
     {
-        // No draw reaches the range of 64 bits, as large as bounds and deviations may be. Whether a sum is cut cannot be foreseen,
-        // so nothing branches on it.
+        // No draw reaches the range of 64 bits, as large as bounds and deviations may be. Whether a sum is cut cannot
+        // be foreseen, so nothing branches on it.
         constexpr int64_t lowest = OwnRange<T>::lowest, highest = OwnRange<T>::highest;
         const int64_t sum = int64_t(noise) + offset + value;
         const int64_t below = (sum - lowest) >> 63, above = (highest - sum) >> 63;
@@ -99,8 +99,8 @@ struct Sum<float> {
     float operator()(float value, double noise) const { return float(value + (noise + offset)); }
 };
 
-// Draws for n values side by side. What is drawn from is a copy that no store of pixels changes, in a function of its own, so that
-// it stays in registers.
+// Draws for n values side by side. What is drawn from is a copy that no store of pixels changes, in a function of its
+// own, so that it stays in registers.
 template <class T, class Noise>
 __attribute__((noinline)) Noise addToValues(Noise noise, const Sum<T> sum, uint8_t* values, ptrdiff_t n)
 {

@@ -60,8 +60,8 @@ constexpr TileTexts destinationTexts = {ORV_TILE_WRITE, "dstImage->tileInfo->cal
                                         "dstImage->tileInfo->tileData == NULL: can't open tile to write",
                                         "dstImage->tileInfo->callBack: can't release tile"};
 
-// Does use(tile) with an image's tile between its opening and its release; false where the walk ends. A tile is released also
-// where the application's function has ended the walk, so that nothing is lost of what was done.
+// Does use(tile) with an image's tile between its opening and its release; false where the walk ends. A tile is
+// released also where the application's function has ended the walk, so that nothing is lost of what was done.
 template <class Use>
 bool withTile(OrvImage* image, const OwnCell& cell, const TileTexts& texts, Use use)
 {
@@ -127,8 +127,8 @@ T integerResult(OrvUserFunc function, T value)
     return ownSaturated<T>(int64_t{function(value)});
 }
 
-// The upper limit is asked for first, so that it also stands for what does not compare; that of 32 bits is one too large, and
-// becomes the lowest value.
+// The upper limit is asked for first, so that it also stands for what does not compare; that of 32 bits is one too
+// large, and becomes the lowest value.
 template <class T>
 T realResult(OrvUserFuncFP function, T value)
 {
@@ -205,7 +205,8 @@ Call::Piece realPiece(uint32_t depth)
 
 // ---- Functions of pixels ------------------------------------------------------------------------------------------
 
-// The pixels of an image's region, all channels of each side by side: where they are, or, of planes, in a row of their own.
+// The pixels of an image's region, all channels of each side by side: where they are, or, of planes, in a row of their
+// own.
 class PixelRows {
 public:
     explicit PixelRows(const OrvImage& of)
@@ -287,7 +288,8 @@ bool processPixels(const Call& call, const OrvImage& src, const OrvImage& dst, c
 
 // ---- Checks -------------------------------------------------------------------------------------------------------
 
-// Those of all three. Faults are told one by one, and the stored status ends the call; without a function it ends in any case.
+// Those of all three. Faults are told one by one, and the stored status ends the call; without a function it ends in
+// any case.
 bool checkImages(OrvImage* src, OrvImage* dst, bool hasFunction)
 {
     if (!report().goodImage(src) || !report().goodImage(dst))

@@ -23,8 +23,8 @@ struct OwnMap {
     // says nothing: where a corner lies beyond the horizon, or the way back is a curved one.
     bool boxOf(const OwnRect& pixels, OwnPositionRange& box) const;
 
-    // A box that holds all rectangles of pixels, up to that size, whose own box meets the one given. False where there is
-    // no telling: for maps that are not linear, and those that are hardly one to one.
+    // A box that holds all rectangles of pixels, up to that size, whose own box meets the one given. False where there
+    // is no telling: for maps that are not linear, and those that are hardly one to one.
     bool pixelsNear(const OwnPositionRange& box, OwnSize size, OwnPositionRange& pixels) const;
 };
 

@@ -12,7 +12,8 @@ constexpr OwnSize cutSize = {64, 64};
 
 constexpr int mostSamples = 4;
 
-// Rows of the ring, a power of two: those of a pixel's samples, of which the last may have been made with the next ones.
+// Rows of the ring, a power of two: those of a pixel's samples, of which the last may have been made with the next
+// ones.
 constexpr int slots = 8;
 static_assert(slots >= mostSamples - 1 + ownScaleRows && OwnBoxRows::slots >= ownScaleRows);
 

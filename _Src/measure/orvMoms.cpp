@@ -57,8 +57,8 @@ void addPiece(OwnMomentSums& sums, const OrvImage& image, const OrvImage* mask)
     ownReadPixels({readRows, &sums, false}, image.depth, &geometry, 1, mask ? &under : nullptr);
 }
 
-// The working rectangle. Its channel is named, since a single channel is read even where it is alpha, which is otherwise
-// skipped.
+// The working rectangle. Its channel is named, since a single channel is read even where it is alpha, which is
+// otherwise skipped.
 OrvROI regionOf(const OrvImage& image, const OwnRect& rect)
 {
     return {ownChannels(image).first + 1, rect.x, rect.y, rect.width, rect.height};
@@ -71,7 +71,8 @@ void addPlain(OwnMomentSums& sums, const OrvImage& image, const OrvImage* mask, 
     addPiece(sums, work.image, mask);
 }
 
-// Tile by tile, with the working rectangle as the image's region meanwhile: what the tile provider sees is what is read.
+// Tile by tile, with the working rectangle as the image's region meanwhile: what the tile provider sees is what is
+// read.
 bool addTiles(OwnMomentSums& sums, OrvImage* image, const OrvImage* mask, const OwnRect& rect)
 {
     OrvROI region = regionOf(*image, rect);
@@ -107,7 +108,8 @@ bool workingRectangle(const OrvImage& image, OwnRect& rect)
     return true;
 }
 
-// Fills the record; false if it stays as it was: nothing is left of the region, or, after a report, a tile does not come.
+// Fills the record; false if it stays as it was: nothing is left of the region, or, after a report, a tile does not
+// come.
 bool fillState(const OwnReport& report, OrvImage* image, OrvMomentState* state)
 {
     OwnRect rect;

@@ -194,8 +194,8 @@ void equalMap(const uint32_t* cumulated, uint16_t* map, int32_t size)
         map[i] = uint16_t(int32_t(cumulated[i] * scale));
 }
 
-// The checks that both maps have before their tables. Several faults of a call are all reported, and the stored status ends it;
-// what memory depends on ends it whatever the report handler does.
+// The checks that both maps have before their tables. Several faults of a call are all reported, and the stored status
+// ends it; what memory depends on ends it whatever the report handler does.
 bool checkImages(const OwnReport& report, OrvImage* src, OrvImage* dst, OrvLUT** lut)
 {
     if (!report.goodImage(src) || !report.goodImage(dst))

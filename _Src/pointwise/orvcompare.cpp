@@ -131,8 +131,8 @@ OwnSize commonSize(const Comparison& call)
     return size;
 }
 
-// Makes `made` the common part of the images' masks and of the masks that these have, if there are any; false if there is no
-// memory. It is made even of one, since a mask may be the result itself.
+// Makes `made` the common part of the images' masks and of the masks that these have, if there are any; false if there
+// is no memory. It is made even of one, since a mask may be the result itself.
 bool makeMask(const Comparison& call, OwnSize size, OwnTempImage& made)
 {
     const OrvImage* first = nullptr;

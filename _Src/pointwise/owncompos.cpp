@@ -30,8 +30,8 @@ Channel channelOf(const OrvImage& image, int32_t channel)
     return {ownRoiStart(image, channel).data, image.widthStep, planes ? 1 : image.nChannels};
 }
 
-// How the colour channels of all images come together: as they lie, with the alpha channels between them, where pixels are
-// as far apart in all; otherwise gathered; planes one by one.
+// How the colour channels of all images come together: as they lie, with the alpha channels between them, where pixels
+// are as far apart in all; otherwise gathered; planes one by one.
 struct Shape {
     int32_t passes, values;  // of a pixel in a pass
     int32_t step;            // lanes of a pixel

@@ -27,8 +27,8 @@ struct OwnCompositeTexts {
             name "->alphaChannel > " name "->nChannels"                                                           \
     }
 
-// True if `image` can be worked on; `size` becomes what it leaves of it. That an alpha channel is the last, and all of its mask, the
-// test of its header sees to.
+// True if `image` can be worked on; `size` becomes what it leaves of it. That an alpha channel is the last, and all of
+// its mask, the test of its header sees to.
 bool ownCompositeImage(const OwnReport& report, OrvImage* image, const OwnCompositeTexts& texts, OwnSize& size);
 
 inline int32_t ownColourCount(const OrvImage& image)
@@ -49,8 +49,8 @@ struct OwnCompositeAlpha {
     int32_t constant = 0;
 };
 
-// One call after its checks: a row kernel with its scalar, or `colour`, is done with A and B, or A alone, and stored in the
-// processed channels of the destination.
+// One call after its checks: a row kernel with its scalar, or `colour`, is done with A and B, or A alone, and stored in
+// the processed channels of the destination.
 struct OwnComposite {
     const OwnReport& report;
     OrvImage* images[OWN_ROLES];
@@ -61,7 +61,8 @@ struct OwnComposite {
     bool multiplies = false;                      // A and B are multiplied by their alphas first
     OwnCompositeKernels::Kernel alpha = nullptr;  // what is stored as the destination's alpha
     OwnCompositeAlpha to = {};                    // where
-    // All of this at once for pixels of four values with their alpha, by whether the destination's is kept; may be missing.
+    // All of this at once for pixels of four values with their alpha, by whether the destination's is kept; may be
+    // missing.
     const OwnPixelKernels::Kernel* whole = nullptr;
 };
 

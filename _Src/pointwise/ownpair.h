@@ -3,7 +3,8 @@
 
 #include "../core/ownframe.h"
 
-// False after a report, whose line is that of the call. `bitsHaveNoOrder`: the data order of 1U images is not looked at.
+// False after a report, whose line is that of the call. `bitsHaveNoOrder`: the data order of 1U images is not looked
+// at.
 bool ownGoodPair(const OwnReport& report, OrvImage* src, OrvImage* dst, bool bitsHaveNoOrder,
                  int32_t line = __builtin_LINE());
 

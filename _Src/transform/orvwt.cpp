@@ -4,8 +4,8 @@
 //   orvWtReconstruct   merges four subbands
 //
 // Both work on lines that are split into even and odd samples and pair the outputs of two filters (see ownwt.h). Lines
-// carry their periodic continuation on both sides, as far as the filters reach. Of the rows between the two directions only
-// as many are kept as the filters span, in a ring; an image that is lower than that is kept as a whole.
+// carry their periodic continuation on both sides, as far as the filters reach. Of the rows between the two directions
+// only as many are kept as the filters span, in a ring; an image that is lower than that is kept as a whole.
 #include <cstring>
 
 #include "../core/ownregion.h"
@@ -131,8 +131,8 @@ int32_t checkSizes(const OwnReport& report, const Images& images, const Texts& t
     return ORV_STATUS_OK;
 }
 
-// All checks of a call but that of the kernel's pointer, and the picture's region. The status of the first failure, which has
-// been reported.
+// All checks of a call but that of the kernel's pointer, and the picture's region. The status of the first failure,
+// which has been reported.
 int32_t check(const OwnReport& report, const OrvWtFilter& low, const OrvWtFilter& high, const Images& images,
               const Texts& texts, OwnGeometry& region)
 {
@@ -208,9 +208,9 @@ struct Lines {
 
 // ---- Analysis -------------------------------------------------------------------------------------------------------
 
-// Both filters of the analysis side by side. Step i of a line takes the samples from 2 i + last down to 2 i + first, and
-// yields output i of the low-pass filter and output i - shift of the high-pass filter, which is the one that takes about
-// the same samples.
+// Both filters of the analysis side by side. Step i of a line takes the samples from 2 i + last down to 2 i + first,
+// and yields output i of the low-pass filter and output i - shift of the high-pass filter, which is the one that takes
+// about the same samples.
 struct Analysis {
     int64_t shift;
     int64_t first, last;
@@ -233,8 +233,8 @@ struct Analysis {
     }
 };
 
-// Splits a picture. The rows that went through the filters along x wait in a ring for those along y, which take two steps at
-// a time where they can: most of their rows are the same.
+// Splits a picture. The rows that went through the filters along x wait in a ring for those along y, which take two
+// steps at a time where they can: most of their rows are the same.
 struct Decomposition {
     const OwnWtKernels& kernels = ownWtKernels();
     const OwnGeometry& src;
@@ -243,8 +243,8 @@ struct Decomposition {
     int64_t columns = (int64_t{src.width} + 1) / 2;
     int64_t rows = (int64_t{src.height} + 1) / 2;
 
-    // A row goes through the filters in chunks, whose samples stay in the nearest cache. A chunk of n steps takes n + reach
-    // pairs of samples.
+    // A row goes through the filters in chunks, whose samples stay in the nearest cache. A chunk of n steps takes n +
+    // reach pairs of samples.
     int64_t reach = floorDiv2(analysis.last) - floorDiv2(analysis.first);
     int64_t chunk = larger(256, 4 * reach);
     OwnScratch<uint8_t> edge{2 * (chunk + reach)};    // the pixels of a chunk that goes beyond an end of the row
@@ -255,7 +255,8 @@ struct Decomposition {
     int64_t depth = whole ? 2 * rows : analysis.count + 2;  // rows of the ring
     int64_t half = ((columns + 15) & -16) + 16;             // floats of a filtered row and its way to the next
     OwnScratch<float> ring{2 * half * depth};               // low-pass, then high-pass half
-    // The halves from the last slot of the ring down, repeated so that a step finds its rows side by side wherever it begins.
+    // The halves from the last slot of the ring down, repeated so that a step finds its rows side by side wherever it
+    // begins.
     OwnScratch<const void*> lowRows{depth + analysis.count + 2};
     OwnScratch<const void*> highRows{depth + analysis.count + 2};
 
@@ -277,8 +278,8 @@ struct Decomposition {
     // The slot of a row of the continued picture.
     int64_t slotOf(int64_t y) const { return modulo(whole ? y : y - analysis.first, depth); }
 
-    // Pixels of a row for `pairs` pairs of samples from pair `first` on, wherever they lie. The row goes on periodically, its
-    // last pixel doubled where the width is odd.
+    // Pixels of a row for `pairs` pairs of samples from pair `first` on, wherever they lie. The row goes on
+    // periodically, its last pixel doubled where the width is odd.
     const uint8_t* pixelsOf(const uint8_t* row, int64_t first, int64_t pairs)
     {
         if (first >= 0 && 2 * (first + pairs) <= src.width)
@@ -307,7 +308,8 @@ struct Decomposition {
         }
     }
 
-    // Takes `steps` steps, one or two, along columns from..to of one half of the ring, into two subbands from column `out` on.
+    // Takes `steps` steps, one or two, along columns from..to of one half of the ring, into two subbands from column
+    // `out` on.
     void filterColumns(const void* const* window, int64_t i, int steps, int64_t from, int64_t to, const OrvImage& low,
                        const OrvImage& high, int64_t out)
     {
@@ -347,9 +349,9 @@ struct Decomposition {
 
 // ---- Synthesis ------------------------------------------------------------------------------------------------------
 
-// Both filters of the synthesis, without the products with the zeros between samples. Step m of a line yields the outputs
-// 2 m + phase and the next one; it takes the low-pass samples from m + lowLast down, then the high-pass ones from
-// m + highLast down. With the phase that suits the offsets both outputs take the same samples.
+// Both filters of the synthesis, without the products with the zeros between samples. Step m of a line yields the
+// outputs 2 m + phase and the next one; it takes the low-pass samples from m + lowLast down, then the high-pass ones
+// from m + highLast down. With the phase that suits the offsets both outputs take the same samples.
 struct Synthesis {
     int64_t phase;
     int64_t lowFirst, lowLast;

@@ -4,8 +4,8 @@
 #include "../core/owncontext.h"
 #include "../core/ownscratch.h"
 
-// The calling thread's record of a cache, made empty at first use. NULL if there is no memory. Record has a static function
-// `release` that frees a record and all that hangs on it.
+// The calling thread's record of a cache, made empty at first use. NULL if there is no memory. Record has a static
+// function `release` that frees a record and all that hangs on it.
 template <class Record>
 Record* ownCacheRecord(OwnCacheSlot slot)
 {
@@ -51,7 +51,8 @@ struct OwnLengthTables {
     }
 };
 
-// Calls `work`, which is false where it has no memory or finds no place for its tables; then once more with an empty cache.
+// Calls `work`, which is false where it has no memory or finds no place for its tables; then once more with an empty
+// cache.
 template <class Work>
 bool ownTryTwice(OwnCacheSlot slot, Work work)
 {

@@ -1,5 +1,5 @@
-// The cosine transform of one channel after another: rows go from the source into a work image, columns from there to the
-// destination, in groups of as many lines as a block of the Fourier transform has lanes.
+// The cosine transform of one channel after another: rows go from the source into a work image, columns from there to
+// the destination, in groups of as many lines as a block of the Fourier transform has lanes.
 #include "owndctdrive.h"
 
 #include "../core/ownregion.h"
@@ -88,8 +88,8 @@ struct Memory {
     }
 };
 
-// Floats from row to row of the work image. Columns of rows that lie a large power of two apart would share a few places of
-// the cache.
+// Floats from row to row of the work image. Columns of rows that lie a large power of two apart would share a few
+// places of the cache.
 int64_t rowStepOf(int32_t width)
 {
     return int64_t{width} + (width % 256 == 0 ? 16 : 0);

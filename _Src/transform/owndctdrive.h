@@ -14,5 +14,6 @@ struct OwnDctPlan {
 // Regions of 8 x 8, which need no memory.
 void ownDctBlocks(const OwnDctPlan& plan);
 
-// Regions of any size, with the tables of their width and height. False if there is no memory; then nothing has been stored.
+// Regions of any size, with the tables of their width and height. False if there is no memory; then nothing has been
+// stored.
 bool ownDctLines(const OwnDctPlan& plan, const OwnDctLength& rowTable, const OwnDctLength& columnTable);

@@ -22,8 +22,8 @@ int32_t reverse(int32_t index, int32_t bits)
     return reversed;
 }
 
-// The middle bits of the indices to exchange, as byte offsets of complex values: pairs, then 0; and from the end, which is
-// entry `quarter`, those that stay, down to 0.
+// The middle bits of the indices to exchange, as byte offsets of complex values: pairs, then 0; and from the end, which
+// is entry `quarter`, those that stay, down to 0.
 const int32_t* bitReversal(OwnFftCaches& caches, int32_t log2)
 {
     int32_t*& table = caches.bitReversal[log2];

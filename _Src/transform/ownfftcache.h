@@ -28,8 +28,8 @@ T* ownFftWork(OwnFftCaches& caches, OwnFftBuffer buffer, int64_t count);
 
 const OwnFourierTable<float>* ownFftTable(OwnFftCaches& caches, int32_t length);
 
-// Fills in what transforms real lines of the length, or complex ones, in fixed point. Work space of the direct transform is
-// left out. False if there is no memory, or no place for one more direct table.
+// Fills in what transforms real lines of the length, or complex ones, in fixed point. Work space of the direct
+// transform is left out. False if there is no memory, or no place for one more direct table.
 bool ownFftRealTables(OwnFftCaches& caches, int32_t length, OwnFftFixedLength& tables);
 bool ownFftComplexTables(OwnFftCaches& caches, int32_t length, OwnFftFixedLength& tables);
 

@@ -1,8 +1,8 @@
 // The driver of the Fourier transforms.
 //
-// All memory is taken before anything is stored; then channel after channel goes through two passes. Rows and columns pass in
-// groups of as many as a block has lanes. Real to packed, a group of columns is stored as soon as it is transformed; by then
-// all rows have been read, so that the images may be the same. Packed to real likewise.
+// All memory is taken before anything is stored; then channel after channel goes through two passes. Rows and columns
+// pass in groups of as many as a block has lanes. Real to packed, a group of columns is stored as soon as it is
+// transformed; by then all rows have been read, so that the images may be the same. Packed to real likewise.
 #include "ownfftdrive.h"
 
 #include "../core/ownregion.h"

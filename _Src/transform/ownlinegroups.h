@@ -13,8 +13,8 @@ void ownEachGroup(int32_t all, int32_t lanes, Pass pass)
 
 enum OwnLanes { OWN_SINGLE_LINES, OWN_VECTOR_LANES };
 
-// Whether `count` lines of a length go side by side. Blocks of vector lanes hold lines that are not there if there are too
-// few; up to some size nobody minds.
+// Whether `count` lines of a length go side by side. Blocks of vector lanes hold lines that are not there if there are
+// too few; up to some size nobody minds.
 inline OwnLanes ownLanesFor(int32_t count, int32_t lanes, int64_t length)
 {
     constexpr int64_t smallBlock = 1 << 19;

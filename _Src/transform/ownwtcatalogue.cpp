@@ -5,9 +5,10 @@
 //   Daubechies, Symlets, Coiflets   I. Daubechies, "Ten Lectures on Wavelets" (SIAM, 1992), tables 6.1, 6.3 and 8.1
 //   Coiflet of order 1              G. Beylkin, R. Coifman and V. Rokhlin, "Fast wavelet transforms and numerical
 //                                   algorithms I", Comm. Pure Appl. Math. 44 (1991)
-//   24 taps                         P. P. Vaidyanathan and P.-Q. Hoang, "Lattice structures for optimal design and robust
-//                                   implementation of two-channel perfect-reconstruction QMF banks", IEEE Trans. ASSP-36
-//                                   (1988)
+//   24 taps                         P. P. Vaidyanathan and P.-Q. Hoang, "Lattice structures for optimal design and
+//   robust
+//                                   implementation of two-channel perfect-reconstruction QMF banks", IEEE Trans.
+//                                   ASSP-36 (1988)
 //
 // B-spline pairs are computed: A. Cohen, I. Daubechies and J.-C. Feauveau, "Biorthogonal bases of compactly supported
 // wavelets", Comm. Pure Appl. Math. 45 (1992).
@@ -107,9 +108,9 @@ constexpr double symlet10[] = {
     -0.02035493981231111, -0.00080435893201645, 0.00459317358531179,  0.00005703608361850,  -0.00045932942100465,
 };
 
-// Coiflets: both functions have vanishing moments, the scaling function about its largest tap. There are two of six taps,
-// of which this one has that tap at its offset. Those of orders 4 and 5 have the digits that were published: their
-// equations are so flat that more exact solutions differ in the eighth and in the fifth place.
+// Coiflets: both functions have vanishing moments, the scaling function about its largest tap. There are two of six
+// taps, of which this one has that tap at its offset. Those of orders 4 and 5 have the digits that were published:
+// their equations are so flat that more exact solutions differ in the eighth and in the fifth place.
 constexpr double coiflet1[] = {
     0.03858077774788675, -0.12696912539620519, -0.07716155549577350,
     0.60749164138568414, 0.74568755893443427,  0.22658426519706857,
@@ -159,7 +160,8 @@ struct Bank {
     float recHigh[A];
 };
 
-// High-pass filters are the other side's low-pass ones with alternating signs, which cancels what the two channels alias.
+// High-pass filters are the other side's low-pass ones with alternating signs, which cancels what the two channels
+// alias.
 template <int A, int B>
 constexpr Bank<A, B> bankOf(const double (&decLow)[A], const double (&recLow)[B])
 {
@@ -205,8 +207,8 @@ constexpr void addProduct(double (&sum)[N], double factor, int shift, int plus, 
             sum[shift + i + j] += factor * binomial(plus, i) * binomial(minus, j) * (j % 2 ? -1 : 1);
 }
 
-// The B-spline with p + 1 taps and its dual with q vanishing moments. Their product is the half-band filter of p + q zeros
-// at -1, of which each has its share.
+// The B-spline with p + 1 taps and its dual with q vanishing moments. Their product is the half-band filter of p + q
+// zeros at -1, of which each has its share.
 template <int P, int Q>
 constexpr Bank<P + 1, P + 2 * Q - 1> spline()
 {

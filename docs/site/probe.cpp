@@ -53,7 +53,8 @@ std::string depthName(uint32_t depth)
 
 enum class Role { source, alpha, model, destination, both, fixed };
 
-// Alphas are images of one channel like the sources, a model is one without tiles; masks and maps stay as they were given.
+// Alphas are images of one channel like the sources, a model is one without tiles; masks and maps stay as they were
+// given.
 std::vector<Role> rolesOf(const Call& call)
 {
     std::vector<std::string> names;
@@ -78,8 +79,8 @@ std::vector<Role> rolesOf(const Call& call)
     return roles;
 }
 
-// What a call has done: whether it was well, whether pixels changed, and what there is afterwards: the destinations' pixels,
-// and a digest of what was returned.
+// What a call has done: whether it was well, whether pixels changed, and what there is afterwards: the destinations'
+// pixels, and a digest of what was returned.
 struct Outcome {
     bool good = false, changed = false;
     std::vector<uint8_t> pixels;

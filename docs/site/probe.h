@@ -1,5 +1,5 @@
-// Looks at what functions take: of every function that the gallery calls the first calls are tried with images of all kinds,
-// in a process of their own, and what was reported and changed becomes a row of a table.
+// Looks at what functions take: of every function that the gallery calls the first calls are tried with images of all
+// kinds, in a process of their own, and what was reported and changed becomes a row of a table.
 #pragma once
 
 #include <orv.h>

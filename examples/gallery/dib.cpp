@@ -10,8 +10,8 @@ namespace gallery {
 
 namespace {
 
-// A bitmap as large as an image, with its palette and its pixels in one block. Bitmaps last as long as the program, so that
-// entries can show images that share their pixels.
+// A bitmap as large as an image, with its palette and its pixels in one block. Bitmaps last as long as the program, so
+// that entries can show images that share their pixels.
 BITMAPINFOHEADER* bitmapFor(Stage& stage, const char* name, const OrvImage* image, int bits,
                             uint32_t compression = BI_RGB)
 {

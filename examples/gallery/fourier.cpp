@@ -40,8 +40,8 @@ void ccsFft(Stage& stage)
     CALL(orvCcsFft2D(srcImage, dstImage, ORV_FFT_INVERSE));
 }
 
-// A disc of values that add up to 1, its centre at the origin and its other three quarters in the other corners, so that
-// nothing moves.
+// A disc of values that add up to 1, its centre at the origin and its other three quarters in the other corners, so
+// that nothing moves.
 Image lens(int size, double radius)
 {
     Image image(1, ORV_DEPTH_32F, size, size);

@@ -3,8 +3,8 @@
 //     orvz3_gallery [--photos FOLDER] [--out FOLDER] [--reference PATH] [--runs N] [--only NAME] [--calls]
 //                   [--programs FOLDER]
 //
-// Without --runs every entry is run until its times are steady. With --calls it prints the functions that are called, and with
-// --out none makes no page.
+// Without --runs every entry is run until its times are steady. With --calls it prints the functions that are called,
+// and with --out none makes no page.
 //
 // An entry whose calls report an error, or whose results are what they were before, fails, and the program with it.
 #include <algorithm>

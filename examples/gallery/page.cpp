@@ -191,7 +191,8 @@ void Page::add(const Family& family, const Entry& entry, const Stage& stage)
     entries.push_back(std::move(shown));
 }
 
-// Calls `each` for every run of entries of the same family: whether its subsystem begins, its first entry and its last but one.
+// Calls `each` for every run of entries of the same family: whether its subsystem begins, its first entry and its last
+// but one.
 template <class Each>
 void Page::forFamilies(Each each) const
 {

@@ -11,13 +11,13 @@ namespace gallery {
 
 class Page {
 public:
-    // `folder` is made if need be; pictures of an earlier page in it are removed. `reference` is where the page finds the
-    // reference of the functions.
+    // `folder` is made if need be; pictures of an earlier page in it are removed. `reference` is where the page finds
+    // the reference of the functions.
     Page(const std::string& folder, const std::string& reference);
 
     void add(const Family& family, const Entry& entry, const Stage& stage);
-    // Writes index.html and returns its path. `head` is the text below the title, in HTML. Beside it index.tsv tells which
-    // entries show which functions.
+    // Writes index.html and returns its path. `head` is the text below the title, in HTML. Beside it index.tsv tells
+    // which entries show which functions.
     std::string write(const std::string& head) const;
 
 private:

@@ -8,7 +8,7 @@ namespace gallery {
 
 namespace {
 
-// ---- Two images ------------------------------------------------------------------------------------------------------
+// ---- Two images ----------------------------------------------------------------------------------------------------
 
 // The coffee, as large as the cat.
 Image smallCoffee()
@@ -110,7 +110,7 @@ void xorTwice(Stage& stage)
     CALL(orvXor(secret, key, again));
 }
 
-// ---- An image and a scalar -------------------------------------------------------------------------------------------
+// ---- An image and a scalar -----------------------------------------------------------------------------------------
 
 // The common frame of these entries: one photograph and one call on it.
 #define PHOTO_CALL(name, photograph, ...)                                                                             \
@@ -166,7 +166,7 @@ void rShiftS(Stage& stage)
     stage.note("Three bits are left of eight: values from 0 to 7.");
 }
 
-// ---- One image -------------------------------------------------------------------------------------------------------
+// ---- One image -----------------------------------------------------------------------------------------------------
 
 PHOTO_CALL(notImage, photo("astronaut"), orvNot(srcImage, dstImage))
 

@@ -1,5 +1,6 @@
-// Programs are put together from what an entry has made and called. What its calls mention beside images is looked up in the
-// entry's own source; what cannot stand there without the gallery is declared by its type, which the headers tell.
+// Programs are put together from what an entry has made and called. What its calls mention beside images is looked up
+// in the entry's own source; what cannot stand there without the gallery is declared by its type, which the headers
+// tell.
 #include "snippet.h"
 
 #include <algorithm>
@@ -98,7 +99,8 @@ struct Piece {
     bool used = false;
 };
 
-// What a declaration or a function of plain types declares: the last word of each part between commas, up to what it is given.
+// What a declaration or a function of plain types declares: the last word of each part between commas, up to what it is
+// given.
 std::set<std::string> declaredIn(const std::string& text)
 {
     static const std::regex type(R"((?:static |const |constexpr )*)"
@@ -158,7 +160,8 @@ std::vector<Piece> piecesOf(const std::string& text)
     return pieces;
 }
 
-// The text between the braces of the function that a line of a source belongs to; nothing for a function that a macro made.
+// The text between the braces of the function that a line of a source belongs to; nothing for a function that a macro
+// made.
 std::string bodyAround(const Place& place, const std::string& source)
 {
     size_t at = 0;

@@ -1,5 +1,5 @@
-// The stage on which an entry of the gallery performs: it takes the entry's images, shows them before and after its calls,
-// keeps the calls' source text and times, and sees whether they did what they should.
+// The stage on which an entry of the gallery performs: it takes the entry's images, shows them before and after its
+// calls, keeps the calls' source text and times, and sees whether they did what they should.
 #pragma once
 
 #include <chrono>
@@ -77,8 +77,8 @@ public:
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
 
-    // Images of an entry, named as in its calls. A source is shown as it is before the first timed call, a target after the
-    // last, an image that is both, twice. What a target holds must change.
+    // Images of an entry, named as in its calls. A source is shown as it is before the first timed call, a target after
+    // the last, an image that is both, twice. What a target holds must change.
     Image& source(const char* name, Image image, View view = {});
     Image& target(const char* name, Image image, View view = {});
     Image& inPlace(const char* name, Image image, View view = {});

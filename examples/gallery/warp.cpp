@@ -73,8 +73,8 @@ Box boxOf(const double (&bound)[2][2], const char* label)
     return {x, y, int(std::ceil(bound[1][0])) - x + 1, int(std::ceil(bound[1][1])) - y + 1, label};
 }
 
-// What an entry for a kind of map works with: a region of 400 by 300 pixels that is led to a quadrangle, and a smaller one in
-// it that takes the same way.
+// What an entry for a kind of map works with: a region of 400 by 300 pixels that is led to a quadrangle, and a smaller
+// one in it that takes the same way.
 template <class Coeffs>
 struct MapScene {
     Image& image;

@@ -56,8 +56,9 @@ static uint32_t tableEntries(const BITMAPINFOHEADER* header)
     return header->biBitCount != 24 && header->biCompression == BI_BITFIELDS ? 3 : 0;
 }
 
-/* The bitmap of a file in one block, as the library wants it: a header of 40 bytes, palette or masks, pixels. The library
- * reads what a header promises; whether a file holds that much is for the program to see. Returns NULL if it does not. */
+/* The bitmap of a file in one block, as the library wants it: a header of 40 bytes, palette or masks, pixels. The
+ * library reads what a header promises; whether a file holds that much is for the program to see. Returns NULL if it
+ * does not. */
 static BITMAPINFOHEADER* packedBitmap(const uint8_t* file, size_t size)
 {
     BITMAPINFOHEADER header;

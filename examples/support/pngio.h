@@ -11,13 +11,13 @@
 extern "C" {
 #endif
 
-/* Loads a PNG file into a new image of depth 8U with 1 to 4 channels side by side: grey, grey and alpha, RGB, or RGB and
- * alpha. Returns NULL if that fails. The image goes back through orvDeallocate(image, ORV_IMAGE_ALL). */
+/* Loads a PNG file into a new image of depth 8U with 1 to 4 channels side by side: grey, grey and alpha, RGB, or RGB
+ * and alpha. Returns NULL if that fails. The image goes back through orvDeallocate(image, ORV_IMAGE_ALL). */
 OrvImage* pngLoad(const char* path);
 
-/* Saves an image as a PNG file: any layout, origin, tiles included, of depth 8U with 1 to 4 channels or of depth 1U, which
- * becomes black and white. The channels' order is taken from channelSeq where it begins with BGR. Returns 1, or 0 if that
- * fails. */
+/* Saves an image as a PNG file: any layout, origin, tiles included, of depth 8U with 1 to 4 channels or of depth 1U,
+ * which becomes black and white. The channels' order is taken from channelSeq where it begins with BGR. Returns 1, or 0
+ * if that fails. */
 int pngSave(const char* path, OrvImage* image);
 
 #ifdef __cplusplus

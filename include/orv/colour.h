@@ -21,33 +21,35 @@ extern "C" {
  *     LUV    "LUV"             "LUV"            the CIE's lightness and two colour coordinates
  *     YUV    "YUV"             "YUV"            luminance, blue difference, red difference
  *     YCrCb  "YCr"             "YCr"            luminance, blue difference Cb, red difference Cr, in this order
- *     YCC    "YCC"             "YCC"            luminance, blue difference C1, red difference C2, of photographs on disc
+ *     YCC    "YCC"             "YCC"            luminance, blue difference C1, red difference C2, of photographs on
+ *     disc
  *
- * Where pixels lie side by side, colours are R, G, B if `channelSeq` begins with R, and B, G, R otherwise. Planes of R, G and
- * B are found by their letters. Other models always have their values in channels 1, 2 and 3. More source channels, alpha too,
- * are not looked at.
+ * Where pixels lie side by side, colours are R, G, B if `channelSeq` begins with R, and B, G, R otherwise. Planes of R,
+ * G and B are found by their letters. Other models always have their values in channels 1, 2 and 3. More source
+ * channels, alpha too, are not looked at.
  *
- * Whole images are converted, as far as both reach: masks and channels of interest have no effect, and regions are refused
- * unless a function says otherwise. The images may be tiled: the destination's tiles are walked, or else the source's. They
- * must be two images. orvRGB2... functions write the destination's colorModel and channelSeq.
+ * Whole images are converted, as far as both reach: masks and channels of interest have no effect, and regions are
+ * refused unless a function says otherwise. The images may be tiled: the destination's tiles are walked, or else the
+ * source's. They must be two images. orvRGB2... functions write the destination's colorModel and channelSeq.
  *
- * In the formulas x >> n rounds down, [x] rounds toward zero, and sums of 8U and 16U are of 32 bits, beyond which they wrap.
- * "cut" is the limit to the depth's range. What is stored without one keeps its low bits. Full scale, F, is 255 at 8U, 65535
- * at 16U, and 4294967295 at 32S, where values are counted from -2147483648 in the models with a hue, and taken as they are in
- * all others. Models with a hue, 32S and 32F are computed in double precision, from left to right; constants of 32F are
- * rounded to single precision before, and its results once at the end. What is no number at 32F stays none unless a limit is
- * told.
+ * In the formulas x >> n rounds down, [x] rounds toward zero, and sums of 8U and 16U are of 32 bits, beyond which they
+ * wrap. "cut" is the limit to the depth's range. What is stored without one keeps its low bits. Full scale, F, is 255
+ * at 8U, 65535 at 16U, and 4294967295 at 32S, where values are counted from -2147483648 in the models with a hue, and
+ * taken as they are in all others. Models with a hue, 32S and 32F are computed in double precision, from left to right;
+ * constants of 32F are rounded to single precision before, and its results once at the end. What is no number at 32F
+ * stays none unless a limit is told.
  *
- * All report an image's fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for what the function names; then, under the
- * function's inner name (ownRGB2HSV for orvRGB2HSV) and when the destination's model has been written, ORV_STATUS_BAD_ARG for
- * a depth that it does not have; then ORV_STATUS_ERROR for a tile that does not come. Tiles done before stay done.
+ * All report an image's fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for what the function names; then, under
+ * the function's inner name (ownRGB2HSV for orvRGB2HSV) and when the destination's model has been written,
+ * ORV_STATUS_BAD_ARG for a depth that it does not have; then ORV_STATUS_ERROR for a tile that does not come. Tiles done
+ * before stay done.
  *
- * "RGB reports" stands for ORV_STATUS_BAD_ARG if, in this order: the RGB image's colorModel, then its channelSeq, is another;
- * the other image's, where it is the source, is; one has a region; the source has fewer than 3 channels, the destination has
- * not exactly 3, or depths, data orders or origins differ. */
+ * "RGB reports" stands for ORV_STATUS_BAD_ARG if, in this order: the RGB image's colorModel, then its channelSeq, is
+ * another; the other image's, where it is the source, is; one has a region; the source has fewer than 3 channels, the
+ * destination has not exactly 3, or depths, data orders or origins differ. */
 
-/* Makes grey of colours, from the weighted sums w = 54 R + 183 G + 18 B, whose weights have the sum 255, so that white of 8U
- * becomes 254, and, at 32S, v(n) = 109 (R >> n) + 366 (G >> n) + 37 (B >> n), which takes values to be positive:
+/* Makes grey of colours, from the weighted sums w = 54 R + 183 G + 18 B, whose weights have the sum 255, so that white
+ * of 8U becomes 254, and, at 32S, v(n) = 109 (R >> n) + 366 (G >> n) + 37 (B >> n), which takes values to be positive:
  *
  *             to 8U          to 16U         to 1U, a bit is set if
  *     8U      w >> 8         w              w >> 8 > 127
@@ -56,13 +58,13 @@ extern "C" {
  *
  * Other pairs are refused. Regions have no effect. Of a destination in planes the first one is written.
  *
- * Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a destination that is not grey; one in pixels with more than one
- * channel; origins that differ; a pair of depths; a source with fewer than 3 channels. */
+ * Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a destination that is not grey; one in pixels with more than
+ * one channel; origins that differ; a pair of depths; a source with fewer than 3 channels. */
 ORV_API(void) orvColorToGray(OrvImage* src, OrvImage* dst);
 
-/* Makes colours of grey: each of R, G and B is the grey value g times its own weight, which is at 8U W = [256 weight] and at
- * 16U and 32S W = [32768 weight], of which the low 16 bits count (at 32S all 32). Where the low 16 bits of all three are 0
- * they are 54, 183, 18 at 8U, 109, 366, 37 with a shift of 9 at 16U, and 6968, 23434, 2364 at 32S.
+/* Makes colours of grey: each of R, G and B is the grey value g times its own weight, which is at 8U W = [256 weight]
+ * and at 16U and 32S W = [32768 weight], of which the low 16 bits count (at 32S all 32). Where the low 16 bits of all
+ * three are 0 they are 54, 183, 18 at 8U, 109, 366, 37 with a shift of 9 at 16U, and 6968, 23434, 2364 at 32S.
  *
  *     8U      g W >> 8
  *     16U     g W >> 15
@@ -71,15 +73,15 @@ ORV_API(void) orvColorToGray(OrvImage* src, OrvImage* dst);
  *
  * Regions have no effect. A destination in pixels keeps its further channels.
  *
- * Reports ORV_STATUS_BAD_ARG for a destination that is not RGB; a source that is not grey; depths that differ and are not 1U
- * and 8U; a source in pixels with a destination in planes; a source in pixels with more than one channel; origins that
- * differ; a depth; a destination with fewer than 3 channels. */
+ * Reports ORV_STATUS_BAD_ARG for a destination that is not RGB; a source that is not grey; depths that differ and are
+ * not 1U and 8U; a source in pixels with a destination in planes; a source in pixels with more than one channel;
+ * origins that differ; a depth; a destination with fewer than 3 channels. */
 ORV_API(void) orvGrayToColor(OrvImage* src, OrvImage* dst, float weightR, float weightG, float weightB);
 
 /* RGB to hue, saturation and value; 8U, 16U, 32S. With mx the largest and mn the smallest of R, G, B, and d = mx - mn:
  *
- *     degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360 below 0
- *     hue          [degrees F / 360], 0 for grey
+ *     degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360
+ *     below 0 hue          [degrees F / 360], 0 for grey
  *     saturation   [(d / mx) F], 0 for black
  *     value        mx
  *
@@ -88,16 +90,16 @@ ORV_API(void) orvGrayToColor(OrvImage* src, OrvImage* dst, float weightR, float 
  * A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978). */
 ORV_API(void) orvRGB2HSV(OrvImage* src, OrvImage* dst);
 
-/* HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = (360 H / F) / 60, where 6 counts as 0,
- * the sector k = [h - 0.5], f = h - k and s = S / F:
+/* HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = (360 H / F) / 60, where 6 counts
+ * as 0, the sector k = [h - 0.5], f = h - k and s = S / F:
  *
  *     p = [V (1 - s)]    q = [V (1 - s f)]    t = [V (1 - s (1 - f))]
  *
  *     k        0        1        2        3        4        5
  *     R, G, B  V, t, p  q, V, p  p, V, t  p, q, V  t, p, V  V, p, q
  *
- * Sectors begin half a sector late, before which f is up to 1.5, and q or t leave the range and keep their low bits. At 32S p,
- * q and t are [x - 2147483648.5]. RGB reports. */
+ * Sectors begin half a sector late, before which f is up to 1.5, and q or t leave the range and keep their low bits. At
+ * 32S p, q and t are [x - 2147483648.5]. RGB reports. */
 ORV_API(void) orvHSV2RGB(OrvImage* src, OrvImage* dst);
 
 /* RGB to hue, lightness and saturation; 8U, 16U, 32S. With the terms of orvRGB2HSV:
@@ -108,11 +110,12 @@ ORV_API(void) orvHSV2RGB(OrvImage* src, OrvImage* dst);
  *
  * At 32S all three are [x - 2147483648]. RGB reports.
  *
- * J. D. Foley, A. van Dam, S. K. Feiner, J. F. Hughes, "Computer Graphics: Principles and Practice" (1990), chapter 13. */
+ * J. D. Foley, A. van Dam, S. K. Feiner, J. F. Hughes, "Computer Graphics: Principles and Practice" (1990), chapter 13.
+ * */
 ORV_API(void) orvRGB2HLS(OrvImage* src, OrvImage* dst);
 
-/* HLS to RGB; 8U, 16U, 32S. A saturation of 0 gives three times L. Otherwise, with l = L / F, s = S / F, m2 = (1 + s) l if
- * l <= 0.5, else l + s - l s, m1 = 2 l - m2, and c(a) for an angle a of a full circle of 360:
+/* HLS to RGB; 8U, 16U, 32S. A saturation of 0 gives three times L. Otherwise, with l = L / F, s = S / F, m2 = (1 + s) l
+ * if l <= 0.5, else l + s - l s, m1 = 2 l - m2, and c(a) for an angle a of a full circle of 360:
  *
  *     c(a)     m1 + (m2 - m1) a / 60 below 60, m2 below 180, m1 + (m2 - m1) (240 - a) / 60 below 240, m1 otherwise
  *     R, G, B  [F c(a + 120)], [F c(a)], [F c(a - 120)] with a = 360 H / F
@@ -148,7 +151,8 @@ ORV_API(void) orvRGB2XYZ(OrvImage* src, OrvImage* dst);
  * RGB reports. */
 ORV_API(void) orvXYZ2RGB(OrvImage* src, OrvImage* dst);
 
-/* RGB to LUV; 32F, of full scale 1. X, Y and Z are those of orvRGB2XYZ at 32F. Where Y is at most 0.01 all three are 0, otherwise
+/* RGB to LUV; 32F, of full scale 1. X, Y and Z are those of orvRGB2XYZ at 32F. Where Y is at most 0.01 all three are 0,
+ * otherwise
  *
  *     r = 1 / (X + 15 Y + 3 Z)
  *     L = 116 Y^0.3333333432674408 - 16
@@ -175,16 +179,16 @@ ORV_API(void) orvLUV2RGB(OrvImage* src, OrvImage* dst);
  *              V = cut[0.617 R - 0.517 G - 0.1 B]
  *     32F      the same sums, not cut
  *
- * Of 8U, an image of three channels in pixels may also go into planes, by sums of its own, in which t = 19595 R + 38470 G +
- * 7471 B:
+ * Of 8U, an image of three channels in pixels may also go into planes, by sums of its own, in which t = 19595 R + 38470
+ * G + 7471 B:
  *
  *     Y = t >> 16
  *     U =     (((65536 B - t + 32767) >> 16) 32244 >> 16) + 128
  *     V = cut((((65536 R - t + 32767) >> 16) 57475 >> 16) + 128)
  *
- * Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a region; depths that differ; fewer than 3 source channels, other
- * than 3 destination channels, data orders or origins that differ, unless it is that case, which compares no origins and
- * wants 3 planes at least. */
+ * Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a region; depths that differ; fewer than 3 source channels,
+ * other than 3 destination channels, data orders or origins that differ, unless it is that case, which compares no
+ * origins and wants 3 planes at least. */
 ORV_API(void) orvRGB2YUV(OrvImage* src, OrvImage* dst);
 
 /* YUV to RGB; 8U, 16U, 32S, 32F. At 8U u = U - 127, v = V - 127, at 16U u = U - 32767, v = V - 32767.
@@ -200,7 +204,8 @@ ORV_API(void) orvRGB2YUV(OrvImage* src, OrvImage* dst);
  *     G = cut((65536 Y - 25820 u - 38075 v) >> 16)
  *     B = cut((65536 Y + 133168 u) >> 16)
  *
- * Reports ORV_STATUS_BAD_ARG as orvRGB2YUV, but for a source that is not YUV; the destination's model is not looked at. */
+ * Reports ORV_STATUS_BAD_ARG as orvRGB2YUV, but for a source that is not YUV; the destination's model is not looked at.
+ * */
 ORV_API(void) orvYUV2RGB(OrvImage* src, OrvImage* dst);
 
 /* RGB to YCrCb; 8U, 16U, 32S, 32F. 8U takes differences from Y, the largest of which leave the range.
@@ -247,14 +252,14 @@ ORV_API(void) orvYCC2RGB(OrvImage* src, OrvImage* dst);
 
 /* ---- Colour twist -------------------------------------------------------------------------------------------------
  *
- * The twist multiplies the first three channels c0, c1, c2 of a pixel, as they lie and whatever their names, by a matrix M of
- * 4 rows of 4, of which the fourth row is not used and the fourth column is added:
+ * The twist multiplies the first three channels c0, c1, c2 of a pixel, as they lie and whatever their names, by a
+ * matrix M of 4 rows of 4, of which the fourth row is not used and the fourth column is added:
  *
  *     t(r) = M[r][0] c0 + M[r][1] c1 + M[r][2] c2 + M[r][3]    for the results r = 0, 1, 2
  *
  * Further channels are neither read nor written. Images process the smallest size of their regions and masks, which are
- * aligned at their starts; a channel of interest has no effect. The masks of both images hold together. The images may be
- * tiled and may be one. */
+ * aligned at their starts; a channel of interest has no effect. The masks of both images hold together. The images may
+ * be tiled and may be one. */
 
 /* M[r][c] = data[4 r + c] / 2^scalingValue, with scalingValue from 0 to 31. To be changed by orvSetColorTwist only. */
 typedef struct OrvColorTwist {
@@ -267,32 +272,33 @@ typedef struct OrvColorTwist {
  * Reports, and returns NULL: ORV_STATUS_BAD_ARG for NULL or a scalingValue outside 0 to 31; ORV_STATUS_NO_MEMORY. */
 ORV_API(OrvColorTwist*) orvCreateColorTwist(const int32_t* data, int32_t scalingValue);
 
-/* Changes both fields of a twist. Reports ORV_STATUS_BAD_ARG for a NULL `cTwist`; NULL `data`; a scalingValue below 0; one
- * above 31; the twist then stays as it was. */
+/* Changes both fields of a twist. Reports ORV_STATUS_BAD_ARG for a NULL `cTwist`; NULL `data`; a scalingValue below 0;
+ * one above 31; the twist then stays as it was. */
 ORV_API(void) orvSetColorTwist(OrvColorTwist* cTwist, const int32_t* data, int32_t scalingValue);
 
 /* Releases a twist; NULL is allowed. */
 ORV_API(void) orvDeleteColorTwist(OrvColorTwist* cTwist);
 
-/* Twists an image of 8U or 16U: result r is cut(cut(t(r)) + offset), where t(r) is rounded toward zero and cut is the limit to
- * the depth's range. Constants and `offset` are thus in units of the depth.
+/* Twists an image of 8U or 16U: result r is cut(cut(t(r)) + offset), where t(r) is rounded toward zero and cut is the
+ * limit to the depth's range. Constants and `offset` are thus in units of the depth.
  *
- * Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL twist; fewer than 3 channels besides alpha
- * (source, destination); depths that differ; another depth; data orders, then origins, that differ; a mask whose origin is
- * not that of its image (source, destination); with two masks, no memory for a third, then, as ORV_STATUS_BACKTRACE, a failure
- * of orvAnd; ORV_STATUS_BAD_ARG for a tile that does not come. Tiles done before stay done. */
+ * Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL twist; fewer than 3 channels besides
+ * alpha (source, destination); depths that differ; another depth; data orders, then origins, that differ; a mask whose
+ * origin is not that of its image (source, destination); with two masks, no memory for a third, then, as
+ * ORV_STATUS_BACKTRACE, a failure of orvAnd; ORV_STATUS_BAD_ARG for a tile that does not come. Tiles done before stay
+ * done. */
 ORV_API(void)
 orvApplyColorTwist(OrvImage* srcImage, OrvImage* dstImage, const OrvColorTwist* cTwist, int32_t offset);
 
-/* Twists an image of 32F by a matrix of 16 floats, row by row. Result r is ((M[r][0] c0 + M[r][3]) + M[r][1] c1) + M[r][2] c2 in
- * double precision, rounded once, without a limit.
+/* Twists an image of 32F by a matrix of 16 floats, row by row. Result r is ((M[r][0] c0 + M[r][3]) + M[r][1] c1) +
+ * M[r][2] c2 in double precision, rounded once, without a limit.
  *
- * Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL matrix; a depth that is not 32F; data orders,
- * then origins, that differ; fewer than 3 channels besides alpha; then as orvApplyColorTwist from two masks on. The origins of
- * masks are not looked at. */
+ * Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL matrix; a depth that is not 32F; data
+ * orders, then origins, that differ; fewer than 3 channels besides alpha; then as orvApplyColorTwist from two masks on.
+ * The origins of masks are not looked at. */
 ORV_API(void) orvColorTwistFP(OrvImage* srcImage, OrvImage* dstImage, const float* TwistFP);
 
-/* ---- Fewer levels ------------------------------------------------------------------------------------------------- */
+/* ---- Fewer levels ----------------------------------------------------------------------------------------------- */
 
 /* Ways to choose a level. */
 enum {
@@ -307,11 +313,11 @@ enum {
  * 1U, from 16U to 16U, 8U or 1U, from 32S to 32S, 16U, 8U or 1U. For other depths that pass the checks nothing happens.
  *
  * A value v, counted from 0 (at 32S v = pixel + 2147483648), on a scale up to D (255, 65535 or 4294967295) that L =
- * levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint((L v) (1 / D) - 0.5), ties to even.
- * It becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the brightest
- * value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is written as (k a) >> 8, from 16U to 8U as
- * (k a) >> 16. From 32S it is written as rint(level - 2147483648), rint(level / 65536 - 0.5) or rint(level / 16777216 -
- * 0.5). At 1U there are the levels 0 and D alone, whatever `levels` is.
+ * levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint((L v) (1 / D) - 0.5), ties to
+ * even. It becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the
+ * brightest value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is written as (k a) >> 8, from 16U
+ * to 8U as (k a) >> 16. From 32S it is written as rint(level - 2147483648), rint(level / 65536 - 0.5) or rint(level /
+ * 16777216 - 0.5). At 1U there are the levels 0 and D alone, whatever `levels` is.
  *
  * - ORV_DITHER_BAYER: the threshold at (x, y) is B(y & 3, x & 3) / 15 of a step (at 1U, of D), with B the matrix of
  *   Bayer, "An optimum method for two-level rendition of continuous-tone pictures", ICC 1973: 0 8 2 10 / 12 4 14 6 / 3

@@ -2,23 +2,24 @@
  *
  * Conventions that hold for every function of the library:
  *
- * - A failure is reported through orvError: the status is stored for the calling thread, and the thread's report handler
- *   is called with the name of the function and the failed condition. Most operations return nothing; the caller reads
- *   orvGetErrStatus. Success does not clear the stored status, and while a negative one is stored, orvCopy, orvExchange,
- *   orvAbs, orvReduceBits, orvContrastStretch, orvHistoEqualize, the orvUserProcess family and what leans on them do
- *   nothing at all, without a word. So a program that goes on after a failure says so: orvSetErrStatus(0).
+ * - A failure is reported through orvError: the status is stored for the calling thread, and the thread's report
+ *   handler is called with the name of the function and the failed condition. Most operations return nothing; the
+ *   caller reads orvGetErrStatus. Success does not clear the stored status, and while a negative one is stored,
+ *   orvCopy, orvExchange, orvAbs, orvReduceBits, orvContrastStretch, orvHistoEqualize, the orvUserProcess family and
+ *   what leans on them do nothing at all, without a word. So a program that goes on after a failure says so:
+ *   orvSetErrStatus(0).
  * - A new thread has the handler orvGuiBoxReport and the mode ORV_ErrModeLeaf, which ask the user whether to end the
- *   program: by a message box on Windows; elsewhere on the controlling terminal if the process is in its foreground. Where
- *   there is none to ask, the report goes to the standard error stream and the call returns. Most programs call
+ *   program: by a message box on Windows; elsewhere on the controlling terminal if the process is in its foreground.
+ *   Where there is none to ask, the report goes to the standard error stream and the call returns. Most programs call
  *   orvSetErrMode(ORV_ErrorModeParent) and orvRedirectError(handler) at the start of each thread.
  * - "Reports" below lists statuses in the order in which the conditions are tested.
- * - A region is an image's `roi`, cut at the image's edges, or the whole image. Regions of several images are aligned at
- *   their starts and the smallest size counts. A `coi` selects one channel; without one all channels but the alpha
+ * - A region is an image's `roi`, cut at the image's edges, or the whole image. Regions of several images are aligned
+ *   at their starts and the smallest size counts. A `coi` selects one channel; without one all channels but the alpha
  *   channel are processed. A mask leaves alone the pixels whose mask bit is clear; it is aligned with the start of the
  *   region.
  * - Pixels that the application has already: make the header with orvCreateImageHeader, which computes `widthStep` from
- *   `align`, and set `imageData`. Where the rows are further apart, set `widthStep` and `imageSize` too. The library frees
- *   only pixels that it has allocated itself.
+ *   `align`, and set `imageData`. Where the rows are further apart, set `widthStep` and `imageSize` too. The library
+ *   frees only pixels that it has allocated itself.
  * - Any function may be called at the same time from several threads on different images; a tiled image, whose
  *   descriptor carries the address of its tile, serves one call at a time.
  */
@@ -52,7 +53,7 @@
 extern "C" {
 #endif
 
-/* ---- Statuses ----------------------------------------------------------------------------------------------------- */
+/* ---- Statuses --------------------------------------------------------------------------------------------------- */
 
 /* A status is 0 or a small negative number. A fault in an image's mask has the status of the same fault in an image
  * header, minus 100: see ORV_STATUS_OF_MASK. */
@@ -106,7 +107,7 @@ enum {
 typedef int32_t(ORV_CALL* OrvErrorCallBack)(int32_t status, const char* func, const char* context, const char* file,
                                             int32_t line);
 
-/* ---- Images ------------------------------------------------------------------------------------------------------- */
+/* ---- Images ----------------------------------------------------------------------------------------------------- */
 
 /* Depths: the low bits are the number of bits of a channel value; the top bit says that the value is signed. */
 #define ORV_DEPTH_SIGN 0x80000000u
@@ -157,9 +158,9 @@ enum {
 /* The application's tile provider. Tile (xIndex, yIndex) holds the pixels from column xIndex * tileInfo->width and row
  * yIndex * tileInfo->height on. A tile is laid out like a small image of the tile's size with the image's depth,
  * channels, data order and align; tiles at the right and bottom edge have the full size too. The pixels may lie at any
- * address and must stay valid until the matching release. tileInfo->tileData is NULL at every request to open: a provider
- * that brings nothing leaves it so. The provider runs on the calling thread and may call the library; its result is not
- * looked at. */
+ * address and must stay valid until the matching release. tileInfo->tileData is NULL at every request to open: a
+ * provider that brings nothing leaves it so. The provider runs on the calling thread and may call the library; its
+ * result is not looked at. */
 typedef int32_t(ORV_CALL* OrvTileCallBack)(struct OrvImage* image, int32_t xIndex, int32_t yIndex, int32_t mode);
 
 /* Tiling descriptor: one tile size an image. A tiled image serves one operation at a time. */
@@ -172,8 +173,8 @@ typedef struct OrvTileInfo {
 } OrvTileInfo;
 
 /* An image. Row r of plane p begins at imageData + (p * height + r) * widthStep with planes, row r at imageData +
- * r * widthStep with channels side by side; there channel c of pixel x stands at (x * nChannels + c) values from the row
- * start. Pixel x of a 1U row is the bit of value 128 >> (x & 7) in byte x >> 3. */
+ * r * widthStep with channels side by side; there channel c of pixel x stands at (x * nChannels + c) values from the
+ * row start. Pixel x of a 1U row is the bit of value 128 >> (x & 7) in byte x >> 3. */
 typedef struct OrvImage {
     int32_t headerSize;       /* size of this record in bytes; set by orvCreateImageHeader */
     int32_t headerId;         /* version word, 0 */
@@ -206,11 +207,11 @@ enum {
     ORV_IMAGE_ROI = 4,    /* the roi record */
     ORV_IMAGE_TILE = 8,   /* the tileInfo record */
     ORV_IMAGE_MASK = 16,  /* the mask image and what it owns */
-    ORV_IMAGE_ALL = 15    /* header, data, ROI and tile record, not the mask: the ROI and tile records must be the library's
-                             own (orvCreateROI, orvCreateTileInfo) or NULL */
+    ORV_IMAGE_ALL = 15    /* header, data, ROI and tile record, not the mask: the ROI and tile records must be the
+                             library's own (orvCreateROI, orvCreateTileInfo) or NULL */
 };
 
-/* ---- Status and reports ------------------------------------------------------------------------------------------- */
+/* ---- Status and reports ----------------------------------------------------------------------------------------- */
 
 /* Returns the calling thread's stored status. A new thread starts with 0. */
 ORV_API(int32_t) orvGetErrStatus(void);
@@ -236,12 +237,13 @@ ORV_API(int32_t) orvError(int32_t status, const char* func, const char* context,
 /* Returns the text of `status`, a constant of the library; "Unknown error or status code" for values without one. */
 ORV_API(const char*) orvErrorStr(int32_t status);
 
-/* Stock handler that writes nothing: ends the process with exit code 1 in ORV_ErrModeLeaf, otherwise returns `status`. */
+/* Stock handler that writes nothing: ends the process with exit code 1 in ORV_ErrModeLeaf, otherwise returns `status`.
+ * */
 ORV_API(int32_t) orvNulDevReport(int32_t status, const char* func, const char* context, const char* file, int32_t line);
 
-/* Stock handler that writes to the standard error stream: an empty line, the status text and a line for the fault, or one
- * line for each backtrace. Nothing in ORV_ErrModeSilent. Ends the process with exit code 1 in ORV_ErrModeLeaf, otherwise
- * returns `status`. */
+/* Stock handler that writes to the standard error stream: an empty line, the status text and a line for the fault, or
+ * one line for each backtrace. Nothing in ORV_ErrModeSilent. Ends the process with exit code 1 in ORV_ErrModeLeaf,
+ * otherwise returns `status`. */
 ORV_API(int32_t) orvStdErrReport(int32_t status, const char* func, const char* context, const char* file, int32_t line);
 
 /* Stock handler and default: asks the user. In ORV_ErrModeLeaf the question is whether to terminate the application, in
@@ -268,7 +270,7 @@ ORV_API(const OrvLibVersion*) orvGetLibVersion(void);
 /* Returns the processor's time-stamp counter, for the application's timing. Its unit is the processor's. */
 ORV_API(uint64_t) orvGetCadenceCounter(void);
 
-/* ---- Memory ------------------------------------------------------------------------------------------------------- */
+/* ---- Memory ----------------------------------------------------------------------------------------------------- */
 
 /* Returns a block of `length` bytes, aligned to 32 and not cleared; NULL if `length` is below 1 or there is no memory.
  * Nothing is reported. The block goes back through orvFree. */
@@ -289,28 +291,29 @@ ORV_API(double*) orvdMalloc(int32_t length);
 /* Releases a block of orvMalloc or its typed forms; nothing for NULL. */
 ORV_API(void) orvFree(void* pointer);
 
-/* ---- Images: creation, validation, release ------------------------------------------------------------------------ */
+/* ---- Images: creation, validation, release ---------------------------------------------------------------------- */
 
 /* Makes an image header without pixel data. `colorModel` and `channelSeq` are texts of which 4 characters are
  * taken, or fewer where they end before. `roi`, `maskROI` and `tileInfo` may be NULL and are only pointed at.
  * The borders are set to ORV_BORDER_CONSTANT with constants of 0. The header goes back through orvDeallocate.
  *
- * Returns NULL after a report with the context "Incorrect data-ins", the first fault deciding: ORV_STATUS_BAD_IMAGE_SIZE
- * (height or width below 1), ORV_STATUS_BAD_CHANNELS (nChannels below 1), ORV_STATUS_BAD_1U_CHANNELS,
- * ORV_STATUS_BAD_COLOR_MODEL (a NULL text), ORV_STATUS_BAD_DEPTH, ORV_STATUS_BAD_ALPHA_CHANNEL, ORV_STATUS_BAD_DATA_ORDER,
- * ORV_STATUS_BAD_ORIGIN, ORV_STATUS_BAD_ALIGN, -117 (mask not 1U), ORV_STATUS_TILED_MASK, the mask's own fault minus 100,
- * ORV_STATUS_BAD_IMAGE_SIZE (a plain image of 2 GiB or more). NULL without a report: no memory. */
+ * Returns NULL after a report with the context "Incorrect data-ins", the first fault deciding:
+ * ORV_STATUS_BAD_IMAGE_SIZE (height or width below 1), ORV_STATUS_BAD_CHANNELS (nChannels below 1),
+ * ORV_STATUS_BAD_1U_CHANNELS, ORV_STATUS_BAD_COLOR_MODEL (a NULL text), ORV_STATUS_BAD_DEPTH,
+ * ORV_STATUS_BAD_ALPHA_CHANNEL, ORV_STATUS_BAD_DATA_ORDER, ORV_STATUS_BAD_ORIGIN, ORV_STATUS_BAD_ALIGN, -117 (mask not
+ * 1U), ORV_STATUS_TILED_MASK, the mask's own fault minus 100, ORV_STATUS_BAD_IMAGE_SIZE (a plain image of 2 GiB or
+ * more). NULL without a report: no memory. */
 ORV_API(OrvImage*)
 orvCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t depth, const char* colorModel,
                      const char* channelSeq, int32_t dataOrder, int32_t origin, int32_t align, int32_t width,
                      int32_t height, OrvROI* roi, OrvImage* maskROI, void* imageTag, OrvTileInfo* tileInfo);
 
-/* Allocates the pixel data of an image of any depth but 32F, which must have neither data nor tiles. With `doFill` not 0
- * every value, padding included, is set to `fillValue`, of which the low bits of the depth count; otherwise the pixels
- * are undefined.
+/* Allocates the pixel data of an image of any depth but 32F, which must have neither data nor tiles. With `doFill` not
+ * 0 every value, padding included, is set to `fillValue`, of which the low bits of the depth count; otherwise the
+ * pixels are undefined.
  *
- * Reports ORV_STATUS_BAD_ARG (NULL image, data set, tiles set, depth 32F), the header's fault with "Incorrect data-ins",
- * ORV_STATUS_BAD_IMAGE_SIZE with the same context (2 GiB or more), ORV_STATUS_NO_MEMORY. */
+ * Reports ORV_STATUS_BAD_ARG (NULL image, data set, tiles set, depth 32F), the header's fault with "Incorrect
+ * data-ins", ORV_STATUS_BAD_IMAGE_SIZE with the same context (2 GiB or more), ORV_STATUS_NO_MEMORY. */
 ORV_API(void) orvAllocateImage(OrvImage* image, int32_t doFill, int32_t fillValue);
 
 /* orvAllocateImage for depth 32F, which reports ORV_STATUS_BAD_ARG for every other depth. */
@@ -329,8 +332,9 @@ ORV_API(void) orvDeallocate(OrvImage* image, int32_t flags);
 /* Validates an image. Returns 0, or the first fault found, which is also stored; nothing is reported. In order:
  * ORV_STATUS_NULL_IMAGE, ORV_STATUS_NO_IMAGE_DATA (not exactly one of data and tiles), ORV_STATUS_BAD_IMAGE_SIZE and
  * ORV_STATUS_BAD_WIDTH_STEP (below 1, plain images only), the faults of orvCreateImageHeader, ORV_STATUS_NULL_CALLBACK,
- * ORV_STATUS_BAD_TILE_SIZE (also where a tile's row takes more than 2147483647 bytes), ORV_STATUS_BAD_COI, ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies
- * outside the image passes: operations cut it. */
+ * ORV_STATUS_BAD_TILE_SIZE (also where a tile's row takes more than 2147483647 bytes), ORV_STATUS_BAD_COI,
+ * ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies outside the image passes: operations cut it.
+ * */
 ORV_API(int32_t) orvCheckImageHeader(OrvImage* image);
 
 /* Returns a copy of an image with a data buffer and a region record of its own, without mask, tag and tiles. The pixels
@@ -348,8 +352,8 @@ ORV_API(void) orvSetROI(OrvROI* roi, int32_t coi, int32_t xOffset, int32_t yOffs
 /* Releases a record of orvCreateROI; nothing for NULL. */
 ORV_API(void) orvDeleteROI(OrvROI* roi);
 
-/* Makes a tiling descriptor with tileData NULL; nothing is checked. `width` and `height` are a tile's size in pixels. NULL
- * if there is no memory, without a report. */
+/* Makes a tiling descriptor with tileData NULL; nothing is checked. `width` and `height` are a tile's size in pixels.
+ * NULL if there is no memory, without a report. */
 ORV_API(OrvTileInfo*) orvCreateTileInfo(OrvTileCallBack callBack, void* tileTag, int32_t width, int32_t height);
 
 /* Fills a tiling descriptor and sets its tileData to NULL; nothing for a NULL record. */
@@ -359,11 +363,11 @@ orvSetTileInfo(OrvTileInfo* tileInfo, OrvTileCallBack callBack, void* tileTag, i
 /* Releases a record of orvCreateTileInfo; nothing for NULL. */
 ORV_API(void) orvDeleteTileInfo(OrvTileInfo* tileInfo);
 
-/* ---- Single pixels ------------------------------------------------------------------------------------------------ */
+/* ---- Single pixels ---------------------------------------------------------------------------------------------- */
 
 /* Reads the pixel at column `x` and row `y`, measured from the top of the picture whatever the image's origin, into
- * `pixel`, which holds nChannels values of the image's type, alpha included; for 1U one byte, 0 or 1. Region, channel of
- * interest and mask have no effect.
+ * `pixel`, which holds nChannels values of the image's type, alpha included; for 1U one byte, 0 or 1. Region, channel
+ * of interest and mask have no effect.
  *
  * Reports the header's fault with "Incorrect Image", ORV_STATUS_BAD_ARG (x, then y, outside the image; `pixel` NULL),
  * ORV_STATUS_ERROR (a tile does not come). */
@@ -372,23 +376,25 @@ ORV_API(void) orvGetPixel(OrvImage* image, int32_t x, int32_t y, void* pixel);
 /* Writes the pixel at column `x` and row `y` from `pixel`; as orvGetPixel. For 1U the lowest bit of the byte counts. */
 ORV_API(void) orvPutPixel(OrvImage* image, int32_t x, int32_t y, const void* pixel);
 
-/* ---- Moving pixels -------------------------------------------------------------------------------------------------- */
+/* ---- Moving pixels ---------------------------------------------------------------------------------------------- */
 
-/* Copies the processed channels of the source's region to the destination's. Both images have one depth and one origin, and
- * one data order unless they are 1U or have one channel; they may be tiled. Masks of both hold together.
+/* Copies the processed channels of the source's region to the destination's. Both images have one depth and one origin,
+ * and one data order unless they are 1U or have one channel; they may be tiled. Masks of both hold together.
  *
- * Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an image's
- * fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs, going on to
- * the next, and ends with a negative status or where the depths differ: a report handler that clears the status lets the
- * copy go on between two origins or data orders. Then ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
- * masks or tiles; ORV_STATUS_ERROR for a tile that does not come. */
+ * Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an
+ * image's fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs,
+ * going on to the next, and ends with a negative status or where the depths differ: a report handler that clears the
+ * status lets the copy go on between two origins or data orders. Then ORV_STATUS_BAD_ARG for numbers of processed
+ * channels that differ; ORV_STATUS_BACKTRACE for a failed step on masks or tiles; ORV_STATUS_ERROR for a tile that does
+ * not come. */
 ORV_API(void) orvCopy(OrvImage* srcImage, OrvImage* dstImage);
 
-/* Fills the processed channels of the region with `fillValue`, cut to the range of the depth; any depth but 32F. While it
- * runs it may change the image's maskROI field and, with a mask on a 1U image, the mask's bits; both are as before afterwards.
+/* Fills the processed channels of the region with `fillValue`, cut to the range of the depth; any depth but 32F. While
+ * it runs it may change the image's maskROI field and, with a mask on a 1U image, the mask's bits; both are as before
+ * afterwards.
  *
- * Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_DEPTH for 32F; ORV_STATUS_ERROR for a tile that does not
- * come; ORV_STATUS_BACKTRACE. */
+ * Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_DEPTH for 32F; ORV_STATUS_ERROR for a tile that does
+ * not come; ORV_STATUS_BACKTRACE. */
 ORV_API(void) orvSet(OrvImage* dstImage, int32_t fillValue);
 
 /* orvSet for depth 32F. While it runs the image's depth field holds ORV_DEPTH_32S, which a tile provider sees.

@@ -197,7 +197,7 @@ orvRotate(OrvImage* srcImage, OrvImage* dstImage, double angle, double xShift, d
 ORV_API(void)
 orvRemap(OrvImage* srcImage, OrvImage* xMap, OrvImage* yMap, OrvImage* dstImage, int32_t interpolate);
 
-/* ---- Scaling ------------------------------------------------------------------------------------------------------ */
+/* ---- Scaling ---------------------------------------------------------------------------------------------------- */
 
 /* Scaling takes the region of the source to the region of the destination, from their first pixels on, by the ratios
  * `xDst` to `xSrc` along rows and `yDst` to `ySrc` down columns: destination to source, whole numbers from 1 on. What
@@ -294,7 +294,7 @@ ORV_API(void)
 orvDecimateBlur(OrvImage* srcImage, OrvImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
                 int32_t interpolate, int32_t xMaskSize, int32_t yMaskSize);
 
-/* ---- Mirrors ------------------------------------------------------------------------------------------------------ */
+/* ---- Mirrors ---------------------------------------------------------------------------------------------------- */
 
 /* Copies the region of the source turned around: with `flipAxis` 0 the first row becomes the last, with 1 the first
  * column of each row becomes the last, with -1 both. All depths; in place is allowed without a mask. The two regions

@@ -8,7 +8,7 @@
 extern "C" {
 #endif
 
-/* ---- Fourier transforms --------------------------------------------------------------------------------------------- */
+/* ---- Fourier transforms ----------------------------------------------------------------------------------------- */
 
 /* Flags of the Fourier transforms, which may be combined: one of FORWARD and INVERSE is needed. */
 enum {
@@ -20,11 +20,11 @@ enum {
     ORV_FFT_RELEASE = 128   /* only release what the transforms keep for the calling thread */
 };
 
-/* The packed spectrum of a real image of W by H pixels has the same size. With F(v, u) the value at vertical frequency v and
- * horizontal frequency u, of which those not stored are conjugates of F(-v, -u):
+/* The packed spectrum of a real image of W by H pixels has the same size. With F(v, u) the value at vertical frequency
+ * v and horizontal frequency u, of which those not stored are conjugates of F(-v, -u):
  *
- * - Column 0 holds F(v, 0) as a packed line: F(0, 0), then real and imaginary part of F(1, 0), F(2, 0) and so on downwards,
- *   and for even H at last F(H / 2, 0); the first and, for even H, the last value are real.
+ * - Column 0 holds F(v, 0) as a packed line: F(0, 0), then real and imaginary part of F(1, 0), F(2, 0) and so on
+ *   downwards, and for even H at last F(H / 2, 0); the first and, for even H, the last value are real.
  * - For even W, column W - 1 holds F(v, W / 2) in the same way.
  * - Columns 2k - 1 and 2k of row v hold real and imaginary part of F(v, k), k = 1 to (W - 1) / 2.
  *
@@ -48,31 +48,34 @@ enum {
  * Tables and work buffers are kept for the calling thread, so that repeated transforms of a size allocate nothing:
  * about 4 bytes for each pixel of the largest transform so far, which is 64 MB after one of 4096 x 4096 pixels, and for
  * up to 32 lengths tables of 12 bytes for each pixel of a line, or about 100 where the length has a prime factor above
- * 61. A call with ORV_FFT_RELEASE releases all that and does nothing else; the images may then be NULL. The thread's end
+ * 61. A call with ORV_FFT_RELEASE releases all that and does nothing else; the images may then be NULL. The thread's
+ *     end
  * releases it too. */
 
 /* Transforms a real image into its packed spectrum, or with ORV_FFT_INVERSE into that of the inverse transform.
  *
- * Reports ORV_STATUS_BAD_ARG (neither direction, both, both kinds of arithmetic); for the source, then for the destination:
- * ORV_STATUS_BAD_ARG (NULL), the header's fault with "Incorrect Image", ORV_STATUS_BAD_ARG (the only channel is an alpha
- * channel and not selected by a COI, depth 1U, tiled); ORV_STATUS_BAD_ARG (the images' numbers of channels differ, where a COI
- * selects one and the alpha channel is left out); ORV_STATUS_NO_MEMORY, after one more try with all that is kept
- * released. */
+ * Reports ORV_STATUS_BAD_ARG (neither direction, both, both kinds of arithmetic); for the source, then for the
+ * destination:
+ * ORV_STATUS_BAD_ARG (NULL), the header's fault with "Incorrect Image", ORV_STATUS_BAD_ARG (the only channel is an
+ * alpha channel and not selected by a COI, depth 1U, tiled); ORV_STATUS_BAD_ARG (the images' numbers of channels
+ * differ, where a COI selects one and the alpha channel is left out); ORV_STATUS_NO_MEMORY, after one more try with all
+ * that is kept released. */
 ORV_API(void) orvRealFft2D(OrvImage* srcImage, OrvImage* dstImage, int32_t flags);
 
 /* Transforms a packed spectrum into the real image, usually with ORV_FFT_INVERSE; as orvRealFft2D, which it undoes. */
 ORV_API(void) orvCcsFft2D(OrvImage* srcImage, OrvImage* dstImage, int32_t flags);
 
 /* Multiplies two packed spectra element by element, as complex numbers, which convolves the images that they belong to.
- * The three images have regions of one size, one of the depths 8S, 16S, 32S and 32F and as many channels each, a COI selecting
- * one and the alpha channel left out; `dst` may be one of the sources. Results are rounded to nearest and saturated.
+ * The three images have regions of one size, one of the depths 8S, 16S, 32S and 32F and as many channels each, a COI
+ * selecting one and the alpha channel left out; `dst` may be one of the sources. Results are rounded to nearest and
+ * saturated.
  *
  * Reports for srcA, srcB, dst the header's fault with "Incorrect Image"; for each ORV_STATUS_BAD_ARG (tiled);
- * ORV_STATUS_BAD_DEPTH; ORV_STATUS_BAD_ARG (depths differ, then widths and heights); ORV_STATUS_BAD_CHANNELS (numbers of
- * channels differ). */
+ * ORV_STATUS_BAD_DEPTH; ORV_STATUS_BAD_ARG (depths differ, then widths and heights); ORV_STATUS_BAD_CHANNELS (numbers
+ * of channels differ). */
 ORV_API(void) orvMpyRCPack2D(OrvImage* srcA, OrvImage* srcB, OrvImage* dst);
 
-/* ---- Cosine transform --------------------------------------------------------------------------------------------- */
+/* ---- Cosine transform ------------------------------------------------------------------------------------------- */
 
 /* Flags of orvDCT2D. */
 enum {
@@ -81,19 +84,20 @@ enum {
     ORV_DCT_RELEASE = 8 /* release the calling thread's tables and do nothing else */
 };
 
-/* Computes the orthonormal two-dimensional cosine transform of type II of a region, or its inverse. With W x H pixels and
- * f(y, x) the pixels of `src`, the forward transform stores in row u and column v of `dst`
+/* Computes the orthonormal two-dimensional cosine transform of type II of a region, or its inverse. With W x H pixels
+ * and f(y, x) the pixels of `src`, the forward transform stores in row u and column v of `dst`
  *
  *     F(u, v) = A(u, v) sum over y, x of f(y, x) cos((2 x + 1) v pi / (2 W)) cos((2 y + 1) u pi / (2 H))
  *
  * with A(0, 0) = 1 / sqrt(W H), sqrt(2) / sqrt(W H) in the rest of the first row and of the first column, and
- * 2 / sqrt(W H) elsewhere; the inverse gives f back from F. Any size is taken, at the cost and with the accuracy of a Fourier
- * transform in single precision; blocks of 8 x 8 have a way of their own.
+ * 2 / sqrt(W H) elsewhere; the inverse gives f back from F. Any size is taken, at the cost and with the accuracy of a
+ * Fourier transform in single precision; blocks of 8 x 8 have a way of their own.
  *
  * src    pixels, or coefficients for the inverse, of any depth but 1U. Its region gives the size.
- * dst    another image of the same size, number of channels and data order, of any depth but 1U. The result begins at the
- *        start of its region, whose size does not count. Integer values are saturated and rounded to nearest, ties to even,
- *        and what is no number becomes 0; a forward transform belongs in a 32F image.
+ * dst    another image of the same size, number of channels and data order, of any depth but 1U. The result begins at
+ * the
+ *        start of its region, whose size does not count. Integer values are saturated and rounded to nearest, ties to
+ *        even, and what is no number becomes 0; a forward transform belongs in a 32F image.
  * flags  ORV_DCT_FORWARD or ORV_DCT_INVERSE.
  *
  * Each channel is transformed by itself, alpha excepted; with a `coi` in both images the selected ones only. Masks
@@ -112,7 +116,7 @@ enum {
  * DCT-SQ scheme for images", Trans. IEICE E-71 (1988). */
 ORV_API(void) orvDCT2D(OrvImage* src, OrvImage* dst, int32_t flags);
 
-/* ---- Wavelet transforms ------------------------------------------------------------------------------------------- */
+/* ---- Wavelet transforms ----------------------------------------------------------------------------------------- */
 
 /* Types of a kernel: the families of the catalogue, and the application's own filters. */
 enum {
@@ -145,8 +149,8 @@ typedef struct OrvWtFilter {
     int32_t symmetry; /* ORV_WT_...; for the application's use, never read by the library */
 } OrvWtFilter;
 
-/* A filter bank. The record is the application's; the taps of a catalogue kernel are constants of the library, those of a
- * user kernel are released by orvWtFree. */
+/* A filter bank. The record is the application's; the taps of a catalogue kernel are constants of the library, those of
+ * a user kernel are released by orvWtFree. */
 typedef struct OrvWtKernel {
     int32_t wtType;        /* ORV_WT_... */
     int32_t par1;          /* parameters of the type; 0 where it has none */
@@ -158,26 +162,26 @@ typedef struct OrvWtKernel {
     OrvWtFilter filtRecHigh;
 } OrvWtKernel;
 
-/* Fills `wtKernel` with a filter bank of the catalogue: the taps published for the family, with the low-pass filters scaled
- * as the record says and the high-pass ones made of them by alternating signs.
+/* Fills `wtKernel` with a filter bank of the catalogue: the taps published for the family, with the low-pass filters
+ * scaled as the record says and the high-pass ones made of them by alternating signs.
  *
  * wtType       ORV_WT_HAAR to ORV_WT_QUADRATIC_SPLINE.
  * par1, par2   the type's parameters; ignored where it has none.
  *
- * Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel), ORV_STATUS_BAD_ARG
- * (wtType, then par1, then par2).
+ * Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel),
+ * ORV_STATUS_BAD_ARG (wtType, then par1, then par2).
  *
- * Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992), but for the Coiflet of order 1, which is that of G. Beylkin,
- * R. Coifman and V. Rokhlin, Comm. Pure Appl. Math. 44 (1991); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans. ASSP-36 (1988);
- * A. Cohen, I. Daubechies and J.-C. Feauveau, Comm. Pure Appl. Math. 45 (1992). */
+ * Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992), but for the Coiflet of order 1, which is that of G.
+ * Beylkin, R. Coifman and V. Rokhlin, Comm. Pure Appl. Math. 44 (1991); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans.
+ * ASSP-36 (1988); A. Cohen, I. Daubechies and J.-C. Feauveau, Comm. Pure Appl. Math. 45 (1992). */
 ORV_API(int32_t) orvWtInit(int32_t wtType, int32_t par1, int32_t par2, OrvWtKernel* wtKernel);
 
-/* Fills `wtKernel` with copies of four filters, in the order of the kernel's fields. That they give the image back is not
- * tested. The kernel is released by orvWtFree; after a failure it is as before.
+/* Fills `wtKernel` with copies of four filters, in the order of the kernel's fields. That they give the image back is
+ * not tested. The kernel is released by orvWtFree; after a failure it is as before.
  *
  * Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel, filt);
- * ORV_STATUS_BAD_FILTER for the first filter whose taps are NULL, length is below 2, offset is not below the length or is
- * negative; ORV_STATUS_NO_MEMORY. */
+ * ORV_STATUS_BAD_FILTER for the first filter whose taps are NULL, length is below 2, offset is not below the length or
+ * is negative; ORV_STATUS_NO_MEMORY. */
 ORV_API(int32_t) orvWtInitUserFilter4(const OrvWtFilter* filt, OrvWtKernel* wtKernel);
 
 /* orvWtInitUserFilter4 with a pointer for each filter. A NULL one is ORV_STATUS_NULL_POINTER. */
@@ -189,19 +193,20 @@ ORV_API(int32_t) orvWtInitUserFilter(const OrvWtFilter* decLow, const OrvWtFilte
 ORV_API(int32_t) orvWtInitUserTaps(float* const* tap_filt, const int32_t* len_filt, const int32_t* ofs_filt,
                                    OrvWtKernel* wtKernel);
 
-/* Releases the taps of a user kernel and clears the record of any kernel. A cleared kernel may be passed again. Returns 0,
- * or ORV_STATUS_NULL_POINTER after a report. */
+/* Releases the taps of a user kernel and clears the record of any kernel. A cleared kernel may be passed again. Returns
+ * 0, or ORV_STATUS_NULL_POINTER after a report. */
 ORV_API(int32_t) orvWtFree(OrvWtKernel* wtKernel);
 
-/* Splits an image into four subbands by one level of the separable wavelet transform. Along each axis output i of a filter
- * is the sum over k of taps[k] * x(2 i + offset - k), where x goes on periodically; an odd number of samples is made even
- * by doubling the last one first.
+/* Splits an image into four subbands by one level of the separable wavelet transform. Along each axis output i of a
+ * filter is the sum over k of taps[k] * x(2 i + offset - k), where x goes on periodically; an odd number of samples is
+ * made even by doubling the last one first.
  *
  * wtKernel    of which filtDecLow and filtDecHigh are used.
  * src         8U, one channel; its region, cut at its edges, is what is transformed.
- * approxDst   low-pass along x and along y, xDetailDst low-pass along x and high-pass along y, yDetailDst high-pass along x
- *             and low-pass along y, dDetailDst high-pass along both: 32F, one channel, without region, half as wide and as
- *             high as the source's region, rounded up, all with the same widthStep.
+ * approxDst   low-pass along x and along y, xDetailDst low-pass along x and high-pass along y, yDetailDst high-pass
+ * along x
+ *             and low-pass along y, dDetailDst high-pass along both: 32F, one channel, without region, half as wide and
+ *             as high as the source's region, rounded up, all with the same widthStep.
  *
  * Memory for the work grows with the width and the filters' lengths, not with the height. Masks are not looked at.
  *
@@ -211,14 +216,14 @@ ORV_API(int32_t) orvWtFree(OrvWtKernel* wtKernel);
  * ORV_STATUS_BAD_ROI_SIZE (the source's region begins outside); ORV_STATUS_BAD_IMAGE_SIZE; ORV_STATUS_BAD_WIDTH_STEP;
  * ORV_STATUS_NO_MEMORY.
  *
- * Method: S. Mallat, "A theory for multiresolution signal decomposition: the wavelet representation", IEEE Trans. PAMI-11
- * (1989). */
+ * Method: S. Mallat, "A theory for multiresolution signal decomposition: the wavelet representation", IEEE Trans.
+ * PAMI-11 (1989). */
 ORV_API(int32_t) orvWtDecompose(const OrvWtKernel* wtKernel, OrvImage* src, OrvImage* approxDst, OrvImage* xDetailDst,
                                 OrvImage* yDetailDst, OrvImage* dDetailDst);
 
-/* Merges four subbands into an image, the inverse of orvWtDecompose with the same kernel. Along each axis output n is the
- * sum over k of low.taps[k] * u(n + low.offset - k) and high.taps[k] * w(n + high.offset - k), u and w being the two
- * subbands with zeros between their samples, continued periodically. Pixels are clamped to 0 and 255 and rounded to
+/* Merges four subbands into an image, the inverse of orvWtDecompose with the same kernel. Along each axis output n is
+ * the sum over k of low.taps[k] * u(n + low.offset - k) and high.taps[k] * w(n + high.offset - k), u and w being the
+ * two subbands with zeros between their samples, continued periodically. Pixels are clamped to 0 and 255 and rounded to
  * nearest, ties to even; what is no number becomes 0.
  *
  * wtKernel    of which filtRecLow and filtRecHigh are used.

@@ -163,8 +163,8 @@ class OrvTileInfo(Structure):
 
 class OrvImage(Structure):
     """An image. Row r of plane p begins at imageData + (p * height + r) * widthStep with planes, row r at imageData +
-    r * widthStep with channels side by side; there channel c of pixel x stands at (x * nChannels + c) values from the row
-    start. Pixel x of a 1U row is the bit of value 128 >> (x & 7) in byte x >> 3.
+    r * widthStep with channels side by side; there channel c of pixel x stands at (x * nChannels + c) values from the
+    row start. Pixel x of a 1U row is the bit of value 128 >> (x & 7) in byte x >> 3.
 
     headerSize: size of this record in bytes; set by orvCreateImageHeader
     headerId: version word, 0
@@ -206,14 +206,16 @@ class OrvLibVersion(Structure):
 
 
 class OrvConvKernel(Structure):
-    """A kernel of `nCols` by `nRows` values, row by row, with an integer shift for the sums that it makes, or of floats. Kernels are
-    made by the create functions, never change, and may be shared by calls and threads until they are deleted.
+    """A kernel of `nCols` by `nRows` values, row by row, with an integer shift for the sums that it makes, or of floats.
+    Kernels are made by the create functions, never change, and may be shared by calls and threads until they are
+    deleted.
     """
 
 
 class OrvConvKernelFP(Structure):
-    """A kernel of `nCols` by `nRows` values, row by row, with an integer shift for the sums that it makes, or of floats. Kernels are
-    made by the create functions, never change, and may be shared by calls and threads until they are deleted.
+    """A kernel of `nCols` by `nRows` values, row by row, with an integer shift for the sums that it makes, or of floats.
+    Kernels are made by the create functions, never change, and may be shared by calls and threads until they are
+    deleted.
     """
 
 
@@ -247,8 +249,8 @@ class OrvWtFilter(Structure):
 
 
 class OrvWtKernel(Structure):
-    """A filter bank. The record is the application's; the taps of a catalogue kernel are constants of the library, those of a
-    user kernel are released by orvWtFree.
+    """A filter bank. The record is the application's; the taps of a catalogue kernel are constants of the library, those of
+    a user kernel are released by orvWtFree.
 
     wtType: ORV_WT_...
     par1: parameters of the type; 0 where it has none
@@ -260,9 +262,9 @@ class OrvWtKernel(Structure):
 
 class OrvLUT(Structure):
     """A table over the values of one channel: `num` - 1 intervals between `num` keys. A value p is in interval j where
-    key[j] <= p < key[j + 1]; of an interval, `value` is the number of its pixels, or where its mapping starts. The table is
-    the application's. An array `lut` of pointers to tables has one for each channel: that of channel c, counted from 0, is
-    lut[c]; under a channel of interest the others are not read.
+    key[j] <= p < key[j + 1]; of an interval, `value` is the number of its pixels, or where its mapping starts. The table
+    is the application's. An array `lut` of pointers to tables has one for each channel: that of channel c, counted from
+    0, is lut[c]; under a channel of interest the others are not read.
 
     num: of keys, at least 2
     key: num keys, ascending; equal ones are allowed. The last may be one above the greatest value
@@ -273,8 +275,8 @@ class OrvLUT(Structure):
 
 
 class OrvMoment(Structure):
-    """The moments of an image. M(m, n), the sum of x^m * y^n * p over the region's pixels, is [m][n].value for m + n <= 3; x and y are the
-    pixel's column and stored row in the image.
+    """The moments of an image. M(m, n), the sum of x^m * y^n * p over the region's pixels, is [m][n].value for m + n <= 3;
+    x and y are the pixel's column and stored row in the image.
 
     scale: of [1][0] one by the width, of [0][1] one by the height of the region; of others not used
     """
@@ -1462,9 +1464,9 @@ status. ORV_STATUS_OK is stored and calls no handler; the result is then 0.
 """,
     "orvErrorStr": """Returns the text of `status`, a constant of the library; "Unknown error or status code" for values without one.""",
     "orvNulDevReport": """Stock handler that writes nothing: ends the process with exit code 1 in ORV_ErrModeLeaf, otherwise returns `status`.""",
-    "orvStdErrReport": """Stock handler that writes to the standard error stream: an empty line, the status text and a line for the fault, or one
-line for each backtrace. Nothing in ORV_ErrModeSilent. Ends the process with exit code 1 in ORV_ErrModeLeaf, otherwise
-returns `status`.
+    "orvStdErrReport": """Stock handler that writes to the standard error stream: an empty line, the status text and a line for the fault, or
+one line for each backtrace. Nothing in ORV_ErrModeSilent. Ends the process with exit code 1 in ORV_ErrModeLeaf,
+otherwise returns `status`.
 """,
     "orvGuiBoxReport": """Stock handler and default: asks the user. In ORV_ErrModeLeaf the question is whether to terminate the application, in
 ORV_ErrorModeParent whether to continue; the process ends with exit code 1 accordingly, otherwise the result is
@@ -1485,18 +1487,19 @@ Nothing is reported. The block goes back through orvFree.
 taken, or fewer where they end before. `roi`, `maskROI` and `tileInfo` may be NULL and are only pointed at.
 The borders are set to ORV_BORDER_CONSTANT with constants of 0. The header goes back through orvDeallocate.
 
-Returns NULL after a report with the context "Incorrect data-ins", the first fault deciding: ORV_STATUS_BAD_IMAGE_SIZE
-(height or width below 1), ORV_STATUS_BAD_CHANNELS (nChannels below 1), ORV_STATUS_BAD_1U_CHANNELS,
-ORV_STATUS_BAD_COLOR_MODEL (a NULL text), ORV_STATUS_BAD_DEPTH, ORV_STATUS_BAD_ALPHA_CHANNEL, ORV_STATUS_BAD_DATA_ORDER,
-ORV_STATUS_BAD_ORIGIN, ORV_STATUS_BAD_ALIGN, -117 (mask not 1U), ORV_STATUS_TILED_MASK, the mask's own fault minus 100,
-ORV_STATUS_BAD_IMAGE_SIZE (a plain image of 2 GiB or more). NULL without a report: no memory.
+Returns NULL after a report with the context "Incorrect data-ins", the first fault deciding:
+ORV_STATUS_BAD_IMAGE_SIZE (height or width below 1), ORV_STATUS_BAD_CHANNELS (nChannels below 1),
+ORV_STATUS_BAD_1U_CHANNELS, ORV_STATUS_BAD_COLOR_MODEL (a NULL text), ORV_STATUS_BAD_DEPTH,
+ORV_STATUS_BAD_ALPHA_CHANNEL, ORV_STATUS_BAD_DATA_ORDER, ORV_STATUS_BAD_ORIGIN, ORV_STATUS_BAD_ALIGN, -117 (mask not
+1U), ORV_STATUS_TILED_MASK, the mask's own fault minus 100, ORV_STATUS_BAD_IMAGE_SIZE (a plain image of 2 GiB or
+more). NULL without a report: no memory.
 """,
-    "orvAllocateImage": """Allocates the pixel data of an image of any depth but 32F, which must have neither data nor tiles. With `doFill` not 0
-every value, padding included, is set to `fillValue`, of which the low bits of the depth count; otherwise the pixels
-are undefined.
+    "orvAllocateImage": """Allocates the pixel data of an image of any depth but 32F, which must have neither data nor tiles. With `doFill` not
+0 every value, padding included, is set to `fillValue`, of which the low bits of the depth count; otherwise the
+pixels are undefined.
 
-Reports ORV_STATUS_BAD_ARG (NULL image, data set, tiles set, depth 32F), the header's fault with "Incorrect data-ins",
-ORV_STATUS_BAD_IMAGE_SIZE with the same context (2 GiB or more), ORV_STATUS_NO_MEMORY.
+Reports ORV_STATUS_BAD_ARG (NULL image, data set, tiles set, depth 32F), the header's fault with "Incorrect
+data-ins", ORV_STATUS_BAD_IMAGE_SIZE with the same context (2 GiB or more), ORV_STATUS_NO_MEMORY.
 """,
     "orvAllocateImageFP": """orvAllocateImage for depth 32F, which reports ORV_STATUS_BAD_ARG for every other depth.""",
     "orvDeallocateImage": """Frees the pixel data that the library allocated and sets imageData to NULL in any case. Nothing for NULL.""",
@@ -1507,8 +1510,8 @@ imageDataBlock is the application's and stays. Nothing for NULL.
     "orvCheckImageHeader": """Validates an image. Returns 0, or the first fault found, which is also stored; nothing is reported. In order:
 ORV_STATUS_NULL_IMAGE, ORV_STATUS_NO_IMAGE_DATA (not exactly one of data and tiles), ORV_STATUS_BAD_IMAGE_SIZE and
 ORV_STATUS_BAD_WIDTH_STEP (below 1, plain images only), the faults of orvCreateImageHeader, ORV_STATUS_NULL_CALLBACK,
-ORV_STATUS_BAD_TILE_SIZE (also where a tile's row takes more than 2147483647 bytes), ORV_STATUS_BAD_COI, ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies
-outside the image passes: operations cut it.
+ORV_STATUS_BAD_TILE_SIZE (also where a tile's row takes more than 2147483647 bytes), ORV_STATUS_BAD_COI,
+ORV_STATUS_BAD_ROI_SIZE, ORV_STATUS_BAD_ROI_OFFSET. A region that lies outside the image passes: operations cut it.
 """,
     "orvCloneImage": """Returns a copy of an image with a data buffer and a region record of its own, without mask, tag and tiles. The pixels
 of a tiled image are not copied: those of the clone are then undefined.
@@ -1518,83 +1521,85 @@ Returns NULL after a report: the header's fault with "Incorrect Image", ORV_STAT
     "orvCreateROI": """Makes a region record; nothing is checked. NULL if there is no memory, without a report.""",
     "orvSetROI": """Fills a region record; nothing for NULL.""",
     "orvDeleteROI": """Releases a record of orvCreateROI; nothing for NULL.""",
-    "orvCreateTileInfo": """Makes a tiling descriptor with tileData NULL; nothing is checked. `width` and `height` are a tile's size in pixels. NULL
-if there is no memory, without a report.
+    "orvCreateTileInfo": """Makes a tiling descriptor with tileData NULL; nothing is checked. `width` and `height` are a tile's size in pixels.
+NULL if there is no memory, without a report.
 """,
     "orvSetTileInfo": """Fills a tiling descriptor and sets its tileData to NULL; nothing for a NULL record.""",
     "orvDeleteTileInfo": """Releases a record of orvCreateTileInfo; nothing for NULL.""",
     "orvGetPixel": """Reads the pixel at column `x` and row `y`, measured from the top of the picture whatever the image's origin, into
-`pixel`, which holds nChannels values of the image's type, alpha included; for 1U one byte, 0 or 1. Region, channel of
-interest and mask have no effect.
+`pixel`, which holds nChannels values of the image's type, alpha included; for 1U one byte, 0 or 1. Region, channel
+of interest and mask have no effect.
 
 Reports the header's fault with "Incorrect Image", ORV_STATUS_BAD_ARG (x, then y, outside the image; `pixel` NULL),
 ORV_STATUS_ERROR (a tile does not come).
 """,
     "orvPutPixel": """Writes the pixel at column `x` and row `y` from `pixel`; as orvGetPixel. For 1U the lowest bit of the byte counts.""",
-    "orvCopy": """Copies the processed channels of the source's region to the destination's. Both images have one depth and one origin, and
-one data order unless they are 1U or have one channel; they may be tiled. Masks of both hold together.
+    "orvCopy": """Copies the processed channels of the source's region to the destination's. Both images have one depth and one origin,
+and one data order unless they are 1U or have one channel; they may be tiled. Masks of both hold together.
 
-Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an image's
-fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs, going on to
-the next, and ends with a negative status or where the depths differ: a report handler that clears the status lets the
-copy go on between two origins or data orders. Then ORV_STATUS_BAD_ARG for numbers of processed channels that differ; ORV_STATUS_BACKTRACE for a failed step on
-masks or tiles; ORV_STATUS_ERROR for a tile that does not come.
+Does nothing at all while the thread's stored status is negative, and for an image copied to itself. Reports an
+image's fault with "Incorrect Image"; then ORV_STATUS_BAD_ARG for each of depth, origin and data order that differs,
+going on to the next, and ends with a negative status or where the depths differ: a report handler that clears the
+status lets the copy go on between two origins or data orders. Then ORV_STATUS_BAD_ARG for numbers of processed
+channels that differ; ORV_STATUS_BACKTRACE for a failed step on masks or tiles; ORV_STATUS_ERROR for a tile that does
+not come.
 """,
-    "orvSet": """Fills the processed channels of the region with `fillValue`, cut to the range of the depth; any depth but 32F. While it
-runs it may change the image's maskROI field and, with a mask on a 1U image, the mask's bits; both are as before afterwards.
+    "orvSet": """Fills the processed channels of the region with `fillValue`, cut to the range of the depth; any depth but 32F. While
+it runs it may change the image's maskROI field and, with a mask on a 1U image, the mask's bits; both are as before
+afterwards.
 
-Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_DEPTH for 32F; ORV_STATUS_ERROR for a tile that does not
-come; ORV_STATUS_BACKTRACE.
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_DEPTH for 32F; ORV_STATUS_ERROR for a tile that does
+not come; ORV_STATUS_BACKTRACE.
 """,
     "orvSetFP": """orvSet for depth 32F. While it runs the image's depth field holds ORV_DEPTH_32S, which a tile provider sees.
 
 Reports ORV_STATUS_BAD_ARG for NULL, ORV_STATUS_BAD_DEPTH for another depth, ORV_STATUS_BACKTRACE.
 """,
     "orvExchange": """Swaps the processed channels of the two regions, under both masks. Checks and reports are those of orvCopy.""",
-    "orvAdd": """Adds: dst = a + b, integer results cut to the range of the depth, 32F rounded once. At 1U it is orvOr, under whose name
-failures are then reported. Reports ORV_STATUS_BAD_ARG for a NULL srcImageA, then the common reports.
+    "orvAdd": """Adds: dst = a + b, integer results cut to the range of the depth, 32F rounded once. At 1U it is orvOr, under whose
+name failures are then reported. Reports ORV_STATUS_BAD_ARG for a NULL srcImageA, then the common reports.
 """,
-    "orvSubtract": """Subtracts: dst = a - b, integer results cut to the range of the depth; at 1U a AND NOT b. The common reports; the data
-order of 1U images is not compared.
+    "orvSubtract": """Subtracts: dst = a - b, integer results cut to the range of the depth; at 1U a AND NOT b. The common reports; the
+data order of 1U images is not compared.
 """,
-    "orvMultiply": """Multiplies: dst = a * b without scaling, integer results cut to the range of the depth. At 1U it is orvAnd. Reports as
-orvAdd.
+    "orvMultiply": """Multiplies: dst = a * b without scaling, integer results cut to the range of the depth. At 1U it is orvAnd. Reports
+as orvAdd.
 """,
-    "orvAnd": """ANDs the bits of the values: dst = a & b, any depth but 32F, which is refused with ORV_STATUS_BAD_ARG after the common
-reports. The data order of 1U images is not compared.
+    "orvAnd": """ANDs the bits of the values: dst = a & b, any depth but 32F, which is refused with ORV_STATUS_BAD_ARG after the
+common reports. The data order of 1U images is not compared.
 """,
     "orvOr": """ORs the bits of the values: dst = a | b; as orvAnd.""",
     "orvXor": """XORs the bits of the values: dst = a ^ b; as orvAnd.""",
     "orvAddS": """Adds `value` to every integer value, cut to the range of the depth; at 1U ORs its lowest bit. Below 32 bits this is
 orvSubtractS with the negated value, which reports.
 """,
-    "orvSubtractS": """Subtracts: source - value, or value - source if `flip` is not 0; the exact difference of integer values, cut to the range
-of the depth. At 1U the lowest bit of `value` counts.
+    "orvSubtractS": """Subtracts: source - value, or value - source if `flip` is not 0; the exact difference of integer values, cut to the
+range of the depth. At 1U the lowest bit of `value` counts.
 """,
     "orvMultiplyS": """Multiplies every integer value by `value`, cut to the range of the depth, without scaling; at 1U ANDs its lowest bit.""",
-    "orvAndS": """ANDs the low bits of `value`, as many as the depth has, to every value. 32F is refused with ORV_STATUS_BAD_ARG after the
-common reports. The data order of 1U images is not compared.
+    "orvAndS": """ANDs the low bits of `value`, as many as the depth has, to every value. 32F is refused with ORV_STATUS_BAD_ARG after
+the common reports. The data order of 1U images is not compared.
 """,
     "orvOrS": """ORs the low bits of `value`; as orvAndS.""",
     "orvXorS": """XORs the low bits of `value`; as orvAndS.""",
-    "orvLShiftS": """Shifts the bits of every value left by `nShift`; bits shifted out are lost, also the sign. A shift of the depth's number
-of bits or more gives 0. 32F is refused with ORV_STATUS_BAD_ARG after the common reports.
+    "orvLShiftS": """Shifts the bits of every value left by `nShift`; bits shifted out are lost, also the sign. A shift of the depth's
+number of bits or more gives 0. 32F is refused with ORV_STATUS_BAD_ARG after the common reports.
 """,
-    "orvRShiftS": """Shifts every value right by `nShift`, which rounds toward minus infinity: zeros come in at unsigned depths, the sign at
-signed ones. 32F as in orvLShiftS.
+    "orvRShiftS": """Shifts every value right by `nShift`, which rounds toward minus infinity: zeros come in at unsigned depths, the sign
+at signed ones. 32F as in orvLShiftS.
 """,
     "orvAddSFP": """Adds `value` to every 32F value.""",
     "orvSubtractSFP": """source - value at 32F, or value - source if `flip` is not 0.""",
     "orvMultiplySFP": """Multiplies every 32F value by `value`.""",
     "orvNot": """Inverts every bit of every value: orvXorS with -1, under whose name failures are reported. 32F is refused.""",
-    "orvAbs": """Absolute values at the signed depths, the lowest value giving the highest; -0.0 and NaN stay. Where the destination is
-unsigned this is orvCopy, whose failure is followed by ORV_STATUS_BACKTRACE, "orvCopy is failed".
+    "orvAbs": """Absolute values at the signed depths, the lowest value giving the highest; -0.0 and NaN stay. Where the destination
+is unsigned this is orvCopy, whose failure is followed by ORV_STATUS_BACKTRACE, "orvCopy is failed".
 
-Reports ORV_STATUS_BAD_ARG for NULL images (both are reported); does nothing at all while the thread's stored status is
-negative; then the common reports, where a channel of interest on one multi-channel image alone is refused too.
+Reports ORV_STATUS_BAD_ARG for NULL images (both are reported); does nothing at all while the thread's stored status
+is negative; then the common reports, where a channel of interest on one multi-channel image alone is refused too.
 """,
-    "orvSquare": """Squares every value, cut to the range of the depth; a bit stays as it is. The common reports; the data order of 1U images
-is not compared.
+    "orvSquare": """Squares every value, cut to the range of the depth; a bit stays as it is. The common reports; the data order of 1U
+images is not compared.
 """,
     "orvLess": """a < b, all depths. At 32F a NaN on either side fails.""",
     "orvGreater": """a > b, all depths. At 32F a NaN on either side fails.""",
@@ -1608,31 +1613,32 @@ is not compared.
     "orvEqualSFP": """a == value, 32F. A NaN on either side passes.""",
     "orvEqualSFPEps": """|a - value| < eps, 32F; as orvEqualFPEps.""",
     "orvThreshold": """Gives every processed value at or above `Threshold` the highest value of the destination's depth and every other its
-lowest. Source depths 8U, 8S, 16U, 16S, 32S; destination depths also 1U. In place is allowed. Data orders may differ if
-either image has one channel. An image whose only channel is alpha, without a channel of interest, ends it silently, and so
-do two masks without a common region.
+lowest. Source depths 8U, 8S, 16U, 16S, 32S; destination depths also 1U. In place is allowed. Data orders may differ
+if either image has one channel. An image whose only channel is alpha, without a channel of interest, ends it
+silently, and so do two masks without a common region.
 
-Reports ORV_STATUS_BAD_ARG after the images' faults: a 32F image or a 1U source, data orders, origins (also of masks), a
-`Threshold` outside the source's range, numbers of processed channels, two masks that cannot be combined for lack of
-memory, a tile that does not come. Two masks are combined by orvAnd; a failure of it is followed by
-ORV_STATUS_BACKTRACE, "error_orvAnd", and ends the call. A negative status stored before is reported there in the same
-words, and stops nothing.
+Reports ORV_STATUS_BAD_ARG after the images' faults: a 32F image or a 1U source, data orders, origins (also of
+masks), a `Threshold` outside the source's range, numbers of processed channels, two masks that cannot be combined
+for lack of memory, a tile that does not come. Two masks are combined by orvAnd; a failure of it is followed by
+ORV_STATUS_BACKTRACE, "error_orvAnd", and ends the call. A negative status stored before is reported there in the
+same words, and stops nothing.
 """,
     "orvMultiplySScale": """Stores mul(src, value), `value` cut to 0 to M.
 
-Reports, for the destination and then the source: NULL; the image's fault with "Incorrect Image"; then an only channel that is alpha and
-no channel of interest; another depth, or one that differs; numbers of channels that differ, a channel of interest counting
-as one.
+Reports, for the destination and then the source: NULL; the image's fault with "Incorrect Image"; then an only
+channel that is alpha and no channel of interest; another depth, or one that differs; numbers of channels that
+differ, a channel of interest counting as one.
 """,
     "orvMultiplyScale": """Stores mul(a, b). Reports as orvMultiplySScale, for both sources.""",
-    "orvPreMultiplyAlpha": """Multiplies the processed colour channels by alpha, in place: by the image's alpha channel if `alpha` is negative or above M; otherwise
-by `alpha`, to which the alpha channel, if there is one, is then set, also under a channel of interest.
+    "orvPreMultiplyAlpha": """Multiplies the processed colour channels by alpha, in place: by the image's alpha channel if `alpha` is negative or
+above M; otherwise by `alpha`, to which the alpha channel, if there is one, is then set, also under a channel of
+interest.
 
-Reports NULL; the image's fault with "Incorrect Image"; another depth; a channel of interest that is the alpha channel; no alpha channel
-where it is asked for.
+Reports NULL; the image's fault with "Incorrect Image"; another depth; a channel of interest that is the alpha
+channel; no alpha channel where it is asked for.
 """,
-    "orvAlphaCompositeC": """Composites two images. `compositeType` is one of, with A and B the colours multiplied by their alphas a and b, which here stand for
-0 to 1:
+    "orvAlphaCompositeC": """Composites two images. `compositeType` is one of, with A and B the colours multiplied by their alphas a and b, which
+here stand for 0 to 1:
 
   type       colour                       alpha
   0 over     A + (1 - a) B                a + (1 - a) b
@@ -1642,70 +1648,71 @@ where it is asked for.
   4 xor      A (1 - b) + (1 - a) B        a (1 - b) + (1 - a) b
   5 plus     A + B                        a + b
 
-`premulAlpha` 1 says that the colours are multiplied already; with 0 they are multiplied first. With `divideMode` 0 all products are
-mul and all sums cut. With 1 the colour is divided by the alpha of the result where that is not 0, in double precision with
-alphas of a * (float)(1 / M), cut to M and rounded to nearest, ties to even.
+`premulAlpha` 1 says that the colours are multiplied already; with 0 they are multiplied first. With `divideMode` 0
+all products are mul and all sums cut. With 1 the colour is divided by the alpha of the result where that is not 0,
+in double precision with alphas of a * (float)(1 / M), cut to M and rounded to nearest, ties to even.
 
-`aA` and `aB` are the alphas of whole images, or, if negative or above M, stand for the alpha channels of these. The destination's
-alpha channel stays.
+`aA` and `aB` are the alphas of whole images, or, if negative or above M, stand for the alpha channels of these. The
+destination's alpha channel stays.
 
 T. Porter and T. Duff, "Compositing digital images", SIGGRAPH 1984.
 
-Reports, for the destination and then the sources: NULL; the image's fault with "Incorrect Image"; then a channel of interest that is the
-alpha channel; another depth, or one that differs; a channel of interest in one image and not in the other; numbers of
-colour channels that differ; no alpha channel where it is asked for; a type; a mode.
+Reports, for the destination and then the sources: NULL; the image's fault with "Incorrect Image"; then a channel of
+interest that is the alpha channel; another depth, or one that differs; a channel of interest in one image and not in
+the other; numbers of colour channels that differ; no alpha channel where it is asked for; a type; a mode.
 """,
-    "orvAlphaComposite": """The same with an alpha for each pixel, and with the alpha of the result stored. Alphas are read in the alpha channel of an alpha image, or
-in its only colours' first channel, or, where the image is NULL, in the alpha channel of the source. Without `alphaImageB` the second
-alpha is that of `srcImageB` only if `alphaImageA` is NULL too and the source has one; otherwise it is 1 - a, and the alpha of
-the result then comes from products of a and 1 - a alone (at divideMode 0, type 2 stores a a and type 5 stores M). The alpha of the
-result goes to the alpha channel of `alphaImageDst`, or of the destination if that is NULL and there is one, also under a channel of
-interest.
+    "orvAlphaComposite": """The same with an alpha for each pixel, and with the alpha of the result stored. Alphas are read in the alpha channel
+of an alpha image, or in its only colours' first channel, or, where the image is NULL, in the alpha channel of the
+source. Without `alphaImageB` the second alpha is that of `srcImageB` only if `alphaImageA` is NULL too and the
+source has one; otherwise it is 1 - a, and the alpha of the result then comes from products of a and 1 - a alone (at
+divideMode 0, type 2 stores a a and type 5 stores M). The alpha of the result goes to the alpha channel of
+`alphaImageDst`, or of the destination if that is NULL and there is one, also under a channel of interest.
 
-Reports as orvAlphaCompositeC; at the alphas, for each alpha image its fault with "Incorrect Image" and a depth that differs, and no
-alpha channel in `srcImageA`, where it is asked for, or in `alphaImageDst`.
+Reports as orvAlphaCompositeC; at the alphas, for each alpha image its fault with "Incorrect Image" and a depth that
+differs, and no alpha channel in `srcImageA`, where it is asked for, or in `alphaImageDst`.
 """,
     "orvSetBorderMode": """Sets the border mode of the sides in `border` (ORV_SIDE_...) to `mode` (ORV_BORDER_...) and their border constant to
-`constVal`, cut to the range of the image's depth; at 32F the constant stands for the same number as a float. Above and
-below the image, the mode of that side also rules what lies to the left and to the right of it.
+`constVal`, cut to the range of the image's depth; at 32F the constant stands for the same number as a float. Above
+and below the image, the mode of that side also rules what lies to the left and to the right of it.
 
 Nothing is checked or reported; nothing happens for NULL.
 """,
-    "orvBlur": """Gives every value the mean of a window of `nCols` by `nRows` pixels, of which the pixel itself is column `anchorX` and row
-`anchorY`. All depths; the integer sum is converted to float, multiplied by the float 1 / (nCols * nRows), and rounded to
-nearest, ties to even. At 1U a mean of 0.5 or more gives 1. At 32S and 32F the sums are floats: they run along the
-columns and rows, so that their rounding depends a little on where the region lies; 32S results saturate. The data
-orders may differ; in place is allowed. A window of 1 by 1 is orvCopy, with all its rules. The time does not depend on the
-window's size.
+    "orvBlur": """Gives every value the mean of a window of `nCols` by `nRows` pixels, of which the pixel itself is column `anchorX`
+and row `anchorY`. All depths; the integer sum is converted to float, multiplied by the float 1 / (nCols * nRows),
+and rounded to nearest, ties to even. At 1U a mean of 0.5 or more gives 1. At 32S and 32F the sums are floats: they
+run along the columns and rows, so that their rounding depends a little on where the region lies; 32S results
+saturate. The data orders may differ; in place is allowed. A window of 1 by 1 is orvCopy, with all its rules. The
+time does not depend on the window's size.
 
-Running sums over windows: M. J. McDonnell, "Box-filtering techniques", Computer Graphics and Image Processing 17 (1981).
+Running sums over windows: M. J. McDonnell, "Box-filtering techniques", Computer Graphics and Image Processing 17
+(1981).
 
 Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (depths differ; `nRows` or `nCols` negative; an
 anchor negative; an anchor outside the window); ORV_STATUS_BAD_ALPHA_CHANNEL (the destination, then the source, has
-nothing but alpha); ORV_STATUS_BAD_CHANNELS (numbers of processed channels that differ); ORV_STATUS_BAD_ALPHA_CHANNEL (a
-mask); ORV_STATUS_NO_MEMORY (no memory, or a tile that does not come).
+nothing but alpha); ORV_STATUS_BAD_CHANNELS (numbers of processed channels that differ); ORV_STATUS_BAD_ALPHA_CHANNEL
+(a mask); ORV_STATUS_NO_MEMORY (no memory, or a tile that does not come).
 """,
-    "orvCreateConvKernel": """Creates a kernel from nCols * nRows `values`, of which it keeps a copy. The value in column `anchorX` and row `anchorY` is
-the one that meets the pixel itself. `nShiftR` shifts every sum to the right, toward minus infinity; it is kept as it is,
-and its lowest five bits count. The form with characters takes bytes with a sign.
+    "orvCreateConvKernel": """Creates a kernel from nCols * nRows `values`, of which it keeps a copy. The value in column `anchorX` and row
+`anchorY` is the one that meets the pixel itself. `nShiftR` shifts every sum to the right, toward minus infinity; it
+is kept as it is, and its lowest five bits count. The form with characters takes bytes with a sign.
 
 Reports, and returns NULL: ORV_STATUS_BAD_ARG (no values; `nRows` or `nCols` below 1; an anchor outside the kernel);
 ORV_STATUS_NO_MEMORY.
 """,
     "orvCreateConvKernelChar": """As orvCreateConvKernel, beside which it is declared:
 
-Creates a kernel from nCols * nRows `values`, of which it keeps a copy. The value in column `anchorX` and row `anchorY` is
-the one that meets the pixel itself. `nShiftR` shifts every sum to the right, toward minus infinity; it is kept as it is,
-and its lowest five bits count. The form with characters takes bytes with a sign.
+Creates a kernel from nCols * nRows `values`, of which it keeps a copy. The value in column `anchorX` and row
+`anchorY` is the one that meets the pixel itself. `nShiftR` shifts every sum to the right, toward minus infinity; it
+is kept as it is, and its lowest five bits count. The form with characters takes bytes with a sign.
 
 Reports, and returns NULL: ORV_STATUS_BAD_ARG (no values; `nRows` or `nCols` below 1; an anchor outside the kernel);
 ORV_STATUS_NO_MEMORY.
 """,
     "orvCreateConvKernelFP": """As orvCreateConvKernel, beside which it is declared:
 
-Creates a kernel from nCols * nRows `values`, of which it keeps a copy. The value in column `anchorX` and row `anchorY` is
-the one that meets the pixel itself. `nShiftR` shifts every sum to the right, toward minus infinity; it is kept as it is,
-and its lowest five bits count. The form with characters takes bytes with a sign.
+Creates a kernel from nCols * nRows `values`, of which it keeps a copy. The value in column `anchorX` and row
+`anchorY` is the one that meets the pixel itself. `nShiftR` shifts every sum to the right, toward minus infinity; it
+is kept as it is, and its lowest five bits count. The form with characters takes bytes with a sign.
 
 Reports, and returns NULL: ORV_STATUS_BAD_ARG (no values; `nRows` or `nCols` below 1; an anchor outside the kernel);
 ORV_STATUS_NO_MEMORY.
@@ -1744,30 +1751,32 @@ Releases a kernel. Reports ORV_STATUS_BAD_ARG (no kernel; a kernel without value
 
     sum(x, y) = sum over i, j of K[j][i] * src(x + anchorX - i, y + anchorY - j)
 
-so that the first value meets the sample furthest right and lowest: see any textbook on convolution, such as R. N. Bracewell,
-"Two-Dimensional Imaging" (1995). In place is allowed. The data orders are the same; a channel of interest is set in both
-images or in none.
+so that the first value meets the sample furthest right and lowest: see any textbook on convolution, such as R. N.
+Bracewell, "Two-Dimensional Imaging" (1995). In place is allowed. The data orders are the same; a channel of interest
+is set in both images or in none.
 
-orvConvolve2D takes every depth but 32F. Each sum is exact where no sum of the kernel can pass 32 bits, and is then shifted
-by the kernel's nShiftR. With one kernel and no shift ORV_COMBINE_SUMSQ gives the square of the sum, ORV_COMBINE_SUMSQROOT
-its absolute value, and every other method, known or not, the sum. Totals of several kernels are integers as long as the sums
-of every kernel lie between -32768 and 32767, and otherwise floats; integer squares and totals wrap at 32 bits. Results
-are rounded to nearest, ties to even, and cut to the depth's range; at 1U what is above 0, or above 0.5 for floats, is 1.
+orvConvolve2D takes every depth but 32F. Each sum is exact where no sum of the kernel can pass 32 bits, and is then
+shifted by the kernel's nShiftR. With one kernel and no shift ORV_COMBINE_SUMSQ gives the square of the sum,
+ORV_COMBINE_SUMSQROOT its absolute value, and every other method, known or not, the sum. Totals of several kernels
+are integers as long as the sums of every kernel lie between -32768 and 32767, and otherwise floats; integer squares
+and totals wrap at 32 bits. Results are rounded to nearest, ties to even, and cut to the depth's range; at 1U what is
+above 0, or above 0.5 for floats, is 1.
 
-Where sums of a kernel can pass 32 bits, or a value does not fit 16, and always at 32S, they are formed in floats: every
-product in double precision, the running sum rounded to a float after each, the kernel's values from the last to the first.
-A shift first rounds to an integer. Dense windows of 3 x 3 (at most two values 0) and 5 x 5 (at most four) in rows of 1 or 3
-channels are an exception: at 32S their sums are formed in double precision and rounded once; at other depths, where such
-kernels are of no use, the sums wrap at 32 bits and their bits are taken for floats.
+Where sums of a kernel can pass 32 bits, or a value does not fit 16, and always at 32S, they are formed in floats:
+every product in double precision, the running sum rounded to a float after each, the kernel's values from the last
+to the first. A shift first rounds to an integer. Dense windows of 3 x 3 (at most two values 0) and 5 x 5 (at most
+four) in rows of 1 or 3 channels are an exception: at 32S their sums are formed in double precision and rounded once;
+at other depths, where such kernels are of no use, the sums wrap at 32 bits and their bits are taken for floats.
 
-orvConvolve2DFP takes 32F. Windows of 3 x 3 and 5 x 5 in rows of 1 or 3 channels are summed in double precision and rounded
-once; others take two rows of the window at a time, column by column, and round to a float after each two products.
+orvConvolve2DFP takes 32F. Windows of 3 x 3 and 5 x 5 in rows of 1 or 3 channels are summed in double precision and
+rounded once; others take two rows of the window at a time, column by column, and round to a float after each two
+products.
 
 Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ROI_OFFSET (a region that begins outside its image);
-ORV_STATUS_BAD_ARG (no `kernel`; `nKernels` below 1 or above 10; an unknown method for several kernels; a kernel that is
-NULL; a bad one; depths or data orders that differ; 32F, or for orvConvolve2DFP any other depth; a channel of interest in one
-image only; no channel but alpha; numbers of processed channels that differ); ORV_STATUS_NO_MEMORY (no memory, or a tile
-that does not come). Nothing happens where regions and masks have no pixel in common.
+ORV_STATUS_BAD_ARG (no `kernel`; `nKernels` below 1 or above 10; an unknown method for several kernels; a kernel that
+is NULL; a bad one; depths or data orders that differ; 32F, or for orvConvolve2DFP any other depth; a channel of
+interest in one image only; no channel but alpha; numbers of processed channels that differ); ORV_STATUS_NO_MEMORY
+(no memory, or a tile that does not come). Nothing happens where regions and masks have no pixel in common.
 """,
     "orvConvolve2DFP": """As orvConvolve2D, beside which it is declared:
 
@@ -1775,96 +1784,101 @@ Convolves an image with 1 to 10 kernels and combines the results. For a kernel K
 
     sum(x, y) = sum over i, j of K[j][i] * src(x + anchorX - i, y + anchorY - j)
 
-so that the first value meets the sample furthest right and lowest: see any textbook on convolution, such as R. N. Bracewell,
-"Two-Dimensional Imaging" (1995). In place is allowed. The data orders are the same; a channel of interest is set in both
-images or in none.
+so that the first value meets the sample furthest right and lowest: see any textbook on convolution, such as R. N.
+Bracewell, "Two-Dimensional Imaging" (1995). In place is allowed. The data orders are the same; a channel of interest
+is set in both images or in none.
 
-orvConvolve2D takes every depth but 32F. Each sum is exact where no sum of the kernel can pass 32 bits, and is then shifted
-by the kernel's nShiftR. With one kernel and no shift ORV_COMBINE_SUMSQ gives the square of the sum, ORV_COMBINE_SUMSQROOT
-its absolute value, and every other method, known or not, the sum. Totals of several kernels are integers as long as the sums
-of every kernel lie between -32768 and 32767, and otherwise floats; integer squares and totals wrap at 32 bits. Results
-are rounded to nearest, ties to even, and cut to the depth's range; at 1U what is above 0, or above 0.5 for floats, is 1.
+orvConvolve2D takes every depth but 32F. Each sum is exact where no sum of the kernel can pass 32 bits, and is then
+shifted by the kernel's nShiftR. With one kernel and no shift ORV_COMBINE_SUMSQ gives the square of the sum,
+ORV_COMBINE_SUMSQROOT its absolute value, and every other method, known or not, the sum. Totals of several kernels
+are integers as long as the sums of every kernel lie between -32768 and 32767, and otherwise floats; integer squares
+and totals wrap at 32 bits. Results are rounded to nearest, ties to even, and cut to the depth's range; at 1U what is
+above 0, or above 0.5 for floats, is 1.
 
-Where sums of a kernel can pass 32 bits, or a value does not fit 16, and always at 32S, they are formed in floats: every
-product in double precision, the running sum rounded to a float after each, the kernel's values from the last to the first.
-A shift first rounds to an integer. Dense windows of 3 x 3 (at most two values 0) and 5 x 5 (at most four) in rows of 1 or 3
-channels are an exception: at 32S their sums are formed in double precision and rounded once; at other depths, where such
-kernels are of no use, the sums wrap at 32 bits and their bits are taken for floats.
+Where sums of a kernel can pass 32 bits, or a value does not fit 16, and always at 32S, they are formed in floats:
+every product in double precision, the running sum rounded to a float after each, the kernel's values from the last
+to the first. A shift first rounds to an integer. Dense windows of 3 x 3 (at most two values 0) and 5 x 5 (at most
+four) in rows of 1 or 3 channels are an exception: at 32S their sums are formed in double precision and rounded once;
+at other depths, where such kernels are of no use, the sums wrap at 32 bits and their bits are taken for floats.
 
-orvConvolve2DFP takes 32F. Windows of 3 x 3 and 5 x 5 in rows of 1 or 3 channels are summed in double precision and rounded
-once; others take two rows of the window at a time, column by column, and round to a float after each two products.
+orvConvolve2DFP takes 32F. Windows of 3 x 3 and 5 x 5 in rows of 1 or 3 channels are summed in double precision and
+rounded once; others take two rows of the window at a time, column by column, and round to a float after each two
+products.
 
 Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ROI_OFFSET (a region that begins outside its image);
-ORV_STATUS_BAD_ARG (no `kernel`; `nKernels` below 1 or above 10; an unknown method for several kernels; a kernel that is
-NULL; a bad one; depths or data orders that differ; 32F, or for orvConvolve2DFP any other depth; a channel of interest in one
-image only; no channel but alpha; numbers of processed channels that differ); ORV_STATUS_NO_MEMORY (no memory, or a tile
-that does not come). Nothing happens where regions and masks have no pixel in common.
+ORV_STATUS_BAD_ARG (no `kernel`; `nKernels` below 1 or above 10; an unknown method for several kernels; a kernel that
+is NULL; a bad one; depths or data orders that differ; 32F, or for orvConvolve2DFP any other depth; a channel of
+interest in one image only; no channel but alpha; numbers of processed channels that differ); ORV_STATUS_NO_MEMORY
+(no memory, or a tile that does not come). Nothing happens where regions and masks have no pixel in common.
 """,
-    "orvConvolveSep2D": """Filters an image with a row kernel `xKernel`, of one row, and a column kernel `yKernel`, of one column, of which one may be
-NULL. The kernel's values run as they were given, and that at the anchor meets the pixel itself:
+    "orvConvolveSep2D": """Filters an image with a row kernel `xKernel`, of one row, and a column kernel `yKernel`, of one column, of which one
+may be NULL. The kernel's values run as they were given, and that at the anchor meets the pixel itself:
 
     sum(x, y) = sum over i, j of X[i] * Y[j] * src(x + i - anchorX, y + j - anchorY)
 
-orvConvolveSep2D takes every depth but 32F. The sum is formed modulo 2^32, shifted to the right once by the sum of both
-kernels' shifts, toward minus infinity, and cut to the depth's range, which at 32S is the sum itself. orvConvolveSep2DFP takes
-32F: the columns first, then the rows, each sum formed in double precision and rounded to a float once. That a window
-which is a product costs the sum of its sides only: see any textbook, such as W. K. Pratt, "Digital Image Processing"
-(1978). In place is refused.
+orvConvolveSep2D takes every depth but 32F. The sum is formed modulo 2^32, shifted to the right once by the sum of
+both kernels' shifts, toward minus infinity, and cut to the depth's range, which at 32S is the sum itself.
+orvConvolveSep2DFP takes 32F: the columns first, then the rows, each sum formed in double precision and rounded to a
+float once. That a window which is a product costs the sum of its sides only: see any textbook, such as W. K. Pratt,
+"Digital Image Processing" (1978). In place is refused.
 
-Returns 0, or a negative status. Clears the thread's status first. Reports an image's fault with "Incorrect Image", then
-ORV_STATUS_BAD_ARG, which is also what is returned (one image for both; no kernel; depths, data orders or origins that differ;
-more than 32 channels in pixel order; numbers of channels, alpha channels or numbers of processed channels that differ; of
-the row kernel, then of the column kernel: no values, fewer than 2 values or values in both directions, an anchor outside;
-32F, or for orvConvolveSep2DFP any other depth). ORV_STATUS_NO_MEMORY is stored and returned, and reported as
-ORV_STATUS_BACKTRACE, where there is no memory or a tile does not come.
+Returns 0, or a negative status. Clears the thread's status first. Reports an image's fault with "Incorrect Image",
+then ORV_STATUS_BAD_ARG, which is also what is returned (one image for both; no kernel; depths, data orders or
+origins that differ; more than 32 channels in pixel order; numbers of channels, alpha channels or numbers of
+processed channels that differ; of the row kernel, then of the column kernel: no values, fewer than 2 values or
+values in both directions, an anchor outside; 32F, or for orvConvolveSep2DFP any other depth). ORV_STATUS_NO_MEMORY
+is stored and returned, and reported as ORV_STATUS_BACKTRACE, where there is no memory or a tile does not come.
 """,
     "orvConvolveSep2DFP": """As orvConvolveSep2D, beside which it is declared:
 
-Filters an image with a row kernel `xKernel`, of one row, and a column kernel `yKernel`, of one column, of which one may be
-NULL. The kernel's values run as they were given, and that at the anchor meets the pixel itself:
+Filters an image with a row kernel `xKernel`, of one row, and a column kernel `yKernel`, of one column, of which one
+may be NULL. The kernel's values run as they were given, and that at the anchor meets the pixel itself:
 
     sum(x, y) = sum over i, j of X[i] * Y[j] * src(x + i - anchorX, y + j - anchorY)
 
-orvConvolveSep2D takes every depth but 32F. The sum is formed modulo 2^32, shifted to the right once by the sum of both
-kernels' shifts, toward minus infinity, and cut to the depth's range, which at 32S is the sum itself. orvConvolveSep2DFP takes
-32F: the columns first, then the rows, each sum formed in double precision and rounded to a float once. That a window
-which is a product costs the sum of its sides only: see any textbook, such as W. K. Pratt, "Digital Image Processing"
-(1978). In place is refused.
+orvConvolveSep2D takes every depth but 32F. The sum is formed modulo 2^32, shifted to the right once by the sum of
+both kernels' shifts, toward minus infinity, and cut to the depth's range, which at 32S is the sum itself.
+orvConvolveSep2DFP takes 32F: the columns first, then the rows, each sum formed in double precision and rounded to a
+float once. That a window which is a product costs the sum of its sides only: see any textbook, such as W. K. Pratt,
+"Digital Image Processing" (1978). In place is refused.
 
-Returns 0, or a negative status. Clears the thread's status first. Reports an image's fault with "Incorrect Image", then
-ORV_STATUS_BAD_ARG, which is also what is returned (one image for both; no kernel; depths, data orders or origins that differ;
-more than 32 channels in pixel order; numbers of channels, alpha channels or numbers of processed channels that differ; of
-the row kernel, then of the column kernel: no values, fewer than 2 values or values in both directions, an anchor outside;
-32F, or for orvConvolveSep2DFP any other depth). ORV_STATUS_NO_MEMORY is stored and returned, and reported as
-ORV_STATUS_BACKTRACE, where there is no memory or a tile does not come.
+Returns 0, or a negative status. Clears the thread's status first. Reports an image's fault with "Incorrect Image",
+then ORV_STATUS_BAD_ARG, which is also what is returned (one image for both; no kernel; depths, data orders or
+origins that differ; more than 32 channels in pixel order; numbers of channels, alpha channels or numbers of
+processed channels that differ; of the row kernel, then of the column kernel: no values, fewer than 2 values or
+values in both directions, an anchor outside; 32F, or for orvConvolveSep2DFP any other depth). ORV_STATUS_NO_MEMORY
+is stored and returned, and reported as ORV_STATUS_BACKTRACE, where there is no memory or a tile does not come.
 """,
     "orvNormCrossCorr": """Tells how like the template the surroundings of every pixel are: the cosine of the angle between both as vectors,
 
     r(x, y) = sum of s * t / sqrt(sum of s * s * sum of t * t)
 
-over the region of `tplImage`, of tw by th pixels, whose top left value t meets the sample s at (x - tw / 2, y - th / 2),
-halves rounded down; with 1 for a root that is not above 1.1754943508222875e-38. The template's mask does not count. Sums
-of integers are exact, those of samples of 32 bits are formed in double precision. All depths but 1U; the images have
-one depth, or the source and the template 8U and the destination 32F. The result is r at 32F, and at other depths r * 255
-(8U), r * 127 (8S), r * 65535 (16U), r * 32767 (16S) or r * 2147483520 (32S), rounded to nearest, ties to even, and cut.
+over the region of `tplImage`, of tw by th pixels, whose top left value t meets the sample s at (x - tw / 2, y - th /
+2), halves rounded down; with 1 for a root that is not above 1.1754943508222875e-38. The template's mask does not
+count. Sums of integers are exact, those of samples of 32 bits are formed in double precision. All depths but 1U; the
+images have one depth, or the source and the template 8U and the destination 32F. The result is r at 32F, and at
+other depths r * 255 (8U), r * 127 (8S), r * 65535 (16U), r * 32767 (16S) or r * 2147483520 (32S), rounded to
+nearest, ties to even, and cut.
 
 The images agree in their numbers of processed channels; in data order, origin, alpha channel and number of channels
-the source agrees with one of the others at least. In place is refused; the template may be any image, but is not tiled.
+the source agrees with one of the others at least. In place is refused; the template may be any image, but is not
+tiled.
 
 See J. P. Lewis, "Fast normalized cross-correlation", Vision Interface (1995).
 
 Returns 0, or a negative status. Reports an image's fault with "Incorrect Image" (the source's, the template's, the
 destination's); then ORV_STATUS_BAD_ARG, which is also what is returned (source and destination are one image; the
-template's depth differs; a destination of another depth, or 1U; data orders, origins, alpha channels, numbers of channels
-that differ from both of the source's; numbers of processed channels that differ; a tiled template); ORV_STATUS_NO_MEMORY (no
-memory, or a tile that does not come). While it computes, the thread's error mode is ORV_ErrModeSilent: tile providers see
-that.
+template's depth differs; a destination of another depth, or 1U; data orders, origins, alpha channels, numbers of
+channels that differ from both of the source's; numbers of processed channels that differ; a tiled template);
+ORV_STATUS_NO_MEMORY (no memory, or a tile that does not come). While it computes, the thread's error mode is
+ORV_ErrModeSilent: tile providers see that.
 """,
     "orvDilate": """The greatest value of the window; at 1U whether any bit is set.""",
     "orvErode": """The least value of the window; at 1U whether all bits are set.""",
-    "orvOpen": """Erosion, then dilation: removes what is bright and smaller than the window. The first stage is made in the region alone;
-around it the second stage sees the source. Both run from the top down, row by row, and the first does so no further than
-the second needs rows: the last n rows of the result, all of which have the window of the first of them, are equal.
+    "orvOpen": """Erosion, then dilation: removes what is bright and smaller than the window. The first stage is made in the region
+alone; around it the second stage sees the source. Both run from the top down, row by row, and the first does so no
+further than the second needs rows: the last n rows of the result, all of which have the window of the first of them,
+are equal.
 """,
     "orvClose": """Dilation, then erosion: removes what is dark and smaller than the window. Otherwise as orvOpen.""",
     "orvMaxFilter": """The greatest value of the window; at 1U whether any bit is set. For the method see orvDilate.""",
@@ -1872,18 +1886,18 @@ the second needs rows: the last n rows of the result, all of which have the wind
 
 The least value of the window; at 1U whether all bits are set.
 """,
-    "orvMedianFilter": """The median of the window: value nCols * nRows / 2 + 1 from below, rounded down, which is the upper of the two in the middle
-if their number is even; at 1U whether at least half of the bits are set.
+    "orvMedianFilter": """The median of the window: value nCols * nRows / 2 + 1 from below, rounded down, which is the upper of the two in the
+middle if their number is even; at 1U whether at least half of the bits are set.
 
-Small windows: A. Adams, "Fast median filters using separable sorting networks", ACM Transactions on Graphics 40 (2021). Large
-ones at 8 bits: S. Perreault and P. Hebert, "Median filtering in constant time", IEEE Transactions on Image Processing 16
-(2007); otherwise: T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median filtering algorithm", IEEE
-Transactions on Acoustics, Speech and Signal Processing 27 (1979).
+Small windows: A. Adams, "Fast median filters using separable sorting networks", ACM Transactions on Graphics 40
+(2021). Large ones at 8 bits: S. Perreault and P. Hebert, "Median filtering in constant time", IEEE Transactions on
+Image Processing 16 (2007); otherwise: T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median
+filtering algorithm", IEEE Transactions on Acoustics, Speech and Signal Processing 27 (1979).
 """,
-    "orvColorMedianFilter": """The pixel of the window whose distances to all the others have the least sum, of several the first, row by row. A distance is
-the sum of the absolute differences of three channels; at 32F distances are added as floats, pair by pair. The images have
-three channels, or four of which the source's last one is alpha; the fourth is not written. All depths but 1U and 32S; the
-data orders may differ. The time grows with the square of the window's number of pixels.
+    "orvColorMedianFilter": """The pixel of the window whose distances to all the others have the least sum, of several the first, row by row. A
+distance is the sum of the absolute differences of three channels; at 32F distances are added as floats, pair by
+pair. The images have three channels, or four of which the source's last one is alpha; the fourth is not written. All
+depths but 1U and 32S; the data orders may differ. The time grows with the square of the window's number of pixels.
 
 J. Astola, P. Haavisto and Y. Neuvo, "Vector median filters", Proceedings of the IEEE 78 (1990).
 
@@ -1894,24 +1908,25 @@ ORV_STATUS_BAD_ARG: "(anchorX>=nCols)||(anchorX<0)", "(anchorY>=nRows)||(anchorY
 "(srcImage->nChannels==3)&&(srcImage->alphaChannel!=0)", "(srcImage->nChannels==4)&&(srcImage->alphaChannel==0)",
 "srcImage->roi->coi!=0", "dstImage->roi->coi!=0". Tiles and memory: as above.
 """,
-    "orvFixedFilter": """Gives every value the sum of the window around it times the coefficients of `filter` (ORV_FIXED_...). The coefficients are not
-turned round: a ramp that rises to the right gives something negative with ORV_FIXED_SOBEL_X. Quotients are rounded to
-nearest, ties to even, and results cut to the range of the depth. 32S and 32F are computed in 32-bit float, row by row, and
-so is ORV_FIXED_GAUSS5 at all depths, whose coefficients are rounded to float. At 1U a bit is set where the sum is above 0,
-with ORV_FIXED_GAUSS3 above 7, with ORV_FIXED_GAUSS5 above 285; ORV_FIXED_SHARPEN3 is orvCopy then, with all its rules. Each
-channel by itself; in place is refused. No floating-point exception is raised or left.
+    "orvFixedFilter": """Gives every value the sum of the window around it times the coefficients of `filter` (ORV_FIXED_...). The
+coefficients are not turned round: a ramp that rises to the right gives something negative with ORV_FIXED_SOBEL_X.
+Quotients are rounded to nearest, ties to even, and results cut to the range of the depth. 32S and 32F are computed
+in 32-bit float, row by row, and so is ORV_FIXED_GAUSS5 at all depths, whose coefficients are rounded to float. At 1U
+a bit is set where the sum is above 0, with ORV_FIXED_GAUSS3 above 7, with ORV_FIXED_GAUSS5 above 285;
+ORV_FIXED_SHARPEN3 is orvCopy then, with all its rules. Each channel by itself; in place is refused. No
+floating-point exception is raised or left.
 
-J. M. S. Prewitt, "Object enhancement and extraction", in Picture Processing and Psychopictorics (1970); I. Sobel and G.
-Feldman, "A 3x3 isotropic gradient operator for image processing" (1968).
+J. M. S. Prewitt, "Object enhancement and extraction", in Picture Processing and Psychopictorics (1970); I. Sobel and
+G. Feldman, "A 3x3 isotropic gradient operator for image processing" (1968).
 
-Reports and returns, in this order: an image's fault, with "Incorrect Image", the source's before the destination's; then
-with ORV_STATUS_BAD_ARG "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth" (returns ORV_STATUS_BAD_DEPTH),
-"srcImage->nChannels!=dstImage->nChannels" (ORV_STATUS_BAD_CHANNELS), "srcImage->alphaChannel!=dstImage->alphaChannel"
-(ORV_STATUS_BAD_ALPHA_CHANNEL), "(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)", and unless the
-depth is 1U "srcImage->dataOrder!=dstImage->dataOrder" (-1); then the three tests of the channels of interest as
-orvMedianFilter makes them, with ORV_STATUS_BAD_COI, after which a negative stored status is returned; last, with
-ORV_STATUS_BAD_ARG, "Unknow filter.". Tiles and memory: as orvMedianFilter. Returns the stored status if it is negative, 0
-otherwise.
+Reports and returns, in this order: an image's fault, with "Incorrect Image", the source's before the destination's;
+then with ORV_STATUS_BAD_ARG "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth" (returns
+ORV_STATUS_BAD_DEPTH), "srcImage->nChannels!=dstImage->nChannels" (ORV_STATUS_BAD_CHANNELS),
+"srcImage->alphaChannel!=dstImage->alphaChannel" (ORV_STATUS_BAD_ALPHA_CHANNEL),
+"(srcImage->alphaChannel!=0)&&(srcImage->alphaChannel!=srcImage->nChannels)", and unless the depth is 1U
+"srcImage->dataOrder!=dstImage->dataOrder" (-1); then the three tests of the channels of interest as orvMedianFilter
+makes them, with ORV_STATUS_BAD_COI, after which a negative stored status is returned; last, with ORV_STATUS_BAD_ARG,
+"Unknow filter.". Tiles and memory: as orvMedianFilter. Returns the stored status if it is negative, 0 otherwise.
 """,
     "orvGetAffineQuad": """Puts the corners of the region through a map. A perspective map is not tested for a denominator w of 0.
 
@@ -2194,8 +2209,8 @@ place; `flipAxis`; a 1U image with an alpha channel; numbers of processed channe
 ORV_STATUS_NO_MEMORY; ORV_STATUS_ERROR for a tile of the destination that does not come, ORV_STATUS_BACKTRACE for one
 of the source.
 """,
-    "orvColorToGray": """Makes grey of colours, from the weighted sums w = 54 R + 183 G + 18 B, whose weights have the sum 255, so that white of 8U
-becomes 254, and, at 32S, v(n) = 109 (R >> n) + 366 (G >> n) + 37 (B >> n), which takes values to be positive:
+    "orvColorToGray": """Makes grey of colours, from the weighted sums w = 54 R + 183 G + 18 B, whose weights have the sum 255, so that white
+of 8U becomes 254, and, at 32S, v(n) = 109 (R >> n) + 366 (G >> n) + 37 (B >> n), which takes values to be positive:
 
             to 8U          to 16U         to 1U, a bit is set if
     8U      w >> 8         w              w >> 8 > 127
@@ -2204,12 +2219,12 @@ becomes 254, and, at 32S, v(n) = 109 (R >> n) + 366 (G >> n) + 37 (B >> n), whic
 
 Other pairs are refused. Regions have no effect. Of a destination in planes the first one is written.
 
-Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a destination that is not grey; one in pixels with more than one
-channel; origins that differ; a pair of depths; a source with fewer than 3 channels.
+Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a destination that is not grey; one in pixels with more than
+one channel; origins that differ; a pair of depths; a source with fewer than 3 channels.
 """,
-    "orvGrayToColor": """Makes colours of grey: each of R, G and B is the grey value g times its own weight, which is at 8U W = [256 weight] and at
-16U and 32S W = [32768 weight], of which the low 16 bits count (at 32S all 32). Where the low 16 bits of all three are 0
-they are 54, 183, 18 at 8U, 109, 366, 37 with a shift of 9 at 16U, and 6968, 23434, 2364 at 32S.
+    "orvGrayToColor": """Makes colours of grey: each of R, G and B is the grey value g times its own weight, which is at 8U W = [256 weight]
+and at 16U and 32S W = [32768 weight], of which the low 16 bits count (at 32S all 32). Where the low 16 bits of all
+three are 0 they are 54, 183, 18 at 8U, 109, 366, 37 with a shift of 9 at 16U, and 6968, 23434, 2364 at 32S.
 
     8U      g W >> 8
     16U     g W >> 15
@@ -2218,14 +2233,14 @@ they are 54, 183, 18 at 8U, 109, 366, 37 with a shift of 9 at 16U, and 6968, 234
 
 Regions have no effect. A destination in pixels keeps its further channels.
 
-Reports ORV_STATUS_BAD_ARG for a destination that is not RGB; a source that is not grey; depths that differ and are not 1U
-and 8U; a source in pixels with a destination in planes; a source in pixels with more than one channel; origins that
-differ; a depth; a destination with fewer than 3 channels.
+Reports ORV_STATUS_BAD_ARG for a destination that is not RGB; a source that is not grey; depths that differ and are
+not 1U and 8U; a source in pixels with a destination in planes; a source in pixels with more than one channel;
+origins that differ; a depth; a destination with fewer than 3 channels.
 """,
     "orvRGB2HSV": """RGB to hue, saturation and value; 8U, 16U, 32S. With mx the largest and mn the smallest of R, G, B, and d = mx - mn:
 
-    degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360 below 0
-    hue          [degrees F / 360], 0 for grey
+    degrees      60 (G - B) / d if R = mx, else 60 (B - R) / d + 120 if G = mx, else 60 (R - G) / d + 240; plus 360
+    below 0 hue          [degrees F / 360], 0 for grey
     saturation   [(d / mx) F], 0 for black
     value        mx
 
@@ -2233,16 +2248,16 @@ At 32S all three are [x - 2147483648.5], x being what stands here before it is r
 
 A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978).
 """,
-    "orvHSV2RGB": """HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = (360 H / F) / 60, where 6 counts as 0,
-the sector k = [h - 0.5], f = h - k and s = S / F:
+    "orvHSV2RGB": """HSV to RGB; 8U, 16U, 32S. A saturation of 0 gives three times V. Otherwise, with h = (360 H / F) / 60, where 6 counts
+as 0, the sector k = [h - 0.5], f = h - k and s = S / F:
 
     p = [V (1 - s)]    q = [V (1 - s f)]    t = [V (1 - s (1 - f))]
 
     k        0        1        2        3        4        5
     R, G, B  V, t, p  q, V, p  p, V, t  p, q, V  t, p, V  V, p, q
 
-Sectors begin half a sector late, before which f is up to 1.5, and q or t leave the range and keep their low bits. At 32S p,
-q and t are [x - 2147483648.5]. RGB reports.
+Sectors begin half a sector late, before which f is up to 1.5, and q or t leave the range and keep their low bits. At
+32S p, q and t are [x - 2147483648.5]. RGB reports.
 """,
     "orvRGB2HLS": """RGB to hue, lightness and saturation; 8U, 16U, 32S. With the terms of orvRGB2HSV:
 
@@ -2254,8 +2269,8 @@ At 32S all three are [x - 2147483648]. RGB reports.
 
 J. D. Foley, A. van Dam, S. K. Feiner, J. F. Hughes, "Computer Graphics: Principles and Practice" (1990), chapter 13.
 """,
-    "orvHLS2RGB": """HLS to RGB; 8U, 16U, 32S. A saturation of 0 gives three times L. Otherwise, with l = L / F, s = S / F, m2 = (1 + s) l if
-l <= 0.5, else l + s - l s, m1 = 2 l - m2, and c(a) for an angle a of a full circle of 360:
+    "orvHLS2RGB": """HLS to RGB; 8U, 16U, 32S. A saturation of 0 gives three times L. Otherwise, with l = L / F, s = S / F, m2 = (1 + s) l
+if l <= 0.5, else l + s - l s, m1 = 2 l - m2, and c(a) for an angle a of a full circle of 360:
 
     c(a)     m1 + (m2 - m1) a / 60 below 60, m2 below 180, m1 + (m2 - m1) (240 - a) / 60 below 240, m1 otherwise
     R, G, B  [F c(a + 120)], [F c(a)], [F c(a - 120)] with a = 360 H / F
@@ -2288,7 +2303,8 @@ RGB reports. Recommendation ITU-R BT.709; CIE 15, "Colorimetry".
 
 RGB reports.
 """,
-    "orvRGB2LUV": """RGB to LUV; 32F, of full scale 1. X, Y and Z are those of orvRGB2XYZ at 32F. Where Y is at most 0.01 all three are 0, otherwise
+    "orvRGB2LUV": """RGB to LUV; 32F, of full scale 1. X, Y and Z are those of orvRGB2XYZ at 32F. Where Y is at most 0.01 all three are 0,
+otherwise
 
     r = 1 / (X + 15 Y + 3 Z)
     L = 116 Y^0.3333333432674408 - 16
@@ -2313,16 +2329,16 @@ and R, G and B are those of orvXYZ2RGB at 32F. RGB reports.
              V = cut[0.617 R - 0.517 G - 0.1 B]
     32F      the same sums, not cut
 
-Of 8U, an image of three channels in pixels may also go into planes, by sums of its own, in which t = 19595 R + 38470 G +
-7471 B:
+Of 8U, an image of three channels in pixels may also go into planes, by sums of its own, in which t = 19595 R + 38470
+G + 7471 B:
 
     Y = t >> 16
     U =     (((65536 B - t + 32767) >> 16) 32244 >> 16) + 128
     V = cut((((65536 R - t + 32767) >> 16) 57475 >> 16) + 128)
 
-Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a region; depths that differ; fewer than 3 source channels, other
-than 3 destination channels, data orders or origins that differ, unless it is that case, which compares no origins and
-wants 3 planes at least.
+Reports ORV_STATUS_BAD_ARG for a source that is not RGB; a region; depths that differ; fewer than 3 source channels,
+other than 3 destination channels, data orders or origins that differ, unless it is that case, which compares no
+origins and wants 3 planes at least.
 """,
     "orvYUV2RGB": """YUV to RGB; 8U, 16U, 32S, 32F. At 8U u = U - 127, v = V - 127, at 16U u = U - 32767, v = V - 32767.
 
@@ -2382,34 +2398,35 @@ RGB reports.
 
 Reports, and returns NULL: ORV_STATUS_BAD_ARG for NULL or a scalingValue outside 0 to 31; ORV_STATUS_NO_MEMORY.
 """,
-    "orvSetColorTwist": """Changes both fields of a twist. Reports ORV_STATUS_BAD_ARG for a NULL `cTwist`; NULL `data`; a scalingValue below 0; one
-above 31; the twist then stays as it was.
+    "orvSetColorTwist": """Changes both fields of a twist. Reports ORV_STATUS_BAD_ARG for a NULL `cTwist`; NULL `data`; a scalingValue below 0;
+one above 31; the twist then stays as it was.
 """,
     "orvDeleteColorTwist": """Releases a twist; NULL is allowed.""",
-    "orvApplyColorTwist": """Twists an image of 8U or 16U: result r is cut(cut(t(r)) + offset), where t(r) is rounded toward zero and cut is the limit to
-the depth's range. Constants and `offset` are thus in units of the depth.
+    "orvApplyColorTwist": """Twists an image of 8U or 16U: result r is cut(cut(t(r)) + offset), where t(r) is rounded toward zero and cut is the
+limit to the depth's range. Constants and `offset` are thus in units of the depth.
 
-Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL twist; fewer than 3 channels besides alpha
-(source, destination); depths that differ; another depth; data orders, then origins, that differ; a mask whose origin is
-not that of its image (source, destination); with two masks, no memory for a third, then, as ORV_STATUS_BACKTRACE, a failure
-of orvAnd; ORV_STATUS_BAD_ARG for a tile that does not come. Tiles done before stay done.
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL twist; fewer than 3 channels besides
+alpha (source, destination); depths that differ; another depth; data orders, then origins, that differ; a mask whose
+origin is not that of its image (source, destination); with two masks, no memory for a third, then, as
+ORV_STATUS_BACKTRACE, a failure of orvAnd; ORV_STATUS_BAD_ARG for a tile that does not come. Tiles done before stay
+done.
 """,
-    "orvColorTwistFP": """Twists an image of 32F by a matrix of 16 floats, row by row. Result r is ((M[r][0] c0 + M[r][3]) + M[r][1] c1) + M[r][2] c2 in
-double precision, rounded once, without a limit.
+    "orvColorTwistFP": """Twists an image of 32F by a matrix of 16 floats, row by row. Result r is ((M[r][0] c0 + M[r][3]) + M[r][1] c1) +
+M[r][2] c2 in double precision, rounded once, without a limit.
 
-Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL matrix; a depth that is not 32F; data orders,
-then origins, that differ; fewer than 3 channels besides alpha; then as orvApplyColorTwist from two masks on. The origins of
-masks are not looked at.
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for a NULL matrix; a depth that is not 32F; data
+orders, then origins, that differ; fewer than 3 channels besides alpha; then as orvApplyColorTwist from two masks on.
+The origins of masks are not looked at.
 """,
     "orvReduceBits": """Lowers the number of levels of an image to `levels`, and its depth where the destination's is lower: from 8U to 8U or
 1U, from 16U to 16U, 8U or 1U, from 32S to 32S, 16U, 8U or 1U. For other depths that pass the checks nothing happens.
 
 A value v, counted from 0 (at 32S v = pixel + 2147483648), on a scale up to D (255, 65535 or 4294967295) that L =
-levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint((L v) (1 / D) - 0.5), ties to even.
-It becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the brightest
-value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is written as (k a) >> 8, from 16U to 8U as
-(k a) >> 16. From 32S it is written as rint(level - 2147483648), rint(level / 65536 - 0.5) or rint(level / 16777216 -
-0.5). At 1U there are the levels 0 and D alone, whatever `levels` is.
+levels - 1 steps of D / L divide, lies between the levels q and q + 1 with q = rint((L v) (1 / D) - 0.5), ties to
+even. It becomes the higher one if it exceeds the lower one by more than a threshold; at D and above it becomes the
+brightest value. With a = rint(65280 / L - 0.5), or 16776960 / L from 16U, level k is written as (k a) >> 8, from 16U
+to 8U as (k a) >> 16. From 32S it is written as rint(level - 2147483648), rint(level / 65536 - 0.5) or rint(level /
+16777216 - 0.5). At 1U there are the levels 0 and D alone, whatever `levels` is.
 
 - ORV_DITHER_BAYER: the threshold at (x, y) is B(y & 3, x & 3) / 15 of a step (at 1U, of D), with B the matrix of
   Bayer, "An optimum method for two-level rendition of continuous-tone pictures", ICC 1973: 0 8 2 10 / 12 4 14 6 / 3
@@ -2438,27 +2455,29 @@ orders, then `noise` out of range, then alpha channels that differ; fewer channe
 destination's bits, plus 1; several channels into one); ORV_STATUS_NO_MEMORY; ORV_STATUS_ERROR for a tile that does
 not come. While the thread's stored status is negative it does nothing from the test of `ditherType` on.
 """,
-    "orvConvert": """Converts integer values to another integer depth: a value stays and is cut to the range of the depth. To 1U a bit is set
-where the value is above 0; 1U itself goes to 1U only. Data orders may differ. Where origins differ the image is turned
-upside down, so that it shows the same.
+    "orvConvert": """Converts integer values to another integer depth: a value stays and is cut to the range of the depth. To 1U a bit is
+set where the value is above 0; 1U itself goes to 1U only. Data orders may differ. Where origins differ the image is
+turned upside down, so that it shows the same.
 
-Whole images with all channels, alpha too: regions and masks have no effect, but that a source of several channels goes to
-1U by its channel of interest. Bits beyond the width stay, except that rows of 1U to 1U are copied as whole bytes. The
-images may be tiled. With one image in both places nothing happens.
+Whole images with all channels, alpha too: regions and masks have no effect, but that a source of several channels
+goes to 1U by its channel of interest. Bits beyond the width stay, except that rows of 1U to 1U are copied as whole
+bytes. The images may be tiled. With one image in both places nothing happens.
 
-Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 32F (source, destination); heights, then widths, that
-differ; to 1U, several source channels without a region, or without a channel of interest in it; otherwise numbers of
-channels that differ, and 1U to another depth; a tile that does not come. Tiles done before stay done.
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 32F (source, destination); heights, then
+widths, that differ; to 1U, several source channels without a region, or without a channel of interest in it;
+otherwise numbers of channels that differ, and 1U to another depth; a tile that does not come. Tiles done before stay
+done.
 """,
-    "orvBitonalToGray": """Converts a 1U image to integers of 8 bits or more: a set bit gives `OneScale`, a clear one `ZeroScale`, in all channels of the
-destination. Whole images, as in orvConvert, also turned where origins differ.
+    "orvBitonalToGray": """Converts a 1U image to integers of 8 bits or more: a set bit gives `OneScale`, a clear one `ZeroScale`, in all
+channels of the destination. Whole images, as in orvConvert, also turned where origins differ.
 
-Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for heights, then widths, that differ; a source of more
-than one channel; one that is not 1U; a destination of 32F; one of 1U; `ZeroScale`, then `OneScale`, above, then below, the
-range of the destination's depth; a tile that does not come.
+Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for heights, then widths, that differ; a source
+of more than one channel; one that is not 1U; a destination of 32F; one of 1U; `ZeroScale`, then `OneScale`, above,
+then below, the range of the destination's depth; a tile that does not come.
 """,
-    "orvScale": """Maps the whole range of an integer depth onto that of another, so that both ends meet. With v the value, counted from the
-lowest of its range where the depth grows, and from 0 or the middle of an unsigned range where it shrinks, >> rounding down:
+    "orvScale": """Maps the whole range of an integer depth onto that of another, so that both ends meet. With v the value, counted from
+the lowest of its range where the depth grows, and from 0 or the middle of an unsigned range where it shrinks, >>
+rounding down:
 
     8 to 16 bits     257 v, counted from the lowest value of the result
     8 to 32 bits     16843009 v
@@ -2468,23 +2487,24 @@ lowest of its range where the depth grows, and from 0 or the middle of an unsign
     32 to 16 bits    (v - (v >> 16)) >> 16
     32 to 8 bits     (v - (v >> 8)) >> 24
 
-Regions, channels of interest and tiles as in every operation, alpha left out; masks have no effect. Data orders may differ
-where one of the images has one channel.
+Regions, channels of interest and tiles as in every operation, alpha left out; masks have no effect. Data orders may
+differ where one of the images has one channel.
 
 Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for depths that are equal; 1U or 32F (source,
 destination); data orders, then origins, that differ; numbers of processed channels that differ; a tile that does not
 come.
 """,
-    "orvScaleFP": """Maps the range of an integer depth onto the floats from `minVal` to `maxVal`, or these onto that range. With low the lowest
-value of the integer depth, F its highest less its lowest, and r = maxVal - minVal, in double precision:
+    "orvScaleFP": """Maps the range of an integer depth onto the floats from `minVal` to `maxVal`, or these onto that range. With low the
+lowest value of the integer depth, F its highest less its lowest, and r = maxVal - minVal, in double precision:
 
     to 32F      f v + b with f = r (1 / F), b = minVal - f low, rounded once
-    from 32F    f x + b with f = F / r, b = low - minVal f, rounded to nearest, ties to even; below `minVal` the lowest value,
+    from 32F    f x + b with f = F / r, b = low - minVal f, rounded to nearest, ties to even; below `minVal` the
+    lowest value,
                 above `maxVal` the highest, 0 for what is no number
 
-Otherwise as orvScale. Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 1U; a `maxVal` that is not
-above `minVal`; no image, then both images, of 32F; data orders, then origins, that differ; numbers of processed channels
-that differ; a tile that does not come.
+Otherwise as orvScale. Reports an image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG for 1U; a `maxVal` that is
+not above `minVal`; no image, then both images, of 32F; data orders, then origins, that differ; numbers of processed
+channels that differ; a tile that does not come.
 """,
     "orvTranslateDIB": """Makes an image of a bitmap. Where an image can use the bitmap's own pixels they are shared: `*cloneData` is then 0,
 the bitmap must outlive the image, and of the image only the header is to be freed (orvDeallocateHeader). Otherwise
@@ -2550,34 +2570,37 @@ and the header says so.
     "orvConvertToDIBSep": """The same for pixels in a buffer of their own. Reports ORV_STATUS_BAD_ARG for `dibHeader`, then `dibData` NULL.""",
     "orvRealFft2D": """Transforms a real image into its packed spectrum, or with ORV_FFT_INVERSE into that of the inverse transform.
 
-Reports ORV_STATUS_BAD_ARG (neither direction, both, both kinds of arithmetic); for the source, then for the destination:
-ORV_STATUS_BAD_ARG (NULL), the header's fault with "Incorrect Image", ORV_STATUS_BAD_ARG (the only channel is an alpha
-channel and not selected by a COI, depth 1U, tiled); ORV_STATUS_BAD_ARG (the images' numbers of channels differ, where a COI
-selects one and the alpha channel is left out); ORV_STATUS_NO_MEMORY, after one more try with all that is kept
-released.
+Reports ORV_STATUS_BAD_ARG (neither direction, both, both kinds of arithmetic); for the source, then for the
+destination:
+ORV_STATUS_BAD_ARG (NULL), the header's fault with "Incorrect Image", ORV_STATUS_BAD_ARG (the only channel is an
+alpha channel and not selected by a COI, depth 1U, tiled); ORV_STATUS_BAD_ARG (the images' numbers of channels
+differ, where a COI selects one and the alpha channel is left out); ORV_STATUS_NO_MEMORY, after one more try with all
+that is kept released.
 """,
     "orvCcsFft2D": """Transforms a packed spectrum into the real image, usually with ORV_FFT_INVERSE; as orvRealFft2D, which it undoes.""",
     "orvMpyRCPack2D": """Multiplies two packed spectra element by element, as complex numbers, which convolves the images that they belong to.
-The three images have regions of one size, one of the depths 8S, 16S, 32S and 32F and as many channels each, a COI selecting
-one and the alpha channel left out; `dst` may be one of the sources. Results are rounded to nearest and saturated.
+The three images have regions of one size, one of the depths 8S, 16S, 32S and 32F and as many channels each, a COI
+selecting one and the alpha channel left out; `dst` may be one of the sources. Results are rounded to nearest and
+saturated.
 
 Reports for srcA, srcB, dst the header's fault with "Incorrect Image"; for each ORV_STATUS_BAD_ARG (tiled);
-ORV_STATUS_BAD_DEPTH; ORV_STATUS_BAD_ARG (depths differ, then widths and heights); ORV_STATUS_BAD_CHANNELS (numbers of
-channels differ).
+ORV_STATUS_BAD_DEPTH; ORV_STATUS_BAD_ARG (depths differ, then widths and heights); ORV_STATUS_BAD_CHANNELS (numbers
+of channels differ).
 """,
-    "orvDCT2D": """Computes the orthonormal two-dimensional cosine transform of type II of a region, or its inverse. With W x H pixels and
-f(y, x) the pixels of `src`, the forward transform stores in row u and column v of `dst`
+    "orvDCT2D": """Computes the orthonormal two-dimensional cosine transform of type II of a region, or its inverse. With W x H pixels
+and f(y, x) the pixels of `src`, the forward transform stores in row u and column v of `dst`
 
     F(u, v) = A(u, v) sum over y, x of f(y, x) cos((2 x + 1) v pi / (2 W)) cos((2 y + 1) u pi / (2 H))
 
 with A(0, 0) = 1 / sqrt(W H), sqrt(2) / sqrt(W H) in the rest of the first row and of the first column, and
-2 / sqrt(W H) elsewhere; the inverse gives f back from F. Any size is taken, at the cost and with the accuracy of a Fourier
-transform in single precision; blocks of 8 x 8 have a way of their own.
+2 / sqrt(W H) elsewhere; the inverse gives f back from F. Any size is taken, at the cost and with the accuracy of a
+Fourier transform in single precision; blocks of 8 x 8 have a way of their own.
 
 src    pixels, or coefficients for the inverse, of any depth but 1U. Its region gives the size.
-dst    another image of the same size, number of channels and data order, of any depth but 1U. The result begins at the
-       start of its region, whose size does not count. Integer values are saturated and rounded to nearest, ties to even,
-       and what is no number becomes 0; a forward transform belongs in a 32F image.
+dst    another image of the same size, number of channels and data order, of any depth but 1U. The result begins at
+the
+       start of its region, whose size does not count. Integer values are saturated and rounded to nearest, ties to
+       even, and what is no number becomes 0; a forward transform belongs in a 32F image.
 flags  ORV_DCT_FORWARD or ORV_DCT_INVERSE.
 
 Each channel is transformed by itself, alpha excepted; with a `coi` in both images the selected ones only. Masks
@@ -2595,42 +2618,43 @@ Method: rows and columns as in J. Makhoul, "A fast cosine transform in one and t
 (1980), from a Fourier transform of their length; blocks of 8 x 8 by Y. Arai, T. Agui and M. Nakajima, "A fast
 DCT-SQ scheme for images", Trans. IEICE E-71 (1988).
 """,
-    "orvWtInit": """Fills `wtKernel` with a filter bank of the catalogue: the taps published for the family, with the low-pass filters scaled
-as the record says and the high-pass ones made of them by alternating signs.
+    "orvWtInit": """Fills `wtKernel` with a filter bank of the catalogue: the taps published for the family, with the low-pass filters
+scaled as the record says and the high-pass ones made of them by alternating signs.
 
 wtType       ORV_WT_HAAR to ORV_WT_QUADRATIC_SPLINE.
 par1, par2   the type's parameters; ignored where it has none.
 
-Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel), ORV_STATUS_BAD_ARG
-(wtType, then par1, then par2).
+Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel),
+ORV_STATUS_BAD_ARG (wtType, then par1, then par2).
 
-Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992), but for the Coiflet of order 1, which is that of G. Beylkin,
-R. Coifman and V. Rokhlin, Comm. Pure Appl. Math. 44 (1991); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans. ASSP-36 (1988);
-A. Cohen, I. Daubechies and J.-C. Feauveau, Comm. Pure Appl. Math. 45 (1992).
+Sources: I. Daubechies, "Ten Lectures on Wavelets" (1992), but for the Coiflet of order 1, which is that of G.
+Beylkin, R. Coifman and V. Rokhlin, Comm. Pure Appl. Math. 44 (1991); P. P. Vaidyanathan and P.-Q. Hoang, IEEE Trans.
+ASSP-36 (1988); A. Cohen, I. Daubechies and J.-C. Feauveau, Comm. Pure Appl. Math. 45 (1992).
 """,
-    "orvWtInitUserFilter4": """Fills `wtKernel` with copies of four filters, in the order of the kernel's fields. That they give the image back is not
-tested. The kernel is released by orvWtFree; after a failure it is as before.
+    "orvWtInitUserFilter4": """Fills `wtKernel` with copies of four filters, in the order of the kernel's fields. That they give the image back is
+not tested. The kernel is released by orvWtFree; after a failure it is as before.
 
 Clears the stored status first. Returns 0 or the reported status: ORV_STATUS_NULL_POINTER (wtKernel, filt);
-ORV_STATUS_BAD_FILTER for the first filter whose taps are NULL, length is below 2, offset is not below the length or is
-negative; ORV_STATUS_NO_MEMORY.
+ORV_STATUS_BAD_FILTER for the first filter whose taps are NULL, length is below 2, offset is not below the length or
+is negative; ORV_STATUS_NO_MEMORY.
 """,
     "orvWtInitUserFilter": """orvWtInitUserFilter4 with a pointer for each filter. A NULL one is ORV_STATUS_NULL_POINTER.""",
     "orvWtInitUserTaps": """orvWtInitUserFilter4 with arrays of four: pointers to the taps, lengths and offsets. A NULL array or tap pointer is
 ORV_STATUS_NULL_POINTER.
 """,
-    "orvWtFree": """Releases the taps of a user kernel and clears the record of any kernel. A cleared kernel may be passed again. Returns 0,
-or ORV_STATUS_NULL_POINTER after a report.
+    "orvWtFree": """Releases the taps of a user kernel and clears the record of any kernel. A cleared kernel may be passed again. Returns
+0, or ORV_STATUS_NULL_POINTER after a report.
 """,
-    "orvWtDecompose": """Splits an image into four subbands by one level of the separable wavelet transform. Along each axis output i of a filter
-is the sum over k of taps[k] * x(2 i + offset - k), where x goes on periodically; an odd number of samples is made even
-by doubling the last one first.
+    "orvWtDecompose": """Splits an image into four subbands by one level of the separable wavelet transform. Along each axis output i of a
+filter is the sum over k of taps[k] * x(2 i + offset - k), where x goes on periodically; an odd number of samples is
+made even by doubling the last one first.
 
 wtKernel    of which filtDecLow and filtDecHigh are used.
 src         8U, one channel; its region, cut at its edges, is what is transformed.
-approxDst   low-pass along x and along y, xDetailDst low-pass along x and high-pass along y, yDetailDst high-pass along x
-            and low-pass along y, dDetailDst high-pass along both: 32F, one channel, without region, half as wide and as
-            high as the source's region, rounded up, all with the same widthStep.
+approxDst   low-pass along x and along y, xDetailDst low-pass along x and high-pass along y, yDetailDst high-pass
+along x
+            and low-pass along y, dDetailDst high-pass along both: 32F, one channel, without region, half as wide and
+            as high as the source's region, rounded up, all with the same widthStep.
 
 Memory for the work grows with the width and the filters' lengths, not with the height. Masks are not looked at.
 
@@ -2640,12 +2664,12 @@ image; ORV_STATUS_BAD_ROI_SIZE (an output with a region); ORV_STATUS_BAD_DEPTH; 
 ORV_STATUS_BAD_ROI_SIZE (the source's region begins outside); ORV_STATUS_BAD_IMAGE_SIZE; ORV_STATUS_BAD_WIDTH_STEP;
 ORV_STATUS_NO_MEMORY.
 
-Method: S. Mallat, "A theory for multiresolution signal decomposition: the wavelet representation", IEEE Trans. PAMI-11
-(1989).
+Method: S. Mallat, "A theory for multiresolution signal decomposition: the wavelet representation", IEEE Trans.
+PAMI-11 (1989).
 """,
-    "orvWtReconstruct": """Merges four subbands into an image, the inverse of orvWtDecompose with the same kernel. Along each axis output n is the
-sum over k of low.taps[k] * u(n + low.offset - k) and high.taps[k] * w(n + high.offset - k), u and w being the two
-subbands with zeros between their samples, continued periodically. Pixels are clamped to 0 and 255 and rounded to
+    "orvWtReconstruct": """Merges four subbands into an image, the inverse of orvWtDecompose with the same kernel. Along each axis output n is
+the sum over k of low.taps[k] * u(n + low.offset - k) and high.taps[k] * w(n + high.offset - k), u and w being the
+two subbands with zeros between their samples, continued periodically. Pixels are clamped to 0 and 255 and rounded to
 nearest, ties to even; what is no number becomes 0.
 
 wtKernel    of which filtRecLow and filtRecHigh are used.
@@ -2659,69 +2683,74 @@ sources in the place of its outputs.
 key[j] <= p < key[j + 1], modulo 2^32; interpolateType becomes 0. Depths 1U, 8U and 16U. An image without a region
 whose only channel is alpha is left alone.
 
-Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`lut` NULL; a signed or floating-point depth); ends
-here, without a word, if the thread's stored status is negative; ORV_STATUS_BAD_ARG for a table (NULL; its key or value
-NULL; fewer than 2 keys; a first key below 0; a last key above the number of values: 2, 256 or 65536; keys that
-descend); ORV_STATUS_NO_MEMORY; ORV_STATUS_ERROR for a tile that does not come, and ORV_STATUS_BACKTRACE.
+Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`lut` NULL; a signed or floating-point depth);
+ends here, without a word, if the thread's stored status is negative; ORV_STATUS_BAD_ARG for a table (NULL; its key
+or value NULL; fewer than 2 keys; a first key below 0; a last key above the number of values: 2, 256 or 65536; keys
+that descend); ORV_STATUS_NO_MEMORY; ORV_STATUS_ERROR for a tile that does not come, and ORV_STATUS_BACKTRACE.
 """,
     "orvContrastStretch": """Maps every value p by the table of its channel: in interval j to value[j], or, where interpolateType is not 0, to
-value[j] + (p - key[j]) * factor[j], of which the low bits of the depth count. Values below the first and from the last key on
-stay. Of several equal keys the first ends the table: all above it belongs to the interval that begins there. Depths 8U
-and 16U. The data orders may differ if both images have one channel; in place is allowed. Both masks hold.
+value[j] + (p - key[j]) * factor[j], of which the low bits of the depth count. Values below the first and from the
+last key on stay. Of several equal keys the first ends the table: all above it belongs to the interval that begins
+there. Depths 8U and 16U. The data orders may differ if both images have one channel; in place is allowed. Both masks
+hold.
 
-Reports an image's fault with "Incorrect Image"; then, each by itself, ORV_STATUS_BAD_ARG where depths, origins or data
-orders differ, for another depth, and for `lut` NULL, and ends if the thread's stored status is negative, also by an earlier
-call; ORV_STATUS_BAD_ARG (numbers of processed channels that differ; a table, as orvComputeHisto); ORV_STATUS_NO_MEMORY;
-as "orvMap" ORV_STATUS_ERROR (a tile does not come) or ORV_STATUS_BACKTRACE (no memory for the mask), and
-ORV_STATUS_BACKTRACE.
+Reports an image's fault with "Incorrect Image"; then, each by itself, ORV_STATUS_BAD_ARG where depths, origins or
+data orders differ, for another depth, and for `lut` NULL, and ends if the thread's stored status is negative, also
+by an earlier call; ORV_STATUS_BAD_ARG (numbers of processed channels that differ; a table, as orvComputeHisto);
+ORV_STATUS_NO_MEMORY; as "orvMap" ORV_STATUS_ERROR (a tile does not come) or ORV_STATUS_BACKTRACE (no memory for the
+mask), and ORV_STATUS_BACKTRACE.
 """,
-    "orvHistoEqualize": """Maps every value so that the counts of its channel's table spread evenly over the range: of the histogram H in which each bin
-of an interval of width w has value[j] / w pixels, and the last bin the rest, cumulated up to p, p becomes
-255 * H(p) / H(255) in integers of 32 bits at 8U, and trunc(H(p) * (65535.0 / H(65535))) at 16U. The tables are only read.
+    "orvHistoEqualize": """Maps every value so that the counts of its channel's table spread evenly over the range: of the histogram H in which
+each bin of an interval of width w has value[j] / w pixels, and the last bin the rest, cumulated up to p, p becomes
+255 * H(p) / H(255) in integers of 32 bits at 8U, and trunc(H(p) * (65535.0 / H(65535))) at 16U. The tables are only
+read.
 
 Histogram equalisation: R. C. Gonzalez and P. Wintz, "Digital Image Processing" (Addison-Wesley, 1977), section 4.2.
 
-Checks and reports are those of orvContrastStretch; then ORV_STATUS_INTERNAL for a table without a count, in which case nothing is
-written.
+Checks and reports are those of orvContrastStretch; then ORV_STATUS_INTERNAL for a table without a count, in which
+case nothing is written.
 """,
-    "orvNorm": """Returns a norm of `srcImageA`, or of its difference from `srcImageB`, which may be NULL. All depths; a value of 1U is 0 or 1. All
-processed channels go into one maximum or sum; pixels that a mask leaves out add nothing. The sums of a row of 8 and 16
-bits, and of squares of 8 bits, are kept in 32 bits, which hold at least 65537 greatest differences, 66051 of squares;
-all else in double precision. An empty region gives 0.
+    "orvNorm": """Returns a norm of `srcImageA`, or of its difference from `srcImageB`, which may be NULL. All depths; a value of 1U is
+0 or 1. All processed channels go into one maximum or sum; pixels that a mask leaves out add nothing. The sums of a
+row of 8 and 16 bits, and of squares of 8 bits, are kept in 32 bits, which hold at least 65537 greatest differences,
+66051 of squares; all else in double precision. An empty region gives 0.
 
-Returns 0 after a report: A's fault with "Incorrect Image"; ORV_STATUS_BAD_DATA_ORDER (data orders differ); B's fault with
-"Incorrect Image" and ORV_STATUS_BAD_ARG (depths differ); ORV_STATUS_BAD_ARG (an unknown norm; a relative norm without B);
-B's fault with "Incorrect Image"; ORV_STATUS_BAD_CHANNELS (numbers of channels differ); ORV_STATUS_BAD_COI (a channel of
-interest in one image only); ORV_STATUS_NULL_IMAGE (no memory for the mask); ORV_STATUS_BAD_COI (numbers of processed
-channels differ). Returns -1 after ORV_STATUS_BAD_ARG for a relative norm whose divisor is 0, also of an empty region; -3 after
-ORV_STATUS_NO_MEMORY where a tile does not come or cannot be copied.
+Returns 0 after a report: A's fault with "Incorrect Image"; ORV_STATUS_BAD_DATA_ORDER (data orders differ); B's fault
+with "Incorrect Image" and ORV_STATUS_BAD_ARG (depths differ); ORV_STATUS_BAD_ARG (an unknown norm; a relative norm
+without B); B's fault with "Incorrect Image"; ORV_STATUS_BAD_CHANNELS (numbers of channels differ);
+ORV_STATUS_BAD_COI (a channel of interest in one image only); ORV_STATUS_NULL_IMAGE (no memory for the mask);
+ORV_STATUS_BAD_COI (numbers of processed channels differ). Returns -1 after ORV_STATUS_BAD_ARG for a relative norm
+whose divisor is 0, also of an empty region; -3 after ORV_STATUS_NO_MEMORY where a tile does not come or cannot be
+copied.
 
-A report handler that clears the stored status lets the call go on past data orders, norms, numbers of channels and channels of
-interest; a norm that is unknown or lacks its B then ends it with ORV_STATUS_ERROR and 0.
+A report handler that clears the stored status lets the call go on past data orders, norms, numbers of channels and
+channels of interest; a norm that is unknown or lacks its B then ends it with ORV_STATUS_ERROR and 0.
 """,
-    "orvMinMaxFP": """Stores the least and the greatest value of the processed channels of a 32F image; both stay as they are if nothing is processed. NaN is
-passed over, unless it is the first value, which then is both extremes. Returns 0.
+    "orvMinMaxFP": """Stores the least and the greatest value of the processed channels of a 32F image; both stay as they are if nothing is
+processed. NaN is passed over, unless it is the first value, which then is both extremes. Returns 0.
 
-Returns ORV_STATUS_BAD_ARG after a report: the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`min` or `max` NULL; another
-depth). Returns ORV_STATUS_NO_MEMORY after ORV_STATUS_BAD_ARG for a tile that does not come.
+Returns ORV_STATUS_BAD_ARG after a report: the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`min` or
+`max` NULL; another depth). Returns ORV_STATUS_NO_MEMORY after ORV_STATUS_BAD_ARG for a tile that does not come.
 """,
-    "orvMoments": """Fills a record with the ten moments up to order 3 of one channel: a single-channel image, or the channel of interest. All depths; a value
-of 1U is 0 or 1. Pixels that the mask leaves out count as 0. The record stays as it was if the region is empty. The sums are those
-of double precision along each row and then over the rows. While it runs on a tiled image the image's roi field points at the
-working region, which a tile provider sees.
+    "orvMoments": """Fills a record with the ten moments up to order 3 of one channel: a single-channel image, or the channel of interest.
+All depths; a value of 1U is 0 or 1. Pixels that the mask leaves out count as 0. The record stays as it was if the
+region is empty. The sums are those of double precision along each row and then over the rows. While it runs on a
+tiled image the image's roi field points at the working region, which a tile provider sees.
 
-M.-K. Hu, "Visual pattern recognition by moment invariants", IRE Trans. Information Theory 8 (1962), for this and all that follow.
+M.-K. Hu, "Visual pattern recognition by moment invariants", IRE Trans. Information Theory 8 (1962), for this and all
+that follow.
 
 Reports the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (several channels and no channel of interest);
-ORV_STATUS_NULL_POINTER (`state` NULL); ORV_STATUS_ERROR (a tile does not come), in which case the record stays as it was.
+ORV_STATUS_NULL_POINTER (`state` NULL); ORV_STATUS_ERROR (a tile does not come), in which case the record stays as it
+was.
 """,
     "orvGetSpatialMoment": """Returns M(mOrd, nOrd) of a record. Orders are 0 to 3 with a sum of at most 3.
 
 Returns 0 after a report: ORV_STATUS_BAD_ARG (an order), ORV_STATUS_NULL_POINTER.
 """,
     "orvGetNormalizedSpatialMoment": """Returns M(m, n) / M(0, 0)^((m + n + 2) / 2). Reports as orvGetSpatialMoment, under its name.""",
-    "orvGetCentralMoment": """Returns the moment about the centre of gravity (M(1, 0) / M(0, 0), M(0, 1) / M(0, 0)), or, where M(0, 0) is 0, about half the region's
-size. Reports as orvGetSpatialMoment.
+    "orvGetCentralMoment": """Returns the moment about the centre of gravity (M(1, 0) / M(0, 0), M(0, 1) / M(0, 0)), or, where M(0, 0) is 0, about
+half the region's size. Reports as orvGetSpatialMoment.
 """,
     "orvGetNormalizedCentralMoment": """Returns the central moment divided by M(0, 0)^((m + n + 2) / 2). Reports as orvGetSpatialMoment.""",
     "orvSpatialMoment": """The same values of an image, as orvMoments would find them; 0 for an empty region.
@@ -2746,79 +2775,84 @@ The same values of an image, as orvMoments would find them; 0 for an empty regio
 
 Return 0 after a report: those of orvMoments on the image, ORV_STATUS_BAD_ARG (an order), ORV_STATUS_ERROR (a tile).
 """,
-    "orvNoiseUniformInit": """Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may be the wrong
-way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F. Nothing is checked;
-nothing happens for NULL.
+    "orvNoiseUniformInit": """Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may
+be the wrong way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F.
+Nothing is checked; nothing happens for NULL.
 """,
     "orvNoiseUniformInitFP": """As orvNoiseUniformInit, beside which it is declared:
 
-Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may be the wrong
-way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F. Nothing is checked;
-nothing happens for NULL.
+Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may
+be the wrong way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F.
+Nothing is checked; nothing happens for NULL.
 """,
     "orvNoiseGaussianInit": """As orvNoiseUniformInit, beside which it is declared:
 
-Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may be the wrong
-way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F. Nothing is checked;
-nothing happens for NULL.
+Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may
+be the wrong way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F.
+Nothing is checked; nothing happens for NULL.
 """,
     "orvNoiseGaussianInitFP": """As orvNoiseUniformInit, beside which it is declared:
 
-Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may be the wrong
-way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F. Nothing is checked;
-nothing happens for NULL.
+Fill the fields of one kind of noise, and leave the others as they are: uniform noise from `low` to `high`, which may
+be the wrong way round, or Gaussian noise of a mean and a standard deviation, for integer depths or (FP) for 32F.
+Nothing is checked; nothing happens for NULL.
 """,
-    "orvNoiseImage": """Adds noise to the processed channels of the region: to each value its own draw, cut toward zero at integer depths, where the sum is
-cut to the depth's range. Draws go row by row, pixel by pixel, channel by channel, plane by plane; a pixel that the mask
-leaves out takes none, so that noise under a mask is not the unmasked noise. With a tiled image of planes each plane is a
-pass over all tiles. All depths but 1U.
+    "orvNoiseImage": """Adds noise to the processed channels of the region: to each value its own draw, cut toward zero at integer depths,
+where the sum is cut to the depth's range. Draws go row by row, pixel by pixel, channel by channel, plane by plane; a
+pixel that the mask leaves out takes none, so that noise under a mask is not the unmasked noise. With a tiled image
+of planes each plane is a pass over all tiles. All depths but 1U.
 
-- Uniform: u * (high - low) * 2^-32 + low, u a number of 32 bits. Below 32 bits the bounds are cut to -M and M, M the greatest
-  unsigned number of as many bits as the depth; a low bound of M or more first sets the region to the greatest value, a
-  high bound of -M or less to the least one.
+- Uniform: u * (high - low) * 2^-32 + low, u a number of 32 bits. Below 32 bits the bounds are cut to -M and M, M the
+  greatest unsigned number of as many bits as the depth; a low bound of M or more first sets the region to the
+  greatest value, a high bound of -M or less to the least one.
 - Gaussian: pairs of normal values by the polar method from pairs of numbers, the mean added after the cut.
 
-The numbers are the sum of a linear congruential generator and one that subtracts with borrow: G. Marsaglia and A. Zaman, "A new class
-of random number generators", Annals of Applied Probability 1 (1991). The polar method: G. Marsaglia and T. A. Bray, "A
-convenient method for generating normal variables", SIAM Review 6 (1964). Noise is the same on every system.
+The numbers are the sum of a linear congruential generator and one that subtracts with borrow: G. Marsaglia and A.
+Zaman, "A new class of random number generators", Annals of Applied Probability 1 (1991). The polar method: G.
+Marsaglia and T. A. Bray, "A convenient method for generating normal variables", SIAM Review 6 (1964). Noise is the
+same on every system.
 
-Returns 0, or what it reports: the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`noiseParam` NULL; depth 1U; an unknown
-kind). For a tile that does not come it reports ORV_STATUS_BAD_ARG and returns ORV_STATUS_INTERNAL; tiles before it keep
-their noise.
+Returns 0, or what it reports: the image's fault with "Incorrect Image"; ORV_STATUS_BAD_ARG (`noiseParam` NULL; depth
+1U; an unknown kind). For a tile that does not come it reports ORV_STATUS_BAD_ARG and returns ORV_STATUS_INTERNAL;
+tiles before it keep their noise.
 """,
-    "orvCreateImageJaehne": """Makes an image of one channel ("GRAY", rows aligned to 4 bytes) with a chirp: rings whose frequency grows with the distance from the
-centre, up to half a cycle a pixel at the middle of the upper and lower edge. The phase at (x, y) is
-2 pi ((x - (width - 1) / 2)^2 + (y - (height - 1) / 2)^2) / (4 height), and of its sine s the value is (s + 1) * 0.49999 at
-32F and, cut toward zero, (s + 1) * 0.99999 at 1U, (s + 1) * 127.99999 at 8U, s * 127.99999 at 8S, (s + 1) * 32767.99999 at
-16U, s * 32767.99999 at 16S, s * 2147483647.99999 at 32S. The image is the caller's.
+    "orvCreateImageJaehne": """Makes an image of one channel ("GRAY", rows aligned to 4 bytes) with a chirp: rings whose frequency grows with the
+distance from the centre, up to half a cycle a pixel at the middle of the upper and lower edge. The phase at (x, y)
+is 2 pi ((x - (width - 1) / 2)^2 + (y - (height - 1) / 2)^2) / (4 height), and of its sine s the value is (s + 1) *
+0.49999 at 32F and, cut toward zero, (s + 1) * 0.99999 at 1U, (s + 1) * 127.99999 at 8U, s * 127.99999 at 8S, (s + 1)
+* 32767.99999 at 16U, s * 32767.99999 at 16S, s * 2147483647.99999 at 32S. The image is the caller's.
 
 B. Jaehne, "Digital Image Processing" (Springer, 1991), on test images.
 
-Returns NULL after a report: ORV_STATUS_BAD_IMAGE_SIZE (below 1), ORV_STATUS_BAD_DEPTH, ORV_STATUS_NO_MEMORY for the header, also after
-the report of a size that no image has, or for the pixels.
+Returns NULL after a report: ORV_STATUS_BAD_IMAGE_SIZE (below 1), ORV_STATUS_BAD_DEPTH, ORV_STATUS_NO_MEMORY for the
+header, also after the report of a size that no image has, or for the pixels.
 """,
-    "orvUserProcess": """Stores cbFunc of every processed value of the source, cut to the range of the depth, in the destination: row by row, pixel by pixel,
-channel by channel, plane by plane. No call is made for a pixel that a mask leaves out. Integer depths but 1U; in place is
-allowed. The function may call the library for other images. Where the destination is tiled its tiles lead, and a source's tiles
-are taken one by one below each; where both are one image its tiles are opened once, for writing.
+    "orvUserProcess": """Stores cbFunc of every processed value of the source, cut to the range of the depth, in the destination: row by row,
+pixel by pixel, channel by channel, plane by plane. No call is made for a pixel that a mask leaves out. Integer
+depths but 1U; in place is allowed. The function may call the library for other images. Where the destination is
+tiled its tiles lead, and a source's tiles are taken one by one below each; where both are one image its tiles are
+opened once, for writing.
 
-Reports an image's fault with "Incorrect Image" and ends; each by itself ORV_STATUS_BAD_ORIGIN, ORV_STATUS_BAD_DATA_ORDER (they differ),
-ORV_STATUS_BAD_ARG (`cbFunc` NULL), and ends if the thread's stored status is negative, also by an earlier call; likewise
-ORV_STATUS_BAD_DEPTH (depths differ), ORV_STATUS_BAD_COI (a channel of interest in one image, and several channels in the
-other), ORV_STATUS_BAD_CHANNELS (numbers of processed channels that differ, or are 0); ORV_STATUS_BAD_DEPTH (1U, 32F);
-ORV_STATUS_BAD_ROI_SIZE (nothing to process); ORV_STATUS_BACKTRACE (no memory for the mask). A tile: ORV_STATUS_BACKTRACE where
-the stored status is negative after it was opened or released, ORV_STATUS_INTERNAL where it does not come. The name in all
-reports is that of the function of this family that was called last, in whichever thread.
+Reports an image's fault with "Incorrect Image" and ends; each by itself ORV_STATUS_BAD_ORIGIN,
+ORV_STATUS_BAD_DATA_ORDER (they differ), ORV_STATUS_BAD_ARG (`cbFunc` NULL), and ends if the thread's stored status
+is negative, also by an earlier call; likewise ORV_STATUS_BAD_DEPTH (depths differ), ORV_STATUS_BAD_COI (a channel of
+interest in one image, and several channels in the other), ORV_STATUS_BAD_CHANNELS (numbers of processed channels
+that differ, or are 0); ORV_STATUS_BAD_DEPTH (1U, 32F); ORV_STATUS_BAD_ROI_SIZE (nothing to process);
+ORV_STATUS_BACKTRACE (no memory for the mask). A tile: ORV_STATUS_BACKTRACE where the stored status is negative after
+it was opened or released, ORV_STATUS_INTERNAL where it does not come. The name in all reports is that of the
+function of this family that was called last, in whichever thread.
 """,
-    "orvUserProcessFP": """The same with floats, at all depths but 1U. Results are cut to the range of an integer depth and then toward zero; at 32S a result of
-2147483648 or more becomes -2147483648. A result that is no number counts as too large. 32F stores what it gets.
+    "orvUserProcessFP": """The same with floats, at all depths but 1U. Results are cut to the range of an integer depth and then toward zero; at
+32S a result of 2147483648 or more becomes -2147483648. A result that is no number counts as too large. 32F stores
+what it gets.
 """,
-    "orvUserProcessPixel": """Calls cbFunc for every pixel of the region with the addresses of all its channels, alpha included, in both images, whatever the channel
-of interest; the function writes what it wants to dstPixel. Depths and numbers of channels may differ. Of images of planes
-the channels are brought together by rows, and written back after the row. The walk ends after a call that leaves a stored
-status other than 0: a function stops it by orvSetErrStatus.
+    "orvUserProcessPixel": """Calls cbFunc for every pixel of the region with the addresses of all its channels, alpha included, in both images,
+whatever the channel of interest; the function writes what it wants to dstPixel. Depths and numbers of channels may
+differ. Of images of planes the channels are brought together by rows, and written back after the row. The walk ends
+after a call that leaves a stored status other than 0: a function stops it by orvSetErrStatus.
 
-Reports as orvUserProcess up to `cbFunc`; ORV_STATUS_BAD_DEPTH (1U); ORV_STATUS_BAD_ROI_SIZE; ORV_STATUS_BACKTRACE (no memory for the
-mask; the function has set a status); ORV_STATUS_NO_MEMORY (rows of planes); tiles as orvUserProcess.
+Reports as orvUserProcess up to `cbFunc`; ORV_STATUS_BAD_DEPTH (1U); ORV_STATUS_BAD_ROI_SIZE; ORV_STATUS_BACKTRACE
+(no memory for the mask; the function has set a status); ORV_STATUS_NO_MEMORY (rows of planes); tiles as
+orvUserProcess.
 """,
 }

@@ -53,7 +53,8 @@ TEST(Examples, ErrorsAreToldAndOvercome)
 
 namespace {
 
-// The mean of a window with the nearest edge pixel beyond the edges, rounded. Windows have odd numbers of pixels: no ties.
+// The mean of a window with the nearest edge pixel beyond the edges, rounded. Windows have odd numbers of pixels: no
+// ties.
 int meanAt(const OrvImage& image, int x, int y, int channel, int size)
 {
     int sum = 0;

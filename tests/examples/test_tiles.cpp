@@ -61,7 +61,8 @@ private:
     std::unique_ptr<TIFF, decltype(&TIFFClose)> tiff;
 };
 
-// Rows of a plain image, sharpened: what the 15 x 15 mean lies below a value is added to it, what it lies above is taken away.
+// Rows of a plain image, sharpened: what the 15 x 15 mean lies below a value is added to it, what it lies above is
+// taken away.
 Loaded sharpened(OrvImage* source, int first, int count)
 {
     OrvROI rows = {0, 0, first, source->width, count};

@@ -1,13 +1,13 @@
-// Calls of all functions with arguments that are mostly right, often at the edge and sometimes hostile. As libFuzzer's target
-// with clang; otherwise a program of its own:
+// Calls of all functions with arguments that are mostly right, often at the edge and sometimes hostile. As libFuzzer's
+// target with clang; otherwise a program of its own:
 //
-//   fuzz_calls [options] [seconds [seed]]   random calls, from any of the functions; a failing one is printed as a C program
-//   fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
+//   fuzz_calls [options] [seconds [seed]]   random calls, from any of the functions; a failing one is printed as a C
+//   program fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
 //   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
-//   fuzz_calls --digest [times [file]]      digests of each family's results and of its reports, compared with those in a file
-//   fuzz_calls --reports [times]            all reports that calls with bad arguments make, and good ones that are refused
-//   fuzz_calls --each [times]               a digest of each function, and the share of its calls that went well
-//   fuzz_calls --call seed                  one call
+//   fuzz_calls --digest [times [file]]      digests of each family's results and of its reports, compared with those in
+//   a file fuzz_calls --reports [times]            all reports that calls with bad arguments make, and good ones that
+//   are refused fuzz_calls --each [times]               a digest of each function, and the share of its calls that went
+//   well fuzz_calls --call seed                  one call
 //   fuzz_calls --print seed | --input file  the C program of one call
 //   fuzz_calls --list                       the functions of the table
 //
@@ -269,8 +269,8 @@ int refusals(int times)
 
 std::set<std::string> heard;
 
-// The reports of calls with bad arguments and of good ones that are refused. They do not tell how often each was made, since
-// the levels do not ask for memory equally often.
+// The reports of calls with bad arguments and of good ones that are refused. They do not tell how often each was made,
+// since the levels do not ask for memory equally often.
 std::set<std::string> reportsOf(const Entry& entry, int times)
 {
     heard.clear();

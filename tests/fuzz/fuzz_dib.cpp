@@ -1,8 +1,8 @@
 // Hostile bitmaps: a header and bytes behind it that may hold anything, read and written in every way.
 //
-// The input is a few bytes that choose what is done, then a header, then its palette, masks and pixels. The bitmap stands in a
-// block of exactly the bytes that its header promises, so that the address sanitizer sees every byte too far; a header that
-// promises more than there could be is only used where it has to be refused.
+// The input is a few bytes that choose what is done, then a header, then its palette, masks and pixels. The bitmap
+// stands in a block of exactly the bytes that its header promises, so that the address sanitizer sees every byte too
+// far; a header that promises more than there could be is only used where it has to be refused.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

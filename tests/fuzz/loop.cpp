@@ -1,5 +1,5 @@
-// Feeds a fuzz target with random inputs for some seconds, where there is no libFuzzer. What it found can be had again by the
-// seed that it tells.
+// Feeds a fuzz target with random inputs for some seconds, where there is no libFuzzer. What it found can be had again
+// by the seed that it tells.
 //
 //   fuzz_dib [seconds [seed]]
 #include <chrono>

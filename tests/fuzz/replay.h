@@ -1,5 +1,5 @@
-/* What the fuzz tests and the C programs that repeat one of their calls share: pixels that lie at the edge of a page next to
- * one that nobody may touch, and tile providers that fail, or call the library, when they are asked. */
+/* What the fuzz tests and the C programs that repeat one of their calls share: pixels that lie at the edge of a page
+ * next to one that nobody may touch, and tile providers that fail, or call the library, when they are asked. */
 #ifndef ORV_FUZZ_REPLAY_H
 #define ORV_FUZZ_REPLAY_H
 
@@ -52,7 +52,8 @@ typedef struct ReplayTiles {
     uint8_t* data[replayMostTiles];
 } ReplayTiles;
 
-/* The memory of a thread: places of two sizes between pages that cannot be touched, used from the first on by each call. */
+/* The memory of a thread: places of two sizes between pages that cannot be touched, used from the first on by each
+ * call. */
 typedef struct ReplayArena {
     uint8_t *small, *large;
     int32_t smallUsed, largeUsed, blocks, reports, isLoud;

@@ -51,8 +51,8 @@ int exitCode(int status)
 
 const char endOfOutput = 0;
 
-// The first process of a terminal's session: with it the terminal ends, and what nobody has read yet is lost. So it has the
-// child run by another, tells of its end behind the output, and stays until the terminal is closed.
+// The first process of a terminal's session: with it the terminal ends, and what nobody has read yet is lost. So it has
+// the child run by another, tells of its end behind the output, and stays until the terminal is closed.
 [[noreturn]] void leadSession(const std::string& name)
 {
     pid_t child = fork();

@@ -34,12 +34,12 @@ double relativeError(const Real& got, const Real& expected);
 Real valuesOf(const Picture& picture, const Area& area, int c);
 Real valuesOf(const Picture& picture);
 
-// Fails the test unless both functions make of the image's values, which has one channel, what they should, with a relative
-// error below the bound.
+// Fails the test unless both functions make of the image's values, which has one channel, what they should, with a
+// relative error below the bound.
 void expectAccurate(Picture& src, uint32_t dstDepth, int32_t flags, double bound);
 
-// Fails the test unless a picture holds in its region's first `width` by `height` pixels what is expected of its processed
-// channels, as far as the depth goes, and everywhere else what it was made with.
+// Fails the test unless a picture holds in its region's first `width` by `height` pixels what is expected of its
+// processed channels, as far as the depth goes, and everywhere else what it was made with.
 void expectStored(const Picture& picture, int width, int height, const std::vector<Real>& expected, double tolerance);
 
 }  // namespace fourier

@@ -245,8 +245,8 @@ std::string walkText(const Walk& walk, int n)
     return log.text();
 }
 
-// Calls the operation, with the n-th open of a tile refused unless n is 0, and does what the model does. Answers how many
-// tiles are opened.
+// Calls the operation, with the n-th open of a tile refused unless n is 0, and does what the model does. Answers how
+// many tiles are opened.
 int runScene(const Operation& operation, const Layout& layout, int refuse)
 {
     Scene scene(layout), expected(layout);

@@ -82,11 +82,12 @@ struct Area {
 Area areaOf(const Picture& picture);
 // The processed channels, counted from 0.
 std::vector<int> channelsOf(const PictureSpec& spec);
-// What the whole call processes, counted from the starts of the regions: width and height are 0 if one image has nothing.
+// What the whole call processes, counted from the starts of the regions: width and height are 0 if one image has
+// nothing.
 Area commonArea(const Scene& scene);
 
-// Calls visit for every place of the common area that all masks select: the place from the starts of the regions, and for each image
-// the bits of its processed channels there.
+// Calls visit for every place of the common area that all masks select: the place from the starts of the regions, and
+// for each image the bits of its processed channels there.
 using PixelBits = std::vector<uint32_t>;
 void forSelectedPixels(const Scene& scene,
                        const std::function<void(int x, int y, const std::vector<PixelBits>& images)>& visit);
@@ -122,13 +123,13 @@ struct Operation {
     std::function<bool(const Layout& layout)> fits = {};
     bool inPlace = true;  // the destination may be a source
 
-    // Plain images without regions and masks may be processed padding and all; also with masks where these are worked on
-    // like images.
+    // Plain images without regions and masks may be processed padding and all; also with masks where these are worked
+    // on like images.
     bool padding = true;
     bool masksAreImages = false;
 
-    // The tile calls it makes. With it the tile calls are compared, and every layout with tiles is run once more with one
-    // of them refused, unless a refused tile does not end the walk.
+    // The tile calls it makes. With it the tile calls are compared, and every layout with tiles is run once more with
+    // one of them refused, unless a refused tile does not end the walk.
     std::function<Walk(const Scene& scene)> walk = {};
     bool endsAtRefusal = true;
 
@@ -139,8 +140,8 @@ struct Operation {
 // Does to the scene what the operation should, in a part of the common area.
 void applyModel(const Operation& operation, const Scene& scene, const Area& part);
 
-// Runs an operation over many random layouts, and fails the test where a byte, a tile call, a report or a header is not as
-// the model has it.
+// Runs an operation over many random layouts, and fails the test where a byte, a tile call, a report or a header is not
+// as the model has it.
 void runMatrix(const Operation& operation);
 
 // A picture of any layout, in which `processed` channels are processed of a region of about the given size.
@@ -155,8 +156,8 @@ bool originsAgree(const Layout& layout);
 // The band walk of sources and destination, whose refused tiles are reported by `function`: "(srcImageA->tileInfo->..."
 // with the name that goes with the image.
 Walk bandWalk(const Scene& scene, const std::string& function, const std::vector<std::string>& names);
-// The grid walk over the destination's tiles, or the source's where those have the only ones; the other image's tiles are
-// fetched.
+// The grid walk over the destination's tiles, or the source's where those have the only ones; the other image's tiles
+// are fetched.
 Walk gridWalk(const Scene& scene, const std::string& function, int sourceMode = ORV_TILE_READ);
 // The walk over the destination's tiles, or those of the first tiled source; every other tiled source is fetched.
 Walk leadingWalk(const Scene& scene, const std::string& refusal);
@@ -166,8 +167,8 @@ Walk swapWalk(const Scene& scene, const std::string& function);
 std::string depthName(uint32_t depth);
 extern const std::vector<uint32_t> allDepths;
 
-// 256 values of a depth as bits: all that 8 bits have; of wider depths those around the ends, 0 and powers of two, infinity
-// and NaN among floats, and random ones.
+// 256 values of a depth as bits: all that 8 bits have; of wider depths those around the ends, 0 and powers of two,
+// infinity and NaN among floats, and random ones.
 std::vector<uint32_t> telling(uint32_t depth);
 // True for the same bits or, at 32F, two NaN.
 bool sameValue(uint32_t depth, uint32_t a, uint32_t b);

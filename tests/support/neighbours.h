@@ -21,8 +21,8 @@ void setRandomBorders(OrvImage* image, Random& random);
 // Calls a filter of one source and expects the naive filter's results where it should write, and no change elsewhere.
 void expectFiltered(const Scene& scene, const NaiveFilter& naive, const FilterCall& call);
 
-// Gives the destination the channels and the data order of the source, and a channel of interest where that has one; it is
-// another image than the source.
+// Gives the destination the channels and the data order of the source, and a channel of interest where that has one; it
+// is another image than the source.
 void makeAlike(Layout& layout, Random& random);
 
 // Calls visit with layouts of two images of like channels: plain and tiled, with masks and without.

@@ -70,8 +70,8 @@ struct Picture::Store {
     bool written = false;           // opened for writing since it was last closed
     std::vector<uint8_t> openedAs;  // what it held when it was opened for reading
 
-    // `align` and no more is what the address before the offset is a multiple of, so that a kernel that counts on more is
-    // found out.
+    // `align` and no more is what the address before the offset is a multiple of, so that a kernel that counts on more
+    // is found out.
     Store(size_t bytes, size_t align, size_t offset)
         : block(new uint8_t[bytes + 2 * guard + 4 * largestAlign]), size(bytes)
     {

@@ -1,5 +1,5 @@
-// Images for tests: any layout, plain or tiled, random pixels between guard bytes, and a tile provider that logs. A provider
-// that brings no tile leaves the last one's address where it is.
+// Images for tests: any layout, plain or tiled, random pixels between guard bytes, and a tile provider that logs. A
+// provider that brings no tile leaves the last one's address where it is.
 //
 //   Picture photo({.depth = ORV_DEPTH_8U, .channels = 3, .width = 40, .height = 30, .tileWidth = 16, .tileHeight = 8});
 //   orvNot(photo, photo);
@@ -119,8 +119,8 @@ public:
     // All stored bytes, padding included, tile by tile.
     std::vector<uint8_t> bytes() const;
 
-    // What went wrong since the picture was made, empty for nothing: changed guard bytes, changed tiles that were opened
-    // for reading only, tiles released that were not open.
+    // What went wrong since the picture was made, empty for nothing: changed guard bytes, changed tiles that were
+    // opened for reading only, tiles released that were not open.
     std::string faults();
 
     // The tiles that are open.

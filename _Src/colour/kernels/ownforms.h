@@ -179,8 +179,8 @@ struct Sums {
     __m256i low, high;
 };
 
-// Products take signed words: values less 32768, what is then missing being the same for all. A factor of which words have no
-// room is split in one of them, times four, and a rest.
+// Products take signed words: values less 32768, what is then missing being the same for all. A factor of which words
+// have no room is split in one of them, times four, and a rest.
 template <Form f, class Half>
 OWN_INLINE __m256i shiftedSums(const Halves& x, const Halves& y, const Halves& z)
 {

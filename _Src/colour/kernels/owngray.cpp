@@ -100,8 +100,8 @@ void bytesToGray(const void* const* from, void* const* to, ptrdiff_t n, const vo
     }
 }
 
-// The bytes of eight pixels as the first, the second twice, and the third: half of them lie from the first byte on, half end
-// with the last.
+// The bytes of eight pixels as the first, the second twice, and the third: half of them lie from the first byte on,
+// half end with the last.
 template <int step>
 OWN_INLINE __m256i eightPixels(const uint8_t* pixels)
 {
@@ -118,7 +118,8 @@ OWN_INLINE __m256i eightPixels(const uint8_t* pixels)
     return _mm256_shuffle_epi8(_mm256_loadu2_m128i(second, first), places);
 }
 
-// Grey of 32 pixels. The weight of green is divided, so that all are signed bytes and no sum of two products leaves a word.
+// Grey of 32 pixels. The weight of green is divided, so that all are signed bytes and no sum of two products leaves a
+// word.
 template <int step>
 OWN_INLINE void grayOf32(const uint8_t* pixels, __m256i weights, uint8_t* gray)
 {

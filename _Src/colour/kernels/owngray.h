@@ -9,8 +9,8 @@ struct OwnGrayWeights {
     int shift;
 };
 
-// Makes grey of n pixels of 8U as they lie, `step` values apart, 3 or 4, without bringing their values apart first. `isBgr`: the
-// first value is blue.
+// Makes grey of n pixels of 8U as they lie, `step` values apart, 3 or 4, without bringing their values apart first.
+// `isBgr`: the first value is blue.
 using OwnGrayPixels = void (*)(const void* pixels, ptrdiff_t step, bool isBgr, void* gray, ptrdiff_t n);
 
 struct OwnGraySteps {

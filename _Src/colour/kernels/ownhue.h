@@ -1,7 +1,7 @@
 // For kernel sources: hue, saturation and value or lightness, in double precision at every depth.
 //
-// The method is that of A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978), in the form of J. D. Foley
-// et al., "Computer Graphics: Principles and Practice" (1990), chapter 13.
+// The method is that of A. R. Smith, "Color gamut transform pairs", Computer Graphics 12 (1978), in the form of J. D.
+// Foley et al., "Computer Graphics: Principles and Practice" (1990), chapter 13.
 #pragma once
 
 #include "ownsteps.h"
@@ -43,8 +43,8 @@ OWN_INLINE Doubles toward0(Doubles x)
     return __builtin_convertvector(__builtin_convertvector(x, Whole), Doubles);
 }
 
-// x / divisor. With fused steps it needs no division: the quotient is the product with the inverse, and what this lacks for
-// being rounded is known to far more digits than the quotient by so small a number can need.
+// x / divisor. With fused steps it needs no division: the quotient is the product with the inverse, and what this lacks
+// for being rounded is known to far more digits than the quotient by so small a number can need.
 template <int64_t divisor>
 struct Inverse {
     static constexpr double b = double(divisor), inverse = 1 / b;
@@ -160,8 +160,8 @@ void rgbToHue(const void* const* from, void* const* to, ptrdiff_t n, const void*
 
 // ---- Back ---------------------------------------------------------------------------------------------------------
 
-// Where a hue stands in HSV. Sectors begin half a sector late: before that the value between leaves the range of the depth, and
-// its low bits remain.
+// Where a hue stands in HSV. Sectors begin half a sector late: before that the value between leaves the range of the
+// depth, and its low bits remain.
 template <class N>
 struct HsvSector {
     N sector, weight;  // the weight of the saturation in the value between
@@ -194,7 +194,8 @@ struct HlsSector {
     }
 };
 
-// What a hue, a saturation and V or L make: one channel of a colour has the most, one the least and one what is between.
+// What a hue, a saturation and V or L make: one channel of a colour has the most, one the least and one what is
+// between.
 template <class N>
 struct HueValues {
     N sector, most, between, least;

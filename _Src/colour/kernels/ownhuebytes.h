@@ -1,5 +1,5 @@
-// For kernel sources: hue, saturation and value or lightness at 8U in vectors. The results are those of ownhue.h for all
-// colours, which a test compares one by one.
+// For kernel sources: hue, saturation and value or lightness at 8U in vectors. The results are those of ownhue.h for
+// all colours, which a test compares one by one.
 #pragma once
 
 #include "ownhuelanes.h"
@@ -31,8 +31,8 @@ struct HueQuotients {
     __m256i saturation;  // floor(255 c / d) for c from 0 to d
 };
 
-// a is `first` less `second`. No quotient but a whole one is nearer to a whole number than 1 / 510, which is far more than
-// what single precision loses.
+// a is `first` less `second`. No quotient but a whole one is nearer to a whole number than 1 / 510, which is far more
+// than what single precision loses.
 OWN_INLINE HueQuotients hueQuotients(__m256i first, __m256i second, __m256i b, __m256i c, __m256i d)
 {
     alignas(32) uint8_t bytes[5][32];
@@ -164,14 +164,15 @@ OWN_INLINE ColourLanes colours32(const uint8_t* const (&rows)[3], ptrdiff_t i)
     return {lowBytes(numbers[0]), lowBytes(numbers[1]), lowBytes(numbers[2])};
 }
 
-// The few colours of a strip that are to be computed in double precision: their values, which results may replace, and places.
+// The few colours of a strip that are to be computed in double precision: their values, which results may replace, and
+// places.
 template <class Colours>
 class OpenColours {
 public:
     static constexpr int most = 48;
 
-    // Takes those of 32 colours whose bits are set. There are seldom more than two, and how many cannot be foreseen: so two are
-    // taken without a question, and count if they are there.
+    // Takes those of 32 colours whose bits are set. There are seldom more than two, and how many cannot be foreseen: so
+    // two are taken without a question, and count if they are there.
     void add(uint32_t bits, const uint8_t* const (&rows)[3], ptrdiff_t start)
     {
         for (int k = 0; k < 2 || bits; ++k) {

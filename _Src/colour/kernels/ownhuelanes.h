@@ -80,10 +80,10 @@ struct HueParts {
 
 // ---- Back ---------------------------------------------------------------------------------------------------------
 //
-// With the saturation s and a height h, which is V or how far the lightness is from black or white, whichever is nearer,
-// e = s h, and a factor k that the hue gives, in thirds of the full value, the least value is base - e / full, HLS's most
-// base + e / full, and the one between base + e k / (full third). Quotients in double precision give the same, but where
-// one is a whole number they may fall short of it, and such colours are to be computed so.
+// With the saturation s and a height h, which is V or how far the lightness is from black or white, whichever is
+// nearer, e = s h, and a factor k that the hue gives, in thirds of the full value, the least value is base - e / full,
+// HLS's most base + e / full, and the one between base + e k / (full third). Quotients in double precision give the
+// same, but where one is a whole number they may fall short of it, and such colours are to be computed so.
 
 template <class T>
 constexpr int fullOf = int(HueRange<T>::full);

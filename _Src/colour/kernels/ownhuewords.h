@@ -1,5 +1,5 @@
-// For kernel sources: hue, saturation and value or lightness at 16U in vectors, with the results of ownhue.h. What is whole
-// is computed on words, sixteen colours at a time, and only quotients and what follows them in double precision.
+// For kernel sources: hue, saturation and value or lightness at 16U in vectors, with the results of ownhue.h. What is
+// whole is computed on words, sixteen colours at a time, and only quotients and what follows them in double precision.
 #pragma once
 
 #include "ownhuelanes.h"
@@ -88,7 +88,8 @@ OWN_INLINE void widen(__m256i low, __m256i high, Doubles (&numbers)[4])
     numbers[3] = _mm256_cvtepi32_pd(_mm256_extracti128_si256(odd, 1));
 }
 
-// base + saturation height factor / (65535 21845) toward zero; `isNear` tells which of these are next to a whole number.
+// base + saturation height factor / (65535 21845) toward zero; `isNear` tells which of these are next to a whole
+// number.
 OWN_INLINE __m256i betweenWords(__m256i base, __m256i saturation, __m256i height, __m256i factor, __m256i& isNear)
 {
     const __m256i zero = _mm256_setzero_si256();
@@ -125,7 +126,8 @@ OWN_INLINE ColourLanes wholeColours16(const void* const* from, ptrdiff_t bytes, 
     const __m256i zero = _mm256_setzero_si256(), all = _mm256_set1_epi16(-1);
     const __m256i base = vectorOf(from[Colours::base], bytes), saturation = vectorOf(from[Colours::saturation], bytes);
     const __m256i height = Colours::template height<uint16_t>(base);
-    // 65536 a + b are a 65535ths, and one more if a + b reach them; a whole number of them if that is all, or if nothing is.
+    // 65536 a + b are a 65535ths, and one more if a + b reach them; a whole number of them if that is all, or if
+    // nothing is.
     const __m256i high = _mm256_mulhi_epu16(saturation, height), low = _mm256_mullo_epi16(saturation, height);
     const __m256i quotient = _mm256_sub_epi16(high, _mm256_cmpeq_epi16(_mm256_adds_epu16(high, low), all));
     const __m256i isWhole = _mm256_or_si256(_mm256_cmpeq_epi16(_mm256_add_epi16(high, low), all),

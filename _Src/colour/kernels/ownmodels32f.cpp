@@ -1,7 +1,8 @@
 // Conversions between colour models, 32F: constants of single precision, sums in double precision, rounded once.
 #include "ownmodels.h"
 
-// Products of two values of single precision are exact in double precision, so that a fused step gives the same bits as two.
+// Products of two values of single precision are exact in double precision, so that a fused step gives the same bits as
+// two.
 #if defined(__AVX2__)
 #pragma GCC target("fma")
 #define OWN_FUSES

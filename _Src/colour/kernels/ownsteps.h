@@ -13,7 +13,8 @@ struct Triple {
 template <class L>
 Triple(L, L, L) -> Triple<L>;  // which clang 14 does not find by itself
 
-// Stores op of the values of all places; Op has the types Source and Result, made of three values of a source three results.
+// Stores op of the values of all places; Op has the types Source and Result, made of three values of a source three
+// results.
 template <class Op>
 void stepThree(const void* const* from, void* const* to, ptrdiff_t n, const void* scalar)
 {

@@ -35,9 +35,9 @@ void joinLoop(const void* const* rows, void* pixels, ptrdiff_t step, ptrdiff_t n
 }
 
 #if defined(__AVX2__)
-// Sixteen pixels of three bytes are three vectors, and so are their rows; pixels of wider values are likewise three vectors
-// of as many values as there is room for. For each vector that is made and each that it is made of, the bytes to take, -1
-// for none.
+// Sixteen pixels of three bytes are three vectors, and so are their rows; pixels of wider values are likewise three
+// vectors of as many values as there is room for. For each vector that is made and each that it is made of, the bytes
+// to take, -1 for none.
 struct Shuffles {
     alignas(16) int8_t split[3][3][16];  // [row][vector of pixels]
     alignas(16) int8_t join[3][3][16];   // [vector of pixels][row]

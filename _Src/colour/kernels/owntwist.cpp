@@ -2,8 +2,8 @@
 #include "owntwist.h"
 
 #if defined(__AVX2__)
-// Products of two values of single precision are exact in double precision, so that a fused step gives the same bits as two;
-// the sums of whole numbers are exact altogether.
+// Products of two values of single precision are exact in double precision, so that a fused step gives the same bits as
+// two; the sums of whole numbers are exact altogether.
 #pragma GCC target("fma")
 #define OWN_FUSES
 #include <immintrin.h>
@@ -122,8 +122,8 @@ struct Offset {
     }
 };
 
-// One row of the matrix, for sums of 32 bits of pairs of words, of which the last is z and, if factors are wide, a 1. Wide
-// factors are split in two of words, and so is the constant.
+// One row of the matrix, for sums of 32 bits of pairs of words, of which the last is z and, if factors are wide, a 1.
+// Wide factors are split in two of words, and so is the constant.
 template <bool isWide>
 struct WordRow {
     static constexpr int split = 16;

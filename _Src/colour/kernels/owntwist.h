@@ -3,8 +3,8 @@
 
 #include "owntriple.h"
 
-// result[r] = cut(cut((m[4 r] x + m[4 r + 1] y + m[4 r + 2] z + m[4 r + 3]) / 2^shift) + offset), toward zero, cut to the range
-// of the depth.
+// result[r] = cut(cut((m[4 r] x + m[4 r + 1] y + m[4 r + 2] z + m[4 r + 3]) / 2^shift) + offset), toward zero, cut to
+// the range of the depth.
 struct OwnTwist {
     int32_t matrix[16];
     int32_t shift;

@@ -16,8 +16,8 @@ struct OwnConvertKernels {
     OwnDepthPairs saturate;          // of integers of 8 bits and more
     OwnTestKernel bits[OWN_DEPTHS];  // values above 0
 
-    // Stores one of two values for each of n bits, of which the first is bit 7 - bit of *bits; by a value's bytes, 1, 2 or 4, as
-    // index 0, 1, 2.
+    // Stores one of two values for each of n bits, of which the first is bit 7 - bit of *bits; by a value's bytes, 1, 2
+    // or 4, as index 0, 1, 2.
     void (*values[3])(const uint8_t* bits, int bit, const void* zero, const void* one, void* d, ptrdiff_t n);
 };
 

@@ -14,8 +14,8 @@ constexpr int bitsOf = int(sizeof(T)) * 8;
 
 // ---- Integers -----------------------------------------------------------------------------------------------------
 
-// The ends of the ranges meet: wider values repeat the bits of narrower ones, narrower ones lose a part of themselves before
-// their low bits go.
+// The ends of the ranges meet: wider values repeat the bits of narrower ones, narrower ones lose a part of themselves
+// before their low bits go.
 template <class S, class D>
 struct Scale {
     using Source = S;
@@ -154,7 +154,8 @@ struct OfFloat {
 #if defined(__AVX2__)
 // ---- Bytes in vectors ---------------------------------------------------------------------------------------------
 
-// There are 256 results. Where a short way in single precision gives all of them it is taken, otherwise they are looked up.
+// There are 256 results. Where a short way in single precision gives all of them it is taken, otherwise they are looked
+// up.
 //
 // Factor and base are split: in what floats of the greatest result's size can hold, so that the first sum is exact, and
 // what is left of them.
@@ -219,8 +220,8 @@ struct BytesToFloat {
                                             OneSourceRows<ToFloat<uint8_t>>::masked};
 };
 
-// Single precision tells the byte if results that are a little higher and a little lower are rounded alike; otherwise 32
-// values are computed in double precision.
+// Single precision tells the byte if results that are a little higher and a little lower are rounded alike; otherwise
+// 32 values are computed in double precision.
 struct FloatToBytes {
     OfFloat<uint8_t> exact;
     float factor, low, high;

@@ -1,5 +1,5 @@
-// Row kernels of bits: what a logic makes of the bits of two sources, of one and a scalar, or of a scalar alone, wherever in
-// their bytes they begin.
+// Row kernels of bits: what a logic makes of the bits of two sources, of one and a scalar, or of a scalar alone,
+// wherever in their bytes they begin.
 #pragma once
 
 #include "ownbits.h"
@@ -71,9 +71,9 @@ inline uint8_t noScalar(const void*)
 
 constexpr uint64_t everyByte = 0x0101010101010101u;
 
-// How a source's bits come into the bytes of the destination's: byte k of these is made of two bytes of the source, k and
-// k + 1 counted from `base`, which may be the byte before the first; where both begin with the same bit, it is byte k. Of a
-// source no byte is read that holds none of its bits.
+// How a source's bits come into the bytes of the destination's: byte k of these is made of two bytes of the source, k
+// and k + 1 counted from `base`, which may be the byte before the first; where both begin with the same bit, it is byte
+// k. Of a source no byte is read that holds none of its bits.
 template <bool shifted>
 struct BitPhase {
     ptrdiff_t base;
@@ -101,7 +101,8 @@ struct BitPhase {
         return shifted && !ninth ? eight(p + k) << shift : word(p, k);
     }
 
-    // A vector of bytes, in the order of memory: what a shift of words carries over from a neighbour byte is masked out.
+    // A vector of bytes, in the order of memory: what a shift of words carries over from a neighbour byte is masked
+    // out.
     Vector<uint64_t> vector(const uint8_t* p, ptrdiff_t k) const
     {
         Vector<uint64_t> these = vectorAt<uint64_t>(p + k);
@@ -133,8 +134,8 @@ struct BitRows {
     }
 
 private:
-    // Rows of more than eight bytes end with eight that may overlap those before. They are computed first: a load of bytes that
-    // were stored in parts has to wait for them, and the destination may be a source.
+    // Rows of more than eight bytes end with eight that may overlap those before. They are computed first: a load of
+    // bytes that were stored in parts has to wait for them, and the destination may be a source.
     template <bool masked, bool shifted>
     static __attribute__((flatten)) void runAs(const OwnBitRows& rows)
     {

@@ -143,8 +143,8 @@ inline __attribute__((noinline)) void mergeFew(const OwnBitPlace& to, uint64_t b
     memcpy(to.data, window, size);
 }
 
-// Where the blocks of a row of n bits, at least one block, lie: the first one, of whose eight bytes a part may lie before the
-// row, whole ones, and the last one, of whose bytes a part may lie behind it. It overlaps the others.
+// Where the blocks of a row of n bits, at least one block, lie: the first one, of whose eight bytes a part may lie
+// before the row, whole ones, and the last one, of whose bytes a part may lie behind it. It overlaps the others.
 struct BitBlocks {
     ptrdiff_t head;   // pixels in the first one's bytes
     ptrdiff_t whole;  // the pixel where the whole ones end
@@ -161,9 +161,9 @@ struct BitBlocks {
     }
 };
 
-// Stores the bits of n pixels, at least one block. block(start) answers those of 64 as eight bytes in the order of memory.
-// The last block is read and computed first: a load of bytes that were stored in parts has to wait for them, and the bits
-// may take the place of what they are made of.
+// Stores the bits of n pixels, at least one block. block(start) answers those of 64 as eight bytes in the order of
+// memory. The last block is read and computed first: a load of bytes that were stored in parts has to wait for them,
+// and the bits may take the place of what they are made of.
 template <class Block>
 inline __attribute__((always_inline)) void storeBlocks(const BitBlocks& blocks, const OwnBitPlace& to, ptrdiff_t n,
                                                        Block block)
@@ -197,7 +197,8 @@ inline __attribute__((always_inline)) void storeBits(const OwnBitPlace& to, ptrd
         mergeFew(to, few(n), n);
 }
 
-// Kernels of a test. Op is made from the scalar's address and has the type Source and operator()(a, b) or operator()(a).
+// Kernels of a test. Op is made from the scalar's address and has the type Source and operator()(a, b) or
+// operator()(a).
 template <class Op>
 struct TestRows {
     using S = typename Op::Source;

@@ -1,18 +1,20 @@
-// Transforms of a few complex values that are held in registers, the steps that longer ones are made of. For kernel sources
-// only.
+// Transforms of a few complex values that are held in registers, the steps that longer ones are made of. For kernel
+// sources only.
 //
 //   dft<N, T>(x)   x(k) becomes the sum over n of x(n) exp(-2 pi i k n / N); T is the type of the single values
 //
-// Composite lengths are made of their factors: with turns between them (J. W. Cooley and J. W. Tukey, "An algorithm for the
-// machine calculation of complex Fourier series", Math. Comp. 19, 1965), or without any where the factors have no divisor
-// in common (I. J. Good, "The interaction algorithm and practical Fourier analysis", J. Roy. Statist. Soc. B 20, 1958).
+// Composite lengths are made of their factors: with turns between them (J. W. Cooley and J. W. Tukey, "An algorithm for
+// the machine calculation of complex Fourier series", Math. Comp. 19, 1965), or without any where the factors have no
+// divisor in common (I. J. Good, "The interaction algorithm and practical Fourier analysis", J. Roy. Statist. Soc. B
+// 20, 1958).
 #pragma once
 
 #include <utility>
 
 #include "owncomplex.h"
 
-// A butterfly is one function with all that it calls; but not for the sanitizers, which take minutes over such functions.
+// A butterfly is one function with all that it calls; but not for the sanitizers, which take minutes over such
+// functions.
 #if defined(__SANITIZE_ADDRESS__)
 #define OWN_WHOLE
 #else
@@ -127,8 +129,8 @@ constexpr int remaining(int a, int A, int b, int B)
     return k;
 }
 
-// B transforms of A values, turns unless the factors are coprime, and A transforms of B values. Without turns values are
-// counted along both factors at once, and results by their remainders.
+// B transforms of A values, turns unless the factors are coprime, and A transforms of B values. Without turns values
+// are counted along both factors at once, and results by their remainders.
 template <int A, int B, class T, class V>
 OWN_WHOLE inline void compositeDft(Complex<V> (&x)[A * B])
 {

@@ -1,5 +1,5 @@
-// Vectors of the level, and complex values whose parts are single values or vectors. For kernel sources only: everything
-// here is in the unnamed namespace of the level.
+// Vectors of the level, and complex values whose parts are single values or vectors. For kernel sources only:
+// everything here is in the unnamed namespace of the level.
 #pragma once
 
 #include <stddef.h>
@@ -64,8 +64,8 @@ inline Complex<V> product(Complex<V> a, const T* w)
     return {a.re * w[0] - a.im * w[1], a.re * w[1] + a.im * w[0]};
 }
 
-// Complex values in the memory of a block, real and imaginary parts by turns. Exchanging the parts on the way in and out
-// makes a transform its inverse.
+// Complex values in the memory of a block, real and imaginary parts by turns. Exchanging the parts on the way in and
+// out makes a transform its inverse.
 template <class V>
 struct ComplexLine {
     V* re;

@@ -1,7 +1,8 @@
-// Complex lines of any length: mixed radix by decimation in time, and lengths with a large prime factor by a convolution.
+// Complex lines of any length: mixed radix by decimation in time, and lengths with a large prime factor by a
+// convolution.
 //
-// Values are laid in the order in which the shortest lines stand side by side, and every stage works in place. Parts of a
-// line that fit the nearest cache go through all their stages before the next part is touched.
+// Values are laid in the order in which the shortest lines stand side by side, and every stage works in place. Parts of
+// a line that fit the nearest cache go through all their stages before the next part is touched.
 #include "ownfourier.h"
 
 #include "ownbutterfly.h"
@@ -39,7 +40,8 @@ void laterStage(ComplexLine<V> x, ptrdiff_t count, ptrdiff_t length, const Value
     }
 }
 
-// The sums of cosines and of sines of a prime length, of `count` results at once: a folded value is loaded once for all.
+// The sums of cosines and of sines of a prime length, of `count` results at once: a folded value is loaded once for
+// all.
 template <int count, class V>
 inline void primeResults(const Complex<V>* folded, Complex<V> first, ptrdiff_t prime, ptrdiff_t k,
                          const Value<V>* roots, const ComplexLine<V>& x, ptrdiff_t length)
@@ -169,7 +171,8 @@ void transformLine(ComplexLine<V> x, const OwnFourierTable<Value<V>>& table)
 
 // ---- Convolutions ---------------------------------------------------------------------------------------------------
 
-// L. I. Bluestein, "A linear filtering approach to the computation of discrete Fourier transform", IEEE Trans. AU-18, 1970:
+// L. I. Bluestein, "A linear filtering approach to the computation of discrete Fourier transform", IEEE Trans. AU-18,
+// 1970:
 // k n = (k^2 + n^2 - (k - n)^2) / 2 makes the transform a convolution with a chirp.
 template <class V>
 void transformByChirp(ComplexLine<V> x, ComplexLine<V> work, const OwnFourierTable<Value<V>>& table)

@@ -38,8 +38,8 @@ template <class T>
 struct OwnFourierLines {
     int32_t lanes;
 
-    // Transforms the lines of a block, with exp(-2 pi i k n / N) or, for a negative direction, exp(2 pi i k n / N). Neither
-    // divides. Block and scratch are aligned to 32 bytes.
+    // Transforms the lines of a block, with exp(-2 pi i k n / N) or, for a negative direction, exp(2 pi i k n / N).
+    // Neither divides. Block and scratch are aligned to 32 bytes.
     void (*transform)(T* block, T* scratch, const OwnFourierTable<T>& table, int32_t direction);
 };
 
@@ -49,8 +49,8 @@ struct OwnFourierKernels {
     OwnFourierLines<double> doubles;
 };
 
-// As many rows, or columns, of a plane of complex values as a vector has lanes, to a block and back. The parts are two arrays
-// whose rows are `step` values apart; lines have the table's length, of rows a multiple of the lanes.
+// As many rows, or columns, of a plane of complex values as a vector has lanes, to a block and back. The parts are two
+// arrays whose rows are `step` values apart; lines have the table's length, of rows a multiple of the lanes.
 struct OwnFourierPlaneKernels {
     int32_t lanes;
     void (*rowsIn)(const double* re, const double* im, ptrdiff_t step, const OwnFourierTable<double>& table,

@@ -19,8 +19,8 @@ constexpr WordBits makeWordBits()
 
 alignas(64) constexpr WordBits wordBits = makeWordBits();
 
-// n values of 32 bits where a word's bits are set, counted from its top, and another one elsewhere. Their lanes come quicker
-// from it than from those of bytes.
+// n values of 32 bits where a word's bits are set, counted from its top, and another one elsewhere. Their lanes come
+// quicker from it than from those of bytes.
 template <int n>
 inline __attribute__((always_inline)) void keepWords(const void* a, uint32_t other, void* d, uint32_t word)
 {

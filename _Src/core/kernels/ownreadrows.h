@@ -3,8 +3,8 @@
 
 #include "../owngeometry.h"
 
-// Some values of the images: `count` rows of n values, side by side. Of 1U, n bytes of eight pixels each whose bits beyond the
-// row's end are 0, or bytes of 0 and 1.
+// Some values of the images: `count` rows of n values, side by side. Of 1U, n bytes of eight pixels each whose bits
+// beyond the row's end are 0, or bytes of 0 and 1.
 struct OwnReadRows {
     const void* a;
     const void* b;  // NULL for one image

@@ -24,8 +24,8 @@ struct OwnRows {
 // d[i] = f(a[i], b[i]) for the values of all rows.
 using OwnRun = void (*)(const OwnRows& rows);
 
-// The same for n values, but only where lanes[i], a value of d's size, has all bits set; where it has none, d[i] is stored
-// as it is.
+// The same for n values, but only where lanes[i], a value of d's size, has all bits set; where it has none, d[i] is
+// stored as it is.
 using OwnSelect = void (*)(const void* a, const void* b, void* d, const void* lanes, ptrdiff_t n);
 
 // The same for n values, at least OWN_MASKED_LEAST, under mask bits of which the first is bit 7 - bit of *bits.
@@ -33,8 +33,8 @@ using OwnMasked = void (*)(const void* a, const void* b, void* d, const uint8_t*
 
 enum { OWN_MASKED_LEAST = 64 };
 
-// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit is bit
-// 7 - maskBit of *mask. Bits around them stay.
+// Where bits go: from bit 7 - bit of *data on and, if there is a mask, only where its bit is set; the mask's first bit
+// is bit 7 - maskBit of *mask. Bits around them stay.
 struct OwnBitPlace {
     uint8_t* data;
     int bit;
@@ -77,7 +77,8 @@ struct OwnRowKernel {
 #include <emmintrin.h>
 #endif
 
-// For what computes a value: left to itself the compiler calls it in large sources, and a loop with a call is no vector loop.
+// For what computes a value: left to itself the compiler calls it in large sources, and a loop with a call is no vector
+// loop.
 #define OWN_ALWAYS __attribute__((always_inline))
 
 namespace OWN_ISA {
@@ -138,8 +139,8 @@ inline T select(Lane<T> lane, T yes, T no)
         return lane < 0 ? yes : no;
 }
 
-// Stores value(start + i) as value i of those at `to`, n times; a count that the compiler knows becomes a few vectors. A value
-// may know how to make a vector itself.
+// Stores value(start + i) as value i of those at `to`, n times; a count that the compiler knows becomes a few vectors.
+// A value may know how to make a vector itself.
 template <class D, int n, class Value>
 inline __attribute__((always_inline)) void computeBlock(void* to, ptrdiff_t start, Value value)
 {
@@ -159,8 +160,8 @@ inline __attribute__((always_inline)) void computeBlock(void* to, ptrdiff_t star
 constexpr ptrdiff_t cacheLine = 64;
 
 // Stores value(i) for n values. Rows are short as often as long, so there are no loops over what is left at the ends:
-// blocks overlap there, and those between lie on cache lines. In place a value must not be computed twice; there the last
-// block is computed before anything is stored.
+// blocks overlap there, and those between lie on cache lines. In place a value must not be computed twice; there the
+// last block is computed before anything is stored.
 template <class D, int block = 64, class Value>
 inline __attribute__((always_inline)) void storeRow(void* d, ptrdiff_t n, bool inPlace, Value value)
 {
@@ -189,9 +190,9 @@ inline __attribute__((always_inline)) void storeRow(void* d, ptrdiff_t n, bool i
     computeBlock<D, block>(at(n - block), n - block, value);
 }
 
-// Calls row(a, b, d) for every row and, if it fetches, brings those that come soon into the cache. The processor foresees what
-// follows in a row but not where the next one begins, which of short rows is all there is. Where nothing is read, stores wait
-// for nothing. The bits are those of a value, powers of two.
+// Calls row(a, b, d) for every row and, if it fetches, brings those that come soon into the cache. The processor
+// foresees what follows in a row but not where the next one begins, which of short rows is all there is. Where nothing
+// is read, stores wait for nothing. The bits are those of a value, powers of two.
 template <uintptr_t sourceBits, uintptr_t resultBits, int sources, class Row>
 inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
 {
@@ -227,7 +228,8 @@ inline __attribute__((always_inline)) void forRows(const OwnRows& rows, Row row)
     }
 }
 
-// A word of mask bits from bit `position` of *bits on, the first one on top. Reads the bytes that hold them and no other.
+// A word of mask bits from bit `position` of *bits on, the first one on top. Reads the bytes that hold them and no
+// other.
 template <class Word = uint64_t>
 inline Word maskWord(const uint8_t* bits, ptrdiff_t position)
 {
@@ -238,8 +240,8 @@ inline Word maskWord(const uint8_t* bits, ptrdiff_t position)
 }
 
 #if defined(__AVX2__)
-// For lanes of 64 bits that begin at bit `bit` of a byte: the byte and the bit that each lane takes. The bytes are counted
-// from the first one, and for the second half from the one after it if there are nine.
+// For lanes of 64 bits that begin at bit `bit` of a byte: the byte and the bit that each lane takes. The bytes are
+// counted from the first one, and for the second half from the one after it if there are nine.
 struct LaneSource {
     alignas(32) uint8_t byte[8][64];
     alignas(32) uint8_t mask[8][64];
@@ -259,8 +261,8 @@ constexpr LaneSource makeLaneSource()
 constexpr LaneSource laneSource = makeLaneSource();
 #endif
 
-// Byte lanes of mask bits, of which the first is bit 7 - bit of *bits: 64 at a time, reading the bytes that hold them and no
-// other.
+// Byte lanes of mask bits, of which the first is bit 7 - bit of *bits: 64 at a time, reading the bytes that hold them
+// and no other.
 class MaskLanes {
 public:
 #if defined(__AVX2__)

@@ -70,7 +70,8 @@ void scatter(const void* from, void* dst, ptrdiff_t step, ptrdiff_t values, ptrd
 
 // ---- Ends of rows -------------------------------------------------------------------------------------------------
 
-// Copies at least a vector, and brings what lies `ahead` into the cache; short rows are copied quicker in place than by a call.
+// Copies at least a vector, and brings what lies `ahead` into the cache; short rows are copied quicker in place than by
+// a call.
 inline __attribute__((always_inline)) void copyVectors(const uint8_t* from, uint8_t* to, ptrdiff_t n, ptrdiff_t ahead)
 {
     using V = Vector<uint8_t>;
@@ -202,7 +203,8 @@ void expandLanes(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values,
     }
 }
 
-// Stores the bits of n pixels. block(start) answers those of 64, as eight bytes in the order of memory; test(i) tells of one.
+// Stores the bits of n pixels. block(start) answers those of 64, as eight bytes in the order of memory; test(i) tells
+// of one.
 template <class Block, class Test>
 inline __attribute__((always_inline)) void storePixelBits(const OwnBitPlace& to, ptrdiff_t n, Block block, Test test)
 {
@@ -226,8 +228,8 @@ void allBitsAs(const uint8_t* lanes, ptrdiff_t values, const OwnBitPlace& to, pt
 }
 
 #if defined(__AVX2__)
-// Of 16 pixels of three lanes the bits in the order of a byte: each is lane from[block][i] of one block of 16 lanes, that
-// begins with the pixel's first lane or, in the last block, ends with the last one that counts.
+// Of 16 pixels of three lanes the bits in the order of a byte: each is lane from[block][i] of one block of 16 lanes,
+// that begins with the pixel's first lane or, in the last block, ends with the last one that counts.
 struct ThirdSource {
     alignas(16) int8_t from[3][16];
 };

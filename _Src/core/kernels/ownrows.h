@@ -29,7 +29,8 @@ struct OwnRowKernels {
     // `values` have all bits set where the mask bit is set.
     void (*lanes[3])(const uint8_t* bits, int bit, ptrdiff_t step, ptrdiff_t values, void* lanes, ptrdiff_t n);
 
-    // d[i] = a[i] under set mask bits, elsewhere the value at *b, for all rows. The mask's rows lie bitStep bytes apart.
+    // d[i] = a[i] under set mask bits, elsewhere the value at *b, for all rows. The mask's rows lie bitStep bytes
+    // apart.
     void (*keep[3])(const OwnRows& rows, const uint8_t* bits, int bit, ptrdiff_t bitStep);
 
     // By depth.
@@ -40,9 +41,9 @@ struct OwnRowKernels {
 
     // Makes n bytes of 0 or 1 of bits, the first being bit 7 - bit of *bits.
     void (*unpackBits)(const uint8_t* bits, int bit, uint8_t* out, ptrdiff_t n);
-    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are; the other lanes are
-    // read too, and there must be room for those of the last pixel. From bit 0 on and without a mask the bits may take the
-    // place of the lanes.
+    // Stores a bit for each of n pixels of `step` byte lanes, set where the first `values` of them are; the other lanes
+    // are read too, and there must be room for those of the last pixel. From bit 0 on and without a mask the bits may
+    // take the place of the lanes.
     void (*allBits)(const uint8_t* lanes, ptrdiff_t step, ptrdiff_t values, const OwnBitPlace& to, ptrdiff_t n);
 };
 

@@ -1,10 +1,10 @@
 // Kernels of the box filter.
 //
-// Running sums make the cost independent of the window: column sums move down with the rows, and a window sum moves along
-// each row. Column sums are independent of each other and vectorise as they stand. The window sum is a chain, each link of
-// which needs the one before, and for float sums the order of the additions is fixed. So the fast form follows the chains of
-// eight rows at once: it brings the column sums of eight rows into the form of vectors that each hold one column, moves
-// eight window sums on by one addition and one subtraction, and brings the means back into rows.
+// Running sums make the cost independent of the window: column sums move down with the rows, and a window sum moves
+// along each row. Column sums are independent of each other and vectorise as they stand. The window sum is a chain,
+// each link of which needs the one before, and for float sums the order of the additions is fixed. So the fast form
+// follows the chains of eight rows at once: it brings the column sums of eight rows into the form of vectors that each
+// hold one column, moves eight window sums on by one addition and one subtraction, and brings the means back into rows.
 #include "ownblur.h"
 
 #include <string.h>

@@ -7,10 +7,10 @@
 // The most rows that a kernel makes at a time.
 constexpr int ownBlurRows = 8;
 
-// A few rows of results. `sums` are the column sums of the row before the first of them. Each row's are made of those of
-// the row before by adding enter[i] and subtracting leave[i], in this order; and each window sum along a row is made of that
-// of the pixel before by adding the column sum that enters and subtracting the one that leaves. In the first row of all
-// nothing leaves: leave[0] is NULL, and the column sums lack the row that enters.
+// A few rows of results. `sums` are the column sums of the row before the first of them. Each row's are made of those
+// of the row before by adding enter[i] and subtracting leave[i], in this order; and each window sum along a row is made
+// of that of the pixel before by adding the column sum that enters and subtracting the one that leaves. In the first
+// row of all nothing leaves: leave[0] is NULL, and the column sums lack the row that enters.
 struct OwnBlurBand {
     const void* enter[ownBlurRows];
     const void* leave[ownBlurRows];

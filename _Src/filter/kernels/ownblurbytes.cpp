@@ -205,7 +205,8 @@ struct FewPairs {
     __m256i operator()(const uint8_t* samples, ptrdiff_t) const { return sumOfFewPairs<pairs>(samples + 1); }
 };
 
-// Of many pairs the sums of 1, 2, 4 and so on are made first, from each odd sample on; some of these are the sum of all.
+// Of many pairs the sums of 1, 2, 4 and so on are made first, from each odd sample on; some of these are the sum of
+// all.
 struct ManyPairs {
     const uint16_t* terms[mostLevels + 1];
     int count = 0;
@@ -356,7 +357,8 @@ struct RunningSums {
     }
 };
 
-// The quotient in parts of 2^-shift is cut, which does not take it below a half, and then rounded: so no sum needs a bias.
+// The quotient in parts of 2^-shift is cut, which does not take it below a half, and then rounded: so no sum needs a
+// bias.
 constexpr bool cutsToSameMean(uint32_t samples)
 {
     const OwnBlurMean mean = ownBlurMean(samples);

@@ -1,17 +1,17 @@
 // Kernels of the box filter for bytes and bits whose sums are short.
 //
-// Where pixels lie side by side, and windows have an odd number of columns, a row is summed by pairs: two neighbouring windows
-// have all but their ends in common, and what they have in common is a number of pairs of neighbouring samples, which vectors
-// add up by doubling. Sums of rows run down the columns, for small squares in registers. Otherwise sums of columns run down, and the few columns of every window
-// are added up afresh.
+// Where pixels lie side by side, and windows have an odd number of columns, a row is summed by pairs: two neighbouring
+// windows have all but their ends in common, and what they have in common is a number of pairs of neighbouring samples,
+// which vectors add up by doubling. Sums of rows run down the columns, for small squares in registers. Otherwise sums
+// of columns run down, and the few columns of every window are added up afresh.
 #pragma once
 
 #include "../../core/owngeometry.h"
 #include "../../core/ownisa.h"
 #include "ownfixed.h"
 
-// How a sum of bytes becomes its mean, rounded to nearest: (sum + bias) * multiplier / 2^(16 + shift), rounded down. Only odd
-// numbers of samples have one, since a mean of theirs never lies in the middle between two integers.
+// How a sum of bytes becomes its mean, rounded to nearest: (sum + bias) * multiplier / 2^(16 + shift), rounded down.
+// Only odd numbers of samples have one, since a mean of theirs never lies in the middle between two integers.
 struct OwnBlurMean {
     uint32_t multiplier, bias;
     int shift;   // at least 1
@@ -25,7 +25,8 @@ constexpr OwnBlurMean ownBlurMean(uint32_t samples)
     const uint64_t one = uint64_t{1} << (16 + shift);
     const uint64_t multiplier = (one + samples - 1) / samples, bias = samples / 2,
                    most = 255 * uint64_t{samples} + bias;
-    // The multiplier is too large by so little that no sum comes to the next integer, which is at least 1 / samples away.
+    // The multiplier is too large by so little that no sum comes to the next integer, which is at least 1 / samples
+    // away.
     const bool exact =
         samples % 2 == 1 && samples > 1 && most <= UINT16_MAX && (multiplier * samples - one) * most < one;
     return {uint32_t(multiplier), uint32_t(bias), shift, exact};
@@ -50,8 +51,8 @@ struct OwnBlurColumns {
     uint8_t* result;  // NULL for no means yet
 };
 
-// A row of means by sums of rows. Sums and totals, in an order of the kernel's own, have room for a block more; before the first row
-// sums are 0, and totals the bias.
+// A row of means by sums of rows. Sums and totals, in an order of the kernel's own, have room for a block more; before
+// the first row sums are 0, and totals the bias.
 struct OwnBlurRows {
     const uint8_t* enter;
     uint16_t* sums;  // of the row that leaves, which those of the row that enters replace; no more than 32767
@@ -78,8 +79,8 @@ struct OwnBlurByteKernels {
     ptrdiff_t (*scratchValues)(ptrdiff_t values, ptrdiff_t nCols);
     // Makes n signed bytes unsigned ones in the same order, or back; perhaps in place.
     void (*flip)(const uint8_t* from, uint8_t* to, ptrdiff_t n);
-    // The means of squares of 3 x 3 and 5 x 5 bytes side by side, at least OWN_SQUARE_LEAST in a row; NULL at a level where
-    // sums of rows are as quick.
+    // The means of squares of 3 x 3 and 5 x 5 bytes side by side, at least OWN_SQUARE_LEAST in a row; NULL at a level
+    // where sums of rows are as quick.
     OwnFixedKernel means3, means5;
 };
 

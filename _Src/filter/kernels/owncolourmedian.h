@@ -19,8 +19,8 @@ struct OwnColourMedian {
 };
 
 struct OwnColourMedianKernels {
-    // By depth, for windows of so many pixels that the sums of distances fit 16 bits, 32 bits, and for all others; none where
-    // there is no need.
+    // By depth, for windows of so many pixels that the sums of distances fit 16 bits, 32 bits, and for all others; none
+    // where there is no need.
     OwnColourMedian narrow[OWN_DEPTHS], usual[OWN_DEPTHS], wide[OWN_DEPTHS];
 };
 

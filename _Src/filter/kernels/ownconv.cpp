@@ -466,7 +466,8 @@ void addHigh(const int32_t* high, int32_t* sums, ptrdiff_t n)
         sums[i] = int32_t(uint32_t(sums[i]) + (uint32_t(high[i]) << 16));
 }
 
-// A float that is an integer has no more than 24 digits and keeps no more of them when it is shifted, however large it is.
+// A float that is an integer has no more than 24 digits and keeps no more of them when it is shifted, however large it
+// is.
 void shiftReals(float* sums, int shift, ptrdiff_t n)
 {
     const float scale = 1.0f / float(uint32_t{1} << shift);

@@ -1,9 +1,9 @@
 // Kernels of convolution: rows of samples become sums, sums become results.
 //
-// Integer sums are formed of pairs of samples: value i of one row and value i of the row below stand side by side, and one
-// instruction multiplies both and adds the products. Two rows of results are made of the same pairs. Pairs are of 16 bits and
-// have sums of 32; where the sums of a window have no more than 65536 values, pairs of bytes have sums of 16. All other sums
-// are formed in double precision.
+// Integer sums are formed of pairs of samples: value i of one row and value i of the row below stand side by side, and
+// one instruction multiplies both and adds the products. Two rows of results are made of the same pairs. Pairs are of
+// 16 bits and have sums of 32; where the sums of a window have no more than 65536 values, pairs of bytes have sums of
+// 16. All other sums are formed in double precision.
 #pragma once
 
 #include "../../core/owngeometry.h"
@@ -12,8 +12,8 @@
 // A place of the window whose pairs are multiplied.
 struct OwnPairTap {
     const void* pairs;
-    // For the first and the second row of results: in the lower half of the bits of a pair that of the upper sample, above it
-    // that of the lower one.
+    // For the first and the second row of results: in the lower half of the bits of a pair that of the upper sample,
+    // above it that of the lower one.
     int32_t weights[2];
 };
 
@@ -54,8 +54,8 @@ struct OwnRealSums {
     void* results;
 };
 
-// How sums come into a row of totals: they, their squares or absolute values are the totals of the first kernel; those of
-// others are added to them, or the larger or smaller one remains.
+// How sums come into a row of totals: they, their squares or absolute values are the totals of the first kernel; those
+// of others are added to them, or the larger or smaller one remains.
 enum OwnFold {
     OWN_FOLD_COPY,
     OWN_FOLD_SQUARE,

@@ -19,10 +19,10 @@ struct Channels {
 
 // ---- Bytes --------------------------------------------------------------------------------------------------------
 
-// S. Perreault and P. Hebert, "Median filtering in constant time", IEEE Transactions on Image Processing 16 (2007). A column
-// has a histogram of the upper halves of its values, and one of the lower halves for each upper half; so has the window,
-// whose lower halves are only brought to its place where the median lies among them. Here all of them tell how many values
-// are as great or less: then nothing is left to be added up where the median is looked for.
+// S. Perreault and P. Hebert, "Median filtering in constant time", IEEE Transactions on Image Processing 16 (2007). A
+// column has a histogram of the upper halves of its values, and one of the lower halves for each upper half; so has the
+// window, whose lower halves are only brought to its place where the median lies among them. Here all of them tell how
+// many values are as great or less: then nothing is left to be added up where the median is looked for.
 constexpr ptrdiff_t bins = 16;
 
 // Counts of columns are of type Cell, those of windows of type Count.
@@ -250,9 +250,9 @@ struct LowerSums {
     }
 };
 
-// The sums of lower halves over a window that goes along a row, for the upper halves where medians lie. Those of an odd and of an
-// even one move along with every pixel: where medians lie around the border of two upper halves, neither the processor nor the
-// sums have to go back.
+// The sums of lower halves over a window that goes along a row, for the upper halves where medians lie. Those of an odd
+// and of an even one move along with every pixel: where medians lie around the border of two upper halves, neither the
+// processor nor the sums have to go back.
 template <class Cell, class Count>
 class LowerWindows {
 public:
@@ -353,10 +353,10 @@ void medianBits(const OwnBitCounts& counts, void* result)
 
 // ---- Larger values ------------------------------------------------------------------------------------------------
 
-// T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median filtering algorithm", IEEE Transactions on Acoustics,
-// Speech and Signal Processing 27 (1979), with counts of groups of bins too, over which the search goes first. Two windows, one
-// a row below the other, share what they count: the lower one adds by how much its counts differ, which only the rows change
-// that the windows do not share.
+// T. S. Huang, G. J. Yang and G. Y. Tang, "A fast two-dimensional median filtering algorithm", IEEE Transactions on
+// Acoustics, Speech and Signal Processing 27 (1979), with counts of groups of bins too, over which the search goes
+// first. Two windows, one a row below the other, share what they count: the lower one adds by how much its counts
+// differ, which only the rows change that the windows do not share.
 constexpr int groupBits = 6;
 
 template <class Count>

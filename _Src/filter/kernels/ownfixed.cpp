@@ -1,8 +1,8 @@
 // Kernels of the filters with built-in coefficients.
 //
-// Every filter is a sum over the rows of its window of what each row gives by itself. So a kernel goes down a block of columns
-// and adds what a row gives to all results that the row takes part in: sums that are not yet complete move on by one place
-// with every row. Floats are added in the order of the rows that way, too.
+// Every filter is a sum over the rows of its window of what each row gives by itself. So a kernel goes down a block of
+// columns and adds what a row gives to all results that the row takes part in: sums that are not yet complete move on
+// by one place with every row. Floats are added in the order of the rows that way, too.
 #include "ownfixed.h"
 
 #include <type_traits>
@@ -72,8 +72,8 @@ inline Vector<int32_t> nearest(Vector<float> v)
 
 // ---- Filters ------------------------------------------------------------------------------------------------------
 
-// at(k) answers sample k of the window's row. next takes a row and answers the result of the window that ends with it. V is
-// a number or a vector of numbers; integers do not overflow.
+// at(k) answers sample k of the window's row. next takes a row and answers the result of the window that ends with it.
+// V is a number or a vector of numbers; integers do not overflow.
 
 template <class V>
 struct PrewittX {
@@ -246,8 +246,8 @@ struct Gauss5 {
     }
 };
 
-// The same for bytes. A sum of up to 145605 is kept modulo 2^16 and, cut row by row, in eighths; these are up to 5 too small.
-// From them comes a quotient that is right or 1 too small, and which one the remainder tells.
+// The same for bytes. A sum of up to 145605 is kept modulo 2^16 and, cut row by row, in eighths; these are up to 5 too
+// small. From them comes a quotient that is right or 1 too small, and which one the remainder tells.
 template <class V>
 struct Gauss5Bytes {
     static constexpr int size = 5;
@@ -297,12 +297,12 @@ struct Above {
 
 // ---- Samples and results of the depths ----------------------------------------------------------------------------
 
-// Sample is what memory holds, Number what is computed with; Single is one such number. A block of two vectors of numbers has
-// two halves, which load<half> takes from value i of a row on. store stores both, or a single result, cut to the range of
-// the depth.
+// Sample is what memory holds, Number what is computed with; Single is one such number. A block of two vectors of
+// numbers has two halves, which load<half> takes from value i of a row on. store stores both, or a single result, cut
+// to the range of the depth.
 
-// The halves of samples of half the size are those at even places and those at odd ones: to take them apart and together is
-// quicker than to widen and to narrow.
+// The halves of samples of half the size are those at even places and those at odd ones: to take them apart and
+// together is quicker than to widen and to narrow.
 template <class T>
 struct Integers {
     using Sample = T;
@@ -507,8 +507,8 @@ struct PairSums {
     }
 };
 
-// Of 128 times a number the number, to nearest and ties to even. What is rounded has at most four bits: where the number
-// below is even, 1 less keeps a tie from being rounded up, and where it is odd, 1 more does no harm.
+// Of 128 times a number the number, to nearest and ties to even. What is rounded has at most four bits: where the
+// number below is even, 1 less keeps a tie from being rounded up, and where it is odd, 1 more does no harm.
 inline __m256i rounded128th(__m256i v)
 {
     const __m256i less = _mm256_sign_epi8(_mm256_set1_epi16(255), v);
@@ -524,7 +524,8 @@ inline void smoothBlock(const OwnFixedBand& band, ptrdiff_t i)
     __m256i evens = {}, odds = {};
     auto take = [&](ptrdiff_t row) __attribute__((always_inline))
     {
-        // Eight times the sums of two bytes each: from the window's first column on, from its second, and from its third.
+        // Eight times the sums of two bytes each: from the window's first column on, from its second, and from its
+        // third.
         auto pairs = [=](ptrdiff_t at) {
             return _mm256_maddubs_epi16((__m256i)vectorAt<uint8_t>(rows[row], at), _mm256_set1_epi8(8));
         };

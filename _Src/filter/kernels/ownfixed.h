@@ -30,7 +30,8 @@ struct OwnFixedBand {
 
 using OwnFixedKernel = void (*)(const OwnFixedBand& band);
 
-// By filter and depth. At 1U the values are bytes, 0 or 1 in the source and 0 or 255 in the result; OWN_SHARPEN3 has none.
+// By filter and depth. At 1U the values are bytes, 0 or 1 in the source and 0 or 255 in the result; OWN_SHARPEN3 has
+// none.
 struct OwnFixedKernels {
     OwnFixedKernel band[OWN_FIXED_FILTERS][OWN_DEPTHS];
 };

@@ -1,10 +1,10 @@
 // Kernels that fold windows to their least or their greatest value.
 //
-// A window is folded along the columns first and then along the rows. Along the columns neighbouring results share what they
-// have in common: two results their inner rows, or, where windows are high, as many results as a window has rows, by van Herk
-// and Gil-Werman: results are made of the fold from their first row to the end of a block and the fold from there to their
-// last row, each of which grows by a row from result to result. Along a row windows grow fourfold, and at the end a few that
-// overlap make the whole one.
+// A window is folded along the columns first and then along the rows. Along the columns neighbouring results share what
+// they have in common: two results their inner rows, or, where windows are high, as many results as a window has rows,
+// by van Herk and Gil-Werman: results are made of the fold from their first row to the end of a block and the fold from
+// there to their last row, each of which grows by a row from result to result. Along a row windows grow fourfold, and
+// at the end a few that overlap make the whole one.
 #include "ownfold.h"
 
 #include <string.h>
@@ -439,7 +439,8 @@ inline __attribute__((always_inline)) void copyBytes(const uint8_t* from, uint8_
         storeAt(to, n - vectorBytes, loadAt<V>(from, n - vectorBytes));
 }
 
-// The word whose first `keep` bits are those of a byte, and the one whose last 8 - skip bits are; the others are an end's.
+// The word whose first `keep` bits are those of a byte, and the one whose last 8 - skip bits are; the others are an
+// end's.
 inline uint64_t rightWord(uint64_t byte, int keep, uint64_t bits)
 {
     return (byte & 0xFF << (8 - keep)) << 56 | bits >> keep;
@@ -494,8 +495,8 @@ void copyBits(const OwnBitCopies& r)
 
 // ---- Both ---------------------------------------------------------------------------------------------------------
 
-// What the scratch holds one after the other, in bytes: a block of values for each result of a group, where the rows lie that
-// are folded along the columns, and these.
+// What the scratch holds one after the other, in bytes: a block of values for each result of a group, where the rows
+// lie that are folded along the columns, and these.
 struct Scratch {
     int64_t block, pointers, slot;
     int64_t all;

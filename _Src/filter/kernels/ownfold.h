@@ -24,8 +24,8 @@ struct OwnFoldKernel {
     int64_t (*scratchBytes)(const OwnFoldBand& band);
 };
 
-// The pixels beyond one end of rows of bits, from the end outwards: each has a place in the row, and those after the last place
-// repeat it; without places they are a constant.
+// The pixels beyond one end of rows of bits, from the end outwards: each has a place in the row, and those after the
+// last place repeat it; without places they are a constant.
 struct OwnBitEnd {
     int64_t pixels;
     int64_t places;
@@ -33,8 +33,8 @@ struct OwnBitEnd {
     bool constant;
 };
 
-// Copies rows of bits with what lies beyond their ends. The bytes from `first` to `last` keep their phase; the first `skip`
-// bits of the one and those after `keep` bits of the other lie beyond the ends.
+// Copies rows of bits with what lies beyond their ends. The bytes from `first` to `last` keep their phase; the first
+// `skip` bits of the one and those after `keep` bits of the other lie beyond the ends.
 struct OwnBitCopies {
     const uint8_t* row;
     ptrdiff_t rowStep;
@@ -52,8 +52,8 @@ constexpr int64_t ownBitEndBytes(int64_t pixels)
     return pixels < 56 ? 8 : (pixels + 55) / 56 * 7 + 1;
 }
 
-// By depth; none for 32F. At 1U the values are packed bits, those of a result from bit 0 of its first byte on, and behind the
-// rows OWN_FOLD_SLACK bytes may be read.
+// By depth; none for 32F. At 1U the values are packed bits, those of a result from bit 0 of its first byte on, and
+// behind the rows OWN_FOLD_SLACK bytes may be read.
 struct OwnFoldKernels {
     OwnFoldKernel least[OWN_DEPTHS];
     OwnFoldKernel greatest[OWN_DEPTHS];

@@ -6,8 +6,8 @@
 
 // ---- Small windows ------------------------------------------------------------------------------------------------
 
-// A step of a network: the lesser and the greater of two values, each for all places of a row. Values are known by their
-// numbers; the first ones are the rows of the source.
+// A step of a network: the lesser and the greater of two values, each for all places of a row. Values are known by
+// their numbers; the first ones are the rows of the source.
 struct OwnNetworkStep {
     uint16_t a, b;            // of what is compared
     uint16_t aShift, bShift;  // in pixels: value x of the result is made of values x + shift

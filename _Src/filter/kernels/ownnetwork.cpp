@@ -34,8 +34,8 @@ inline __attribute__((always_inline)) void storeAt(char* p, V v)
 
 // ---- Networks -----------------------------------------------------------------------------------------------------
 
-// Every step is the same piece of code for as many vectors: a row of different steps so long could not be foreseen. What a
-// step need not make goes to a slot that nobody reads, and all steps go as far as the first ones have to.
+// Every step is the same piece of code for as many vectors: a row of different steps so long could not be foreseen.
+// What a step need not make goes to a slot that nobody reads, and all steps go as far as the first ones have to.
 constexpr ptrdiff_t mostSlotBytes = 512, cacheBytes = 32768;
 
 // Of a slot as many bytes are no results as its extent has.
@@ -105,8 +105,8 @@ void runNetwork(const OwnMedianBand& band, const OwnNetwork& network)
 
 // ---- Three by three -----------------------------------------------------------------------------------------------
 
-// Columns are sorted first. The median is then the median of the greatest of the least, the median of the middle and the
-// least of the greatest ones (J. L. Smith, "Implementing median filters in XC4000E FPGAs", Xcell 23, 1996).
+// Columns are sorted first. The median is then the median of the greatest of the least, the median of the middle and
+// the least of the greatest ones (J. L. Smith, "Implementing median filters in XC4000E FPGAs", Xcell 23, 1996).
 
 constexpr ptrdiff_t threeBlock = 512;  // bytes at a time
 constexpr int threeRows = 4;           // rows at a time: what has just been stored is slow to load in other pieces

@@ -29,7 +29,8 @@ inline void sumBlock(const OwnSideSums& sums, ptrdiff_t at)
     for (int part = 0; part < parts; ++part)
         for (__m256i& one : sum[part])
             one = _mm256_set1_epi16(sums.starts[part]);
-    // The compiler is kept from moving sums between registers, and from computing so much at a time that these do not suffice.
+    // The compiler is kept from moving sums between registers, and from computing so much at a time that these do not
+    // suffice.
     auto add = [](__m256i& to, __m256i samples, __m256i weights) {
         to = _mm256_add_epi16(to, _mm256_maddubs_epi16(samples, weights));
         __asm__("" : "+x"(to));

@@ -1,8 +1,9 @@
-// Medians of windows of five by five and of seven by seven: the network of ownnetwork.h, whose steps the compiler knows.
+// Medians of windows of five by five and of seven by seven: the network of ownnetwork.h, whose steps the compiler
+// knows.
 //
-// Rows of results are made two by two. What their windows have in common is sorted first: columns without the first and the
-// last row, and half of a window's columns together. All that is kept in memory for some places of a row; a window then takes
-// both halves, one after the other, its last column, and the row that only one of the two results has.
+// Rows of results are made two by two. What their windows have in common is sorted first: columns without the first and
+// the last row, and half of a window's columns together. All that is kept in memory for some places of a row; a window
+// then takes both halves, one after the other, its last column, and the row that only one of the two results has.
 #include "ownmedian.h"
 
 #include <string.h>
@@ -149,8 +150,8 @@ INLINE auto sideBySide(At at)
 
 // ---- The median ---------------------------------------------------------------------------------------------------
 
-// Of some values of a window, sorted, those that can be the median: neither too many others are below nor above them. `below`
-// values have been left out before.
+// Of some values of a window, sorted, those that can be the median: neither too many others are below nor above them.
+// `below` values have been left out before.
 template <int window, int total, int below, int count>
 struct Candidates {
     static constexpr int rank = window / 2 + 1;

@@ -24,8 +24,8 @@ void halfRow(const void* row, int16_t* halves, ptrdiff_t n)
 
 #if defined(__AVX2__)
 
-// Two samples and two weights make one product in each lane: vectors from an even sample on give the sums of even places,
-// and those one sample further on the sums of odd places, which stand behind the even ones of 16 sums.
+// Two samples and two weights make one product in each lane: vectors from an even sample on give the sums of even
+// places, and those one sample further on the sums of odd places, which stand behind the even ones of 16 sums.
 void addHalves(const OwnProducts<int16_t, int32_t>& products)
 {
     constexpr int pairs = int(ownProductBlock) / 16;

@@ -1,15 +1,16 @@
-// Kernels of normalised cross-correlation: products of samples with a template, squares of samples, and their quotients.
+// Kernels of normalised cross-correlation: products of samples with a template, squares of samples, and their
+// quotients.
 //
-// Sums over a window are built up row by row of the template. Where the samples are integers, they are exact: of bytes as
-// 32-bit sums that are carried into 64 bits before they can pass their range, of 16 bits as doubles that are carried
+// Sums over a window are built up row by row of the template. Where the samples are integers, they are exact: of bytes
+// as 32-bit sums that are carried into 64 bits before they can pass their range, of 16 bits as doubles that are carried
 // likewise. Samples of 32 bits have sums in double precision, from the template's first value to its last.
 #pragma once
 
 #include "../../core/owngeometry.h"
 #include "../../core/ownisa.h"
 
-// sums[i] += the sum of samples[i + k] * weights[k], for i below n rounded up to whole blocks; so many sums are there, and
-// so many samples more, on top of one for an odd count, may be read.
+// sums[i] += the sum of samples[i + k] * weights[k], for i below n rounded up to whole blocks; so many sums are there,
+// and so many samples more, on top of one for an odd count, may be read.
 constexpr ptrdiff_t ownProductBlock = 64;
 template <class Value, class Sum>
 struct OwnProducts {
@@ -41,7 +42,8 @@ struct OwnCorrelationKernels {
     void (*quotients[OWN_DEPTHS])(const double* products, const double* squares, double energy, void* results,
                                   ptrdiff_t n);
 
-    // For products that come from spectra. Rows of samples as doubles, whole or, of 16 bits, as their upper and lower bytes.
+    // For products that come from spectra. Rows of samples as doubles, whole or, of 16 bits, as their upper and lower
+    // bytes.
     void (*split[OWN_DEPTHS])(const void* row, double* upper, double* lower, ptrdiff_t n);
     void (*multiplySpectra)(double* re, double* im, const double* otherRe, const double* otherIm, ptrdiff_t n);
     // Nearest integers of scaled values; the second form of 256 times the upper ones and the lower ones.

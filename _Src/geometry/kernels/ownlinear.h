@@ -101,8 +101,8 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
 }
 
 #if defined(__AVX2__)
-// Whether rows of four pixels have 8 bytes at least and rows of two no more. Two rows of two then lie in memory that has
-// so many bytes from the start of the upper one on, and before the end of the lower one.
+// Whether rows of four pixels have 8 bytes at least and rows of two no more. Two rows of two then lie in memory that
+// has so many bytes from the start of the upper one on, and before the end of the lower one.
 inline bool eightHold(const OwnSampleSource& source, int channels)
 {
     return source.pixelBytes + channels <= 8 && 3 * source.pixelBytes + channels >= 8;

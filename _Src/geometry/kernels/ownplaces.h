@@ -338,8 +338,8 @@ void prepareCubic(const OwnSampleSource& source, const double* x, const double* 
 }
 
 #if defined(__AVX2__)
-// Brings what the positions of a list need by collect(part, i), a group of them ahead of use(part, i): loads fill the time
-// that computing leaves them.
+// Brings what the positions of a list need by collect(part, i), a group of them ahead of use(part, i): loads fill the
+// time that computing leaves them.
 template <class Part, class Collect, class Use>
 OWN_INLINE void collectAhead(ptrdiff_t n, Collect collect, Use use)
 {

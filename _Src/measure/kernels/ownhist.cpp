@@ -51,7 +51,8 @@ struct Map {
     explicit Map(const void* scalar) : table(static_cast<const T*>(scalar)) {}
     T operator()(T a) const { return table[a]; }
 #if defined(__AVX2__)
-    // The table is looked up in parts of 16 entries. A byte that belongs to another part passes 127 and so reads nothing.
+    // The table is looked up in parts of 16 entries. A byte that belongs to another part passes 127 and so reads
+    // nothing.
     Vector<T> operator()(Vector<T> a) const requires(sizeof(T) == 1)
     {
         const __m256i outside = _mm256_set1_epi8(0x70);

@@ -5,8 +5,8 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
-// Counters of the values of 8 or 16 bits of several channels. Bytes of one channel are counted in several tables by turns, since
-// a counter that has just been stored is not at hand yet for the next pixel.
+// Counters of the values of 8 or 16 bits of several channels. Bytes of one channel are counted in several tables by
+// turns, since a counter that has just been stored is not at hand yet for the next pixel.
 constexpr int ownHistTables = 8;
 
 // Tables do not lie a power of two apart: the processor takes addresses whose low bits agree for one.

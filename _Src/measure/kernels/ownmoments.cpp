@@ -1,8 +1,8 @@
 // Kernels of the moments.
 //
-// Four sums run along a row and are folded into the ten moments at its end. Each is a chain of additions in its order; several rows
-// run side by side. Of bytes the sums are whole numbers that, but for very wide rows, double precision holds whatever the
-// order, so that they may be formed in integers.
+// Four sums run along a row and are folded into the ten moments at its end. Each is a chain of additions in its order;
+// several rows run side by side. Of bytes the sums are whole numbers that, but for very wide rows, double precision
+// holds whatever the order, so that they may be formed in integers.
 #include "ownmoments.h"
 
 #if defined(__AVX2__)
@@ -88,12 +88,12 @@ void takeChains(OwnMomentSums& sums, const OwnReadRows& rows)
 // ---- Bytes --------------------------------------------------------------------------------------------------------
 
 #if defined(__AVX2__)
-// Sums of a segment of bytes, by the place of a byte in a block of 32 and of the block in the segment. The block's place comes
-// in by sums of sums: what enters first is counted most often.
+// Sums of a segment of bytes, by the place of a byte in a block of 32 and of the block in the segment. The block's
+// place comes in by sums of sums: what enters first is counted most often.
 //
-// A block's sums of p, p i, p i^2 and p i^3, i from 0 to 31, stand in eight lanes of 32 bits, four bytes a lane. The totals of
-// these lanes' sums of sums over n blocks are at most 8160 C(n + 3, 4), 252960 C(n + 2, 3), 7841760 C(n + 1, 2) and
-// 243094560 n, which for 16 blocks is below 2^32.
+// A block's sums of p, p i, p i^2 and p i^3, i from 0 to 31, stand in eight lanes of 32 bits, four bytes a lane. The
+// totals of these lanes' sums of sums over n blocks are at most 8160 C(n + 3, 4), 252960 C(n + 2, 3), 7841760 C(n + 1,
+// 2) and 243094560 n, which for 16 blocks is below 2^32.
 constexpr ptrdiff_t blockBytes = 32;
 constexpr ptrdiff_t mostBlocks = 16;
 
@@ -138,7 +138,8 @@ inline void totalsOf(const __m256i (&lanes)[8], uint32_t (&totals)[8])
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(totals), _mm256_add_epi32(low, high));
 }
 
-// Sums of sums: of[d] holds lanes of which of[0] is the sum of a block's sums, of[1] that of all states of of[0], and so on.
+// Sums of sums: of[d] holds lanes of which of[0] is the sum of a block's sums, of[1] that of all states of of[0], and
+// so on.
 template <int depth>
 struct Cascade {
     __m256i of[depth];
@@ -155,16 +156,16 @@ struct Cascade {
     }
 };
 
-// The sums of p r^k over the blocks b of a segment, with r = blocks - b, from sums of sums: block b stands C(r + k - 1, k) times in
-// sum k.
+// The sums of p r^k over the blocks b of a segment, with r = blocks - b, from sums of sums: block b stands C(r + k - 1,
+// k) times in sum k.
 inline void powerSums(uint64_t (&sums)[4])
 {
     sums[2] = 2 * sums[2] - sums[1];
     sums[3] = 6 * sums[3] - 3 * sums[2] - 2 * sums[1];
 }
 
-// Adds the sums of `blocks` blocks with x from `first` on. With `end` where the segment ends, x = end - u and u = 32 r - i. What
-// wraps on the way cancels out.
+// Adds the sums of `blocks` blocks with x from `first` on. With `end` where the segment ends, x = end - u and u = 32 r
+// - i. What wraps on the way cancels out.
 void addSegment(const uint8_t* bytes, ptrdiff_t blocks, uint64_t first, uint64_t (&sums)[4])
 {
     Cascade<4> zeroth;

@@ -8,8 +8,8 @@ namespace {
 
 // ---- What is summed -----------------------------------------------------------------------------------------------
 
-// The type in which differences of a depth's values, and totals of a row, are exact. The totals of 8 and 16 bits, and of
-// squares of 8, have 32 bits: what lies above is lost.
+// The type in which differences of a depth's values, and totals of a row, are exact. The totals of 8 and 16 bits, and
+// of squares of 8, have 32 bits: what lies above is lost.
 template <class T>
 struct Depth;
 template <>

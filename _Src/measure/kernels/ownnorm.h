@@ -4,8 +4,8 @@
 #include "../../core/kernels/ownreadrows.h"
 #include "../../core/ownisa.h"
 
-// The totals of integers are whole numbers; those of other values run in lanes, by the value's place in its row, so that they
-// do not depend on how rows come. Both are added to the sum at the end of each row.
+// The totals of integers are whole numbers; those of other values run in lanes, by the value's place in its row, so
+// that they do not depend on how rows come. Both are added to the sum at the end of each row.
 struct OwnNormSum {
     double sum = 0;  // or the greatest value
     uint64_t row = 0;

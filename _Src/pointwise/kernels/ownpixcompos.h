@@ -1,5 +1,5 @@
-// Kernels of compositing for the usual pixels: four values side by side, of which the last is the alpha, so that a pixel is one
-// word and nothing has to be brought together from elsewhere.
+// Kernels of compositing for the usual pixels: four values side by side, of which the last is the alpha, so that a
+// pixel is one word and nothing has to be brought together from elsewhere.
 #pragma once
 
 #include "../../core/ownisa.h"
@@ -24,8 +24,8 @@ struct OwnPixelRow {
 struct OwnPixelKernels {
     using Kernel = void (*)(const OwnPixelRow& row);
 
-    // By type, premultiplied or not, and whether the destination's alpha is kept or becomes the result's. A level may lack
-    // those that divide.
+    // By type, premultiplied or not, and whether the destination's alpha is kept or becomes the result's. A level may
+    // lack those that divide.
     Kernel composite[ownCompositeTypes][2][2];
     Kernel divided[ownCompositeTypes][2][2];
     // d = a times its alpha, which becomes that of the destination; b is not read. There is nothing to keep.

@@ -4,9 +4,9 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
-// The scalar of the unsigned forms of addition and subtraction: each value is flipped by `before`, moved by `amount` with
-// saturation, and flipped by `after`. A flip of the top bit makes a signed value an unsigned one and back; a flip of all
-// bits turns source minus value into value minus source.
+// The scalar of the unsigned forms of addition and subtraction: each value is flipped by `before`, moved by `amount`
+// with saturation, and flipped by `after`. A flip of the top bit makes a signed value an unsigned one and back; a flip
+// of all bits turns source minus value into value minus source.
 struct OwnSlide {
     uint16_t amount;
     uint16_t before;

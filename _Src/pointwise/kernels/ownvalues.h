@@ -1,5 +1,5 @@
-// Saturating arithmetic on values, in forms that stay at the width of the value, so that a vector holds as many of them as
-// it can. For kernel sources only.
+// Saturating arithmetic on values, in forms that stay at the width of the value, so that a vector holds as many of them
+// as it can. For kernel sources only.
 #pragma once
 
 #include <stdint.h>

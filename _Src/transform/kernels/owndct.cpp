@@ -1,8 +1,8 @@
 // Between the cosine coefficients of lines and the spectra that a Fourier transform of the same length makes
 // (J. Makhoul, "A fast cosine transform in one and two dimensions", IEEE Trans. ASSP-28, 1980).
 //
-// Two real lines a and b are the parts of a complex line. Its spectrum's values k and N - k give those of both, and these
-// the coefficients k and N - k of both.
+// Two real lines a and b are the parts of a complex line. Its spectrum's values k and N - k give those of both, and
+// these the coefficients k and N - k of both.
 #include "owndct.h"
 
 #include "../../core/kernels/owncomplex.h"

@@ -20,8 +20,8 @@ struct OwnDctBlock {
 
 OWN_KERNEL_TABLE(OwnDctBlock, ownDctBlock)
 
-// What lines of one length need, beside the Fourier transform of that length: even samples in their order and odd ones in the
-// opposite order make the line whose spectrum has the coefficients.
+// What lines of one length need, beside the Fourier transform of that length: even samples in their order and odd ones
+// in the opposite order make the line whose spectrum has the coefficients.
 struct OwnDctLength {
     const OwnFourierTable<float>* fourier;
     const int32_t* samples;  // the place of each sample in that line

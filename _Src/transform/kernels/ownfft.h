@@ -1,11 +1,13 @@
 // What the Fourier drivers and their kernels share.
 //
-// Lines are transformed several at a time, side by side in the lanes of a block, so that one vector operation does the same
-// step of every line: value e of real line l stands at block[e * lanes + l], and of complex line l at
-// block[2 * e * lanes + l] and block[(2 * e + 1) * lanes + l]. Values are floats, or 32-bit integers in the fixed-point core.
+// Lines are transformed several at a time, side by side in the lanes of a block, so that one vector operation does the
+// same step of every line: value e of real line l stands at block[e * lanes + l], and of complex line l at
+// block[2 * e * lanes + l] and block[(2 * e + 1) * lanes + l]. Values are floats, or 32-bit integers in the fixed-point
+// core.
 //
-// The floating core takes complex lines of any length, and two real lines as one complex line: a block of real lines has
-// twice as many lanes and is a block of complex lines at once. Values are laid in the order that the transform asks for.
+// The floating core takes complex lines of any length, and two real lines as one complex line: a block of real lines
+// has twice as many lanes and is a block of complex lines at once. Values are laid in the order that the transform asks
+// for.
 //
 // The fixed-point core makes of a real line of length N pairs: value 0 is X(0), value 1 is X(N/2) for even N and of no
 // meaning otherwise, values 2k and 2k + 1 are the parts of X(k), k = 1 to (N - 1) / 2.
@@ -41,15 +43,15 @@ struct OwnFftFixedTransforms {
     Transform complex;
 };
 
-// Bytes that the direct transform needs as work space: sums and differences of complex lines, and the two values that have
-// no partner.
+// Bytes that the direct transform needs as work space: sums and differences of complex lines, and the two values that
+// have no partner.
 constexpr int64_t ownFftDirectScratch(int64_t length, int64_t lanes)
 {
     return ((length - 1) / 2 * 4 + 4) * lanes * int64_t{sizeof(int32_t)};
 }
 
-// Rows of an image to values of T and back: `count` pixels of a row, `step` values apart. The floating core multiplies by
-// `scale` first; so does the fixed-point core, unless it is 0.
+// Rows of an image to values of T and back: `count` pixels of a row, `step` values apart. The floating core multiplies
+// by `scale` first; so does the fixed-point core, unless it is 0.
 template <class T>
 struct OwnFftRow {
     void (*load)(const uint8_t* pixels, ptrdiff_t step, T* line, ptrdiff_t count);
@@ -57,8 +59,9 @@ struct OwnFftRow {
     ptrdiff_t bytes;  // of a pixel's value
 };
 
-// The spectra of `rows` rows: the real columns 0 and, for even widths, width / 2, and between them complex columns. These lie
-// in groups as wide as the blocks that take them: of each row the real parts of a group's columns, then the imaginary ones.
+// The spectra of `rows` rows: the real columns 0 and, for even widths, width / 2, and between them complex columns.
+// These lie in groups as wide as the blocks that take them: of each row the real parts of a group's columns, then the
+// imaginary ones.
 template <class T>
 struct OwnFftSpectra {
     T* first;
@@ -75,8 +78,9 @@ struct OwnFftSpectra {
     }
 };
 
-// How lines come into a block and leave it. Parts of images are given as geometries of one channel; without a conversion
-// they hold values of T side by side. `order` is the place of each value in the block, NULL for the natural order.
+// How lines come into a block and leave it. Parts of images are given as geometries of one channel; without a
+// conversion they hold values of T side by side. `order` is the place of each value in the block, NULL for the natural
+// order.
 template <class T>
 struct OwnFftBlocks {
     int32_t realLanes;
@@ -98,14 +102,14 @@ struct OwnFftBlocks {
     void (*spectraIn)(const OwnFftSpectra<T>& from, int32_t row, int32_t rows, int32_t length, const int32_t* order,
                       T* block);
 
-    // A group of complex columns of spectra, as many as the block has lanes. Going back, the floating core multiplies by
-    // `scale`.
+    // A group of complex columns of spectra, as many as the block has lanes. Going back, the floating core multiplies
+    // by `scale`.
     void (*columnsIn)(const T* columns, ptrdiff_t length, const int32_t* order, T* block);
     void (*columnsOut)(const T* block, T* columns, ptrdiff_t length, float scale);
 
-    // `count` complex columns of a packed spectrum, which the image begins with. Going out, the image begins a column before
-    // them: the column that `carry` holds, one value a row, goes with the others except for the last one, which takes
-    // its place in `carry`. So rows are written in pieces that start at even columns.
+    // `count` complex columns of a packed spectrum, which the image begins with. Going out, the image begins a column
+    // before them: the column that `carry` holds, one value a row, goes with the others except for the last one, which
+    // takes its place in `carry`. So rows are written in pieces that start at even columns.
     void (*packedIn)(const OwnGeometry& image, const OwnFftRow<T>* convert, int32_t count, const int32_t* order,
                      T* block);
     void (*packedOut)(const T* block, T* carry, const OwnGeometry& image, const OwnFftRow<T>* convert, int32_t count,

@@ -1,5 +1,5 @@
-// The fixed-point core: the direct transform of lines of any length, by symmetry. Values that are equally far from the line's
-// ends are folded into sums and differences, which meet only cosines and only sines.
+// The fixed-point core: the direct transform of lines of any length, by symmetry. Values that are equally far from the
+// line's ends are folded into sums and differences, which meet only cosines and only sines.
 //
 // The sums of several outputs are formed at once, so that a folded value is loaded once for all of them.
 #include "ownfftlanes.h"

@@ -28,9 +28,10 @@ inline void exchange(V* a, V* b)
     set(b, kept);
 }
 
-// Brings values into bit-reversed order, or back. The table, which serves lengths above 8, holds byte offsets in a single
-// line: of values whose indices' middle bits trade places, with the first and the last bit clear. The four settings of these
-// two bits make four exchanges of each pair, and one of each offset that stays, which are read from the table's end.
+// Brings values into bit-reversed order, or back. The table, which serves lengths above 8, holds byte offsets in a
+// single line: of values whose indices' middle bits trade places, with the first and the last bit clear. The four
+// settings of these two bits make four exchanges of each pair, and one of each offset that stays, which are read from
+// the table's end.
 template <class V>
 void reverseBits(V* x, int log2, const int32_t* table)
 {
@@ -172,8 +173,8 @@ inline V halfDifference(V a, V b)
     return shiftRight(a, 1) - shiftRight(b, 1) - (~a & b & 1u);
 }
 
-// Values k and M - k of a line of M are parted into what is even under their exchange with conjugation, and what is odd,
-// which comes turned: by cos t, sin t times the signs below.
+// Values k and M - k of a line of M are parted into what is even under their exchange with conjugation, and what is
+// odd, which comes turned: by cos t, sin t times the signs below.
 template <class V>
 inline void recombine(V* near, V* far, Complex<V> even, Complex<V> turned)
 {

@@ -1,5 +1,5 @@
-// Vectors of the Fourier kernels, and what moves values between their lanes. For kernel sources only: everything here is
-// in the unnamed namespace of the level.
+// Vectors of the Fourier kernels, and what moves values between their lanes. For kernel sources only: everything here
+// is in the unnamed namespace of the level.
 #pragma once
 
 #include "../../core/kernels/owncomplex.h"

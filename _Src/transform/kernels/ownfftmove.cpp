@@ -17,7 +17,8 @@ constexpr int realLanesOf = realGroups<V>* lanesOf<V>;
 // Values of a row that are converted at a time, on their way between an image and a block.
 constexpr ptrdiff_t stageLength = 128;
 
-// Asks for what will be written some steps further on. Writes that go in large steps otherwise wait for each line of memory.
+// Asks for what will be written some steps further on. Writes that go in large steps otherwise wait for each line of
+// memory.
 inline void fetchAhead(const void* at, ptrdiff_t step)
 {
     constexpr uintptr_t steps = 12;
@@ -94,8 +95,8 @@ inline void transposeOut(const V* block, Slot slot, uint8_t* const (&lines)[lane
     }
 }
 
-// The lines of a lane group of a block of real lines, which are dealt to the groups by turns: so the same two make a complex
-// line whatever the lanes are. Lanes without a line get the last one.
+// The lines of a lane group of a block of real lines, which are dealt to the groups by turns: so the same two make a
+// complex line whatever the lanes are. Lanes without a line get the last one.
 template <class V>
 struct GroupLines {
     int32_t count = 0;  // that are there
@@ -262,8 +263,8 @@ inline Value<V> laneOf(const V& v, int lane)
     return reinterpret_cast<const Value<V>*>(&v)[lane];
 }
 
-// Values k of the spectra of the lines of a block. The spectra of the real and of the imaginary parts of complex lines are
-// what their spectrum has of either symmetry; in fixed point they are there as pairs.
+// Values k of the spectra of the lines of a block. The spectra of the real and of the imaginary parts of complex lines
+// are what their spectrum has of either symmetry; in fixed point they are there as pairs.
 template <class V>
 struct Spectrum {
     Complex<V> values[realGroups<V>];

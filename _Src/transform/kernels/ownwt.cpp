@@ -60,8 +60,8 @@ struct Sums {
             a[v] = b[v] = _mm256_setzero_pd();
     }
 
-    // Taps and samples come from single precision, so that their products are exact in double precision and a fused step
-    // gives the same bits as two.
+    // Taps and samples come from single precision, so that their products are exact in double precision and a fused
+    // step gives the same bits as two.
     void add(const __m256d (&x)[vectors], const double* taps)
     {
         __m256d tapA = _mm256_broadcast_sd(taps);

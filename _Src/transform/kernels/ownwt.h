@@ -1,8 +1,8 @@
 // Kernels of the wavelet transforms.
 //
-// All four filterings, along rows and along columns, apart and together again, are the same work once a line is split into
-// its even and its odd samples: two outputs at a time, each the sum of a few rows times a tap each. A filter along a row
-// takes the same row at several shifts.
+// All four filterings, along rows and along columns, apart and together again, are the same work once a line is split
+// into its even and its odd samples: two outputs at a time, each the sum of a few rows times a tap each. A filter along
+// a row takes the same row at several shifts.
 #pragma once
 
 #include <stddef.h>
@@ -10,9 +10,9 @@
 
 #include "../../core/ownisa.h"
 
-// Output i of the pair is the sum over k below `count` of rows[k][i] * taps[2 * k], and * taps[2 * k + 1] for the second,
-// for i below n. Sums run in double precision, in this order, and are rounded to single precision. Taps and samples have
-// single precision whatever their type.
+// Output i of the pair is the sum over k below `count` of rows[k][i] * taps[2 * k], and * taps[2 * k + 1] for the
+// second, for i below n. Sums run in double precision, in this order, and are rounded to single precision. Taps and
+// samples have single precision whatever their type.
 struct OwnWtKernels {
     // Along rows, split to even and odd samples, which are doubles.
     void (*filterSamples)(const void* const* rows, const double* taps, ptrdiff_t count, float* first, float* second,
