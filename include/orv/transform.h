@@ -152,13 +152,13 @@ typedef struct OrvWtFilter {
 /* A filter bank. The record is the application's; the taps of a catalogue kernel are constants of the library, those of
  * a user kernel are released by orvWtFree. */
 typedef struct OrvWtKernel {
-    int32_t wtType;        /* ORV_WT_... */
-    int32_t par1;          /* parameters of the type; 0 where it has none */
+    int32_t wtType; /* ORV_WT_... */
+    int32_t par1;   /* parameters of the type; 0 where it has none */
     int32_t par2;
-    int32_t orthogonality; /* ORV_WT_...; for the application's use, never read by the library */
-    OrvWtFilter filtDecLow;  /* decomposition; its taps add up to 1 in the catalogue */
+    int32_t orthogonality;  /* ORV_WT_...; for the application's use, never read by the library */
+    OrvWtFilter filtDecLow; /* decomposition; its taps add up to 1 in the catalogue */
     OrvWtFilter filtDecHigh;
-    OrvWtFilter filtRecLow;  /* reconstruction; its taps add up to 2 in the catalogue */
+    OrvWtFilter filtRecLow; /* reconstruction; its taps add up to 2 in the catalogue */
     OrvWtFilter filtRecHigh;
 } OrvWtKernel;
 
@@ -185,13 +185,14 @@ ORV_API(int32_t) orvWtInit(int32_t wtType, int32_t par1, int32_t par2, OrvWtKern
 ORV_API(int32_t) orvWtInitUserFilter4(const OrvWtFilter* filt, OrvWtKernel* wtKernel);
 
 /* orvWtInitUserFilter4 with a pointer for each filter. A NULL one is ORV_STATUS_NULL_POINTER. */
-ORV_API(int32_t) orvWtInitUserFilter(const OrvWtFilter* decLow, const OrvWtFilter* decHigh, const OrvWtFilter* recLow,
-                                     const OrvWtFilter* recHigh, OrvWtKernel* wtKernel);
+ORV_API(int32_t)
+orvWtInitUserFilter(const OrvWtFilter* decLow, const OrvWtFilter* decHigh, const OrvWtFilter* recLow,
+                    const OrvWtFilter* recHigh, OrvWtKernel* wtKernel);
 
 /* orvWtInitUserFilter4 with arrays of four: pointers to the taps, lengths and offsets. A NULL array or tap pointer is
  * ORV_STATUS_NULL_POINTER. */
-ORV_API(int32_t) orvWtInitUserTaps(float* const* tap_filt, const int32_t* len_filt, const int32_t* ofs_filt,
-                                   OrvWtKernel* wtKernel);
+ORV_API(int32_t)
+orvWtInitUserTaps(float* const* tap_filt, const int32_t* len_filt, const int32_t* ofs_filt, OrvWtKernel* wtKernel);
 
 /* Releases the taps of a user kernel and clears the record of any kernel. A cleared kernel may be passed again. Returns
  * 0, or ORV_STATUS_NULL_POINTER after a report. */
@@ -218,8 +219,9 @@ ORV_API(int32_t) orvWtFree(OrvWtKernel* wtKernel);
  *
  * Method: S. Mallat, "A theory for multiresolution signal decomposition: the wavelet representation", IEEE Trans.
  * PAMI-11 (1989). */
-ORV_API(int32_t) orvWtDecompose(const OrvWtKernel* wtKernel, OrvImage* src, OrvImage* approxDst, OrvImage* xDetailDst,
-                                OrvImage* yDetailDst, OrvImage* dDetailDst);
+ORV_API(int32_t)
+orvWtDecompose(const OrvWtKernel* wtKernel, OrvImage* src, OrvImage* approxDst, OrvImage* xDetailDst,
+               OrvImage* yDetailDst, OrvImage* dDetailDst);
 
 /* Merges four subbands into an image, the inverse of orvWtDecompose with the same kernel. Along each axis output n is
  * the sum over k of low.taps[k] * u(n + low.offset - k) and high.taps[k] * w(n + high.offset - k), u and w being the
@@ -232,8 +234,9 @@ ORV_API(int32_t) orvWtDecompose(const OrvWtKernel* wtKernel, OrvImage* src, OrvI
  *
  * Clears the stored status first. Returns and reports as orvWtDecompose, with `dst` in the place of its `src` and the
  * sources in the place of its outputs. */
-ORV_API(int32_t) orvWtReconstruct(const OrvWtKernel* wtKernel, OrvImage* approxSrc, OrvImage* xDetailSrc,
-                                  OrvImage* yDetailSrc, OrvImage* dDetailSrc, OrvImage* dst);
+ORV_API(int32_t)
+orvWtReconstruct(const OrvWtKernel* wtKernel, OrvImage* approxSrc, OrvImage* xDetailSrc, OrvImage* yDetailSrc,
+                 OrvImage* dDetailSrc, OrvImage* dst);
 
 #ifdef __cplusplus
 }
