@@ -3,8 +3,8 @@
 //     orvz3_gallery [--photos FOLDER] [--out FOLDER] [--reference PATH] [--runs N] [--only NAME] [--calls]
 //                   [--programs FOLDER]
 //
-// Without --runs every entry is run until its times are steady. With --calls it prints the functions that are called,
-// and with --out none makes no page.
+// Times are medians of N runs, three if not told, in the quietest of several rounds; with one run there are no rounds. With --calls
+// it prints the functions that are called, and with --out none makes no page.
 //
 // An entry whose calls report an error, or whose results are what they were before, fails, and the program with it.
 #include <algorithm>
@@ -16,6 +16,8 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <map>
 #include <set>
 
 #include "families.h"
@@ -32,7 +34,7 @@ struct Options {
     std::string only;
     std::string programs;  // where the entries as programs go, if anywhere
     std::string reference = "../docs";
-    int runs = 0;
+    int runs = 3;
     bool calls = false;
 };
 
@@ -68,52 +70,65 @@ Options optionsOf(int argc, char** argv)
 
 using Times = std::vector<double>;
 
+template <class Visit>
+void forEntries(const Options& options, Visit visit)
+{
+    for (const Family* family : families())
+        for (const Entry& entry : family->entries)
+            if (options.only.empty() || options.only == entry.name)
+                visit(*family, entry);
+}
+
 double medianOf(Times times)
 {
     std::sort(times.begin(), times.end());
     return times.empty() ? 0 : times[times.size() / 2];
 }
 
-// Whether the runs with even and those with odd numbers tell the same, to a tenth or to the microsecond, of every call.
-bool areSteady(const std::vector<Times>& calls)
-{
-    for (const Times& times : calls) {
-        Times halves[2];
-        for (size_t i = 0; i < times.size(); ++i)
-            halves[i % 2].push_back(times[i]);
-        double even = medianOf(halves[0]), odd = medianOf(halves[1]);
-        if (std::abs(even - odd) > std::max(0.1 * std::min(even, odd), 0.001))
-            return false;
-    }
-    return true;
-}
-
-// Times of as many runs as are to be, or of enough for steady medians: at least ten, for three seconds at most.
-std::vector<Times> rehearse(const Entry& entry, int runs)
+// The medians of a few runs, for each call of an entry.
+Times rehearse(const Entry& entry, int runs)
 {
     std::vector<Times> calls;
-    auto start = std::chrono::steady_clock::now();
-    for (int i = 0; runs > 0 ? i < runs : i < 100; ++i) {
+    for (int i = 0; i < runs; ++i) {
         Stage rehearsal(false);
         entry.run(rehearsal);
         calls.resize(rehearsal.lines.size());
         for (size_t line = 0; line < calls.size(); ++line)
             calls[line].push_back(rehearsal.lines[line].milliseconds);
-        std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-        if (runs == 0 && i >= 4 && (spent.count() > 3 || (i >= 9 && i % 2 && areSteady(calls))))
-            break;
     }
-    return calls;
+    Times medians;
+    std::transform(calls.begin(), calls.end(), std::back_inserter(medians), medianOf);
+    return medians;
 }
 
-// The entry with pictures; its times are medians.
-void perform(const Entry& entry, Stage& stage, int runs)
+// Other work slows a processor down for seconds at a time: each call has the time of its quietest round of several over all
+// entries.
+std::map<const Entry*, Times> rehearseAll(const Options& options)
 {
-    std::vector<Times> calls = runs == 1 ? std::vector<Times>() : rehearse(entry, runs);
+    constexpr int rounds = 9;
+    std::map<const Entry*, Times> quietest;
+    for (int round = 0; options.runs > 1 && round < rounds; ++round) {
+        if (!options.calls)
+            std::printf("times, round %d of %d\n", round + 1, rounds);
+        std::fflush(stdout);
+        forEntries(options, [&](const Family&, const Entry& entry) {
+            const Times now = rehearse(entry, options.runs);
+            Times& best = quietest[&entry];
+            best.resize(now.size(), INFINITY);
+            std::transform(now.begin(), now.end(), best.begin(), best.begin(),
+                           [](double time, double least) { return std::min(time, least); });
+        });
+    }
+    return quietest;
+}
+
+// The entry with pictures.
+void perform(const Entry& entry, Stage& stage, const Times& times)
+{
     entry.run(stage);
     stage.end();
-    for (size_t line = 0; line < calls.size() && line < stage.lines.size(); ++line)
-        stage.lines[line].milliseconds = medianOf(calls[line]);
+    for (size_t line = 0; line < times.size() && line < stage.lines.size(); ++line)
+        stage.lines[line].milliseconds = times[line];
 }
 
 std::string processorName()
@@ -137,8 +152,8 @@ std::string headText(size_t entries, size_t functions)
            "Every picture opens in full size; regions are drawn over it in yellow.</p>\n"
            "<p class=\"small\">Times: one thread of " +
            escaped(processorName()) +
-           ", medians of as many runs as it takes for them to be steady. Photographs: an astronaut (NASA, public "
-           "domain), a cup of coffee (Rachel Michetti, CC0), the cat "
+           ", medians of runs in the quietest of several rounds. Photographs: an astronaut (NASA, public domain), a "
+           "cup of coffee (Rachel Michetti, CC0), the cat "
            "Chelsea "
            "(Stéfan van der Walt, CC0), a photographer at work (Lav Varshney, CC0).</p>\n";
 }
@@ -153,13 +168,12 @@ void saveProgram(const std::string& folder, const Entry& entry, const Stage& sta
 int listCalls()
 {
     std::set<std::string> calls;
-    for (const Family* family : families())
-        for (const Entry& entry : family->entries) {
-            Stage stage(false);
-            entry.run(stage);
-            for (const std::string& function : functionsOf(stage))
-                calls.insert(function);
-        }
+    forEntries({}, [&](const Family&, const Entry& entry) {
+        Stage stage(false);
+        entry.run(stage);
+        for (const std::string& function : functionsOf(stage))
+            calls.insert(function);
+    });
     for (const std::string& name : calls)
         std::printf("%s\n", name.c_str());
     return EXIT_SUCCESS;
@@ -170,30 +184,25 @@ int makeGallery(const Options& options)
     if (options.out == "none")
         return listCalls();
     Page page(options.out, options.reference);
+    std::map<const Entry*, Times> times = rehearseAll(options);
     std::set<std::string> calls;
     size_t count = 0, failed = 0;
-    for (const Family* family : families()) {
+    forEntries(options, [&](const Family& family, const Entry& entry) {
+        Stage stage(true);
+        perform(entry, stage, times[&entry]);
+        page.add(family, entry, stage);
+        for (const std::string& function : functionsOf(stage))
+            calls.insert(function);
+        if (!options.programs.empty())
+            saveProgram(options.programs, entry, stage);
+        ++count;
+        failed += !stage.failures.empty();
         if (!options.calls)
-            std::printf("%s: %s\n", family->subsystem, family->name);
-        for (const Entry& entry : family->entries) {
-            if (!options.only.empty() && options.only != entry.name)
-                continue;
-            Stage stage(true);
-            perform(entry, stage, options.runs);
-            page.add(*family, entry, stage);
-            for (const std::string& function : functionsOf(stage))
-                calls.insert(function);
-            if (!options.programs.empty())
-                saveProgram(options.programs, entry, stage);
-            ++count;
-            failed += !stage.failures.empty();
-            if (!options.calls)
-                std::printf("  %-44s %s\n", entry.name, stage.failures.empty() ? "done" : "FAILED");
-            for (const std::string& failure : stage.failures)
-                std::fprintf(stderr, "    %s: %s\n", entry.name, failure.c_str());
-            std::fflush(stdout);
-        }
-    }
+            std::printf("%-12s %-44s %s\n", family.subsystem, entry.name, stage.failures.empty() ? "done" : "FAILED");
+        for (const std::string& failure : stage.failures)
+            std::fprintf(stderr, "    %s: %s\n", entry.name, failure.c_str());
+        std::fflush(stdout);
+    });
     std::string path = page.write(headText(count, calls.size()));
     if (options.calls)
         for (const std::string& name : calls)

@@ -174,8 +174,9 @@ using Quadruples = double (*)[4];
 DRAWN(OrvImage*, return image();)
 DRAWN(int32_t, int32_t value = integer(); name(value == INT32_MIN ? "INT32_MIN" : "%d", value); return value;)
 DRAWN(uint32_t, auto value = uint32_t(integer()); name("%uu", value); return value;)
-DRAWN(double, double value = real() * source.of({1, 1, 10, 90}); name("%s", text(value).c_str()); return value;)
-DRAWN(float, auto value = float(real() * source.of({1, 1, 10, 100}));
+// Numbers are drawn one statement each: compilers evaluate operands in orders of their own.
+DRAWN(double, double value = real(); value *= source.of({1, 1, 10, 90}); name("%s", text(value).c_str()); return value;)
+DRAWN(float, double wide = real(); wide *= source.of({1, 1, 10, 100}); auto value = float(wide);
       // Positive ones, one above the other, where one is an epsilon or two are a range.
       if (plan.valid && (strstr(entry.name, "Eps") || strstr(entry.name, "orvScaleFP"))) value = most += fabsf(value);
       name("%s", text(double(value)).c_str()); return value;)
