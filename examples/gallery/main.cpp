@@ -3,8 +3,8 @@
 //     orvz3_gallery [--photos FOLDER] [--out FOLDER] [--reference PATH] [--runs N] [--only NAME] [--calls]
 //                   [--programs FOLDER]
 //
-// Times are medians of N runs, three if not told, in the quietest of several rounds; with one run there are no rounds. With --calls
-// it prints the functions that are called, and with --out none makes no page.
+// Times are medians of N runs, three if not told, in the quietest of several rounds; with one run there are no rounds.
+// With --calls it prints the functions that are called, and with --out none makes no page.
 //
 // An entry whose calls report an error, or whose results are what they were before, fails, and the program with it.
 #include <algorithm>
@@ -101,8 +101,8 @@ Times rehearse(const Entry& entry, int runs)
     return medians;
 }
 
-// Other work slows a processor down for seconds at a time: each call has the time of its quietest round of several over all
-// entries.
+// Other work slows a processor down for seconds at a time: each call has the time of its quietest round of several over
+// all entries.
 std::map<const Entry*, Times> rehearseAll(const Options& options)
 {
     constexpr int rounds = 9;

@@ -435,8 +435,8 @@ void Drawing::place(Place& to, int number)
         image.imageData = nullptr;
     }
     to.blocks = replayArena.blocks - to.firstBlock;
-    // Pixels that lie in those of the first image, but where the address sanitizer watches, which does not like copies of rows
-    // that overlap. All builds draw the same.
+    // Pixels that lie in those of the first image, but where the address sanitizer watches, which does not like copies
+    // of rows that overlap. All builds draw the same.
 #if defined(__SANITIZE_ADDRESS__) || defined(ORVZ3_LIBFUZZER)
     constexpr bool mayOverlap = false;
 #else
