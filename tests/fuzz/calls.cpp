@@ -279,11 +279,14 @@ void Drawing::look(T value)
 template <class T>
 void Drawing::take(T value)
 {
-    if constexpr (std::is_floating_point_v<T>)
-        hashReal(double(value));
-    else if constexpr (std::is_same_v<T, int32_t>)
-        hash(uint32_t(value));
-    else if constexpr (std::is_same_v<T, const char*>)
+    if constexpr (std::is_same_v<T, double> || std::is_same_v<T, int32_t>) {
+        if constexpr (std::is_same_v<T, double>)
+            hashReal(value);
+        else
+            hash(uint32_t(value));
+        if (replayArena.heard && replayArena.reports)
+            replayArena.heard(orvGetErrStatus(), "answer", text(double(value)).c_str());
+    } else if constexpr (std::is_same_v<T, const char*>)
         hash(strlen(value));
     else if constexpr (std::is_same_v<T, OrvROI*>)
         orvDeleteROI(value);

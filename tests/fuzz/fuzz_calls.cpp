@@ -269,8 +269,8 @@ int refusals(int times)
 
 std::set<std::string> heard;
 
-// The reports of calls with bad arguments and of good ones that are refused. They do not tell how often each was made,
-// since the levels do not ask for memory equally often.
+// The reports of calls with bad arguments and of good ones that are refused, and what these calls answer. They do not
+// tell how often each was made, since the levels do not ask for memory equally often.
 std::set<std::string> reportsOf(const Entry& entry, int times)
 {
     heard.clear();
