@@ -269,8 +269,8 @@ int refusals(int times)
 
 std::set<std::string> heard;
 
-// The reports of calls with bad arguments and of good ones that are refused, and what these calls answer. They do not
-// tell how often each was made, since the levels do not ask for memory equally often.
+// What calls with bad arguments and good ones that are refused report and answer, and what the former leave behind. It is
+// not told how often, since the levels do not ask for memory equally often.
 std::set<std::string> reportsOf(const Entry& entry, int times)
 {
     heard.clear();
@@ -280,6 +280,7 @@ std::set<std::string> reportsOf(const Entry& entry, int times)
     for (int seed = 0; seed < times; ++seed) {
         Drawing drawing({uint64_t(seed)}, {.loud = isLoud}, entry);
         entry.call(drawing);
+        heard.insert(std::to_string(seed) + " leaves " + std::to_string(drawing.digest));
     }
     refusalsOf(entry, times / 10);
     replayArena.heard = nullptr;
