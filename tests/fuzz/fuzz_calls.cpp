@@ -267,39 +267,43 @@ int refusals(int times)
     return lost != 0;
 }
 
-std::set<std::string> heard;
-
-// What calls with bad arguments and good ones that are refused report and answer, and what the former leave behind. It is
-// not told how often, since the levels do not ask for memory equally often.
-std::set<std::string> reportsOf(const Entry& entry, int times)
+uint64_t mixed(uint64_t digest, uint64_t value)
 {
-    heard.clear();
+    return (digest ^ value) * 0x100000001B3u;
+}
+
+// What calls with bad arguments and good ones that are refused report and answer, not how often, since the levels do not
+// ask for memory equally often; and a digest of what the former leave.
+struct Ends {
+    std::set<std::string> reports;
+    uint64_t left = 0;
+};
+
+Ends endsOf(const Entry& entry, int times)
+{
+    static Ends ends;
+    ends = {};
     replayArena.heard = [](int32_t status, const char* func, const char* context) {
-        heard.insert(std::to_string(status) + " " + func + ": " + context);
+        ends.reports.insert(std::to_string(status) + " " + func + ": " + context);
     };
     for (int seed = 0; seed < times; ++seed) {
         Drawing drawing({uint64_t(seed)}, {.loud = isLoud}, entry);
         entry.call(drawing);
-        heard.insert(std::to_string(seed) + " leaves " + std::to_string(drawing.digest));
+        ends.left = mixed(ends.left, drawing.digest);
     }
     refusalsOf(entry, times / 10);
     replayArena.heard = nullptr;
-    return heard;
+    return ends;
 }
 
 int reports(int times)
 {
     for (const Entry* entry : entries) {
         printf("%s\n", entry->name);
-        for (const std::string& report : reportsOf(*entry, times))
+        for (const std::string& report : endsOf(*entry, times).reports)
             printf("    %s\n", report.c_str());
     }
     return 0;
-}
-
-uint64_t mixed(uint64_t digest, uint64_t value)
-{
-    return (digest ^ value) * 0x100000001B3u;
 }
 
 // Digests of each family, or of each function with the share of calls that went well.
@@ -316,7 +320,9 @@ int digests(int times, bool each, const char* expected)
     for (const Entry* entry : entries) {
         std::string name = each ? entry->name : entry->family;
         uint64_t &sum = sums[name], &ofReports = sums[name + ".reports"];
-        for (const std::string& report : reportsOf(*entry, times))
+        const Ends ends = endsOf(*entry, times);
+        ofReports = mixed(ofReports, ends.left);
+        for (const std::string& report : ends.reports)
             for (char letter : report)
                 ofReports = mixed(ofReports, uint8_t(letter));
         int worked = 0;
