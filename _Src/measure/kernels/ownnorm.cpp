@@ -50,7 +50,11 @@ struct Values {
 
     __attribute__((always_inline)) Difference operator()(ptrdiff_t i) const
     {
-        if constexpr (two)
+        // Signed bytes are raised by 128 where they are compared: gcc 12 for AArch64 takes them for unsigned ones where it
+        // makes vectors of sums of differences.
+        if constexpr (two && __is_same(T, int8_t))
+            return Difference(uint8_t(a[i] + 128)) - Difference(uint8_t(b[i] + 128));
+        else if constexpr (two)
             return Difference(a[i]) - Difference(b[i]);
         else
             return Difference(a[i]);
