@@ -107,7 +107,9 @@ private:
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
             ownMakeLines(lines, [&](int32_t y, void* to) {
-                halve(lines.source(y * 2, 0), lines.source(y * 2 + 1, 1), to, block.width);
+                const void* rows[2];
+                lines.sources(int64_t{y} * 2, 2, 0, rows);
+                halve(rows[0], rows[1], to, block.width);
             });
         }
     }

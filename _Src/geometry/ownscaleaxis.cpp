@@ -32,6 +32,20 @@ void placeCubic(OwnScaleAxis& axis, int32_t i, double position, int32_t index, c
     axis.fraction[i] = place == last ? 2.0 : position - second;
 }
 
+// Cells of so many pixels, the last one perhaps of fewer.
+void makeWholeCells(OwnAreaAxis& axis, int32_t length, int64_t pixels)
+{
+    axis.most = int32_t(pixels < length ? pixels : length);
+    axis.count = ownMin(axis.count, int32_t((length + pixels - 1) / pixels));
+    for (int32_t i = 0; i < axis.count; ++i) {
+        axis.index[i] = int32_t(i * pixels);
+        axis.pixels[i] = axis.most;
+        axis.firstWeight[i] = axis.lastWeight[i] = 1;
+    }
+    const int32_t last = axis.count - 1, rest = length - axis.index[last];
+    axis.pixels[last] = ownMin(axis.most, rest);
+}
+
 }  // namespace
 
 int32_t ownFilledPixels(const OwnScaleRatio& ratio, int32_t length, int32_t most)
@@ -107,6 +121,10 @@ bool ownAreaAxis(OwnAreaAxis& axis, const OwnScaleLine& line, bool exact, double
     if (!allocate(axis.index, count) || !allocate(axis.pixels, count) || !allocate(axis.firstWeight, count) ||
         !allocate(axis.lastWeight, count))
         return false;
+    if (exact) {
+        makeWholeCells(axis, line.length, int64_t(step));
+        return true;
+    }
     double end = step;
     auto begin = [&](int32_t cell, int32_t pixel, float weight) {
         axis.index[cell] = pixel;

@@ -5,6 +5,7 @@
 // compiler.
 #include "ownscale.h"
 
+#include "ownfloats.h"
 #include "ownpack.h"
 #include "ownpairs.h"
 #include "ownpick.h"
@@ -146,10 +147,14 @@ struct Table {
     // For weights in fixed point:
     bool below;  // one of them is below 0
     Pairs pairs;
+    // For lines between floats:
+    FloatWindows windows;
 };
 
 template <class M>
 constexpr bool isFixed = sizeof(typename M::Weight) == 2;
+template <class M>
+constexpr bool isFloatLine = sizeof(typename M::Value) == 4 && M::samples == 2;
 
 template <class M>
 const Table<M>& tableOf(const OwnScaleColumns& columns)
@@ -163,7 +168,8 @@ int64_t tableBytes(const OwnScaleColumns& columns)
     constexpr int bytes = sizeof(typename M::Value);
     const int64_t n = columns.values();
     const int64_t pairs = isFixed<M> ? pairsBytes<M>(columns) : 0;
-    return roomFor(1, sizeof(Table<M>)) + pickBytes(columns, bytes) + pairs +
+    const int64_t windows = isFloatLine<M> ? FloatWindows::bytes(n) : 0;
+    return roomFor(1, sizeof(Table<M>)) + pickBytes(columns, bytes) + pairs + windows +
            M::weights * roomFor(n, sizeof(typename M::Weight)) + M::samples * roomFor(n, bytes);
 }
 
@@ -204,6 +210,14 @@ void prepare(const OwnScaleColumns& columns)
                 return;
 #endif
         }
+#if defined(__AVX2__)
+    if constexpr (isFloatLine<M>)
+        if (columns.samples > 1) {
+            makeFloatWindows(table.windows, memory, columns);
+            if (table.windows.count)
+                return;
+        }
+#endif
     makePick(table.pick, memory, columns, bytes);
 }
 
@@ -278,22 +292,49 @@ void acrossRow(const OwnScaleColumns& columns, const void* src, typename M::Ring
         return;
     }
     acrossSamples<M>(columns, table, src, ring);
-    if (columns.whole >= 0)
-        for (ptrdiff_t lane = 0; lane < columns.lanes; ++lane)
-            ring[lane] = M::kept(M::whole(ownLoad<Value>(src, columns.whole * columns.lanes + lane)));
+}
+
+#if defined(__AVX2__)
+template <class M>
+void acrossFloats(const OwnScaleColumns& columns, const Table<M>& table, const void* const* src, int rows,
+                  void* const* to)
+{
+    const ptrdiff_t n = columns.values();
+    switch (rows) {
+    case 1: return acrossWindows<M, 1>(table.windows, table.weights, src, to, n);
+    case 2: return acrossWindows<M, 2>(table.windows, table.weights, src, to, n);
+    case 3: return acrossWindows<M, 3>(table.windows, table.weights, src, to, n);
+    default: return acrossWindows<M, ownScaleRows>(table.windows, table.weights, src, to, n);
+    }
+}
+#endif
+
+// The first destination pixel where it is a pixel of the source.
+template <class M>
+void keepWhole(const OwnScaleColumns& columns, const void* src, typename M::Ring* ring)
+{
+    for (ptrdiff_t lane = 0; lane < columns.lanes; ++lane)
+        ring[lane] = M::kept(M::whole(ownLoad<typename M::Value>(src, columns.whole * columns.lanes + lane)));
 }
 
 template <class M>
 void across(const OwnScaleColumns& columns, const void* const* src, int rows, void* const* to)
 {
     using Ring = typename M::Ring;
+    [[maybe_unused]] const Table<M>& table = tableOf<M>(columns);
+    bool done = false;
 #if defined(__AVX2__)
     if constexpr (isFixed<M>)
-        if (const Table<M>& table = tableOf<M>(columns); table.pairs.shuffle.loads)
-            return acrossPairs<typename M::Value>(columns, table.pairs, src, rows, to);
+        if (done = table.pairs.shuffle.loads; done)
+            acrossPairs<typename M::Value>(columns, table.pairs, src, rows, to);
+    if constexpr (isFloatLine<M>)
+        if (done = table.windows.count; done)
+            acrossFloats<M>(columns, table, src, rows, to);
 #endif
-    for (int i = 0; i < rows; ++i)
+    for (int i = 0; i < rows && !done; ++i)
         acrossRow<M>(columns, src[i], static_cast<Ring*>(to[i]));
+    for (int i = 0; i < rows && columns.whole >= 0 && columns.samples > 1; ++i)
+        keepWhole<M>(columns, src[i], static_cast<Ring*>(to[i]));
 }
 
 // ---- The step across rows -----------------------------------------------------------------------------------------
