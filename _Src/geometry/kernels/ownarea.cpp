@@ -131,27 +131,37 @@ void makeWindows(Windows& windows, Memory& memory, const OwnScaleColumns& column
     windows.count = vectors;
 }
 
-template <int most>
-void sumWindows(const Windows& given, const uint8_t* src, const float* const* givenWeights, float* __restrict sums,
-                ptrdiff_t n)
+// Rows of sums, which share the places of samples and their weights.
+template <int most, int rows>
+void sumWindows(const Windows& given, const void* const* givenSrc, const float* const* givenWeights,
+                float* const* givenSums, ptrdiff_t n)
 {
     const Windows windows = given;
+    const ByteRows<rows> src(givenSrc);
     const float* weights[most];
     for (int k = 0; k < most; ++k)
         weights[k] = givenWeights[k];
-    auto sumEight = [&](ptrdiff_t vector, ptrdiff_t i) {
-        const int32_t* start = windows.starts + vector * 2;
-        const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src + start[1]),
-                                                  reinterpret_cast<const __m128i*>(src + start[0]));
+    float* sums[rows];
+    for (int row = 0; row < rows; ++row)
+        sums[row] = givenSums[row];
+    auto sumEight = [=](ptrdiff_t vector, ptrdiff_t i) {
+        const ptrdiff_t low = windows.starts[vector * 2], high = windows.starts[vector * 2 + 1];
         const auto* order = reinterpret_cast<const __m256i*>(windows.order + vector * most * 8);
-        auto weighedSample = [&](int k) {
-            const __m256i sample = _mm256_shuffle_epi8(bytes, _mm256_loadu_si256(order + k));
-            return _mm256_cvtepi32_ps(sample) * _mm256_loadu_ps(weights[k] + i);
-        };
-        __m256 sum = weighedSample(0);
-        for (int k = 1; k < most; ++k)
-            sum += weighedSample(k);
-        _mm256_storeu_ps(sums + i, sum);
+        __m256 sum[rows];
+        __m256i bytes[rows];
+        for (int row = 0; row < rows; ++row)
+            bytes[row] = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src.row[row] + high),
+                                             reinterpret_cast<const __m128i*>(src.row[row] + low));
+        for (int k = 0; k < most; ++k) {
+            const __m256i places = _mm256_loadu_si256(order + k);
+            const __m256 weight = _mm256_loadu_ps(weights[k] + i);
+            for (int row = 0; row < rows; ++row) {
+                const __m256 part = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(bytes[row], places)) * weight;
+                sum[row] = k ? sum[row] + part : part;
+            }
+        }
+        for (int row = 0; row < rows; ++row)
+            _mm256_storeu_ps(sums[row] + i, sum[row]);
     };
     for (ptrdiff_t vector = 0; vector < windows.count - 1; ++vector)
         sumEight(vector, vector * 8);
@@ -193,6 +203,27 @@ struct Kernel {
                Shuffle::bytes(n * int64_t{sizeof(T)});
     }
 
+    // The last cells begin early enough for their pixels to lie in the row.
+    static inline __attribute__((always_inline)) void weighPixels(const OwnAreaColumns& cells, ptrdiff_t lanes,
+                                                                  int32_t* __restrict index,
+                                                                  float* const (&weights)[mostPicked])
+    {
+        const auto lastIndex = int32_t(cells.sourceCount - cells.most);
+        for (ptrdiff_t i = 0; i < cells.count; ++i)
+            index[i] = cells.index[i] - cells.base < lastIndex ? cells.index[i] - cells.base : lastIndex;
+        for (int k = 0; k < cells.most; ++k) {
+            float* __restrict to = weights[k];
+            for (ptrdiff_t i = 0; i < cells.count; ++i) {
+                const int32_t first = cells.index[i] - cells.base, end = first + cells.pixels[i] - 1;
+                const int32_t pixel = index[i] + k;
+                const float last = cells.lastWeight[i], inside = pixel == end ? last : 1.0f;
+                const float begin = cells.firstWeight[i], weight = pixel == first ? begin : inside;
+                for (ptrdiff_t lane = 0; lane < lanes; ++lane)
+                    to[i * lanes + lane] = pixel < first || pixel > end ? 0 : weight;
+            }
+        }
+    }
+
     static void prepare(const OwnAreaColumns& cells)
     {
         if (!picks(cells))
@@ -204,21 +235,8 @@ struct Kernel {
             samples = memory.take<T>(cells.values());
         for (float*& weights : table.weights)
             weights = memory.take<float>(cells.values());
-        const ptrdiff_t lastIndex = cells.sourceCount - cells.most;
-        for (ptrdiff_t i = 0; i < cells.count; ++i) {
-            // The last cells begin early enough for their pixels to lie in the row.
-            const ptrdiff_t first = cells.index[i] - cells.base, end = first + cells.pixels[i] - 1;
-            const ptrdiff_t from = first < lastIndex ? first : lastIndex;
-            index[i] = int32_t(from);
-            for (ptrdiff_t k = 0; k < cells.most; ++k) {
-                const ptrdiff_t pixel = from + k;
-                float weight = pixel == first ? cells.firstWeight[i] : pixel == end ? cells.lastWeight[i] : 1.0f;
-                if (pixel < first || pixel > end)
-                    weight = 0;
-                for (ptrdiff_t lane = 0; lane < cells.lanes; ++lane)
-                    table.weights[k][i * cells.lanes + lane] = weight;
-            }
-        }
+        cells.lanes == 1 ? weighPixels(cells, 1, index, table.weights)
+                         : weighPixels(cells, cells.lanes, index, table.weights);
         table.columns = {cells.count, cells.sourceCount, cells.lanes, cells.most, index, 0, nullptr, -1, nullptr};
         table.windows = {};
 #if defined(__AVX2__)
@@ -264,22 +282,30 @@ struct Kernel {
         }
     }
 
-    static void across(const OwnAreaColumns& cells, const void* src, float* sums)
+    static void acrossRow(const OwnAreaColumns& cells, const void* src, float* sums)
     {
         if (!picks(cells))
             return acrossMany(cells, src, sums);
         const Table& table = *static_cast<const Table*>(cells.table);
-#if defined(__AVX2__)
-        if (table.windows.count) {
-            const auto* row = static_cast<const uint8_t*>(src);
-            withCount(cells.most,
-                      [&]<int most>() { sumWindows<most>(table.windows, row, table.weights, sums, cells.values()); });
-            return;
-        }
-#endif
         for (int k = 0; k < cells.most; ++k)
             pickSample(table.pick, table.columns, sizeof(T), src, k, table.samples[k]);
         withCount(cells.most, [&]<int most>() { sumFew<most>(table, sums, cells.values()); });
+    }
+
+    static void across(const OwnAreaColumns& cells, const void* const* src, int rows, float* const* sums)
+    {
+#if defined(__AVX2__)
+        const Table& table = *static_cast<const Table*>(cells.table);
+        if (picks(cells) && table.windows.count) {
+            withCount(cells.most, [&]<int most>() {
+                auto* sum = rows == 1 ? sumWindows<most, 1> : sumWindows<most, ownAreaLines>;
+                sum(table.windows, src, table.weights, sums, cells.values());
+            });
+            return;
+        }
+#endif
+        for (int row = 0; row < rows; ++row)
+            acrossRow(cells, src[row], sums[row]);
     }
 
     template <int count>
