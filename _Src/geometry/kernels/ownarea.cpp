@@ -470,31 +470,36 @@ void halvePixels(const void* upper, const void* lower, void* dst, ptrdiff_t firs
 
 #if defined(__AVX2__)
 
+inline __m256i vectorOf(const uint8_t* bytes)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+}
+
 inline __m256i vectorOf(const uint8_t* low, const uint8_t* high)
 {
     return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(high), reinterpret_cast<const __m128i*>(low));
 }
 
-// Means, as words, of bytes: `order` brings those of two neighbouring pixels side by side.
-inline __m256i halved(__m256i a, __m256i b, __m256i order)
+// Means, as words, of bytes of two rows, of which those of two neighbouring pixels stand side by side.
+inline __m256i halved(__m256i a, __m256i b)
 {
-    const __m256i ones = _mm256_set1_epi8(1), two = _mm256_set1_epi16(2);
-    a = _mm256_maddubs_epi16(_mm256_shuffle_epi8(a, order), ones);
-    b = _mm256_maddubs_epi16(_mm256_shuffle_epi8(b, order), ones);
-    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(a, b), two), 2);
+    const __m256i ones = _mm256_set1_epi8(1), quarter = _mm256_set1_epi16(1 << 13);
+    // The product, of 15 bits after the point, is rounded as the mean is.
+    return _mm256_mulhrs_epi16(_mm256_add_epi16(_mm256_maddubs_epi16(a, ones), _mm256_maddubs_epi16(b, ones)), quarter);
 }
 
 // Of one value, or of four, which fill vectors. Answers how many pixels are done.
 template <int lanes>
 ptrdiff_t halveWhole(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t n)
 {
-    const __m256i order =
-        lanes == 1 ? _mm256_set_epi64x(0x0F0E0D0C0B0A0908, 0x0706050403020100, 0x0F0E0D0C0B0A0908, 0x0706050403020100)
-                   : _mm256_set_epi64x(0x0F0B0E0A0D090C08, 0x0703060205010400, 0x0F0B0E0A0D090C08, 0x0703060205010400);
+    auto pairs = [](const uint8_t* row) {
+        const __m256i order =
+            _mm256_set_epi64x(0x0F0B0E0A0D090C08, 0x0703060205010400, 0x0F0B0E0A0D090C08, 0x0703060205010400);
+        return lanes == 1 ? vectorOf(row) : _mm256_shuffle_epi8(vectorOf(row), order);
+    };
     ptrdiff_t i = 0;
     for (; (i + 32 / lanes) <= n; i += 32 / lanes, a += 64, b += 64, d += 32) {
-        __m256i low = halved(vectorOf(a, a + 16), vectorOf(b, b + 16), order);
-        __m256i high = halved(vectorOf(a + 32, a + 48), vectorOf(b + 32, b + 48), order);
+        const __m256i low = halved(pairs(a), pairs(b)), high = halved(pairs(a + 32), pairs(b + 32));
         __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), bytes);
     }
@@ -508,10 +513,10 @@ ptrdiff_t halveThirds(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t 
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 9, 7, 10, 8, 11, -1, -1, -1, -1));
     const __m256i close =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1));
+    auto pairs = [=](const uint8_t* row) { return _mm256_shuffle_epi8(vectorOf(row, row + 24), order); };
     ptrdiff_t i = 0;
     for (; i + 10 <= n; i += 8, a += 48, b += 48, d += 24) {
-        __m256i even = halved(vectorOf(a, a + 24), vectorOf(b, b + 24), order);
-        __m256i odd = halved(vectorOf(a + 12, a + 36), vectorOf(b + 12, b + 36), order);
+        const __m256i even = halved(pairs(a), pairs(b)), odd = halved(pairs(a + 12), pairs(b + 12));
         __m256i bytes = _mm256_shuffle_epi8(_mm256_packus_epi16(even, odd), close);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(bytes));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 12), _mm256_extracti128_si256(bytes, 1));
