@@ -136,14 +136,15 @@ void acrossPairs(const OwnScaleColumns& columns, const Pairs& pairs, const uint8
     const int16_t* factors = pairs.factors;
     const ByteRows<rows> from(src);
     const RingRows<rows> ring(to);
-    runShuffle<uint16_t>(pairs.shuffle, from, columns.values(), [=](const __m256i(&samples)[rows], ptrdiff_t i) {
-        const __m256i factor = wordsAt(factors, i);
-        for (int k = 0; k < rows; ++k) {
-            __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(samples[k], slope), factor);
-            __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(samples[k], nearer), part);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring.row[k] + i), sum);
-        }
-    });
+    runShuffle<uint16_t>(pairs.shuffle, from, columns.values(),
+                         [slope, nearer, factors, ring](const __m256i(&samples)[rows], ptrdiff_t i) {
+                             const __m256i factor = wordsAt(factors, i);
+                             for (int k = 0; k < rows; ++k) {
+                                 __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(samples[k], slope), factor);
+                                 __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(samples[k], nearer), part);
+                                 _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring.row[k] + i), sum);
+                             }
+                         });
 }
 
 // Eight values at a time, as signed words, which makes the sum less by 32768 times the weights.
@@ -156,15 +157,17 @@ void acrossPairs(const OwnScaleColumns& columns, const Pairs& pairs, const uint1
     const int16_t* factors = pairs.factors;
     const ByteRows<rows> from(src);
     const RingRows<rows> ring(to);
-    runShuffle<uint32_t>(pairs.shuffle, from, columns.values(), [=](const __m256i(&samples)[rows], ptrdiff_t i) {
-        const __m256i factor = wordsAt(factors, i * 2);
-        for (int k = 0; k < rows; ++k) {
-            __m256i sum = _mm256_madd_epi16(_mm256_xor_si256(samples[k], sign), factor);
-            sum = _mm256_and_si256(_mm256_srai_epi32(_mm256_add_epi32(sum, back), 14), low);
-            __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(ring.row[k] + i), _mm256_castsi256_si128(words));
-        }
-    });
+    runShuffle<uint32_t>(pairs.shuffle, from, columns.values(),
+                         [sign, back, low, factors, ring](const __m256i(&samples)[rows], ptrdiff_t i) {
+                             const __m256i factor = wordsAt(factors, i * 2);
+                             for (int k = 0; k < rows; ++k) {
+                                 __m256i sum = _mm256_madd_epi16(_mm256_xor_si256(samples[k], sign), factor);
+                                 sum = _mm256_and_si256(_mm256_srai_epi32(_mm256_add_epi32(sum, back), 14), low);
+                                 __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
+                                 _mm_storeu_si128(reinterpret_cast<__m128i*>(ring.row[k] + i),
+                                                  _mm256_castsi256_si128(words));
+                             }
+                         });
 }
 
 // Up to ownScaleRows rows. T is the type of the samples.
@@ -208,7 +211,7 @@ void downTogether(const OwnScaleRow* made, const int16_t* w, ptrdiff_t n)
         const __m256i part = _mm256_mulhi_epi16(difference, factor[k]);
         return _mm256_srli_epi16(_mm256_add_epi16(wordsAt(nearer[k], i), part), 6);
     };
-    auto store = [=](ptrdiff_t i) {
+    auto store = [words, a, b, dst](ptrdiff_t i) {
         const __m256i low = _mm256_sub_epi16(wordsAt(a, i), wordsAt(b, i));
         const __m256i high = _mm256_sub_epi16(wordsAt(a, i + 16), wordsAt(b, i + 16));
         for (int k = 0; k < count; ++k) {

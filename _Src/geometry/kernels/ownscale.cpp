@@ -345,9 +345,9 @@ void downRow(const OwnScaleRow& made, ptrdiff_t n)
     using Value = typename M::Value;
     using Ring = typename M::Ring;
     void* dst = made.dst;
-    const Ring* ring[M::samples] = {};
-    for (int i = 0; i < made.samples; ++i)
-        ring[i] = static_cast<const Ring*>(made.rows[i]);
+    const Ring* ring[M::samples];
+    for (int i = 0; i < M::samples; ++i)
+        ring[i] = static_cast<const Ring*>(made.rows[made.samples == 1 ? 0 : i]);
     const Rows<M, Ring> rows(ring);
     if (made.samples == 1) {
 #pragma GCC ivdep
