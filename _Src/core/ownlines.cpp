@@ -131,6 +131,12 @@ const void* OwnLines::source(int64_t y, int64_t slot)
 
 void OwnLines::sources(int64_t y, int64_t n, int64_t slot, const void** rows)
 {
+    if (!gathers && y >= 0 && y + n <= src.height) {
+        const uint8_t* row = static_cast<const uint8_t*>(source(y, slot));
+        for (int64_t i = 0; i < n; ++i)
+            rows[i] = row + ptrdiff_t(i) * src.rowStep;
+        return;
+    }
     const bool sideBySide = gathers && srcBytes && src.pixelStep == rowStep;
     for (int64_t i = 0, count; i < n; i += count) {
         count = 1;

@@ -107,7 +107,9 @@ private:
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
             ownMakeLines(lines, [&](int32_t y, void* to) {
-                halve(lines.source(y * 2, 0), lines.source(y * 2 + 1, 1), to, block.width);
+                const void* rows[2];
+                lines.sources(int64_t{y} * 2, 2, 0, rows);
+                halve(rows[0], rows[1], to, block.width);
             });
         }
     }
@@ -122,25 +124,33 @@ private:
     // of their own.
     bool makeCut()
     {
+        constexpr int slots = ownAreaRows - 1 + ownAreaLines;
         const OwnAreaKernel& kernel = ownAreaKernels().cut[depth];
         OwnAreaColumns cells = columns();
         const ptrdiff_t n = cells.values();
         OwnScratch<uint8_t> table(kernel.tableBytes(cells));
-        OwnScratch<float> ring(int64_t{n} * ownAreaRows), sums(n);
+        OwnScratch<float> ring(int64_t{n} * slots), sums(n);
         if (!table || !ring || !sums)
             return false;
         cells.table = table.data;
         kernel.prepare(cells);
         for (int32_t pass = 0; pass < lines.passes(); ++pass) {
             lines.begin(pass);
-            int32_t held[ownAreaRows] = {-1, -1, -1, -1};  // the rows in the ring
+            int32_t ringEnd = 0;  // the row after those in the ring
             auto line = [&](int32_t row) {
-                const int32_t place = row - down.first, slot = place % ownAreaRows;
-                float* sum = ring.data + slot * n;
-                if (held[slot] != place)
-                    kernel.across(cells, lines.source(place, 0), sum);
-                held[slot] = place;
-                return static_cast<const float*>(sum);
+                auto sumsOf = [&](int32_t place) { return ring.data + place % slots * n; };
+                const int32_t place = row - down.first;
+                if (place >= ringEnd) {
+                    const int count = place + ownAreaLines <= down.count ? ownAreaLines : 1;
+                    const void* from[ownAreaLines];
+                    float* to[ownAreaLines];
+                    lines.sources(place, count, 0, from);
+                    for (int i = 0; i < count; ++i)
+                        to[i] = sumsOf(place + i);
+                    kernel.across(cells, from, count, to);
+                    ringEnd = place + count;
+                }
+                return static_cast<const float*>(sumsOf(place));
             };
             ownMakeLines(lines, [&](int32_t y, void* to) {
                 const int32_t cell = block.y + y, first = call.y->index.data[cell], rows = call.y->pixels.data[cell];

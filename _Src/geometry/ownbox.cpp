@@ -8,9 +8,6 @@
 
 namespace {
 
-// Bytes behind a row of sums that may be read.
-constexpr int64_t behind = 32;
-
 uint64_t areaOf(const OwnBox& box)
 {
     return uint64_t(box.x.size) * uint64_t(box.y.size);
@@ -61,7 +58,8 @@ OwnBoxRows::OwnBoxRows(const OwnBox* boxes, OwnLines& from, uint32_t depth, cons
       rows(box ? ownBoxSpan(box->y, down) : down),
       kernel(kernelFor(depth, box)),
       values(ptrdiff_t(columns.count) * from.step()),
-      sums(box ? int64_t{values} * kernel.sumBytes + behind : 0),
+      edgeBytes(int64_t{ownBoxEdge} * from.step() * kernel.sumBytes),
+      sums(box ? int64_t{values} * kernel.sumBytes + 2 * edgeBytes : 0),
       running(box ? (int64_t{values} + from.step() * (1 + 2 * ownBoxEdge)) * kernel.sumBytes : 0),
       means(box ? int64_t{across.count} * from.step() * ownMax(ownValueBytes(depth), 1) : 0),
       task()
@@ -90,11 +88,11 @@ void OwnBoxRows::restart(int64_t first)
 {
     const OwnBoxAxis& axis = box->y;
     const int64_t last = first + axis.size - 1;
-    memset(sums.data, 0, size_t(values) * size_t(kernel.sumBytes));
+    memset(sumsOfRow(), 0, size_t(values) * size_t(kernel.sumBytes));
     const int64_t from = first < axis.low ? axis.low : first, to = last > axis.high ? axis.high : last;
     for (int64_t y = from; y <= to; ++y) {
         int64_t times = 1 + (y == axis.low ? from - first : 0) + (y == axis.high ? last - to : 0);
-        kernel.add(source(y, 0), sums.data, values, times);
+        kernel.add(source(y, 0), sumsOfRow(), values, times);
     }
 }
 
@@ -108,7 +106,7 @@ void OwnBoxRows::move(int64_t first)
             enter[i] = source(top + i + box->y.size, 2 * i);
             leave[i] = source(top + i, 2 * i + 1);
         }
-        kernel.move(enter, leave, count, sums.data, values);
+        kernel.move(enter, leave, count, sumsOfRow(), values);
         top += count;
     }
 }
@@ -121,6 +119,6 @@ const void* OwnBoxRows::row(int32_t y)
     else
         move(first);
     top = first;
-    kernel.means(task, sums.data, means.data);
+    kernel.means(task, sumsOfRow(), means.data);
     return means.data;
 }

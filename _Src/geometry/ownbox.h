@@ -44,9 +44,11 @@ private:
     const OwnBoxKernel& kernel;
     ptrdiff_t values;     // in a row of it
     int64_t top = noTop;  // of the boxes whose sums there are
+    int64_t edgeBytes;    // beside the sums
     OwnScratch<uint8_t> sums, running, means;
     OwnBoxMeans task;
 
+    uint8_t* sumsOfRow() const { return sums.data + edgeBytes; }
     const void* source(int64_t y, int slot);
     void restart(int64_t first);
     void move(int64_t first);

@@ -25,7 +25,7 @@ public:
           block(part),
           across(call.x->need({block.x, block.width})),
           down(call.y->need({block.y, block.height})),
-          lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, ownLinesBand),
+          lines(src, dst, mask, {0, 0, 0, 0}, OwnBoxRows::slots, ownMax(ownLinesBand, ownScaleBand)),
           valueBytes(ownValueBytes(dst.depth)),
           columns(columnsOf()),
           ringStep((int64_t{columns.values()} * (call.kernel ? call.kernel->ringBytes : 0) + 31) & ~int64_t{31}),
@@ -59,8 +59,8 @@ private:
     OwnScaleColumns columns;
     int64_t ringStep;  // bytes from row to row of the ring
     OwnScratch<uint8_t> table, ring;
-    int32_t rowsAtATime;  // more than one where all rows are needed
-    int32_t held[slots];  // the rows in the ring, from the first that is needed on
+    int32_t rowsAtATime;  // more than one where all rows of the source are needed as they are
+    int32_t ringEnd = 0;  // the row after those in the ring, from the first that is needed on
     OwnBoxRows boxes;
 
     OwnScaleColumns columnsOf() const
@@ -108,35 +108,49 @@ private:
         const int count = ownMin(rowsAtATime, down.count - row);
         const void* from[ownScaleRows] = {};
         void* to[ownScaleRows] = {};
-        for (int i = 0; i < count; ++i) {
-            from[i] = call.box ? boxes.row(down.first + row + i) : lines.source(row + i, i);
+        if (call.box)
+            from[0] = boxes.row(down.first + row);
+        else
+            lines.sources(row, count, 0, from);
+        for (int i = 0; i < count; ++i)
             to[i] = slot(row + i);
-            held[(row + i) & (slots - 1)] = row + i;
-        }
         call.kernel->across(columns, from, count, to);
+        ringEnd = row + count;
     }
 
     uint8_t* slot(int32_t row) const { return ring.data + (row & (slots - 1)) * ringStep; }
 
+    // Rows of the destination wait as long as the ring holds what they are made of.
     void interpolate()
     {
         const OwnScaleAxis& axis = *call.y;
-        for (int32_t& row : held)
-            row = -1;
-        ownMakeLines(lines, [&](int32_t y, void* to) {
+        OwnScaleRow waiting[ownScaleBand];
+        int count = 0;
+        auto makeWaiting = [&](int32_t end) {
+            call.kernel->down(columns, waiting, count);
+            lines.store(end - count, count);
+            count = 0;
+        };
+        ringEnd = 0;
+        for (int32_t y = 0; y < lines.height(); ++y) {
             const int32_t place = block.y + y;
+            const int32_t first = axis.index.data[place] - down.first, end = first + axis.samples;
+            if (end > ringEnd || count == ownScaleBand)
+                makeWaiting(y);
+            while (end > ringEnd)
+                makeRing(ownMax(first, ringEnd));
+            // That pixel is one of the samples.
             const bool whole = axis.firstIsWhole && place == 0;
-            const int32_t first = (whole ? 0 : axis.index.data[place]) - down.first;
             const int samples = whole ? 1 : axis.samples;
-            const void* rows[mostSamples];
-            for (int i = 0; i < samples; ++i) {
-                if (held[(first + i) & (slots - 1)] != first + i)
-                    makeRing(first + i);
-                rows[i] = slot(first + i);
-            }
-            double fraction = axis.fraction ? axis.fraction.data[place] : 0;
-            call.kernel->down(columns, rows, samples, fraction, to);
-        });
+            OwnScaleRow& made = waiting[count];
+            for (int sample = 0; sample < samples; ++sample)
+                made.rows[sample] = slot(whole ? -down.first : first + sample);
+            made.samples = samples;
+            made.fraction = axis.fraction ? axis.fraction.data[place] : 0;
+            made.dst = lines.target(y, count);
+            ++count;
+        }
+        makeWaiting(lines.height());
     }
 };
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "kernels/ownaxis.h"
 #include "kernels/ownscale.h"
 
 namespace {
@@ -21,13 +22,6 @@ bool allocate(OwnScaleAxis& axis, int32_t count)
     return allocate(axis.index, count) && (axis.samples == 1 || allocate(axis.fraction, count));
 }
 
-// The first of two samples and the position from it on. Behind the last pixel there is none.
-void placeLine(OwnScaleAxis& axis, int32_t i, double position, int32_t index, int32_t last)
-{
-    axis.index[i] = index == last ? index - 1 : index;
-    axis.fraction[i] = index == last ? 1.0 : position - index;
-}
-
 // The first of four samples, and the position from the second on. At the image's edges the four are moved inward.
 void placeCubic(OwnScaleAxis& axis, int32_t i, double position, int32_t index, const OwnScaleLine& line)
 {
@@ -36,6 +30,20 @@ void placeCubic(OwnScaleAxis& axis, int32_t i, double position, int32_t index, c
     int32_t second = ownMin(ownMax(place, 1), last - 2) - line.offset;
     axis.index[i] = second - 1;
     axis.fraction[i] = place == last ? 2.0 : position - second;
+}
+
+// Cells of so many pixels, the last one perhaps of fewer.
+void makeWholeCells(OwnAreaAxis& axis, int32_t length, int64_t pixels)
+{
+    axis.most = int32_t(pixels < length ? pixels : length);
+    axis.count = ownMin(axis.count, int32_t((length + pixels - 1) / pixels));
+    for (int32_t i = 0; i < axis.count; ++i) {
+        axis.index[i] = int32_t(i * pixels);
+        axis.pixels[i] = axis.most;
+        axis.firstWeight[i] = axis.lastWeight[i] = 1;
+    }
+    const int32_t last = axis.count - 1, rest = length - axis.index[last];
+    axis.pixels[last] = ownMin(axis.most, rest);
 }
 
 }  // namespace
@@ -59,16 +67,19 @@ bool ownZoomAxis(OwnScaleAxis& axis, OwnScaleMethod method, const OwnScaleLine& 
     axis.samples = method == OwnScaleMethod::cubic ? 4 : method == OwnScaleMethod::linear && last > 0 ? 2 : 1;
     if (!allocate(axis, count))
         return false;
-    double position = start;
-    for (int32_t i = 0; i < count; ++i, position += step) {
-        const double place = position + ownIndexBias;
-        const int32_t index = place < last ? int32_t(std::lrint(place)) : last;
-        if (axis.samples == 1)
-            axis.index[i] = index;
-        else if (axis.samples == 2)
-            placeLine(axis, i, position, index, last);
-        else
-            placeCubic(axis, i, position, index, line);
+    const OwnAxisKernels& kernels = ownAxisKernels();
+    double position = start, positions[512];
+    for (int32_t done = 0, n; done < count; done += n) {
+        n = ownMin(count - done, int32_t(sizeof positions / sizeof *positions));
+        position = kernels.positions(position, step, positions, n);
+        int32_t* index = axis.index.data + done;
+        if (axis.samples == 2) {
+            kernels.lines(positions, last, index, axis.fraction.data + done, n);
+            continue;
+        }
+        kernels.indices(positions, last, index, n);
+        for (int32_t i = 0; i < n && axis.samples == 4; ++i)
+            placeCubic(axis, done + i, positions[i], index[i], line);
     }
     return true;
 }
@@ -110,6 +121,10 @@ bool ownAreaAxis(OwnAreaAxis& axis, const OwnScaleLine& line, bool exact, double
     if (!allocate(axis.index, count) || !allocate(axis.pixels, count) || !allocate(axis.firstWeight, count) ||
         !allocate(axis.lastWeight, count))
         return false;
+    if (exact) {
+        makeWholeCells(axis, line.length, int64_t(step));
+        return true;
+    }
     double end = step;
     auto begin = [&](int32_t cell, int32_t pixel, float weight) {
         axis.index[cell] = pixel;

@@ -131,27 +131,37 @@ void makeWindows(Windows& windows, Memory& memory, const OwnScaleColumns& column
     windows.count = vectors;
 }
 
-template <int most>
-void sumWindows(const Windows& given, const uint8_t* src, const float* const* givenWeights, float* __restrict sums,
-                ptrdiff_t n)
+// Rows of sums, which share the places of samples and their weights.
+template <int most, int rows>
+void sumWindows(const Windows& given, const void* const* givenSrc, const float* const* givenWeights,
+                float* const* givenSums, ptrdiff_t n)
 {
     const Windows windows = given;
+    const ByteRows<rows> src(givenSrc);
     const float* weights[most];
     for (int k = 0; k < most; ++k)
         weights[k] = givenWeights[k];
-    auto sumEight = [&](ptrdiff_t vector, ptrdiff_t i) {
-        const int32_t* start = windows.starts + vector * 2;
-        const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src + start[1]),
-                                                  reinterpret_cast<const __m128i*>(src + start[0]));
+    float* sums[rows];
+    for (int row = 0; row < rows; ++row)
+        sums[row] = givenSums[row];
+    auto sumEight = [=](ptrdiff_t vector, ptrdiff_t i) {
+        const ptrdiff_t low = windows.starts[vector * 2], high = windows.starts[vector * 2 + 1];
         const auto* order = reinterpret_cast<const __m256i*>(windows.order + vector * most * 8);
-        auto weighedSample = [&](int k) {
-            const __m256i sample = _mm256_shuffle_epi8(bytes, _mm256_loadu_si256(order + k));
-            return _mm256_cvtepi32_ps(sample) * _mm256_loadu_ps(weights[k] + i);
-        };
-        __m256 sum = weighedSample(0);
-        for (int k = 1; k < most; ++k)
-            sum += weighedSample(k);
-        _mm256_storeu_ps(sums + i, sum);
+        __m256 sum[rows];
+        __m256i bytes[rows];
+        for (int row = 0; row < rows; ++row)
+            bytes[row] = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src.row[row] + high),
+                                             reinterpret_cast<const __m128i*>(src.row[row] + low));
+        for (int k = 0; k < most; ++k) {
+            const __m256i places = _mm256_loadu_si256(order + k);
+            const __m256 weight = _mm256_loadu_ps(weights[k] + i);
+            for (int row = 0; row < rows; ++row) {
+                const __m256 part = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(bytes[row], places)) * weight;
+                sum[row] = k ? sum[row] + part : part;
+            }
+        }
+        for (int row = 0; row < rows; ++row)
+            _mm256_storeu_ps(sums[row] + i, sum[row]);
     };
     for (ptrdiff_t vector = 0; vector < windows.count - 1; ++vector)
         sumEight(vector, vector * 8);
@@ -193,6 +203,27 @@ struct Kernel {
                Shuffle::bytes(n * int64_t{sizeof(T)});
     }
 
+    // The last cells begin early enough for their pixels to lie in the row.
+    static inline __attribute__((always_inline)) void weighPixels(const OwnAreaColumns& cells, ptrdiff_t lanes,
+                                                                  int32_t* __restrict index,
+                                                                  float* const (&weights)[mostPicked])
+    {
+        const auto lastIndex = int32_t(cells.sourceCount - cells.most);
+        for (ptrdiff_t i = 0; i < cells.count; ++i)
+            index[i] = cells.index[i] - cells.base < lastIndex ? cells.index[i] - cells.base : lastIndex;
+        for (int k = 0; k < cells.most; ++k) {
+            float* __restrict to = weights[k];
+            for (ptrdiff_t i = 0; i < cells.count; ++i) {
+                const int32_t first = cells.index[i] - cells.base, end = first + cells.pixels[i] - 1;
+                const int32_t pixel = index[i] + k;
+                const float last = cells.lastWeight[i], inside = pixel == end ? last : 1.0f;
+                const float begin = cells.firstWeight[i], weight = pixel == first ? begin : inside;
+                for (ptrdiff_t lane = 0; lane < lanes; ++lane)
+                    to[i * lanes + lane] = pixel < first || pixel > end ? 0 : weight;
+            }
+        }
+    }
+
     static void prepare(const OwnAreaColumns& cells)
     {
         if (!picks(cells))
@@ -204,21 +235,8 @@ struct Kernel {
             samples = memory.take<T>(cells.values());
         for (float*& weights : table.weights)
             weights = memory.take<float>(cells.values());
-        const ptrdiff_t lastIndex = cells.sourceCount - cells.most;
-        for (ptrdiff_t i = 0; i < cells.count; ++i) {
-            // The last cells begin early enough for their pixels to lie in the row.
-            const ptrdiff_t first = cells.index[i] - cells.base, end = first + cells.pixels[i] - 1;
-            const ptrdiff_t from = first < lastIndex ? first : lastIndex;
-            index[i] = int32_t(from);
-            for (ptrdiff_t k = 0; k < cells.most; ++k) {
-                const ptrdiff_t pixel = from + k;
-                float weight = pixel == first ? cells.firstWeight[i] : pixel == end ? cells.lastWeight[i] : 1.0f;
-                if (pixel < first || pixel > end)
-                    weight = 0;
-                for (ptrdiff_t lane = 0; lane < cells.lanes; ++lane)
-                    table.weights[k][i * cells.lanes + lane] = weight;
-            }
-        }
+        cells.lanes == 1 ? weighPixels(cells, 1, index, table.weights)
+                         : weighPixels(cells, cells.lanes, index, table.weights);
         table.columns = {cells.count, cells.sourceCount, cells.lanes, cells.most, index, 0, nullptr, -1, nullptr};
         table.windows = {};
 #if defined(__AVX2__)
@@ -264,22 +282,30 @@ struct Kernel {
         }
     }
 
-    static void across(const OwnAreaColumns& cells, const void* src, float* sums)
+    static void acrossRow(const OwnAreaColumns& cells, const void* src, float* sums)
     {
         if (!picks(cells))
             return acrossMany(cells, src, sums);
         const Table& table = *static_cast<const Table*>(cells.table);
-#if defined(__AVX2__)
-        if (table.windows.count) {
-            const auto* row = static_cast<const uint8_t*>(src);
-            withCount(cells.most,
-                      [&]<int most>() { sumWindows<most>(table.windows, row, table.weights, sums, cells.values()); });
-            return;
-        }
-#endif
         for (int k = 0; k < cells.most; ++k)
             pickSample(table.pick, table.columns, sizeof(T), src, k, table.samples[k]);
         withCount(cells.most, [&]<int most>() { sumFew<most>(table, sums, cells.values()); });
+    }
+
+    static void across(const OwnAreaColumns& cells, const void* const* src, int rows, float* const* sums)
+    {
+#if defined(__AVX2__)
+        const Table& table = *static_cast<const Table*>(cells.table);
+        if (picks(cells) && table.windows.count) {
+            withCount(cells.most, [&]<int most>() {
+                auto* sum = rows == 1 ? sumWindows<most, 1> : sumWindows<most, ownAreaLines>;
+                sum(table.windows, src, table.weights, sums, cells.values());
+            });
+            return;
+        }
+#endif
+        for (int row = 0; row < rows; ++row)
+            acrossRow(cells, src[row], sums[row]);
     }
 
     template <int count>
@@ -444,31 +470,36 @@ void halvePixels(const void* upper, const void* lower, void* dst, ptrdiff_t firs
 
 #if defined(__AVX2__)
 
+inline __m256i vectorOf(const uint8_t* bytes)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+}
+
 inline __m256i vectorOf(const uint8_t* low, const uint8_t* high)
 {
     return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(high), reinterpret_cast<const __m128i*>(low));
 }
 
-// Means, as words, of bytes: `order` brings those of two neighbouring pixels side by side.
-inline __m256i halved(__m256i a, __m256i b, __m256i order)
+// Means, as words, of bytes of two rows, of which those of two neighbouring pixels stand side by side.
+inline __m256i halved(__m256i a, __m256i b)
 {
-    const __m256i ones = _mm256_set1_epi8(1), two = _mm256_set1_epi16(2);
-    a = _mm256_maddubs_epi16(_mm256_shuffle_epi8(a, order), ones);
-    b = _mm256_maddubs_epi16(_mm256_shuffle_epi8(b, order), ones);
-    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(a, b), two), 2);
+    const __m256i ones = _mm256_set1_epi8(1), quarter = _mm256_set1_epi16(1 << 13);
+    // The product, of 15 bits after the point, is rounded as the mean is.
+    return _mm256_mulhrs_epi16(_mm256_add_epi16(_mm256_maddubs_epi16(a, ones), _mm256_maddubs_epi16(b, ones)), quarter);
 }
 
 // Of one value, or of four, which fill vectors. Answers how many pixels are done.
 template <int lanes>
 ptrdiff_t halveWhole(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t n)
 {
-    const __m256i order =
-        lanes == 1 ? _mm256_set_epi64x(0x0F0E0D0C0B0A0908, 0x0706050403020100, 0x0F0E0D0C0B0A0908, 0x0706050403020100)
-                   : _mm256_set_epi64x(0x0F0B0E0A0D090C08, 0x0703060205010400, 0x0F0B0E0A0D090C08, 0x0703060205010400);
+    auto pairs = [](const uint8_t* row) {
+        const __m256i order =
+            _mm256_set_epi64x(0x0F0B0E0A0D090C08, 0x0703060205010400, 0x0F0B0E0A0D090C08, 0x0703060205010400);
+        return lanes == 1 ? vectorOf(row) : _mm256_shuffle_epi8(vectorOf(row), order);
+    };
     ptrdiff_t i = 0;
     for (; (i + 32 / lanes) <= n; i += 32 / lanes, a += 64, b += 64, d += 32) {
-        __m256i low = halved(vectorOf(a, a + 16), vectorOf(b, b + 16), order);
-        __m256i high = halved(vectorOf(a + 32, a + 48), vectorOf(b + 32, b + 48), order);
+        const __m256i low = halved(pairs(a), pairs(b)), high = halved(pairs(a + 32), pairs(b + 32));
         __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), bytes);
     }
@@ -482,10 +513,10 @@ ptrdiff_t halveThirds(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t 
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 9, 7, 10, 8, 11, -1, -1, -1, -1));
     const __m256i close =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1));
+    auto pairs = [=](const uint8_t* row) { return _mm256_shuffle_epi8(vectorOf(row, row + 24), order); };
     ptrdiff_t i = 0;
     for (; i + 10 <= n; i += 8, a += 48, b += 48, d += 24) {
-        __m256i even = halved(vectorOf(a, a + 24), vectorOf(b, b + 24), order);
-        __m256i odd = halved(vectorOf(a + 12, a + 36), vectorOf(b + 12, b + 36), order);
+        const __m256i even = halved(pairs(a), pairs(b)), odd = halved(pairs(a + 12), pairs(b + 12));
         __m256i bytes = _mm256_shuffle_epi8(_mm256_packus_epi16(even, odd), close);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(bytes));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 12), _mm256_extracti128_si256(bytes, 1));

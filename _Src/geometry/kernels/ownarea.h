@@ -7,6 +7,9 @@
 // The most rows that a kernel takes at a time.
 constexpr int ownAreaRows = 4;
 
+// The most rows whose sums are made at a time.
+constexpr int ownAreaLines = 2;
+
 // The cells along a row. All pixels of a cell but the first and the last weigh 1.
 struct OwnAreaColumns {
     ptrdiff_t count;        // cells
@@ -26,8 +29,8 @@ struct OwnAreaColumns {
 struct OwnAreaKernel {
     int64_t (*tableBytes)(const OwnAreaColumns& columns);
     void (*prepare)(const OwnAreaColumns& columns);
-    // The sums of the cells in one row, added up from left to right.
-    void (*across)(const OwnAreaColumns& columns, const void* src, float* sums);
+    // The sums of the cells in one row or in ownAreaLines rows, added up from left to right.
+    void (*across)(const OwnAreaColumns& columns, const void* const* src, int rows, float* const* sums);
     // Means of n sums of `count` rows with their weights: integers are rounded to nearest, halves upward; bits are 0 or
     // 255.
     void (*store)(const float* const* rows, const float* weights, int count, double scale, void* dst, ptrdiff_t n);

@@ -349,6 +349,63 @@ struct Kernel {
             means[i] = mean(Sum(last[i] - first[i]));
     }
 
+#if defined(__AVX2__)
+    // Repeats the sums of the first and of the last pixel as far as boxes pass the columns.
+    static void fillMargins(const OwnBoxMeans& task, Sum* sums)
+    {
+        const ptrdiff_t lanes = task.lanes, pixels = task.first + task.count + ptrdiff_t(task.size) - 1;
+        for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
+            const Sum first = sums[lane], last = sums[(task.columns - 1) * lanes + lane];
+            for (ptrdiff_t i = task.first; i < 0; ++i)
+                sums[i * lanes + lane] = first;
+            for (ptrdiff_t i = task.columns; i < pixels; ++i)
+                sums[i * lanes + lane] = last;
+        }
+    }
+
+    // Boxes of not too many pixels: the sums of three neighbours, of which a box has several, and those of what remains.
+    // False for others, and where means do not fill a vector.
+    static bool smallMeans(const OwnBoxMeans& task, Sum* sums, Value* means)
+    {
+        constexpr int leastPixels = 5, mostPixels = 24;
+        const ptrdiff_t lanes = task.lanes, n = task.count * lanes;
+        if (task.size < leastPixels || task.size > mostPixels || n < 32)
+            return false;
+        fillMargins(task, sums);
+        const Sum* from = sums + task.first * lanes;
+        auto* triples = static_cast<Sum*>(task.running);
+        const int size = int(task.size), triplesOfBox = size / 3;
+        // The last vector may pass the end: there is room for it.
+        for (ptrdiff_t i = 0; i < n + 3 * (triplesOfBox - 1) * lanes; i += 16)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(triples + i),
+                                _mm256_add_epi16(_mm256_add_epi16(vectorOf(from + i), vectorOf(from + i + lanes)),
+                                                 vectorOf(from + i + 2 * lanes)));
+        const Mean mean(task);
+        auto store = [=]<int vectors>(std::integral_constant<int, vectors>, ptrdiff_t i) {
+            __m256i sum[vectors] = {};
+            auto add = [&](const Sum* row) {
+                for (int k = 0; k < vectors; ++k)
+                    sum[k] = _mm256_add_epi16(sum[k], vectorOf(row + i + 16 * k));
+            };
+            for (int k = 0; k < triplesOfBox; ++k)
+                add(triples + 3 * k * lanes);
+            for (int k = 3 * triplesOfBox; k < size; ++k)
+                add(from + k * lanes);
+            for (int k = 0; k < vectors; k += 2) {
+                const __m256i bytes = _mm256_packus_epi16(mean.words(sum[k]), mean.words(sum[k + 1]));
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(means + i + 16 * k),
+                                    _mm256_permute4x64_epi64(bytes, 0xD8));
+            }
+        };
+        ptrdiff_t i = 0;
+        for (; i + 64 <= n; i += 64)
+            store(std::integral_constant<int, 4>{}, i);
+        for (; i < n; i += 32)
+            store(std::integral_constant<int, 2>{}, i < n - 32 ? i : n - 32);
+        return true;
+    }
+#endif
+
     // Boxes of so few pixels that their sums cost less one by one.
     template <int size>
     static void fewMeans(const OwnBoxMeans& task, const Sum* sums, Value* means)
@@ -388,11 +445,16 @@ struct Kernel {
         }
     }
 
-    static void means(const OwnBoxMeans& given, const void* from, void* to)
+    static void means(const OwnBoxMeans& given, void* from, void* to)
     {
         const OwnBoxMeans task = given;
-        const auto* sums = static_cast<const Sum*>(from);
+        auto* sums = static_cast<Sum*>(from);
         auto* means = static_cast<Value*>(to);
+#if defined(__AVX2__)
+        if constexpr (isByteSum && requires(Mean mean) { mean.words(__m256i{}); })
+            if (smallMeans(task, sums, means))
+                return;
+#endif
         if constexpr (isByteSum)
             switch (task.size) {
             case 2: return fewMeans<2>(task, sums, means);

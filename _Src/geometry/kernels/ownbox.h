@@ -4,8 +4,8 @@
 #include "../../core/kernels/ownrow.h"
 #include "../../core/ownisa.h"
 
-// A row of means. The sums over the rows of the boxes are given for `columns` pixels, and as many bytes behind them can
-// be read as a vector has; pixels of boxes before the first or after the last of them are like it.
+// A row of means. The sums over the rows of the boxes are given for `columns` pixels, between two edges that are the
+// kernel's own; pixels of boxes before the first or after the last of them are like it.
 struct OwnBoxMeans {
     ptrdiff_t columns;
     int lanes;        // values of a pixel
@@ -19,7 +19,7 @@ struct OwnBoxMeans {
     void* running;         // scratch: the sums of so many pixels, of one more, and of an edge on both sides
 };
 
-// Pixels on both sides of the columns for which there is room in `running`.
+// Pixels on both sides of the columns for which there is room with the sums and in `running`.
 constexpr int ownBoxEdge = 64;
 
 // The most rows that a kernel takes at a time.
@@ -31,7 +31,7 @@ struct OwnBoxKernel {
     void (*add)(const void* row, void* sums, ptrdiff_t n, int64_t times);
     // sums[i] += enter[i] - leave[i], for `count` rows of both.
     void (*move)(const void* const* enter, const void* const* leave, int count, void* sums, ptrdiff_t n);
-    void (*means)(const OwnBoxMeans& task, const void* sums, void* means);
+    void (*means)(const OwnBoxMeans& task, void* sums, void* means);
 };
 
 // By the bits of the sums; of 1U, whose values are bytes of 0 and 1, 8U, 16U and 32F, where all are of double

@@ -36,7 +36,8 @@ inline int64_t roomFor(int64_t count, int64_t bytes)
 struct Shuffle {
     static constexpr int mostLoads = 4;
 
-    int loads = 0;  // 0 where there is none
+    int loads = 0;        // 0 where there is none
+    bool shared = false;  // one load brings both halves
     ptrdiff_t vectors = 0;
     int32_t* starts;  // [vector][load][half]: where a load begins in the source
     uint8_t* order;   // [vector][load][32]
@@ -61,27 +62,39 @@ inline ptrdiff_t vectorStart(ptrdiff_t vector, ptrdiff_t resultBytes)
     return vector * 32 < last ? vector * 32 : last;
 }
 
-// Finds out which loads hold 16 bytes of a source; their lowest and how many loads there have to be.
-inline int32_t lowestOf(const int32_t* from, int& loads)
+struct Range {
+    int32_t low, high;
+};
+
+// The least and the greatest of 16 numbers, of which none is below 0.
+inline Range rangeOf(const int32_t* numbers)
 {
-    int32_t low = from[0], high = from[0];
-    for (int i = 1; i < 16; ++i) {
-        low = from[i] < low ? from[i] : low;
-        high = from[i] > high ? from[i] : high;
-    }
-    int needed = (high - low) / 16 + 1;
-    loads = needed > loads ? needed : loads;
-    return low;
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(numbers));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(numbers + 8));
+    // The least of their complements is that of the greatest.
+    const __m256i least = _mm256_min_epi32(a, b),
+                  most = _mm256_xor_si256(_mm256_max_epi32(a, b), _mm256_set1_epi32(-1));
+    __m128i low = _mm_min_epi32(_mm256_castsi256_si128(least), _mm256_extracti128_si256(least, 1));
+    __m128i high = _mm_min_epi32(_mm256_castsi256_si128(most), _mm256_extracti128_si256(most, 1));
+    __m128i both = _mm_min_epi32(_mm_unpacklo_epi32(low, high), _mm_unpackhi_epi32(low, high));
+    both = _mm_min_epi32(both, _mm_unpackhi_epi64(both, both));
+    return {_mm_cvtsi128_si32(both), ~_mm_extract_epi32(both, 1)};
 }
 
 // The order of those of 16 bytes that a load at `start` brings and the loads before it, up to `before`, have not
 // brought.
-inline void makeOrder(const int32_t* from, int32_t start, int32_t before, uint8_t* order)
+inline __m128i orderOf(const int32_t* from, int32_t start, int32_t before)
 {
-    for (int i = 0; i < 16; ++i) {
-        bool here = from[i] >= before && from[i] >= start && from[i] < start + 16;
-        order[i] = uint8_t(here ? from[i] - start : 128);
-    }
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 8));
+    const __m256i origin = _mm256_set1_epi32(start);
+    const __m256i words =
+        _mm256_permute4x64_epi64(_mm256_packs_epi32(_mm256_sub_epi32(a, origin), _mm256_sub_epi32(b, origin)), 0xD8);
+    const __m128i places = _mm_packs_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+    const __m128i brought = _mm_cmplt_epi8(places, _mm_set1_epi8(int8_t(before - start)));
+    // Shuffles look at the lowest four bits, and at the highest, which says that there is nothing to bring: places from
+    // 16 on get that too.
+    return _mm_or_si128(_mm_adds_epu8(places, _mm_set1_epi8(0x70)), brought);
 }
 
 // from[i], of `bytes`, is where byte i of the result stands in the source, of which `sourceBytes` may be read.
@@ -92,24 +105,36 @@ inline void makeShuffle(Shuffle& shuffle, Memory& memory, const int32_t* from, p
     const ptrdiff_t vectors = (bytes + 31) / 32;
     shuffle.starts = memory.take<int32_t>(vectors * Shuffle::mostLoads * 2);
     shuffle.order = memory.take<uint8_t>(vectors * Shuffle::mostLoads * 32);
-    int loads = 1;
-    for (ptrdiff_t half = 0; half < vectors * 2; ++half) {
-        const int32_t* first = from + vectorStart(half / 2, bytes) + (half & 1) * 16;
-        shuffle.starts[half] = lowestOf(first, loads);
-        if (loads > Shuffle::mostLoads)
-            return;
+    int32_t widest = 0, widestPair = 0;
+    for (ptrdiff_t vector = 0; vector < vectors; ++vector) {
+        const int32_t* first = from + vectorStart(vector, bytes);
+        const Range a = rangeOf(first), b = rangeOf(first + 16);
+        auto widen = [](int32_t& most, int32_t width) { most = width > most ? width : most; };
+        widen(widest, a.high - a.low);
+        widen(widest, b.high - b.low);
+        widen(widestPair, (a.high > b.high ? a.high : b.high) - (a.low < b.low ? a.low : b.low));
+        shuffle.starts[vector * 2] = a.low;
+        shuffle.starts[vector * 2 + 1] = b.low;
     }
+    const int loads = widest / 16 + 1;
+    if (loads > Shuffle::mostLoads)
+        return;
+    shuffle.shared = widestPair < 16;
     // Backwards, since the lowest bytes wait in the place of the starts.
     const auto last = int32_t(sourceBytes - 16);
-    for (ptrdiff_t half = vectors * 2; half-- > 0;) {
-        const int32_t* first = from + vectorStart(half / 2, bytes) + (half & 1) * 16;
-        const int32_t low = shuffle.starts[half];
-        for (int load = 0; load < loads; ++load) {
-            const ptrdiff_t place = half / 2 * loads + load;
-            const int32_t before = low + load * 16, start = before < last ? before : last;
-            makeOrder(first, start, before, shuffle.order + place * 32 + (half & 1) * 16);
-            shuffle.starts[place * 2 + (half & 1)] = start;
-        }
+    for (ptrdiff_t vector = vectors; vector-- > 0;) {
+        const int32_t* first = from + vectorStart(vector, bytes);
+        int32_t low[2] = {shuffle.starts[vector * 2], shuffle.starts[vector * 2 + 1]};
+        if (shuffle.shared)
+            low[0] = low[1] = low[0] < low[1] ? low[0] : low[1];
+        for (int load = 0; load < loads; ++load)
+            for (int half = 0; half < 2; ++half) {
+                const ptrdiff_t place = (vector * loads + load) * 2 + half;
+                const int32_t before = low[half] + load * 16, start = before < last ? before : last;
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(shuffle.order + place * 16),
+                                 orderOf(first + half * 16, start, before));
+                shuffle.starts[place] = start;
+            }
     }
     shuffle.loads = loads;
     shuffle.vectors = vectors;
@@ -127,7 +152,7 @@ struct ByteRows {
 };
 
 // Vector `vector` of the results of the sources.
-template <int loads, int sources>
+template <int loads, bool shared, int sources>
 inline __attribute__((always_inline)) void shuffled(const Shuffle& shuffle, ptrdiff_t vector,
                                                     const ByteRows<sources>& src, __m256i (&result)[sources])
 {
@@ -136,8 +161,10 @@ inline __attribute__((always_inline)) void shuffled(const Shuffle& shuffle, ptrd
                         high = shuffle.starts[place * 2 + 1];
         const __m256i order = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(shuffle.order + place * 32));
         for (int i = 0; i < sources; ++i) {
-            __m256i part = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(src.row[i] + high),
-                                               reinterpret_cast<const __m128i*>(src.row[i] + low));
+            const auto* lower = reinterpret_cast<const __m128i*>(src.row[i] + low);
+            const auto* upper = reinterpret_cast<const __m128i*>(src.row[i] + high);
+            __m256i part =
+                shared ? _mm256_broadcastsi128_si256(_mm_loadu_si128(lower)) : _mm256_loadu2_m128i(upper, lower);
             part = _mm256_shuffle_epi8(part, order);
             result[i] = load ? _mm256_or_si256(result[i], part) : part;
         }
@@ -145,7 +172,7 @@ inline __attribute__((always_inline)) void shuffled(const Shuffle& shuffle, ptrd
 }
 
 // Hands each vector of the results, of so many elements of type T, and the element that it begins with, to run.
-template <class T, int loads, int sources, class Run>
+template <class T, int loads, bool shared, int sources, class Run>
 inline __attribute__((always_inline)) void forVectors(const Shuffle& given, const ByteRows<sources>& rows, ptrdiff_t n,
                                                       Run run)
 {
@@ -155,10 +182,10 @@ inline __attribute__((always_inline)) void forVectors(const Shuffle& given, cons
     const ptrdiff_t last = shuffle.vectors - 1;
     __m256i vectors[sources];
     for (ptrdiff_t i = 0; i < last; ++i) {
-        shuffled<loads>(shuffle, i, src, vectors);
+        shuffled<loads, shared>(shuffle, i, src, vectors);
         run(vectors, i * inVector);
     }
-    shuffled<loads>(shuffle, last, src, vectors);
+    shuffled<loads, shared>(shuffle, last, src, vectors);
     run(vectors, n - inVector);
 }
 
@@ -166,11 +193,13 @@ template <class T, int sources, class Run>
 inline __attribute__((always_inline)) void runShuffle(const Shuffle& shuffle, const ByteRows<sources>& src, ptrdiff_t n,
                                                       Run run)
 {
+    if (shuffle.shared)
+        return forVectors<T, 1, true>(shuffle, src, n, run);
     switch (shuffle.loads) {
-    case 1: return forVectors<T, 1>(shuffle, src, n, run);
-    case 2: return forVectors<T, 2>(shuffle, src, n, run);
-    case 3: return forVectors<T, 3>(shuffle, src, n, run);
-    default: return forVectors<T, 4>(shuffle, src, n, run);
+    case 1: return forVectors<T, 1, false>(shuffle, src, n, run);
+    case 2: return forVectors<T, 2, false>(shuffle, src, n, run);
+    case 3: return forVectors<T, 3, false>(shuffle, src, n, run);
+    default: return forVectors<T, 4, false>(shuffle, src, n, run);
     }
 }
 

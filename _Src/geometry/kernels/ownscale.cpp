@@ -5,38 +5,15 @@
 // compiler.
 #include "ownscale.h"
 
+#include "ownfloats.h"
 #include "ownpack.h"
+#include "ownpairs.h"
 #include "ownpick.h"
 
 namespace OWN_ISA {
 namespace {
 
 // ---- Methods of orvZoom and orvResize -----------------------------------------------------------------------------
-
-constexpr int32_t one = 16384;  // of weights in 14 bits after the point
-
-inline int16_t fixedWeight(double fraction)
-{
-    return int16_t(__builtin_rint(fraction * one + ownIndexBias));
-}
-
-// Results are stored as they come, cut to the type's bits: a weight may lie a hair below 0.
-template <class T, int acrossShift, int downShift>
-struct FixedLinear {
-    using Value = T;
-    using Ring = uint16_t;
-    using Wide = int32_t;
-    using Weight = int16_t;
-    static constexpr int samples = 2, weights = 1;
-
-    static void weigh(double fraction, Weight* w) { w[0] = fixedWeight(fraction); }
-    static int32_t between(int32_t a, int32_t b, const Weight* w) { return a * (one - w[0]) + b * w[0]; }
-    static int32_t whole(int32_t a) { return a * one; }
-    static Ring kept(int32_t sum) { return Ring(sum >> acrossShift); }
-    static T result(int32_t sum) { return T(sum >> downShift); }
-};
-using ZoomLinear8 = FixedLinear<uint8_t, 8, 20>;
-using ZoomLinear16 = FixedLinear<uint16_t, 14, 14>;
 
 struct ZoomLinearReal {
     using Value = float;
@@ -168,13 +145,16 @@ struct Table {
     typename M::Weight* weights[M::weights];
     typename M::Value* samples[M::samples];
     // For weights in fixed point:
-    bool below;        // one of the weights is below 0
-    Shuffle pairs;     // brings the two samples of a value side by side
-    int16_t* factors;  // of the pairs
+    bool below;  // one of them is below 0
+    Pairs pairs;
+    // For lines between floats:
+    FloatWindows windows;
 };
 
 template <class M>
 constexpr bool isFixed = sizeof(typename M::Weight) == 2;
+template <class M>
+constexpr bool isFloatLine = sizeof(typename M::Value) == 4 && M::samples == 2;
 
 template <class M>
 const Table<M>& tableOf(const OwnScaleColumns& columns)
@@ -187,146 +167,56 @@ int64_t tableBytes(const OwnScaleColumns& columns)
 {
     constexpr int bytes = sizeof(typename M::Value);
     const int64_t n = columns.values();
-    int64_t pairs = isFixed<M> ? Shuffle::bytes(n * 2 * bytes) + 2 * roomFor(n, sizeof(int32_t)) : 0;
-    return roomFor(1, sizeof(Table<M>)) + pickBytes(columns, bytes) + pairs +
+    const int64_t pairs = isFixed<M> ? pairsBytes<M>(columns) : 0;
+    const int64_t windows = isFloatLine<M> ? FloatWindows::bytes(n) : 0;
+    return roomFor(1, sizeof(Table<M>)) + pickBytes(columns, bytes) + pairs + windows +
            M::weights * roomFor(n, sizeof(typename M::Weight)) + M::samples * roomFor(n, bytes);
 }
 
-#if defined(__AVX2__)
-
-// Where the bytes of both samples of each value stand; the nearer of two bytes comes first.
 template <class M>
-const int32_t* bytesOfPairs(const OwnScaleColumns& columns, const Table<M>& table, Memory& memory)
+inline __attribute__((always_inline)) void weighPixels(const OwnScaleColumns& columns, ptrdiff_t lanes,
+                                                       typename M::Weight* const (&weights)[M::weights])
 {
-    using Weight = typename M::Weight;
-    constexpr int bytes = sizeof(typename M::Value);
-    const ptrdiff_t lanes = columns.lanes;
-    auto* from = memory.take<int32_t>(columns.values() * 2 * bytes);
-    int32_t* next = from;
-    const Weight* weights = table.weights[0];
-    for (ptrdiff_t i = 0; i < columns.count; ++i)
-        for (ptrdiff_t lane = 0; lane < lanes; ++lane) {
-            const bool swapped = bytes == 1 && weights[i * lanes + lane] > one / 2;
-            const auto value = int32_t((columns.index[i] - columns.base + swapped) * lanes + lane);
-            const auto other = int32_t(value + (swapped ? -lanes : lanes));
-            for (int byte = 0; byte < bytes; ++byte) {
-                next[byte] = value * bytes + byte;
-                next[bytes + byte] = other * bytes + byte;
-            }
-            next += 2 * bytes;
-        }
-    return from;
-}
-
-inline __m256i wordsAt(const int16_t* words, ptrdiff_t i)
-{
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(words + i));
-}
-
-template <int rows>
-struct RingRows {
-    uint16_t* row[rows];
-    explicit RingRows(void* const* given)
-    {
-        for (int k = 0; k < rows; ++k)
-            row[k] = static_cast<uint16_t*>(given[k]);
-    }
-};
-
-// Sixteen values at a time. With a the nearer sample and b the other, 64 a + (64 (a - b) f >> 16) is what the weights
-// make of them; f is four times the weight of b, negative, which fits 16 bits.
-void makeFactors(Table<ZoomLinear8>& table, Memory& memory, ptrdiff_t n)
-{
-    table.factors = memory.take<int16_t>(n);
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        const int32_t w = table.weights[0][i];
-        table.factors[i] = int16_t(w > one / 2 ? 4 * (w - one) : -4 * w);
+    for (ptrdiff_t i = 0; i < columns.count; ++i) {
+        typename M::Weight w[M::weights];
+        M::weigh(columns.fraction[i], w);
+        for (int k = 0; k < M::weights; ++k)
+            for (ptrdiff_t lane = 0; lane < lanes; ++lane)
+                weights[k][i * lanes + lane] = w[k];
     }
 }
-
-template <int rows>
-void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear8>& table, const void* const* src,
-                 void* const* to)
-{
-    const __m256i slope = _mm256_set1_epi16(int16_t(0xC040)), nearer = _mm256_set1_epi16(0x0040);
-    const int16_t* factors = table.factors;
-    const ByteRows<rows> from(src);
-    const RingRows<rows> ring(to);
-    runShuffle<uint16_t>(table.pairs, from, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
-        const __m256i factor = wordsAt(factors, i);
-        for (int k = 0; k < rows; ++k) {
-            __m256i part = _mm256_mulhi_epi16(_mm256_maddubs_epi16(pairs[k], slope), factor);
-            __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(pairs[k], nearer), part);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(ring.row[k] + i), sum);
-        }
-    });
-}
-
-// Eight values at a time, as signed words, which makes the sum less by 32768 times the weights.
-void makeFactors(Table<ZoomLinear16>& table, Memory& memory, ptrdiff_t n)
-{
-    table.factors = memory.take<int16_t>(n * 2);
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        table.factors[i * 2] = int16_t(one - table.weights[0][i]);
-        table.factors[i * 2 + 1] = table.weights[0][i];
-    }
-}
-
-template <int rows>
-void acrossPairs(const OwnScaleColumns& columns, const Table<ZoomLinear16>& table, const void* const* src,
-                 void* const* to)
-{
-    const __m256i sign = _mm256_set1_epi16(INT16_MIN), back = _mm256_set1_epi32(32768 * one);
-    const __m256i low = _mm256_set1_epi32(0xFFFF);
-    const int16_t* factors = table.factors;
-    const ByteRows<rows> from(src);
-    const RingRows<rows> ring(to);
-    runShuffle<uint32_t>(table.pairs, from, columns.values(), [=](const __m256i(&pairs)[rows], ptrdiff_t i) {
-        const __m256i factor = wordsAt(factors, i * 2);
-        for (int k = 0; k < rows; ++k) {
-            __m256i sum = _mm256_madd_epi16(_mm256_xor_si256(pairs[k], sign), factor);
-            sum = _mm256_and_si256(_mm256_srai_epi32(_mm256_add_epi32(sum, back), 14), low);
-            __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(ring.row[k] + i), _mm256_castsi256_si128(words));
-        }
-    });
-}
-
-#endif
 
 template <class M>
 void prepare(const OwnScaleColumns& columns)
 {
-    using Weight = typename M::Weight;
     constexpr int bytes = sizeof(typename M::Value);
-    const ptrdiff_t n = columns.values(), lanes = columns.lanes;
+    const ptrdiff_t n = columns.values();
     Memory memory = {static_cast<uint8_t*>(columns.table)};
     auto& table = *memory.take<Table<M>>(1);
     table = {};
     for (auto& samples : table.samples)
         samples = memory.take<typename M::Value>(n);
     for (auto& weights : table.weights)
-        weights = memory.take<Weight>(n);
-    bool below = false;
-    for (ptrdiff_t i = 0; i < columns.count && columns.samples > 1; ++i) {
-        Weight w[M::weights];
-        M::weigh(columns.fraction[i], w);
-        below |= w[0] < 0;
-        for (int k = 0; k < M::weights; ++k)
-            for (ptrdiff_t lane = 0; lane < lanes; ++lane)
-                table.weights[k][i * lanes + lane] = w[k];
-    }
-    table.below = below;
-#if defined(__AVX2__)
-    if constexpr (isFixed<M>) {
+        weights = memory.take<typename M::Weight>(n);
+    if (columns.samples > 1)
+        columns.lanes == 1 ? weighPixels<M>(columns, 1, table.weights)
+                           : weighPixels<M>(columns, columns.lanes, table.weights);
+    if constexpr (isFixed<M>)
         if (columns.samples > 1) {
-            makeFactors(table, memory, n);
-            makeShuffle(table.pairs, memory, bytesOfPairs(columns, table, memory), n * 2 * bytes,
-                        columns.sourceCount * lanes * bytes);
+            table.below = anyBelow(table.weights[0], n);
+#if defined(__AVX2__)
+            makePairs<typename M::Value>(table.pairs, memory, columns, table.weights[0]);
+            if (table.pairs.shuffle.loads)
+                return;
+#endif
         }
-        if (table.pairs.loads)
-            return;
-    }
+#if defined(__AVX2__)
+    if constexpr (isFloatLine<M>)
+        if (columns.samples > 1) {
+            makeFloatWindows(table.windows, memory, columns);
+            if (table.windows.count)
+                return;
+        }
 #endif
     makePick(table.pick, memory, columns, bytes);
 }
@@ -402,87 +292,71 @@ void acrossRow(const OwnScaleColumns& columns, const void* src, typename M::Ring
         return;
     }
     acrossSamples<M>(columns, table, src, ring);
-    if (columns.whole >= 0)
-        for (ptrdiff_t lane = 0; lane < columns.lanes; ++lane)
-            ring[lane] = M::kept(M::whole(ownLoad<Value>(src, columns.whole * columns.lanes + lane)));
+}
+
+#if defined(__AVX2__)
+template <class M>
+void acrossFloats(const OwnScaleColumns& columns, const Table<M>& table, const void* const* src, int rows,
+                  void* const* to)
+{
+    const ptrdiff_t n = columns.values();
+    switch (rows) {
+    case 1: return acrossWindows<M, 1>(table.windows, table.weights, src, to, n);
+    case 2: return acrossWindows<M, 2>(table.windows, table.weights, src, to, n);
+    case 3: return acrossWindows<M, 3>(table.windows, table.weights, src, to, n);
+    default: return acrossWindows<M, ownScaleRows>(table.windows, table.weights, src, to, n);
+    }
+}
+#endif
+
+// The first destination pixel where it is a pixel of the source.
+template <class M>
+void keepWhole(const OwnScaleColumns& columns, const void* src, typename M::Ring* ring)
+{
+    for (ptrdiff_t lane = 0; lane < columns.lanes; ++lane)
+        ring[lane] = M::kept(M::whole(ownLoad<typename M::Value>(src, columns.whole * columns.lanes + lane)));
 }
 
 template <class M>
 void across(const OwnScaleColumns& columns, const void* const* src, int rows, void* const* to)
 {
     using Ring = typename M::Ring;
+    [[maybe_unused]] const Table<M>& table = tableOf<M>(columns);
+    bool done = false;
 #if defined(__AVX2__)
     if constexpr (isFixed<M>)
-        if (const Table<M>& table = tableOf<M>(columns); table.pairs.loads) {
-            switch (rows) {
-            case 1: return acrossPairs<1>(columns, table, src, to);
-            case 2: return acrossPairs<2>(columns, table, src, to);
-            case 3: return acrossPairs<3>(columns, table, src, to);
-            default: return acrossPairs<ownScaleRows>(columns, table, src, to);
-            }
-        }
+        if (done = table.pairs.shuffle.loads; done)
+            acrossPairs<typename M::Value>(columns, table.pairs, src, rows, to);
+    if constexpr (isFloatLine<M>)
+        if (done = table.windows.count; done)
+            acrossFloats<M>(columns, table, src, rows, to);
 #endif
-    for (int i = 0; i < rows; ++i)
+    for (int i = 0; i < rows && !done; ++i)
         acrossRow<M>(columns, src[i], static_cast<Ring*>(to[i]));
+    for (int i = 0; i < rows && columns.whole >= 0 && columns.samples > 1; ++i)
+        keepWhole<M>(columns, src[i], static_cast<Ring*>(to[i]));
 }
 
 // ---- The step across rows -----------------------------------------------------------------------------------------
 
-// Without weights below 0 the rows are at most 64 times the largest value. The weights make of them the nearer row and
-// a part of its difference from the other, which the upper half of a product gives: four times the lesser weight,
-// negative, fits 16 bits.
-void downFixed(const uint16_t* a, const uint16_t* b, int32_t w, uint8_t* dst, ptrdiff_t n)
-{
-    const bool swapped = w > one / 2;
-    const uint16_t* __restrict nearer = swapped ? b : a, * __restrict other = swapped ? a : b;
-    const auto factor = int16_t(swapped ? 4 * (w - one) : -4 * w);
-    auto plain = [=](ptrdiff_t i) {
-        auto part = int16_t((int16_t(nearer[i] - other[i]) * factor) >> 16);
-        return uint8_t(uint16_t(nearer[i] + part) >> 6);
-    };
-#if defined(__AVX2__)
-    const __m256i factors = _mm256_set1_epi16(factor);
-    auto sixteen = [=](ptrdiff_t i) {
-        const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(nearer + i));
-        const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(other + i));
-        __m256i part = _mm256_mulhi_epi16(_mm256_sub_epi16(first, second), factors);
-        return _mm256_srli_epi16(_mm256_add_epi16(first, part), 6);
-    };
-    auto store = [=](ptrdiff_t i) {
-        __m256i bytes = _mm256_packus_epi16(sixteen(i), sixteen(i + 16));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), _mm256_permute4x64_epi64(bytes, 0xD8));
-    };
-    if (n >= 32) {
-        for (ptrdiff_t i = 0; i < n - 32; i += 32)
-            store(i);
-        return store(n - 32);
-    }
-#endif
-    for (ptrdiff_t i = 0; i < n; ++i)
-        dst[i] = plain(i);
-}
-
 template <class M>
-void down(const OwnScaleColumns& columns, const void* const* given, int samples, double fraction, void* dst)
+void downRow(const OwnScaleRow& made, ptrdiff_t n)
 {
     using Value = typename M::Value;
     using Ring = typename M::Ring;
-    const ptrdiff_t n = columns.values();
-    const Ring* ring[M::samples] = {};
-    for (int i = 0; i < samples; ++i)
-        ring[i] = static_cast<const Ring*>(given[i]);
+    void* dst = made.dst;
+    const Ring* ring[M::samples];
+    for (int i = 0; i < M::samples; ++i)
+        ring[i] = static_cast<const Ring*>(made.rows[made.samples == 1 ? 0 : i]);
     const Rows<M, Ring> rows(ring);
-    if (samples == 1) {
+    if (made.samples == 1) {
 #pragma GCC ivdep
         for (ptrdiff_t i = 0; i < n; ++i)
             ownStore<Value>(dst, i, M::result(M::whole(rows.a[i])));
         return;
     }
     typename M::Weight w[M::weights];
-    M::weigh(fraction, w);
-    if constexpr (std::is_same_v<M, ZoomLinear8>)
-        if (!tableOf<M>(columns).below && w[0] >= 0)
-            return downFixed(rows.a, rows.b, w[0], static_cast<uint8_t*>(dst), n);
+    M::weigh(made.fraction, w);
 #if defined(__AVX2__)
     if constexpr (!isFixed<M> && sizeof(Value) < 4)
         if (storeFours<Value>(dst, n, [=](ptrdiff_t i) { return M::results(rows.fourAt(i, w)); }))
@@ -491,6 +365,17 @@ void down(const OwnScaleColumns& columns, const void* const* given, int samples,
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i)
         ownStore<Value>(dst, i, M::result(rows.at(i, w)));
+}
+
+template <class M>
+void down(const OwnScaleColumns& columns, const OwnScaleRow* rows, int count)
+{
+    const ptrdiff_t n = columns.values();
+    if constexpr (std::is_same_v<M, ZoomLinear8>)
+        if (!tableOf<M>(columns).below && downBytes(rows, count, n))
+            return;
+    for (int i = 0; i < count; ++i)
+        downRow<M>(rows[i], n);
 }
 
 template <class M>

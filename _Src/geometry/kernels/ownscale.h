@@ -34,6 +34,17 @@ struct OwnPickKernel {
 // The most rows that a kernel takes at a time.
 constexpr int ownScaleRows = 4;
 
+// A row of the destination.
+struct OwnScaleRow {
+    const void* rows[4];
+    int samples;      // how many rows it is made of: 1, 2 or 4
+    double fraction;  // the position between them
+    void* dst;
+};
+
+// The most of them that a kernel takes at a time.
+constexpr int ownScaleBand = 8;
+
 // Computes between samples.
 struct OwnScaleKernel {
     int ringBytes;  // of a value between the two steps
@@ -41,8 +52,8 @@ struct OwnScaleKernel {
     void (*prepare)(const OwnScaleColumns& columns);
     // Up to ownScaleRows rows.
     void (*across)(const OwnScaleColumns& columns, const void* const* src, int rows, void* const* ring);
-    // One row of values made of as many as `samples`, 1, 2 or 4.
-    void (*down)(const OwnScaleColumns& columns, const void* const* rows, int samples, double fraction, void* dst);
+    // Up to ownScaleBand rows.
+    void (*down)(const OwnScaleColumns& columns, const OwnScaleRow* rows, int count);
 };
 
 struct OwnScaleKernels {
