@@ -30,45 +30,59 @@ bool imagesFit(const OwnReport& report, OrvImage* src, OrvImage* xMap, OrvImage*
     return faults.none();
 }
 
-// A block of pixels, of which the maps tell the positions.
-struct MapBlock {
-    OwnRoiStart xs, ys;
-    ptrdiff_t xStep, yStep;
-
-    MapBlock(const OrvImage& xMap, const OrvImage& yMap)
-        : xs(ownRoiStart(xMap, 0)), ys(ownRoiStart(yMap, 0)), xStep(xMap.widthStep), yStep(yMap.widthStep)
+// The two maps, side by side.
+class Maps {
+public:
+    Maps(const OrvImage& xMap, const OrvImage& yMap)
+        : xs(ownRoiStart(xMap, 0).data), ys(ownRoiStart(yMap, 0).data), xStep(xMap.widthStep), yStep(yMap.widthStep)
     {
     }
 
-    // Reads `columns` by `rows` positions from (x, y) on. True if it is certain that those of the whole list lie in the
-    // range.
-    bool read(int32_t x, int32_t y, int32_t columns, int32_t rows, const OwnPositionRange& range,
-              OwnPositionList& list) const
+    // Samples `columns` by `rows` pixels from (x, y) on, as far as their positions lie in the range.
+    void sample(int32_t x, int32_t y, int32_t columns, int32_t rows, const OwnPositionRange& range,
+                OwnPositionList& list, OwnResampler& resampler) const
     {
+        const OwnFloatRows floats = {at(xs, xStep, x, y), at(ys, yStep, x, y), xStep, yStep, columns};
         list.columnStep = 1;
         list.rowStep = (columns + 3) & ~3;
         list.n = ownPositionRows * list.rowStep;
-        bool certain = columns == list.rowStep;
         for (int row = 0; row < ownPositionRows; ++row) {
-            const int32_t count = row < rows ? columns : 0;
-            const int start = row * list.rowStep;
-            if (count) {
-                const uint8_t *const xAt = xs.data + (y + row) * xStep + ptrdiff_t{x} * 4, *const yAt =
-                                                                                               ys.data +
-                                                                                               (y + row) * yStep +
-                                                                                               ptrdiff_t{x} * 4;
-                fetch(xAt, xStep, count);
-                fetch(yAt, yStep, count);
-                certain &= ownPositionKernels().fromFloats(xAt, yAt, list.atX + start, list.atY + start, count, range);
-            }
             list.x[row] = x;
             list.y[row] = y + row;
-            list.count[row] = count;
+            list.count[row] = row < rows ? columns : 0;
+            if (row < rows) {
+                fetch(floats.x + row * xStep, xStep, columns);
+                fetch(floats.y + row * yStep, yStep, columns);
+            }
         }
-        return certain && rows >= ownPositionRows;
+        if (rows == ownPositionRows && resampler.storeInside(list, floats, range))
+            return;
+        const bool certain = read(floats, rows, range, list);
+        if (list.confine(range, range, certain))
+            resampler.store(list);
     }
 
 private:
+    const uint8_t *xs, *ys;
+    ptrdiff_t xStep, yStep;
+
+    static const uint8_t* at(const uint8_t* start, ptrdiff_t step, int32_t x, int32_t y)
+    {
+        return start + y * step + ptrdiff_t{x} * 4;
+    }
+
+    // True if it is certain that all positions of the list lie in the range.
+    static bool read(const OwnFloatRows& floats, int32_t rows, const OwnPositionRange& range, OwnPositionList& list)
+    {
+        bool certain = rows == ownPositionRows && floats.columns == list.rowStep;
+        for (int row = 0; row < rows; ++row) {
+            const int start = row * list.rowStep;
+            certain &= ownPositionKernels().fromFloats(floats.x + row * floats.xStep, floats.y + row * floats.yStep,
+                                                       list.atX + start, list.atY + start, floats.columns, range);
+        }
+        return certain;
+    }
+
     // Asks for what the next block below will read: rows lie too far apart for the processor to foresee it. The
     // addresses may lie behind the map, where nothing comes of it.
     static void fetch(const uint8_t* row, ptrdiff_t step, int32_t count)
@@ -81,25 +95,23 @@ private:
 };
 
 // Samples plain memory: the region of `dst` at the positions in the regions of the maps, as far as they lie in `range`.
-// It goes by squares, so that what is read of the source lies near together.
+// It goes by bands of rows and in them by runs, so that what is read of the source lies near together.
 void remapPixels(const OrvImage& src, const OrvImage& xMap, const OrvImage& yMap, const OrvImage& dst, OwnSize size,
                  const OwnPositionRange& range, int32_t method)
 {
-    constexpr int32_t side = ownPositionColumns;
+    constexpr int32_t band = 64;
     OwnResampler resampler(src, {src.width, src.height}, 0, 0, dst, method);
-    const MapBlock maps(xMap, yMap);
+    const Maps maps(xMap, yMap);
     OwnPositionList list;
     for (int32_t top = 0; top < size.height;) {
-        const int32_t height = ownMin(side, size.height - top);
-        for (int32_t x = 0; x < size.width;) {
-            const int32_t columns = ownMin(ownPositionColumns, size.width - x);
-            for (int32_t y = 0; y < height; y += ownPositionRows) {
-                const int32_t rows = ownMin(ownPositionRows, height - y);
-                const bool certain = maps.read(x, top + y, columns, rows, range, list);
-                if (list.confine(range, range, certain))
-                    resampler.store(list);
-            }
-            x += columns;
+        const int32_t height = ownMin(band, size.height - top);
+        for (int32_t first = 0; first < size.width;) {
+            const int32_t width = ownMin(ownRunColumns, size.width - first);
+            for (int32_t y = 0; y < height; y += ownPositionRows)
+                for (int32_t x = 0; x < width; x += ownPositionColumns)
+                    maps.sample(first + x, top + y, ownMin(ownPositionColumns, width - x),
+                                ownMin(ownPositionRows, height - y), range, list, resampler);
+            first += width;
         }
         top += height;
     }

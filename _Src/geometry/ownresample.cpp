@@ -66,6 +66,7 @@ OwnResampler::OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t
     source.origin = valueBytes ? y * rowBytes + int64_t{x} * source.pixelBytes : y * rowBytes * 8 + x;
     source.compact = size.width <= 32768 && size.height <= 32768 && src.height * rowBytes <= INT32_MAX;
     fetches = valueBytes && src.height * rowBytes > cached;
+    below = ptrdiff_t(rowBytes) * (method == ORV_INTER_NN ? 0 : method == ORV_INTER_LINEAR ? 1 : 3);
     sampler = &ownSampleKernels().samplers[sampleDepth(src.depth)][sampleMethod(method)];
     sourceChannelStep = planes ? ptrdiff_t(src.height * rowBytes) : valueBytes;
     channelStep = to.planeStep ? to.planeStep : valueBytes;
@@ -75,51 +76,85 @@ OwnResampler::OwnResampler(const OrvImage& src, OwnSize size, int32_t x, int32_t
 
 void OwnResampler::store(const OwnPositionList& list)
 {
-    Task& task = tasks[fetches ? 1 - current : current];
-    task.n = list.n;
-    memcpy(task.x, list.x, sizeof task.x);
-    memcpy(task.y, list.y, sizeof task.y);
-    memcpy(task.count, list.count, sizeof task.count);
+    Task& task = next();
+    fetchTarget(list);
+    sampler->prepare(source, list.atX, list.atY, list.n, task.places);
     if (list.marked)
         memcpy(task.marks, list.marks, size_t(list.n));
-    task.delivery.columnStep = list.columnStep;
-    task.delivery.rowStep = list.rowStep;
-    task.delivery.marks = list.marked ? task.marks : nullptr;
-    sampler->prepare(source, list.atX, list.atY, list.n, task.places);
+    take(list, list.marked);
+}
+
+bool OwnResampler::storeInside(const OwnListedRows& rows, OwnMapKind kind, OwnPositionState& state,
+                               const OwnPositionRange& limits)
+{
+    const auto prepare = sampler->inside.prepareRows[kind];
+    if (!prepare)
+        return false;
+    fetchTarget(rows);
+    if (!prepare(source, state, rows.n / ownPositionRows, limits, next().places))
+        return false;
+    take(rows, false);
+    return true;
+}
+
+bool OwnResampler::storeInside(const OwnListedRows& rows, const OwnFloatRows& positions, const OwnPositionRange& limits)
+{
+    if (!sampler->inside.prepareFloats)
+        return false;
+    fetchTarget(rows);
+    if (!sampler->inside.prepareFloats(source, positions, limits, next().places))
+        return false;
+    take(rows, false);
+    return true;
+}
+
+void OwnResampler::take(const OwnListedRows& rows, bool marked)
+{
+    Task& task = next();
+    task.rows = rows;
+    task.marked = marked;
     if (fetches)
-        fetch(list, task.places);
+        ownSampleKernels().fetch(from, task.places, rows.columnStep, rows.rowStep, rows.n, below);
     finish();
     if (fetches)
         current = 1 - current;
 }
 
-void OwnResampler::fetch(const OwnPositionList& list, const OwnSamplePlaces& samples) const
+void OwnResampler::fetchTarget(const OwnListedRows& rows) const
 {
     constexpr ptrdiff_t cacheLine = 64;
     const ptrdiff_t pixelStep = ptrdiff_t{to.pixelStep} * valueBytes;
-    ownSampleKernels().fetch(from, samples, list.columnStep, list.rowStep, list.n);
     for (int row = 0; row < ownPositionRows; ++row)
-        for (ptrdiff_t i = 0; i < list.count[row] * pixelStep; i += cacheLine)
-            __builtin_prefetch(to.start + list.y[row] * to.rowStep + list.x[row] * pixelStep + i, 1);
+        for (ptrdiff_t i = 0; i < rows.count[row] * pixelStep; i += cacheLine)
+            __builtin_prefetch(to.start + rows.y[row] * to.rowStep + rows.x[row] * pixelStep + i, 1);
 }
 
 void OwnResampler::finish()
 {
     const OwnSampleKernels& kernels = ownSampleKernels();
     Task& task = tasks[current];
-    OwnDelivery& delivery = task.delivery;
+    OwnListedRows& rows = task.rows;
+    OwnDelivery delivery;
     delivery.pixels = pixels;
-    delivery.count = task.count;
+    delivery.columnStep = rows.columnStep;
+    delivery.rowStep = rows.rowStep;
+    delivery.count = rows.count;
     delivery.step = ptrdiff_t{to.pixelStep} * valueBytes;
-    for (int32_t channel = 0; task.n > 0 && channel < to.channels; channel += group) {
+    delivery.marks = task.marked ? task.marks : nullptr;
+    for (int32_t channel = 0; rows.n > 0 && channel < to.channels; channel += group) {
         const int32_t channels = ownMin(group, to.channels - channel);
-        sampler->sample[channels - 1](source, from + channel * sourceChannelStep, task.places, task.n, pixels);
+        const uint8_t* const data = from + channel * sourceChannelStep;
         for (int row = 0; row < ownPositionRows; ++row) {
             delivery.to[row] =
-                to.start + channel * channelStep + task.y[row] * to.rowStep + task.x[row] * delivery.step;
-            delivery.bit[row] = to.bit + task.x[row];
+                to.start + channel * channelStep + rows.y[row] * to.rowStep + rows.x[row] * delivery.step;
+            delivery.bit[row] = to.bit + rows.x[row];
         }
-        kernels.deliver[channels * valueBytes](delivery);
+        if (const auto copy = sampler->copy[channels - 1]) {
+            copy(data, task.places, delivery);
+        } else {
+            sampler->sample[channels - 1](source, data, task.places, rows.n, pixels);
+            kernels.deliver[channels * valueBytes](delivery);
+        }
     }
-    task.n = 0;
+    rows.n = 0;
 }

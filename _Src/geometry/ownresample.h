@@ -8,14 +8,22 @@
 // The method that an image can bear: bits, rows and columns are not interpolated, and a cubic takes four pixels.
 int32_t ownBearableMethod(const OrvImage& src, int32_t method);
 
-// Positions for a block of up to ownPositionRows rows. That of column i in row r is number i * columnStep + r *
-// rowStep: rows lie interleaved, or one after the other.
-struct OwnPositionList {
-    int n;  // a multiple of ownPositionGroup
+// Columns of a few rows that are done before the rows below them: so many that the processor foresees what comes next in
+// each row, and so few that what they read of the source is still in the cache for the rows below.
+constexpr int ownRunColumns = 8 * ownPositionColumns;
+
+// A block of up to ownPositionRows rows of pixels. That of column i in row r is number i * columnStep + r * rowStep of a
+// list: rows lie interleaved, or one after the other.
+struct OwnListedRows {
+    int n = 0;  // a multiple of ownPositionGroup
     int columnStep, rowStep;
     // The pixels of each row: the first one, counted from the region's start, and how many are to be stored; none for a
     // negative number.
     int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
+};
+
+// Their positions.
+struct OwnPositionList : OwnListedRows {
     bool marked;  // only pixels with a mark are stored
     alignas(64) double atX[ownPositions], atY[ownPositions];
     uint8_t marks[ownPositions];
@@ -36,30 +44,38 @@ public:
     // Takes a list, and stores the one before it: the pixels that a list needs are on their way into the cache
     // meanwhile.
     void store(const OwnPositionList& list);
+    // The same for rows whose positions are in the making, or are given as floats. False, and nothing done, unless it is
+    // certain that all positions lie in the limits, and where there is no such way.
+    bool storeInside(const OwnListedRows& rows, OwnMapKind kind, OwnPositionState& state,
+                     const OwnPositionRange& limits);
+    bool storeInside(const OwnListedRows& rows, const OwnFloatRows& positions, const OwnPositionRange& limits);
     // Stores the last one.
     void finish();
 
 private:
     struct Task {
-        OwnDelivery delivery;
-        int n = 0;
-        int32_t x[ownPositionRows], y[ownPositionRows], count[ownPositionRows];
+        OwnListedRows rows;
+        bool marked = false;
         uint8_t marks[ownPositions];
         OwnSamplePlaces places;
     };
 
-    OwnSampleSource source;
-    const OwnSampler* sampler;
-    const uint8_t* from;  // the first processed channel in memory
-    OwnGeometry to;
-    int valueBytes;                            // 0 for bits
-    int32_t group;                             // channels that are processed together
-    ptrdiff_t sourceChannelStep, channelStep;  // bytes from channel to channel
-    bool fetches;                              // asks for memory before it is needed
-    Task tasks[2];                             // the one that is stored next, and the one after it
-    int current = 0;
     alignas(64) uint8_t pixels[ownPositions * ownSampleBytes];
+    Task tasks[2];  // the one that is stored next, and the one after it
+    const OwnSampler* sampler;
+    const uint8_t* from;                       // the first processed channel in memory
+    ptrdiff_t sourceChannelStep, channelStep;  // bytes from channel to channel
+    ptrdiff_t below;                           // bytes from the first row that a sample is made of to the last one
+    OwnSampleSource source;
+    OwnGeometry to;
+    int valueBytes;  // 0 for bits
+    int32_t group;   // channels that are processed together
+    int current = 0;
+    bool fetches;  // asks for memory before it is needed
 
-    // Asks for the memory that a list will need.
-    void fetch(const OwnPositionList& list, const OwnSamplePlaces& samples) const;
+    Task& next() { return tasks[fetches ? 1 - current : current]; }
+    // Takes the next task, whose places are known.
+    void take(const OwnListedRows& rows, bool marked);
+    // Asks for the memory that pixels will go to.
+    void fetchTarget(const OwnListedRows& rows) const;
 };

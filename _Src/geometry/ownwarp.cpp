@@ -99,9 +99,9 @@ public:
 
     int32_t columns() const { return longest; }
 
-    // Makes the positions of the next columns, `done` being those that are made.
-    // False if none of them counts.
-    bool run(const OwnMap& map, int32_t done, const Bounds& bounds, OwnPositionList& list)
+    // Hands the positions of the next columns to `use`, `done` being those that are handed out.
+    template <class Use>
+    void run(const OwnMap& map, int32_t done, const Bounds& bounds, OwnPositionList& list, Use& use)
     {
         const int32_t columns = ownMin(ownPositionColumns, longest - done), whole = (columns + 3) & ~3;
         list.n = whole * ownPositionRows;
@@ -112,9 +112,12 @@ public:
             list.x[r] = list.count[r] > 0 ? left[r] + done : left[r];
             list.y[r] = row[r];
         }
+        if (use.storeInside(list, map.kind, state, bounds.limits))
+            return;
         const OwnProduce produce = ownPositionKernels().produce[map.kind];
         const bool certain = produce(state, whole, bounds.limits, list.atX, list.atY);
-        return list.confine(bounds.range, bounds.limits, certain);
+        if (list.confine(bounds.range, bounds.limits, certain))
+            use.store(list);
     }
 
 private:
@@ -143,10 +146,10 @@ private:
     }
 };
 
-// Hands the positions of all pixels of some rows to use(list): by bands of rows and in them by columns, so that what is
-// read of the source lies near together whichever way the rows run there.
+// Hands the positions of all pixels of some rows to `use`: by bands of rows and in them by runs, so that what is read of
+// the source lies near together whichever way the rows run there.
 template <class Lines, class Use>
-void forPositions(const OwnMap& map, const Lines& lines, const Bounds& bounds, Use use)
+void forPositions(const OwnMap& map, const Lines& lines, const Bounds& bounds, Use& use)
 {
     constexpr int blocks = 8;
     RowBlock band[blocks];
@@ -162,12 +165,29 @@ void forPositions(const OwnMap& map, const Lines& lines, const Bounds& bounds, U
             longest = ownMax(longest, band[count].columns());
             y += taken;
         }
-        for (int32_t done = 0; done < longest; done += ownMin(ownPositionColumns, longest - done))
-            for (int i = 0; i < count; ++i)
-                if (done < band[i].columns() && band[i].run(map, done, bounds, list))
-                    use(list);
+        for (int32_t first = 0; first < longest; first += ownRunColumns)
+            for (int i = 0; i < count; ++i) {
+                const int32_t end = ownMin(band[i].columns() - first, ownRunColumns);
+                for (int32_t done = 0; done < end; done += ownPositionColumns)
+                    band[i].run(map, first + done, bounds, list, use);
+            }
     }
 }
+
+// What forPositions() fills with positions instead of sampling them.
+struct BoxOfPositions {
+    Range box = {INFINITY, INFINITY, -INFINITY, -INFINITY};
+
+    static bool storeInside(const OwnListedRows&, OwnMapKind, OwnPositionState&, const Range&) { return false; }
+    void store(const OwnPositionList& list)
+    {
+        for (int r = 0; r < ownPositionRows; ++r)
+            for (int i = r, column = 0; column < list.count[r]; i += list.columnStep, ++column)
+                if (!list.marked || list.marks[i])
+                    box = {fmin(box.left, floor(list.atX[i])), fmin(box.top, floor(list.atY[i])),
+                           fmax(box.right, ceil(list.atX[i])), fmax(box.bottom, ceil(list.atY[i]))};
+    }
+};
 
 // ---- Pieces -------------------------------------------------------------------------------------------------------
 
@@ -202,8 +222,7 @@ private:
                   const Range& limits) const
     {
         OwnResampler resampler(src, {warp.src->width, warp.src->height}, x, y, dst, warp.method);
-        forPositions(map, rowsOf(part), {bounds.range, limits},
-                     [&](const OwnPositionList& list) { resampler.store(list); });
+        forPositions(map, rowsOf(part), {bounds.range, limits}, resampler);
         resampler.finish();
     }
 
@@ -211,14 +230,9 @@ private:
     bool boxOf(const OwnRect& part, Range& box) const
     {
         if (!map.boxOf(part, box)) {
-            box = {INFINITY, INFINITY, -INFINITY, -INFINITY};
-            forPositions(map, rowsOf(part), bounds, [&](const OwnPositionList& list) {
-                for (int r = 0; r < ownPositionRows; ++r)
-                    for (int i = r, column = 0; column < list.count[r]; i += list.columnStep, ++column)
-                        if (!list.marked || list.marks[i])
-                            box = {fmin(box.left, floor(list.atX[i])), fmin(box.top, floor(list.atY[i])),
-                                   fmax(box.right, ceil(list.atX[i])), fmax(box.bottom, ceil(list.atY[i]))};
-            });
+            BoxOfPositions found;
+            forPositions(map, rowsOf(part), bounds, found);
+            box = found.box;
         }
         return !isEmpty(common(box, bounds.limits));
     }

@@ -94,25 +94,23 @@ inline int32_t commonCount(const OwnDelivery& delivery)
     return common < 0 ? 0 : common;
 }
 
-// The pixels of a row from `first` on.
-template <int bytes>
-OWN_INLINE void deliverRow(const OwnDelivery& delivery, int row, ptrdiff_t first, ptrdiff_t columnStep)
+// Stores pixels `first` to count - 1 of a row; pixelAt(number) tells where in the list or in the source each one is.
+template <int bytes, class PixelAt>
+OWN_INLINE void deliverRow(const OwnDelivery& delivery, int row, ptrdiff_t first, ptrdiff_t columnStep, PixelAt pixelAt)
 {
-    constexpr int listed = ownListedBytes(bytes);
-    const ptrdiff_t step = delivery.step, count = delivery.count[row];
-    const uint8_t* const pixels = delivery.pixels + row * delivery.rowStep * listed;
+    const ptrdiff_t step = delivery.step, count = delivery.count[row], start = row * delivery.rowStep;
     uint8_t* const to = delivery.to[row];
     if (delivery.marks) {
-        const uint8_t* const marks = delivery.marks + row * delivery.rowStep;
+        const uint8_t* const marks = delivery.marks + start;
         for (ptrdiff_t i = first; i < count; ++i)
             if (marks[i * columnStep])
-                __builtin_memcpy(to + i * step, pixels + i * columnStep * listed, bytes);
+                __builtin_memcpy(to + i * step, pixelAt(start + i * columnStep), bytes);
     } else if (step == bytes) {
         for (ptrdiff_t i = first; i < count; ++i)
-            __builtin_memcpy(to + i * bytes, pixels + i * columnStep * listed, bytes);
+            __builtin_memcpy(to + i * bytes, pixelAt(start + i * columnStep), bytes);
     } else {
         for (ptrdiff_t i = first; i < count; ++i)
-            __builtin_memcpy(to + i * step, pixels + i * columnStep * listed, bytes);
+            __builtin_memcpy(to + i * step, pixelAt(start + i * columnStep), bytes);
     }
 }
 
@@ -138,13 +136,15 @@ template <int bytes>
 void deliver(const OwnDelivery& delivery)
 {
     constexpr int listed = ownListedBytes(bytes);
+    const uint8_t* const pixels = delivery.pixels;
+    auto pixelAt = [pixels](ptrdiff_t number) { return pixels + number * listed; };
     if (delivery.columnStep == 1) {
         for (int row = 0; row < ownPositionRows; ++row) {
             ptrdiff_t done = 0;
             if (delivery.step == bytes && !delivery.marks)
                 done = copyRow<bytes>(delivery.pixels + row * delivery.rowStep * listed, delivery.to[row],
                                       delivery.count[row]);
-            deliverRow<bytes>(delivery, row, done, 1);
+            deliverRow<bytes>(delivery, row, done, 1, pixelAt);
         }
         return;
     }
@@ -167,7 +167,7 @@ void deliver(const OwnDelivery& delivery)
                                   (common - done) * bytes >= 16);
 #endif
     for (int row = 0; row < ownPositionRows; ++row)
-        deliverRow<bytes>(delivery, row, done, ownPositionRows);
+        deliverRow<bytes>(delivery, row, done, ownPositionRows, pixelAt);
 }
 
 void deliverBits(const OwnDelivery& delivery)

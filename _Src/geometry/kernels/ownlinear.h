@@ -54,6 +54,33 @@ inline __m256i bytesOf(__m256i first, __m256i second)
 {
     return _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
 }
+
+// Rows of two pixels of one channel, the upper and the lower one of eight positions. They are put into vectors one by
+// one: it takes as long to store them first, and longer to fetch them by a gather where that is slow.
+struct EightPairs {
+    __m128i upper = _mm_setzero_si128(), lower = _mm_setzero_si128();
+
+    template <class PairAt>
+    OWN_ALWAYS EightPairs(const uint8_t* data, ptrdiff_t below, const int64_t* offsets, PairAt pairAt)
+    {
+        take<0>(data + offsets[0], below, pairAt);
+        take<1>(data + offsets[1], below, pairAt);
+        take<2>(data + offsets[2], below, pairAt);
+        take<3>(data + offsets[3], below, pairAt);
+        take<4>(data + offsets[4], below, pairAt);
+        take<5>(data + offsets[5], below, pairAt);
+        take<6>(data + offsets[6], below, pairAt);
+        take<7>(data + offsets[7], below, pairAt);
+    }
+
+private:
+    template <int place, class PairAt>
+    OWN_ALWAYS void take(const uint8_t* p, ptrdiff_t below, PairAt pairAt)
+    {
+        upper = _mm_insert_epi16(upper, pairAt(p), place);
+        lower = _mm_insert_epi16(lower, pairAt(p + below), place);
+    }
+};
 #endif
 
 // Pixels of one channel.
@@ -62,36 +89,23 @@ void sampleFixedOne(const OwnSampleSource& source, const uint8_t* data, const Ow
 {
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);
 #if defined(__AVX2__)
-    struct Pairs {
-        alignas(32) uint16_t upper[ownPositionGroup], lower[ownPositionGroup];
-    };
-    auto mixSixteen = [&](const Pairs& pairs, ptrdiff_t i, ptrdiff_t k) {
-        const auto& words = places.words;
-        const LaneWeights weights = {load(words.x + i + k), load(words.xSides + i + k), load(words.y + i + k),
-                                     load(words.yCarry + i + k)};
-        return mixRows(load(pairs.upper + k), load(pairs.lower + k), weights);
-    };
-    auto mix = [&](const Pairs& pairs, ptrdiff_t i) {
-        for (ptrdiff_t k = 0; k < ownPositionGroup; k += 32)
-            save(out + i + k, bytesOf(mixSixteen(pairs, i, k), mixSixteen(pairs, i, k + 16)));
-    };
-    auto collectBy = [&](auto pairAt) {
-        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, uint16_t* pairs) {
-            forEach(places.offset + i, ownPositionGroup, pairs, 1,
-                    [=](uint16_t* to, ptrdiff_t offset) { storeAlone(*to, pairAt(row + offset)); });
+    const auto& words = places.words;
+    auto mixBy = [&](auto pairAt) OWN_ALWAYS {
+        auto mixSixteen = [&](ptrdiff_t i) OWN_ALWAYS {
+            const LaneWeights weights = {load(words.x + i), load(words.xSides + i), load(words.y + i),
+                                         load(words.yCarry + i)};
+            const EightPairs first(data, below, places.offset + i, pairAt),
+                second(data, below, places.offset + i + 8, pairAt);
+            return mixRows(_mm256_set_m128i(second.upper, first.upper), _mm256_set_m128i(second.lower, first.lower),
+                           weights);
         };
-        collectAhead<Pairs>(
-            n,
-            [&](Pairs& pairs, ptrdiff_t i) {
-                collectRow(data, i, pairs.upper);
-                collectRow(data + below, i, pairs.lower);
-            },
-            mix);
+        for (ptrdiff_t i = 0; i < n; i += 32)
+            save(out + i, bytesOf(mixSixteen(i), mixSixteen(i + 16)));
     };
     if (right == 1)
-        collectBy([](const uint8_t* p) { return ownLoad<uint16_t>(p); });
+        mixBy([](const uint8_t* p) { return ownLoad<uint16_t>(p); });
     else
-        collectBy([right](const uint8_t* p) { return uint16_t(p[0] | p[right] << 8); });
+        mixBy([right](const uint8_t* p) { return uint16_t(p[0] | p[right] << 8); });
 #else
     for (ptrdiff_t i = 0; i < n; ++i) {
         const uint8_t* const p = data + places.offset[i];
@@ -126,10 +140,10 @@ inline uint32_t rightPixel(const uint8_t* p)
         return leftPixel<channels>(p);
 }
 
-// Rows of two pixels, the upper and the lower one of each position.
-struct PixelPairs {
-    alignas(32) uint64_t upper[ownPositionGroup], lower[ownPositionGroup];
-};
+inline __m128i eightBytes(const uint8_t* p)
+{
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+}
 
 // Brings the bytes of rows of two pixels, two rows in each half, side by side by channels; the first pixel begins
 // `before` bytes after the row.
@@ -170,42 +184,35 @@ void sampleFixed(const OwnSampleSource& source, const uint8_t* data, const OwnSa
     const bool eight = eightHold(source, channels);
     const ptrdiff_t before = eight ? 8 - right - channels : 0;
     const __m256i upperOrder = pairOrder(eight ? right : 4, 0), lowerOrder = pairOrder(eight ? right : 4, before);
-    auto mixFour = [&](const PixelPairs& pairs, ptrdiff_t i, ptrdiff_t k) {
-        const auto& words = places.words;
-        const LaneWeights weights = {inFourLanes(words.x + i + k), inFourLanes(words.xSides + i + k),
-                                     inFourLanes(words.y + i + k), inFourLanes(words.yCarry + i + k)};
-        return mixRows(_mm256_shuffle_epi8(load(pairs.upper + k), upperOrder),
-                       _mm256_shuffle_epi8(load(pairs.lower + k), lowerOrder), weights);
+    const auto& words = places.words;
+    auto mixFour = [&](ptrdiff_t i, auto upperAt, auto lowerAt) OWN_ALWAYS {
+        const LaneWeights weights = {inFourLanes(words.x + i), inFourLanes(words.xSides + i), inFourLanes(words.y + i),
+                                     inFourLanes(words.yCarry + i)};
+        const uint8_t *const a = data + places.offset[i], *const b = data + places.offset[i + 1],
+                             *const c = data + places.offset[i + 2], *const d = data + places.offset[i + 3];
+        const __m256i upper =
+            _mm256_set_m128i(_mm_unpacklo_epi64(upperAt(c), upperAt(d)), _mm_unpacklo_epi64(upperAt(a), upperAt(b)));
+        const __m256i lower = _mm256_set_m128i(_mm_unpacklo_epi64(lowerAt(c + below), lowerAt(d + below)),
+                                               _mm_unpacklo_epi64(lowerAt(a + below), lowerAt(b + below)));
+        return mixRows(_mm256_shuffle_epi8(upper, upperOrder), _mm256_shuffle_epi8(lower, lowerOrder), weights);
     };
-    auto mix = [&](const PixelPairs& pairs, ptrdiff_t i) {
-        for (ptrdiff_t k = 0; k < ownPositionGroup; k += 8) {
-            const __m256i mixed = bytesOf(mixFour(pairs, i, k), mixFour(pairs, i, k + 4));
-            uint8_t* const to = out + (i + k) * ownListedBytes(channels);
+    auto mixBy = [&](auto upperAt, auto lowerAt) OWN_ALWAYS {
+        for (ptrdiff_t i = 0; i < n; i += 8) {
+            const __m256i mixed = bytesOf(mixFour(i, upperAt, lowerAt), mixFour(i + 4, upperAt, lowerAt));
+            uint8_t* const to = out + i * ownListedBytes(channels);
             storeFour<channels>(to, _mm256_castsi256_si128(mixed));
             storeFour<channels>(to + 4 * ownListedBytes(channels), _mm256_extracti128_si256(mixed, 1));
         }
     };
-    auto collectBy = [&](auto upperAt, auto lowerAt) {
-        auto collectRow = [&](const uint8_t* row, ptrdiff_t i, uint64_t* pairs, auto pairAt) {
-            forEach(places.offset + i, ownPositionGroup, pairs, 1,
-                    [=](uint64_t* to, ptrdiff_t offset) { storeAlone(*to, pairAt(row + offset)); });
-        };
-        collectAhead<PixelPairs>(
-            n,
-            [&](PixelPairs& pairs, ptrdiff_t i) {
-                collectRow(data, i, pairs.upper, upperAt);
-                collectRow(data + below, i, pairs.lower, lowerAt);
-            },
-            mix);
-    };
     if (eight) {
-        collectBy([](const uint8_t* p) { return ownLoad<uint64_t>(p); },
-                  [before](const uint8_t* p) { return ownLoad<uint64_t>(p - before); });
+        mixBy([](const uint8_t* p) { return eightBytes(p); },
+              [before](const uint8_t* p) { return eightBytes(p - before); });
     } else {
         auto pairAt = [right](const uint8_t* p) {
-            return leftPixel<channels>(p) | uint64_t{rightPixel<channels>(p + right)} << 32;
+            return _mm_unpacklo_epi32(_mm_cvtsi32_si128(int(leftPixel<channels>(p))),
+                                      _mm_cvtsi32_si128(int(rightPixel<channels>(p + right))));
         };
-        collectBy(pairAt, pairAt);
+        mixBy(pairAt, pairAt);
     }
 #else
     const ptrdiff_t right = source.pixelBytes, below = ptrdiff_t(source.rowBytes);

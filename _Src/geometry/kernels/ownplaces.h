@@ -85,10 +85,16 @@ void prepareNearest(const OwnSampleSource& source, const double* x, const double
                     OwnSamplePlaces& places)
 {
     const Addresses addresses(source);
+    const Reals last = everyLane(source.height - 1 + integers);
+    decltype(Reals() < Reals()) inLast = {};
     for (ptrdiff_t i = 0; i < n; i += lanes) {
-        const Words column = bitsOf(vectorAt<double>(x, i) + integers), row = bitsOf(vectorAt<double>(y, i) + integers);
-        store(places.offset + i, (Vector<int64_t>)addresses(column, row));
+        const Reals column = vectorAt<double>(x, i) + integers, row = vectorAt<double>(y, i) + integers;
+        store(places.offset + i, (Vector<int64_t>)addresses(bitsOf(column), bitsOf(row)));
+        inLast |= row == last;
     }
+    places.lastRow = false;
+    for (int i = 0; i < lanes; ++i)
+        places.lastRow |= inLast[i] != 0;
 }
 
 void prepareBits(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n, OwnSamplePlaces& places)
@@ -96,6 +102,9 @@ void prepareBits(const OwnSampleSource& source, const double* x, const double* y
     for (ptrdiff_t i = 0; i < n; ++i)
         places.offset[i] = int64_t{ownNearest(y[i])} * source.rowBytes * 8 + ownNearest(x[i]) - source.origin;
 }
+
+class NearestPlaces;
+class FixedPlaces;
 
 // Fixed point with 16 bits after the point. All weight of the last pixel stands in the one before.
 
@@ -115,11 +124,15 @@ inline __m256i wholeNumbers(__m256d low, __m256d high)
 // Eight positions in 32 bits, in that order, with so many parts to a pixel, a power of two: products are exact, so that
 // the fused sum is rounded as two steps would be.
 template <int parts>
-__attribute__((target("fma"))) inline __m256i fixedPositions(const double* values)
+__attribute__((target("fma"))) inline __m256i fixedPositions(__m256d low, __m256d high)
 {
     const __m256d scale = _mm256_set1_pd(parts), whole = _mm256_set1_pd(integers);
-    return wholeNumbers(_mm256_fmadd_pd(_mm256_loadu_pd(values), scale, whole),
-                        _mm256_fmadd_pd(_mm256_loadu_pd(values + 4), scale, whole));
+    return wholeNumbers(_mm256_fmadd_pd(low, scale, whole), _mm256_fmadd_pd(high, scale, whole));
+}
+template <int parts>
+__attribute__((target("fma"))) inline __m256i fixedPositions(const double* values)
+{
+    return fixedPositions<parts>(_mm256_loadu_pd(values), _mm256_loadu_pd(values + 4));
 }
 
 // Words of sixteen positions, of which each half has those of both vectors of eight.
@@ -158,30 +171,98 @@ inline void saveWeights(OwnSamplePlaces& places, ptrdiff_t i, __m256i x, __m256i
     saveVector(places.words.yCarry + i, yCarry);
 }
 
-// Sixteen positions at a time, each in 32 bits. False if there are some in the last column or row; what was prepared is
-// worth nothing then.
+// Eight positions, each in 32 bits and in that order.
+struct FixedEight {
+    __m256i x, y;
+};
+
+// Where positions stand and what they weigh, as long as none lies in the last column or row.
+class FixedPlaces {
+public:
+    static constexpr int parts = 65536;
+
+    FixedPlaces(const OwnSampleSource& source, OwnSamplePlaces& places)
+        : places(places),
+          bytes(_mm256_set1_epi32(int(source.rowBytes << 16 | source.pixelBytes))),
+          before(_mm256_set1_epi32((source.height - 2) << 16 | (source.width - 2))),
+          origin(_mm256_set1_epi32(int(source.origin)))
+    {
+    }
+
+    // Whether a source has rows short enough for this.
+    static bool suits(const OwnSampleSource& source)
+    {
+        return source.compact && source.rowBytes <= INT16_MAX && source.pixelBytes <= INT16_MAX;
+    }
+
+    // Takes sixteen positions.
+    OWN_ALWAYS void take(ptrdiff_t i, FixedEight first, FixedEight second)
+    {
+        placeEight(i, first);
+        placeEight(i + 8, second);
+        const __m256i x = lowWords(first.x, second.x), y = lowWords(first.y, second.y);
+        saveWeights(places, i, x, _mm256_srai_epi16(x, 15), y, _mm256_srai_epi16(y, 15));
+    }
+
+    // False if there were some in the last column or row; all places are worth nothing then.
+    bool areRight() const { return _mm256_movemask_epi8(_mm256_cmpgt_epi16(most, before)) == 0; }
+
+private:
+    OwnSamplePlaces& places;
+    // Columns stand in the low words and rows in the high ones.
+    __m256i bytes, before, origin, most = _mm256_setzero_si256();
+
+    OWN_ALWAYS void placeEight(ptrdiff_t i, FixedEight fixed)
+    {
+        const __m256i pixels = _mm256_blend_epi16(_mm256_srli_epi32(fixed.x, 16), fixed.y, 0xAA);
+        most = _mm256_max_epi16(most, pixels);
+        saveOffsets(places.offset + i, _mm256_sub_epi32(_mm256_madd_epi16(pixels, bytes), origin));
+    }
+};
+
+// Where the pixels nearest to positions stand.
+class NearestPlaces {
+public:
+    static constexpr int parts = 1;
+
+    NearestPlaces(const OwnSampleSource& source, OwnSamplePlaces& places)
+        : places(places),
+          bytes(_mm256_set1_epi32(int(source.rowBytes << 16 | source.pixelBytes))),
+          origin(_mm256_set1_epi32(int(source.origin))),
+          last(_mm256_set1_epi32(source.height - 1))
+    {
+    }
+    ~NearestPlaces() { places.lastRow = !_mm256_testz_si256(inLast, inLast); }
+    static bool suits(const OwnSampleSource& source) { return FixedPlaces::suits(source); }
+
+    OWN_ALWAYS void take(ptrdiff_t i, FixedEight first, FixedEight second)
+    {
+        placeEight(i, first);
+        placeEight(i + 8, second);
+    }
+    static bool areRight() { return true; }
+
+private:
+    OwnSamplePlaces& places;
+    __m256i bytes, origin, last, inLast = _mm256_setzero_si256();
+
+    OWN_ALWAYS void placeEight(ptrdiff_t i, FixedEight fixed)
+    {
+        inLast = _mm256_or_si256(inLast, _mm256_cmpeq_epi32(fixed.y, last));
+        const __m256i pixels = _mm256_blend_epi16(fixed.x, _mm256_slli_epi32(fixed.y, 16), 0xAA);
+        saveOffsets(places.offset + i, _mm256_sub_epi32(_mm256_madd_epi16(pixels, bytes), origin));
+    }
+};
+
 __attribute__((target("fma"))) bool prepareFixedInside(const OwnSampleSource& source, const double* x, const double* y,
                                                        ptrdiff_t n, OwnSamplePlaces& places)
 {
-    // Columns stand in the low words and rows in the high ones.
-    const __m256i bytes = _mm256_set1_epi32(int(source.rowBytes << 16 | source.pixelBytes)),
-                  before = _mm256_set1_epi32((source.height - 2) << 16 | (source.width - 2)),
-                  origin = _mm256_set1_epi32(int(source.origin));
-    __m256i most = _mm256_setzero_si256();
-    auto placeEight = [&](ptrdiff_t i, __m256i fixedX, __m256i fixedY) {
-        const __m256i pixels = _mm256_blend_epi16(_mm256_srli_epi32(fixedX, 16), fixedY, 0xAA);
-        most = _mm256_max_epi16(most, pixels);
-        saveOffsets(places.offset + i, _mm256_sub_epi32(_mm256_madd_epi16(pixels, bytes), origin));
-    };
-    for (ptrdiff_t i = 0; i < n; i += 16) {
-        const __m256i x0 = fixedPositions<65536>(x + i), x1 = fixedPositions<65536>(x + i + 8);
-        const __m256i y0 = fixedPositions<65536>(y + i), y1 = fixedPositions<65536>(y + i + 8);
-        placeEight(i, x0, y0);
-        placeEight(i + 8, x1, y1);
-        const __m256i xWords = lowWords(x0, x1), yWords = lowWords(y0, y1);
-        saveWeights(places, i, xWords, _mm256_srai_epi16(xWords, 15), yWords, _mm256_srai_epi16(yWords, 15));
-    }
-    return _mm256_movemask_epi8(_mm256_cmpgt_epi16(most, before)) == 0;
+    FixedPlaces fixed(source, places);
+    constexpr int parts = FixedPlaces::parts;
+    for (ptrdiff_t i = 0; i < n; i += 16)
+        fixed.take(i, {fixedPositions<parts>(x + i), fixedPositions<parts>(y + i)},
+                   {fixedPositions<parts>(x + i + 8), fixedPositions<parts>(y + i + 8)});
+    return fixed.areRight();
 }
 
 // The same wherever they lie.
@@ -236,8 +317,7 @@ void prepareFixed(const OwnSampleSource& source, const double* x, const double* 
 {
 #if defined(__AVX2__)
     if (source.compact) {
-        const bool shortRows = source.rowBytes <= INT16_MAX && source.pixelBytes <= INT16_MAX;
-        if (!shortRows || !prepareFixedInside(source, x, y, n, places))
+        if (!FixedPlaces::suits(source) || !prepareFixedInside(source, x, y, n, places))
             prepareFixedCompact(source, x, y, n, places);
         return;
     }
@@ -336,22 +416,6 @@ void prepareCubic(const OwnSampleSource& source, const double* x, const double* 
         }
     }
 }
-
-#if defined(__AVX2__)
-// Brings what the positions of a list need by collect(part, i), a group of them ahead of use(part, i): loads fill the
-// time that computing leaves them.
-template <class Part, class Collect, class Use>
-OWN_INLINE void collectAhead(ptrdiff_t n, Collect collect, Use use)
-{
-    Part parts[2];
-    collect(parts[0], 0);
-    for (ptrdiff_t i = 0, now = 0; i < n; i += ownPositionGroup, now = 1 - now) {
-        if (i + ownPositionGroup < n)
-            collect(parts[1 - now], i + ownPositionGroup);
-        use(parts[now], i);
-    }
-}
-#endif
 
 // Calls fetch(to, offset) for the positions of a list, with `step` values for each; a few at a time, which costs less
 // than one by one.

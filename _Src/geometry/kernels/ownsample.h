@@ -34,7 +34,15 @@ struct OwnSamplePlaces {
         struct {
             alignas(64) uint16_t x[ownPositions], xSides[ownPositions], y[ownPositions], yCarry[ownPositions];
         } words;
+        bool lastRow;  // nearest: the list may have pixels of the image's last row, behind which the memory may end
     };
+};
+
+// Rows of floats, ownPositionRows of them.
+struct OwnFloatRows {
+    const uint8_t *x, *y;  // the first ones
+    ptrdiff_t xStep, yStep;
+    int columns;
 };
 
 constexpr int ownSampleChannels = 4;                   // side by side at most
@@ -45,16 +53,6 @@ constexpr int ownListedBytes(int pixelBytes)
 {
     return pixelBytes == 3 ? 4 : pixelBytes;
 }
-
-struct OwnSampler {
-    // Lists are as long as ownPositionGroup tells.
-    void (*prepare)(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n,
-                    OwnSamplePlaces& places);
-    // By the number of channels, from 1 on. `data` is where the first of them begins, `out` gets pixel after
-    // pixel, as far apart as ownListedBytes tells; bits become bytes, 0 or 1.
-    void (*sample[ownSampleChannels])(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places,
-                                      ptrdiff_t n, uint8_t* out);
-};
 
 // Where the pixels of a list go. Every row has a place for its first pixel, of 1U also that pixel's bit, and a number
 // of pixels to store, which may be negative.
@@ -68,14 +66,38 @@ struct OwnDelivery {
     const uint8_t* marks;  // NULL, or by number whether the pixel is stored
 };
 
+// What prepares places without a list of positions, where there is such a way. False, and nothing done, unless it is
+// certain that all positions lie in the range, which lies in the image, and if the source is too large.
+struct OwnInside {
+    // For the next `columns` pixels, a multiple of 4, of rows in the making, by the kind of their map.
+    bool (*prepareRows[OWN_MAPS])(const OwnSampleSource& source, OwnPositionState& state, int columns,
+                                  const OwnPositionRange& range, OwnSamplePlaces& places);
+    bool (*prepareFloats)(const OwnSampleSource& source, const OwnFloatRows& rows, const OwnPositionRange& range,
+                          OwnSamplePlaces& places);
+};
+
+struct OwnSampler {
+    // Lists are as long as ownPositionGroup tells.
+    void (*prepare)(const OwnSampleSource& source, const double* x, const double* y, ptrdiff_t n,
+                    OwnSamplePlaces& places);
+    OwnInside inside = {};
+    // By the number of channels, from 1 on. `data` is where the first of them begins, `out` gets pixel after
+    // pixel, as far apart as ownListedBytes tells; bits become bytes, 0 or 1.
+    void (*sample[ownSampleChannels])(const OwnSampleSource& source, const uint8_t* data, const OwnSamplePlaces& places,
+                                      ptrdiff_t n, uint8_t* out) = {};
+    // Instead of these: brings the channels to their rows at once.
+    void (*copy[ownSampleChannels])(const uint8_t* data, const OwnSamplePlaces& places,
+                                    const OwnDelivery& delivery) = {};
+};
+
 enum OwnSampleMethod { OWN_NEAREST, OWN_LINEAR, OWN_CUBIC, OWN_METHODS };
 enum OwnSampleDepth { OWN_SAMPLE_1U, OWN_SAMPLE_8U, OWN_SAMPLE_16U, OWN_SAMPLE_32F, OWN_SAMPLE_DEPTHS };
 
 struct OwnSampleKernels {
     OwnSampler samplers[OWN_SAMPLE_DEPTHS][OWN_METHODS];  // 1U is nearest always
-    // Brings the pixels of a list into the cache.
+    // Brings the pixels of a list into the cache; samples reach `below` bytes further down.
     void (*fetch)(const uint8_t* data, const OwnSamplePlaces& places, ptrdiff_t columnStep, ptrdiff_t rowStep,
-                  ptrdiff_t n);
+                  ptrdiff_t n, ptrdiff_t below);
     void (*deliver[ownSampleBytes + 1])(const OwnDelivery& delivery);  // by the bytes of a pixel; 0 for bits
 };
 
