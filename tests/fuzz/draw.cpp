@@ -436,7 +436,7 @@ void Drawing::place(Place& to, int number)
     }
     to.blocks = replayArena.blocks - to.firstBlock;
     // Pixels that lie in those of the first image, but where the address sanitizer watches, which does not like copies
-    // of rows that overlap. All builds draw the same.
+    // of rows that overlap. All builds draw the same, and look at it in the same way.
 #if defined(__SANITIZE_ADDRESS__) || defined(ORVZ3_LIBFUZZER)
     constexpr bool mayOverlap = false;
 #else
@@ -449,12 +449,11 @@ void Drawing::place(Place& to, int number)
         spare =
             int64_t(replayArena.block[places[0]->firstBlock].bytes) - int64_t(replayArena.block[to.firstBlock].bytes);
         spare = spare < 0 ? -1 : source.below(int(spare) + 1);
+        isShared |= spare >= 0;
         if (!mayOverlap)
             spare = -1;
-        if (spare >= 0) {
+        if (spare >= 0)
             image.imageData = first->imageData + spare;
-            isShared = true;
-        }
     }
     to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
                  !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
