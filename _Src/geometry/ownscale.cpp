@@ -91,7 +91,7 @@ private:
         ownMakeLines(lines, [&](int32_t y, void* to) {
             const int32_t row = call.y->index.data[block.y + y];
             if (previous && row == made) {
-                memcpy(to, previous, bytes);
+                memmove(to, previous, bytes);  // rows overlap where a header has them closer than they are long
             } else {
                 picker().pick(columns, source(row), to);
                 if (!valueBytes)

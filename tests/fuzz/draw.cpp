@@ -303,7 +303,8 @@ void Drawing::fillHeader(Place& to, int index, bool isMask)
         image.width = first->width;
         image.height = first->height;
         if (kind.twice)
-            image.width = 2 * image.width - (image.width & 1), image.height *= 2;
+            image.width = int32_t(2 * int64_t{image.width} - (image.width & 1)),
+            image.height = int32_t(2 * int64_t{image.height});
         if (kind.half) {
             image.width = (first->roi ? first->roi->width : first->width) / 2 + (first->width & 1);
             image.height = (first->roi ? first->roi->height : first->height) / 2 + (first->height & 1);
