@@ -117,13 +117,12 @@ void Drawing::end()
         bool isSilent = memoryRefused || (!plan.valid && strstr(entry.name, "Filter"));  // without memory
         if (worked && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
-        if (!place->isWild && !isShared && !memoryRefused && !tileRefused)
+        const bool mayBeUnset = !plan.valid && strstr(entry.name, "AllocateImage");
+        if (!place->isWild && !isShared && !memoryRefused && !tileRefused && !mayBeUnset)
             hashPixels(*place);
         if (now.imageDataBlock)  // of a function that has allocated it
             orvDeallocateImage(&place->image);
     }
-    if (isShared)
-        digest = 0;  // what is read may have been written
 }
 
 void Drawing::hashReal(double value)
@@ -459,6 +458,7 @@ void Drawing::place(Place& to, int number)
     to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
                  !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
                  image.widthStep < replayRowBytes(&image, image.width);
+    hasWild |= to.isWild;
     if (!plan.program)
         return;
     const OrvImage& i = image;

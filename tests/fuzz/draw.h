@@ -72,6 +72,8 @@ public:
             take(function(arguments...));
         end();
         (look(arguments), ...);
+        if (isShared || hasWild)
+            digest = 0;  // what is read may have been written, or have its bytes in the order of the machine
     }
     // An argument that is made by this expression.
     template <class T>
@@ -125,6 +127,7 @@ private:
     void take(T value);
 
     bool isShared = false;  // images have pixels in common
+    bool hasWild = false;   // a header makes no sense
     std::vector<Place*> places;
     std::vector<OrvImage*> images;
     int placed = 0;
