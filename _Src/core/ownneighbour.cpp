@@ -12,12 +12,6 @@ struct Part {
     int32_t width, height;
 };
 
-bool inside(const OrvImage& image, const OwnRect& rect, const OwnReach& reach)
-{
-    return rect.x >= reach.left && rect.y >= reach.top && image.width - rect.xEnd >= reach.right &&
-           image.height - rect.yEnd >= reach.bottom;
-}
-
 class Division {
 public:
     Division(const OwnNeighbours& call, OwnSize size) : call(call), size(size), start(ownRoiRect(*call.src)) {}
@@ -32,7 +26,7 @@ public:
             return runSourceTiles(whole, *call.dst);
         if (inPlace || call.src->tileInfo)
             return runBordered(whole);
-        return call.throughLines ? runDirect(whole) : runBands(whole);
+        return runDirect(whole);
     }
 
 private:
@@ -123,39 +117,6 @@ private:
         return runCopied(part, dst.image);
     }
 
-    // Filters the bands at the edges and cuts them off; the centre remains.
-    Result runBands(Part rest) const
-    {
-        const OwnReach& reach = call.reach;
-        auto edge = [](int64_t length, int32_t most) {
-            return int32_t(length < 0 ? 0 : length < most ? length : most);
-        };
-        auto run = [&](const Part& band) {
-            return band.width > 0 && band.height > 0 ? runBordered(band) : Result::done;
-        };
-        int32_t above = edge(int64_t{reach.top} - start.y, rest.height);
-        Result result = run({0, 0, rest.width, above});
-        rest.y += above;
-        rest.height -= above;
-        // How far the reach passes the far edge of the image.
-        int64_t pastBottom = int64_t{start.y} + size.height + reach.bottom - call.src->height;
-        int32_t below = edge(pastBottom, rest.height);
-        rest.height -= below;
-        if (result == Result::done)
-            result = run({0, rest.y + rest.height, rest.width, below});
-        int32_t before = edge(int64_t{reach.left} - start.x, rest.width);
-        if (result == Result::done)
-            result = run({0, rest.y, before, rest.height});
-        rest.x += before;
-        rest.width -= before;
-        int64_t pastRight = int64_t{start.x} + size.width + reach.right - call.src->width;
-        int32_t after = edge(pastRight, rest.width);
-        rest.width -= after;
-        if (result == Result::done)
-            result = run({rest.x + rest.width, rest.y, after, rest.height});
-        return result == Result::done && rest.width > 0 && rest.height > 0 ? runDirect(rest) : result;
-    }
-
     // Writes a part of the region tile by tile: from `copy`, which holds that part, or from the source.
     Result runTiles(const Part& whole, const OwnBorderedImage* copy) const
     {
@@ -177,9 +138,9 @@ private:
                 src.setRegion(copy->work.roi.xOffset + cell.x, copy->work.roi.yOffset + cell.y, cell.width,
                               cell.height);
                 result = runPiece(src.image, dst.image, part);
-            } else if (!call.src->tileInfo && (call.throughLines || inside(*call.src, sourceRect(part), call.reach))) {
+            } else if (!call.src->tileInfo) {
                 result = runDirect(part, dst.image);
-            } else if (call.src->tileInfo && call.bySourceTiles) {
+            } else if (call.bySourceTiles) {
                 result = runSourceTiles(part, dst.image);
             } else {
                 result = runCopied(part, dst.image);

@@ -24,8 +24,8 @@ enum class OwnNeighbourResult {
     noTile         // a tile of the destination does not come
 };
 
-// Filters one rectangle: the regions of working headers of plain memory, all of one size. The mask may be NULL. False
-// if there is no memory.
+// Filters one rectangle: the regions of working headers of plain memory, all of one size. It reads the source by OwnLines
+// alone, which know the borders. The mask may be NULL. False if there is no memory.
 using OwnNeighbourPiece = bool (*)(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask);
 
 struct OwnNeighbours {
@@ -35,8 +35,6 @@ struct OwnNeighbours {
     OwnReach reach;
     OwnNeighbourPiece piece;
     void* task;
-    // The piece reads the source by OwnLines alone, which knows the borders of plain memory: that needs no bands.
-    bool throughLines = false;
     // Tiles of the source divide the work too, so that the copy of a piece is no larger than a tile of each image.
     bool bySourceTiles = false;
     // How far around the region pixels are read. A piece is called with what of its reach that leaves on each side.

@@ -68,7 +68,7 @@ bool convolve(OrvImage* src, OrvImage* dst, const Kernel* xKernel, const Kernel*
     if (yKernel)
         y = OwnConvWindow(*yKernel);
     OwnSepPlan plan(xKernel ? &x : nullptr, yKernel ? &y : nullptr, src->depth);
-    return plan && ownRunNeighbours({src, dst, mask.image, plan.reach, ownConvolveSeparably, &plan, true}) ==
+    return plan && ownRunNeighbours({src, dst, mask.image, plan.reach, ownConvolveSeparably, &plan}) ==
                        OwnNeighbourResult::done;
 }
 

@@ -106,7 +106,7 @@ void blur(const OwnReport& report, OrvImage* src, OrvImage* dst, OwnBlurWindow w
         return;
     bool done =
         combined != OwnMaskResult::noMemory && fits(*src, *dst, window) &&
-        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window, true}) == OwnNeighbourResult::done;
+        ownRunNeighbours({src, dst, mask.image, window.reach(), blurPiece, &window}) == OwnNeighbourResult::done;
     report.when(!done, ORV_STATUS_NO_MEMORY, "Allocation failure");
 }
 

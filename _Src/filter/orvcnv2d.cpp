@@ -162,8 +162,8 @@ bool convolve(OrvImage* src, OrvImage* dst, Kernel* const* kernels, int32_t coun
     for (int32_t i = 0; i < count; ++i)
         windows[i] = OwnConvWindow(*kernels[i]);
     OwnConvPlan plan(windows, count, method, *src);
-    return plan && ownRunNeighbours({src, dst, mask.image, plan.reach, ownConvolvePiece, &plan, true}) ==
-                       OwnNeighbourResult::done;
+    return plan &&
+           ownRunNeighbours({src, dst, mask.image, plan.reach, ownConvolvePiece, &plan}) == OwnNeighbourResult::done;
 }
 
 // A size for both images that their masks leave.

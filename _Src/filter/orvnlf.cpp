@@ -163,7 +163,6 @@ void run(const OwnReport& report, OrvImage* src, OrvImage* dst, const OwnReach& 
                                                   .reach = reach,
                                                   .piece = walkPiece,
                                                   .task = &walk,
-                                                  .throughLines = true,
                                                   .bySourceTiles = true});
     report.when(result == OwnNeighbourResult::noSourceTile, ORV_STATUS_ERROR, "Error get tile to read");
     report.when(result == OwnNeighbourResult::noTile, ORV_STATUS_ERROR, "Error get tile to write");

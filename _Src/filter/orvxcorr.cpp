@@ -63,7 +63,7 @@ int32_t correlate(OrvImage* tpl, OrvImage* src, OrvImage* dst)
         return 0;
     auto run = [&](auto& task, OwnNeighbourPiece piece) {
         const OwnReach reach = task.correlation.reach;
-        return task && ownRunNeighbours({src, dst, mask.image, reach, piece, &task, true}) == OwnNeighbourResult::done;
+        return task && ownRunNeighbours({src, dst, mask.image, reach, piece, &task}) == OwnNeighbourResult::done;
     };
     OwnCorrelation correlation(*tpl);
     if (!correlation)

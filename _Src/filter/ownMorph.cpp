@@ -127,7 +127,6 @@ bool run(OrvImage* src, OrvImage* dst, int32_t iterations, Kind kind)
                              .reach = reachOf(task),
                              .piece = morphPiece,
                              .task = &task,
-                             .throughLines = true,
                              .frame = frameWidth,
                              .place = &task.place}) == OwnNeighbourResult::done;
 }
