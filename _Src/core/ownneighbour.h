@@ -2,16 +2,14 @@
 // plain memory.
 //
 // A filter says how far it reads around a pixel and what to do with a rectangle of plain memory around which it may
-// read that far. Pixels outside the region are the image's; pixels outside the image come from its border modes. As
-// little as possible is copied:
+// read that far. Pixels outside the region are the image's; pixels outside the image come from its border modes, which
+// OwnLines know for images of plain memory and copies have around them. As little as possible is copied:
 //
-//   images without tiles          from the image itself through OwnLines, or: bands along those edges of the image that
-//                                 the reach passes are filtered from copies, the centre from the image itself
+//   images without tiles          from the image itself
 //   in place, or source tiled     from one copy of the whole rectangle
-//   destination tiled             tile by tile; from the source itself where it is not tiled and the reach stays inside
-//   in place and tiled            in bands of whole rows of tiles, the copy of the next band being taken before a band
-//   is
-//                                 written, since its surroundings lie there
+//   destination tiled             tile by tile; from the source itself where it is not tiled
+//   in place and tiled            in bands of whole rows of tiles, the copy of the next band being taken before a
+//                                 band is written, since its surroundings lie there
 #pragma once
 
 #include "ownborder.h"
