@@ -28,8 +28,8 @@ OwnFourierTable<T>* ownFourierTable(int32_t length);
 //   plane.transform(re, im, 1);                     // of the images, which are 0 outside
 //   plane.transform(templateRe, templateIm, 1);     // once a template: its values in templateRe, 0 in templateIm
 //   ...                                             // each value times the conjugate of the template's
-//   plane.transform(re, im, -1);                    // and divided by width * height: both correlations, around the
-//   edges
+//   plane.transform(re, im, -1);                    // and divided by width * height: both correlations,
+//                                                   // around the edges
 //
 // Integers come back by rounding, where ownCorrelationError is below a half.
 struct OwnFourierPlane {

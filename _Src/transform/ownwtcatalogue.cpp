@@ -5,10 +5,9 @@
 //   Daubechies, Symlets, Coiflets   I. Daubechies, "Ten Lectures on Wavelets" (SIAM, 1992), tables 6.1, 6.3 and 8.1
 //   Coiflet of order 1              G. Beylkin, R. Coifman and V. Rokhlin, "Fast wavelet transforms and numerical
 //                                   algorithms I", Comm. Pure Appl. Math. 44 (1991)
-//   24 taps                         P. P. Vaidyanathan and P.-Q. Hoang, "Lattice structures for optimal design and
-//   robust
-//                                   implementation of two-channel perfect-reconstruction QMF banks", IEEE Trans.
-//                                   ASSP-36 (1988)
+//   24 taps                         P. P. Vaidyanathan and P.-Q. Hoang, "Lattice structures for optimal design
+//                                   and robust implementation of two-channel perfect-reconstruction
+//                                   QMF banks", IEEE Trans. ASSP-36 (1988)
 //
 // B-spline pairs are computed: A. Cohen, I. Daubechies and J.-C. Feauveau, "Biorthogonal bases of compactly supported
 // wavelets", Comm. Pure Appl. Math. 45 (1992).

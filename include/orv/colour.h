@@ -21,8 +21,8 @@ extern "C" {
  *     LUV    "LUV"             "LUV"            the CIE's lightness and two colour coordinates
  *     YUV    "YUV"             "YUV"            luminance, blue difference, red difference
  *     YCrCb  "YCr"             "YCr"            luminance, blue difference Cb, red difference Cr, in this order
- *     YCC    "YCC"             "YCC"            luminance, blue difference C1, red difference C2, of photographs on
- *     disc
+ *     YCC    "YCC"             "YCC"            luminance, blue difference C1, red difference C2, of photographs
+ *                                               on disc
  *
  * Where pixels lie side by side, colours are R, G, B if `channelSeq` begins with R, and B, G, R otherwise. Planes of R,
  * G and B are found by their letters. Other models always have their values in channels 1, 2 and 3. More source

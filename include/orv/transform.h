@@ -45,12 +45,12 @@ enum {
  *
  * The fixed-point arithmetic wraps around where a spectrum's values, of the whole image, do not fit 26 bits.
  *
- * Tables and work buffers are kept for the calling thread, so that repeated transforms of a size allocate nothing:
- * about 4 bytes for each pixel of the largest transform so far, which is 64 MB after one of 4096 x 4096 pixels, and for
- * up to 32 lengths tables of 12 bytes for each pixel of a line, or about 100 where the length has a prime factor above
- * 61. A call with ORV_FFT_RELEASE releases all that and does nothing else; the images may then be NULL. The thread's
- *     end
- * releases it too. */
+ * Tables and work buffers are kept for the calling thread, so that repeated transforms of a size
+ * allocate nothing: about 4 bytes for each pixel of the largest transform so far, which is 64 MB
+ * after one of 4096 x 4096 pixels, and for up to 32 lengths tables of 12 bytes for each pixel of a
+ * line, or about 100 where the length has a prime factor above 61. A call with ORV_FFT_RELEASE
+ * releases all that and does nothing else; the images may then be NULL. The thread's end releases it
+ * too. */
 
 /* Transforms a real image into its packed spectrum, or with ORV_FFT_INVERSE into that of the inverse transform.
  *
