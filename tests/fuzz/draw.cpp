@@ -117,12 +117,14 @@ void Drawing::end()
         bool isSilent = memoryRefused || (!plan.valid && strstr(entry.name, "Filter"));  // without memory
         if (worked && !isSilent && now.tileInfo == &place->info && place->tiles.open != 0)
             replayFail("a tile was left open");
-        const bool mayBeUnset = !plan.valid && strstr(entry.name, "AllocateImage");
-        if (!place->isWild && !isShared && !memoryRefused && !tileRefused && !mayBeUnset)
+        if (!place->isWild && !isShared && !memoryRefused && !tileRefused)
             hashPixels(*place);
         if (now.imageDataBlock)  // of a function that has allocated it
             orvDeallocateImage(&place->image);
     }
+    if (isShared)
+        digest = 0;                                                    // what is read may have been written
+    isPortable &= plan.valid || !strstr(entry.name, "AllocateImage");  // whose pixels may be what was in memory
 }
 
 void Drawing::hashReal(double value)
@@ -436,7 +438,7 @@ void Drawing::place(Place& to, int number)
     }
     to.blocks = replayArena.blocks - to.firstBlock;
     // Pixels that lie in those of the first image, but where the address sanitizer watches, which does not like copies
-    // of rows that overlap. All builds draw the same, and look at it in the same way.
+    // of rows that overlap. All builds draw the same.
 #if defined(__SANITIZE_ADDRESS__) || defined(ORVZ3_LIBFUZZER)
     constexpr bool mayOverlap = false;
 #else
@@ -449,16 +451,18 @@ void Drawing::place(Place& to, int number)
         spare =
             int64_t(replayArena.block[places[0]->firstBlock].bytes) - int64_t(replayArena.block[to.firstBlock].bytes);
         spare = spare < 0 ? -1 : source.below(int(spare) + 1);
-        isShared |= spare >= 0;
+        isPortable &= spare < 0;
         if (!mayOverlap)
             spare = -1;
-        if (spare >= 0)
+        if (spare >= 0) {
             image.imageData = first->imageData + spare;
+            isShared = true;
+        }
     }
     to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
                  !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
                  image.widthStep < replayRowBytes(&image, image.width);
-    hasWild |= to.isWild;
+    isPortable &= !to.isWild;  // values whose bytes others share depend on the order of bytes
     if (!plan.program)
         return;
     const OrvImage& i = image;

@@ -289,7 +289,8 @@ Ends endsOf(const Entry& entry, int times)
     for (int seed = 0; seed < times; ++seed) {
         Drawing drawing({uint64_t(seed)}, {.loud = isLoud}, entry);
         entry.call(drawing);
-        ends.left = mixed(ends.left, drawing.digest);
+        if (drawing.isPortable)
+            ends.left = mixed(ends.left, drawing.digest);
     }
     refusalsOf(entry, times / 10);
     replayArena.heard = nullptr;

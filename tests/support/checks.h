@@ -56,8 +56,8 @@ void expectReturnedFaultsInOrder(const std::vector<PictureSpec>& specs, const Fa
                                  const std::vector<Fault>& faults);
 
 // For each fault calls the function, which may return a status, with that fault by itself, and with all that come after
-// it: the first one alone must be reported, and no image may change. Where two faults touch one field, the earlier has its way. A
-// fault may also refuse allocations, which is called off afterwards.
+// it: the first one alone must be reported, and no image may change. Where two faults touch one field, the earlier has
+// its way. A fault may also refuse allocations, which is called off afterwards.
 template <class Call>
 void expectFaultsInOrder(const std::vector<PictureSpec>& specs, const Call& call, const std::vector<Fault>& faults)
 {
