@@ -22,8 +22,8 @@ enum class OwnNeighbourResult {
     noTile         // a tile of the destination does not come
 };
 
-// Filters one rectangle: the regions of working headers of plain memory, all of one size. It reads the source by OwnLines
-// alone, which know the borders. The mask may be NULL. False if there is no memory.
+// Filters one rectangle: the regions of working headers of plain memory, all of one size. It reads the source by
+// OwnLines alone, which know the borders. The mask may be NULL. False if there is no memory.
 using OwnNeighbourPiece = bool (*)(void* task, const OrvImage& src, const OrvImage& dst, const OrvImage* mask);
 
 struct OwnNeighbours {

@@ -8,12 +8,12 @@
 // The method that an image can bear: bits, rows and columns are not interpolated, and a cubic takes four pixels.
 int32_t ownBearableMethod(const OrvImage& src, int32_t method);
 
-// Columns of a few rows that are done before the rows below them: so many that the processor foresees what comes next in
-// each row, and so few that what they read of the source is still in the cache for the rows below.
+// Columns of a few rows that are done before the rows below them: so many that the processor foresees what comes next
+// in each row, and so few that what they read of the source is still in the cache for the rows below.
 constexpr int ownRunColumns = 8 * ownPositionColumns;
 
-// A block of up to ownPositionRows rows of pixels. That of column i in row r is number i * columnStep + r * rowStep of a
-// list: rows lie interleaved, or one after the other.
+// A block of up to ownPositionRows rows of pixels. That of column i in row r is number i * columnStep + r * rowStep of
+// a list: rows lie interleaved, or one after the other.
 struct OwnListedRows {
     int n = 0;  // a multiple of ownPositionGroup
     int columnStep, rowStep;
@@ -44,8 +44,8 @@ public:
     // Takes a list, and stores the one before it: the pixels that a list needs are on their way into the cache
     // meanwhile.
     void store(const OwnPositionList& list);
-    // The same for rows whose positions are in the making, or are given as floats. False, and nothing done, unless it is
-    // certain that all positions lie in the limits, and where there is no such way.
+    // The same for rows whose positions are in the making, or are given as floats. False, and nothing done, unless it
+    // is certain that all positions lie in the limits, and where there is no such way.
     bool storeInside(const OwnListedRows& rows, OwnMapKind kind, OwnPositionState& state,
                      const OwnPositionRange& limits);
     bool storeInside(const OwnListedRows& rows, const OwnFloatRows& positions, const OwnPositionRange& limits);

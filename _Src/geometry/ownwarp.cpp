@@ -146,8 +146,8 @@ private:
     }
 };
 
-// Hands the positions of all pixels of some rows to `use`: by bands of rows and in them by runs, so that what is read of
-// the source lies near together whichever way the rows run there.
+// Hands the positions of all pixels of some rows to `use`: by bands of rows and in them by runs, so that what is read
+// of the source lies near together whichever way the rows run there.
 template <class Lines, class Use>
 void forPositions(const OwnMap& map, const Lines& lines, const Bounds& bounds, Use& use)
 {

@@ -272,8 +272,8 @@ uint64_t mixed(uint64_t digest, uint64_t value)
     return (digest ^ value) * 0x100000001B3u;
 }
 
-// What calls with bad arguments and good ones that are refused report and answer, not how often, since the levels do not
-// ask for memory equally often; and a digest of what the former leave.
+// What calls with bad arguments and good ones that are refused report and answer, not how often, since the levels do
+// not ask for memory equally often; and a digest of what the former leave.
 struct Ends {
     std::set<std::string> reports;
     uint64_t left = 0;

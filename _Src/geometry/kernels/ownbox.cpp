@@ -363,8 +363,8 @@ struct Kernel {
         }
     }
 
-    // Boxes of not too many pixels: the sums of three neighbours, of which a box has several, and those of what remains.
-    // False for others, and where means do not fill a vector.
+    // Boxes of not too many pixels: the sums of three neighbours, of which a box has several, and those of what
+    // remains. False for others, and where means do not fill a vector.
     static bool smallMeans(const OwnBoxMeans& task, Sum* sums, Value* means)
     {
         constexpr int leastPixels = 5, mostPixels = 24;

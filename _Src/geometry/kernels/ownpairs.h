@@ -187,8 +187,8 @@ void acrossPairs(const OwnScaleColumns& columns, const Pairs& pairs, const void*
 
 // ---- Across rows --------------------------------------------------------------------------------------------------
 
-// `count` rows of bytes, made of the same two rows, whose difference they have a part of; w are their weights. Sums along
-// rows are at most 64 times the largest byte.
+// `count` rows of bytes, made of the same two rows, whose difference they have a part of; w are their weights. Sums
+// along rows are at most 64 times the largest byte.
 template <int count>
 void downTogether(const OwnScaleRow* made, const int16_t* w, ptrdiff_t n)
 {

@@ -50,8 +50,8 @@ struct Values {
 
     __attribute__((always_inline)) Difference operator()(ptrdiff_t i) const
     {
-        // Signed bytes are raised by 128 where they are compared: gcc 12 for AArch64 takes them for unsigned ones where it
-        // makes vectors of sums of differences.
+        // Signed bytes are raised by 128 where they are compared: gcc 12 for AArch64 takes them for unsigned ones where
+        // it makes vectors of sums of differences.
         if constexpr (two && __is_same(T, int8_t))
             return Difference(uint8_t(a[i] + 128)) - Difference(uint8_t(b[i] + 128));
         else if constexpr (two)
