@@ -103,6 +103,9 @@ OwnLines::OwnLines(const OrvImage& source, const OrvImage& target, const OrvImag
       targetRows(scatters ? ownSlotBytes(targetBytes, targetSlots) : 0),
       bits(srcBytes ? 0 : slotBytes(sourceBytes / 8 + 1, 1))
 {
+    // Bits are stored among those that are there.
+    if (!dstBytes && targetRows)
+        memset(targetRows.data, 0, size_t(ownSlotBytes(targetBytes, targetSlots)));
 }
 
 void OwnLines::begin(int32_t pass)

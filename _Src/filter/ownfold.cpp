@@ -1,5 +1,7 @@
 #include "ownfold.h"
 
+#include <cstring>
+
 #include "ownbitlines.h"
 
 namespace {
@@ -36,6 +38,9 @@ OwnFoldRows::OwnFoldRows(bool greatest, uint32_t depth, const OwnFoldBand& rows,
 {
     band.results = results.data;
     band.scratch = scratch.data;
+    // Rows of bits are shifted by whole vectors, which read what lies behind them.
+    if (depth == ORV_DEPTH_1U && scratch)
+        memset(scratch.data, 0, size_t(kernel.scratchBytes(band)));
 }
 
 int32_t ownFoldRows(int32_t nRows, int32_t height)

@@ -132,8 +132,11 @@ public:
     // The bit in the first byte of the rows where they begin.
     int bit() const { return firstBit; }
 
+    // What lies beside a row's bits in its bytes is kept as rows come and go, and is set so that it can be read.
     void begin(Lines& from)
     {
+        if (Rows::areBits)
+            memset(memory.data, 0, size_t(slotBytes * slots));
         lines = &from;
         next = plan.firstMiddle - plan.rows;
         window.begin();

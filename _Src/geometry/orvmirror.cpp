@@ -243,7 +243,7 @@ bool mirrorMask(const Mirror& mirror, OrvImage& mask, OwnTempImage& made)
                                       mirror.size.width, mirror.size.height, nullptr, nullptr, nullptr, nullptr);
     if (!made.image)
         return false;
-    orvAllocateImage(made.image, 0, 0);
+    orvAllocateImage(made.image, 1, 0);
     if (!made.image->imageData)
         return false;
     OwnWork from, to;

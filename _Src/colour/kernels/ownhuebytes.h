@@ -11,9 +11,10 @@ namespace OWN_ISA {
 // Whole hues at which a quotient in double precision falls short, so that the number below is stored.
 constexpr uint8_t shortHues[] = {47, 53, 64, 111, 128, 145};
 
-OWN_INLINE __m256 eightFloats(const uint8_t* bytes)
+// A quarter of 32 bytes.
+OWN_INLINE __m256 eightFloats(__m256i bytes, int quarter)
 {
-    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes))));
+    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(quarterOf(bytes, quarter)));
 }
 
 // 32 bytes of as many whole numbers from -128 to 127.
@@ -35,21 +36,17 @@ struct HueQuotients {
 // than what single precision loses.
 OWN_INLINE HueQuotients hueQuotients(__m256i first, __m256i second, __m256i b, __m256i c, __m256i d)
 {
-    alignas(32) uint8_t bytes[5][32];
-    const __m256i all[5] = {first, second, b, c, d};
-    for (int i = 0; i < 5; ++i)
-        _mm256_store_si256(reinterpret_cast<__m256i*>(bytes[i]), all[i]);
     __m256i hue[4], whole[4], saturation[4];
     for (int i = 0; i < 4; ++i) {
-        const __m256 a = _mm256_sub_ps(eightFloats(bytes[0] + 8 * i), eightFloats(bytes[1] + 8 * i));
-        const __m256 ratio = _mm256_div_ps(a, eightFloats(bytes[2] + 8 * i));
+        const __m256 a = _mm256_sub_ps(eightFloats(first, i), eightFloats(second, i));
+        const __m256 ratio = _mm256_div_ps(a, eightFloats(b, i));
         const __m256 sixths = _mm256_fmadd_ps(ratio, _mm256_set1_ps(42.5f), _mm256_set1_ps(64.001f));
         hue[i] = _mm256_cvttps_epi32(sixths);
         const __m256 rest = _mm256_sub_ps(sixths, _mm256_cvtepi32_ps(hue[i]));
         whole[i] = _mm256_castps_si256(_mm256_cmp_ps(rest, _mm256_set1_ps(0.0015f), _CMP_LT_OQ));
-        const __m256 part = _mm256_mul_ps(eightFloats(bytes[3] + 8 * i), _mm256_set1_ps(255));
-        saturation[i] = _mm256_sub_epi32(_mm256_cvttps_epi32(_mm256_div_ps(part, eightFloats(bytes[4] + 8 * i))),
-                                         _mm256_set1_epi32(128));
+        const __m256 part = _mm256_mul_ps(eightFloats(c, i), _mm256_set1_ps(255));
+        saturation[i] =
+            _mm256_sub_epi32(_mm256_cvttps_epi32(_mm256_div_ps(part, eightFloats(d, i))), _mm256_set1_epi32(128));
     }
     return {_mm256_sub_epi8(packedBytes(hue), _mm256_set1_epi8(64)), packedBytes(whole),
             _mm256_add_epi8(packedBytes(saturation), _mm256_set1_epi8(-128))};

@@ -34,6 +34,13 @@ struct Lanes<uint16_t> {
     static __m256i equal(__m256i a, __m256i b) { return _mm256_cmpeq_epi16(a, b); }
 };
 
+// A quarter of a vector; what stands behind its eight bytes has no meaning.
+OWN_INLINE __m128i quarterOf(__m256i v, int quarter)
+{
+    const __m128i half = quarter < 2 ? _mm256_castsi256_si128(v) : _mm256_extracti128_si256(v, 1);
+    return quarter & 1 ? _mm_srli_si128(half, 8) : half;
+}
+
 OWN_INLINE __m256i chosen(__m256i mask, __m256i yes, __m256i no)
 {
     return _mm256_blendv_epi8(no, yes, mask);

@@ -8,14 +8,9 @@
 
 namespace OWN_ISA {
 
-OWN_INLINE __m128i fourWords(const uint16_t* words)
+OWN_INLINE Doubles fourNumbers(__m128i words)
 {
-    return _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(words)));
-}
-
-OWN_INLINE Doubles fourNumbers(const uint16_t* words)
-{
-    return _mm256_cvtepi32_pd(fourWords(words));
+    return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(words));
 }
 
 // The low words of sixteen numbers toward zero.
@@ -38,18 +33,13 @@ void rgbToHueWords(const void* const* from, void* const* to, ptrdiff_t n, const 
         const auto parts =
             HueParts<uint16_t, 120>::of(vectorOf(from[0], i), vectorOf(from[1], i), vectorOf(from[2], i));
         const __m256i divisor = isHls ? parts.hlsDivisor() : parts.most;
-        alignas(32) uint16_t words[6][16];
-        const __m256i whole[6] = {parts.first, parts.second, _mm256_max_epu16(parts.chroma, one),
-                                  parts.base,  parts.chroma, _mm256_max_epu16(divisor, one)};
-        for (int k = 0; k < 6; ++k)
-            _mm256_store_si256(reinterpret_cast<__m256i*>(words[k]), whole[k]);
+        const __m256i hueDivisor = _mm256_max_epu16(parts.chroma, one), rangeDivisor = _mm256_max_epu16(divisor, one);
         Doubles hue[4], saturation[4];
         for (int k = 0; k < 4; ++k) {
-            auto numbers = [&](int row) { return fourNumbers(words[row] + 4 * k); };
-            const Doubles difference =
-                _mm256_cvtepi32_pd(_mm_sub_epi32(fourWords(words[0] + 4 * k), fourWords(words[1] + 4 * k)));
-            hue[k] = dividedBy<360>((60 * difference / numbers(2) + numbers(3)) * full);
-            saturation[k] = numbers(4) / numbers(5) * full;
+            auto numbers = [&](__m256i words) { return fourNumbers(quarterOf(words, k)); };
+            const Doubles difference = numbers(parts.first) - numbers(parts.second);
+            hue[k] = dividedBy<360>((60 * difference / numbers(hueDivisor) + numbers(parts.base)) * full);
+            saturation[k] = numbers(parts.chroma) / numbers(rangeDivisor) * full;
         }
         storeVector(to[0], i, lowWords(hue));
         storeVector(to[isHls ? 1 : 2], i, isHls ? parts.lightness() : parts.most);
@@ -64,7 +54,8 @@ template <class Colours>
 OWN_INLINE ColourLanes colours16(const void* const* from, ptrdiff_t i)
 {
     auto numbers = [&](int row, ptrdiff_t k) {
-        return fourNumbers(static_cast<const uint16_t*>(from[row]) + i + 4 * k);
+        const auto* words = static_cast<const uint16_t*>(from[row]) + i + 4 * k;
+        return fourNumbers(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(words)));
     };
     Doubles most[4], between[4], least[4];
     for (int k = 0; k < 4; ++k) {

@@ -5,8 +5,9 @@
 namespace OWN_ISA {
 namespace {
 
-// Squares of pixels, so that what is read across rows is used while it is in the cache.
-constexpr int32_t side = 64;
+// Blocks of so many pixels square, so that what is read across rows is used while it is in the cache.
+template <int bytes>
+constexpr int32_t side = bytes == 1 ? 128 : 64;
 
 inline int32_t least(int32_t a, int32_t b)
 {
@@ -20,81 +21,132 @@ void turnRow(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptrdiff_t step, 
         __builtin_memcpy(to + i * step, from + i * along, bytes);
 }
 
+// How many pixels square are turned in registers, or 0.
+template <int bytes>
+constexpr int32_t square = 0;
+
 #if defined(__SSE2__)
-// The columns of sixteen rows of sixteen bytes as rows, by four rounds that bring together what is eight, then four,
-// two and one rows apart.
-inline void turnSquare(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptrdiff_t rowStep)
+template <>
+constexpr int32_t square<1> = 16;
+template <>
+constexpr int32_t square<2> = 8;
+template <>
+constexpr int32_t square<4> = 4;
+
+template <int bytes>
+inline __m128i firstHalves(__m128i a, __m128i b)
 {
-    __m128i rows[16], next[16];
-    for (ptrdiff_t i = 0; i < 16; ++i)
-        rows[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i * along));
-    for (int round = 0; round < 4; ++round) {
-        for (int i = 0; i < 8; ++i) {
-            next[2 * i] = _mm_unpacklo_epi8(rows[i], rows[i + 8]);
-            next[2 * i + 1] = _mm_unpackhi_epi8(rows[i], rows[i + 8]);
-        }
-        for (int i = 0; i < 16; ++i)
-            rows[i] = next[i];
-    }
-    for (ptrdiff_t i = 0; i < 16; ++i)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i * rowStep), rows[i]);
+    if constexpr (bytes == 1)
+        return _mm_unpacklo_epi8(a, b);
+    else if constexpr (bytes == 2)
+        return _mm_unpacklo_epi16(a, b);
+    else
+        return _mm_unpacklo_epi32(a, b);
 }
 
-// A square of bytes whose rows are columns of the source, as far as whole squares of sixteen go.
-inline void turnSquares(const OwnTurnPiece& piece, const uint8_t* from, uint8_t* to, int32_t width, int32_t height)
+template <int bytes>
+inline __m128i lastHalves(__m128i a, __m128i b)
 {
-    const ptrdiff_t back = piece.down < 0 ? 15 : 0;  // the first column in memory belongs to the last row of a square
-    const auto along = ptrdiff_t(piece.along), down = ptrdiff_t(piece.down);
-    for (ptrdiff_t y = 0; y + 16 <= height; y += 16)
-        for (ptrdiff_t x = 0; x + 16 <= width; x += 16)
-            turnSquare(from + x * along + y * down - back, along, to + (y + back) * piece.rowStep + x,
-                       back ? -piece.rowStep : piece.rowStep);
+    if constexpr (bytes == 1)
+        return _mm_unpackhi_epi8(a, b);
+    else if constexpr (bytes == 2)
+        return _mm_unpackhi_epi16(a, b);
+    else
+        return _mm_unpackhi_epi32(a, b);
+}
+
+// The columns of a square of sixteen bytes a row as rows: each round brings together what is half a square apart.
+template <int bytes>
+inline void turnSquare(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptrdiff_t rowStep)
+{
+    constexpr int n = square<bytes>;
+    __m128i rows[n], next[n];
+    for (ptrdiff_t i = 0; i < n; ++i)
+        rows[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i * along));
+    for (int apart = n / 2; apart > 0; apart /= 2) {
+        for (int i = 0; i < n / 2; ++i) {
+            next[2 * i] = firstHalves<bytes>(rows[i], rows[i + n / 2]);
+            next[2 * i + 1] = lastHalves<bytes>(rows[i], rows[i + n / 2]);
+        }
+        for (int i = 0; i < n; ++i)
+            rows[i] = next[i];
+    }
+    for (ptrdiff_t i = 0; i < n; ++i)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i * rowStep), rows[i]);
 }
 #endif
 
 #if defined(__AVX2__)
-// The same for pixels of three or four bytes, by squares of four.
-template <int bytes>
-inline void turnFours(const OwnTurnPiece& piece, const uint8_t* from, uint8_t* to, int32_t width, int32_t height)
+template <>
+constexpr int32_t square<3> = 4;
+
+template <>
+inline void turnSquare<3>(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptrdiff_t rowStep)
 {
-    const ptrdiff_t back = piece.down < 0 ? 3 : 0;
-    const auto along = ptrdiff_t(piece.along), down = ptrdiff_t(piece.down),
-               step = back ? -piece.rowStep : piece.rowStep;
-    for (ptrdiff_t y = 0; y + 4 <= height; y += 4)
-        for (ptrdiff_t x = 0; x + 4 <= width; x += 4) {
-            const uint8_t* const p = from + x * along + (y + back) * down;
-            uint8_t* const q = to + (y + back) * piece.rowStep + x * bytes;
-            FourPixels<bytes>::turn({p, p + along, p + 2 * along, p + 3 * along},
-                                    {q, q + step, q + 2 * step, q + 3 * step});
-        }
+    FourPixels<3>::turn({from, from + along, from + 2 * along, from + 3 * along},
+                        {to, to + rowStep, to + 2 * rowStep, to + 3 * rowStep});
 }
 #endif
 
-// How many columns and rows are done.
-struct Done {
+// A part of a piece, no larger than a block, whose rows and columns are whole squares.
+struct Part {
+    const uint8_t* from;
+    uint8_t* to;
     int32_t columns, rows;
 };
 
-// Turns what whole squares hold of a part.
 template <int bytes>
-inline Done turnWhole([[maybe_unused]] const OwnTurnPiece& piece, [[maybe_unused]] const uint8_t* from,
-                      [[maybe_unused]] uint8_t* to, [[maybe_unused]] int32_t width, [[maybe_unused]] int32_t height)
+inline void turnSquares(const OwnTurnPiece& piece, const Part& part, uint8_t* to, ptrdiff_t rowStep)
 {
-    if (piece.step != bytes || (piece.down != bytes && piece.down != -bytes))
-        return {0, 0};
-#if defined(__SSE2__)
-    if constexpr (bytes == 1) {
-        turnSquares(piece, from, to, width, height);
-        return {width & ~15, height & ~15};
-    }
-#endif
-#if defined(__AVX2__)
-    if constexpr (bytes == 3 || bytes == 4) {
-        turnFours<bytes>(piece, from, to, width, height);
-        return {width & ~3, height & ~3};
-    }
-#endif
-    return {0, 0};
+    constexpr ptrdiff_t n = square<bytes>;
+    const auto along = ptrdiff_t(piece.along), down = ptrdiff_t(piece.down);
+    const ptrdiff_t back = down < 0 ? n - 1 : 0;  // the first column in memory belongs to the last row of a square
+    for (ptrdiff_t y = 0; y < part.rows; y += n)
+        for (ptrdiff_t x = 0; x < part.columns; x += n)
+            turnSquare<bytes>(part.from + x * along + (y + back) * down, along, to + (y + back) * rowStep + x * bytes,
+                              back ? -rowStep : rowStep);
+}
+
+// Asks for n rows before they are met: they lie too far apart for the machine to guess.
+inline void prefetch(const uint8_t* p, ptrdiff_t rowStep, int32_t n, ptrdiff_t rowBytes)
+{
+    for (; n > 0; --n, p += rowStep)
+        for (ptrdiff_t k = 0; k < rowBytes; k += 64)
+            __builtin_prefetch(p + k, 0, 2);
+}
+
+// The same by way of a block of its own, so that each line of either image is fetched once: rows a power of two apart
+// share few places of the cache, and drive each other out. So many columns follow to the right.
+template <int bytes>
+void turnByBlock(const OwnTurnPiece& piece, const Part& part, int32_t following)
+{
+    constexpr ptrdiff_t blockStep = side<bytes> * bytes;
+    alignas(64) uint8_t block[side<bytes> * blockStep];
+    const auto along = ptrdiff_t(piece.along), down = ptrdiff_t(piece.down);
+    const ptrdiff_t first = down < 0 ? (part.rows - 1) * down : 0;
+    prefetch(part.from + part.columns * along + first, along, following, part.rows * ptrdiff_t{bytes});
+    prefetch(part.to + part.columns * ptrdiff_t{bytes}, piece.rowStep, part.rows, following * ptrdiff_t{bytes});
+    turnSquares<bytes>(piece, part, block, blockStep);
+    for (ptrdiff_t y = 0; y < part.rows; ++y)
+        __builtin_memcpy(part.to + y * piece.rowStep, block + y * blockStep, size_t(part.columns) * bytes);
+}
+
+// Turns a part as far as whole squares go, and tells how far.
+template <int bytes>
+Part turnWhole([[maybe_unused]] const OwnTurnPiece& piece, Part part, [[maybe_unused]] int32_t following)
+{
+    constexpr ptrdiff_t cached = ptrdiff_t{1} << 20;
+    if constexpr (square<bytes> > 0)
+        if (piece.step == bytes && (piece.down == bytes || piece.down == -bytes)) {
+            part.columns &= -square<bytes>;
+            part.rows &= -square<bytes>;
+            if (piece.height > cached / piece.rowStep)
+                turnByBlock<bytes>(piece, part, following);
+            else
+                turnSquares<bytes>(piece, part, part.to, piece.rowStep);
+            return part;
+        }
+    return {part.from, part.to, 0, 0};
 }
 
 template <int bytes>
@@ -102,19 +154,18 @@ void turn(const OwnTurnPiece& piece)
 {
     const auto along = ptrdiff_t(piece.along), down = ptrdiff_t(piece.down);
     const bool isHalf = along == -bytes;
-    const int32_t width = isHalf ? piece.width : side;
+    const int32_t width = isHalf ? piece.width : side<bytes>;
     for (int32_t top = 0; top < piece.height;) {
-        const int32_t rows = least(side, piece.height - top);
+        const int32_t rows = least(side<bytes>, piece.height - top);
         for (int32_t left = 0; left < piece.width;) {
             const int32_t columns = least(width, piece.width - left);
-            const uint8_t* const from = piece.from + left * along + top * down;
-            uint8_t* const to = piece.to + left * piece.step + top * piece.rowStep;
-            const Done done = turnWhole<bytes>(piece, from, to, columns, rows);
+            const Part part = {piece.from + left * along + top * down,
+                               piece.to + left * piece.step + top * piece.rowStep, columns, rows};
+            const Part whole = turnWhole<bytes>(piece, part, least(width, piece.width - left - columns));
             for (ptrdiff_t y = 0; y < rows; ++y) {
-                const ptrdiff_t x = y < done.rows ? done.columns : 0;
-                const uint8_t* const row = from + y * down + x * along;
-                uint8_t* const target = to + y * piece.rowStep + x * piece.step;
-                turnRow<bytes>(row, along, target, piece.step, columns - int32_t(x));
+                const ptrdiff_t x = y < whole.rows ? whole.columns : 0;
+                turnRow<bytes>(part.from + y * down + x * along, along, part.to + y * piece.rowStep + x * piece.step,
+                               piece.step, columns - int32_t(x));
             }
             left += columns;
         }
