@@ -470,6 +470,8 @@ void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, c
     int32_t channels =
         int64_t{a.channels} * ownMax(bytes, 1) * 8 <= scratchBytes && !a.planeStep && !b.planeStep ? a.channels : 1;
     int32_t chunk = bytes ? (scratchBytes / (channels * bytes)) & ~7 : scratchBytes * 8;
+    if (!bytes)
+        memset(kept.bytes, 0, size_t((ownMin(chunk, size.width) + 7) / 8));  // bits are put among what is there
     for (int32_t channel = 0; channel < a.channels; channel += channels)
         for (int32_t y = 0; y < size.height; ++y)
             for (int32_t x = 0, pixels; x < size.width; x += pixels) {

@@ -182,7 +182,9 @@ const void* bringBits(const OwnReading& reading, const OwnGeometry& image, const
 void readBits(const OwnReading& reading, const OwnGeometry* images, int count, OwnSize size, const OwnGeometry* mask)
 {
     Scratch bits[mostImages], unpacked[mostImages];
-    int32_t chunk = reading.packsBits ? scratchBytes * 8 : scratchBytes;
+    const int32_t chunk = ownMin(reading.packsBits ? scratchBytes * 8 : scratchBytes, size.width);
+    for (int i = 0; i < count; ++i)
+        memset(bits[i].bytes, 0, size_t((chunk + 7) / 8));  // what comes is put among what is there
     for (int32_t y = 0; y < size.height; ++y) {
         for (int32_t x = 0, pixels; x < size.width; x += pixels) {
             pixels = ownMin(chunk, size.width - x);

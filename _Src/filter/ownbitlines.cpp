@@ -75,6 +75,11 @@ OwnBitLines::OwnBitLines(const OrvImage& source, const OrvImage& target, const O
       targetRows(scatters ? ownSlotBytes(targetBytes, targetSlots) : 0),
       beyond((pixels + 7) / 8)
 {
+    // Bits are stored among those that are there, and whole vectors are read of rows.
+    if (sourceRows)
+        memset(sourceRows.data, 0, size_t(ownSlotBytes(sourceBytes, sourceSlots) + OWN_FOLD_SLACK));
+    if (targetRows)
+        memset(targetRows.data, 0, size_t(ownSlotBytes(targetBytes, targetSlots)));
     copies.copyStep = ptrdiff_t(sourceBytes);
     if (ends && leftPlaces)
         findEnds();

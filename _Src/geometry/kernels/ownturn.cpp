@@ -136,10 +136,11 @@ template <int bytes>
 Part turnWhole([[maybe_unused]] const OwnTurnPiece& piece, Part part, [[maybe_unused]] int32_t following)
 {
     constexpr ptrdiff_t cached = ptrdiff_t{1} << 20;
-    if constexpr (square<bytes> > 0)
+    constexpr int32_t n = square<bytes>;
+    if constexpr (n > 0)
         if (piece.step == bytes && (piece.down == bytes || piece.down == -bytes)) {
-            part.columns &= -square<bytes>;
-            part.rows &= -square<bytes>;
+            part.columns &= -n;
+            part.rows &= -n;
             if (piece.height > cached / piece.rowStep)
                 turnByBlock<bytes>(piece, part, following);
             else
