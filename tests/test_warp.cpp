@@ -368,6 +368,30 @@ TEST(Warp, ExactTurnsCopyPixels)
     }
 }
 
+// Images beyond a megabyte are turned by blocks.
+TEST(Warp, ExactTurnsCopyPixelsOfLargeImages)
+{
+    for (const PictureSpec& spec : {PictureSpec{.width = 1203, .height = 997},
+                                    {.depth = ORV_DEPTH_16U, .width = 805, .height = 703},
+                                    {.channels = 3, .width = 587, .height = 650},
+                                    {.depth = ORV_DEPTH_32F, .width = 518, .height = 531}})
+        for (int turn : {1, 3}) {
+            SCOPED_TRACE(testing::Message() << depthName(spec.depth) << " x " << spec.channels << ", turn " << turn);
+            PictureSpec turned = spec;
+            turned.width = spec.height;
+            turned.height = spec.width;
+            Picture src(spec), dst(turned);
+            const int xShift = turn == 1 ? 0 : spec.height - 1, yShift = turn == 1 ? spec.width - 1 : 0;
+            orvRotate(src, dst, 90 * turn, xShift, yShift, ORV_INTER_NN);
+            int wrong = 0;
+            for (int y = 0; y < turned.height; ++y)
+                for (int x = 0; x < turned.width; ++x)
+                    for (int c = 0; c < spec.channels; ++c)
+                        wrong += dst.raw(x, y, c) != src.raw(abs(yShift - y), abs(x - xShift), c);
+            EXPECT_EQ(wrong, 0);
+        }
+}
+
 // Every form is the one it stands for.
 TEST(Warp, FormsAgree)
 {

@@ -454,6 +454,18 @@ void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count,
         }
 }
 
+void ownStoreBits(const OwnGeometry& rows, const OwnGeometry& image, const OwnGeometry& mask, int32_t y)
+{
+    OwnGeometry to = image, under = mask;
+    to.start += y * image.rowStep;
+    to.height -= y;
+    under.start += y * mask.rowStep;
+    under.height -= y;
+    const OwnGeometry images[2] = {rows, to};
+    ownProcessPixels(ownPixelOp(ownRowKernels().copy[OWN_1U], ORV_DEPTH_1U, nullptr), images, 2,
+                     mask.start ? &under : nullptr);
+}
+
 void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask)
 {
     // The mask may be one of the images. That one must be written last, as `a` is.

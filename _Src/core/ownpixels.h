@@ -57,5 +57,8 @@ struct OwnTestOp {
 // channels of the sources.
 void ownProcessToBits(const OwnTestOp& op, const OwnGeometry* images, int count, const OwnGeometry* mask);
 
+// Copies rows of bits into an image from row y on, under a mask, which may be none.
+void ownStoreBits(const OwnGeometry& rows, const OwnGeometry& image, const OwnGeometry& mask, int32_t y);
+
 // Swaps the pixels of two images of one depth under a mask, which may be NULL or one of them.
 void ownSwapPixels(uint32_t depth, const OwnGeometry& a, const OwnGeometry& b, const OwnGeometry* mask);

@@ -151,14 +151,6 @@ void OwnBitLines::copyBeyond(int64_t y, uint8_t* line)
 
 void OwnBitLines::store(int32_t y, int32_t rows) const
 {
-    if (!scatters)
-        return;
-    const OwnGeometry made = {targetRows.data, ptrdiff_t(targetBytes), 0, 1, 1, 0, from.width, rows};
-    OwnGeometry under = mask, target = to;
-    target.start += y * to.rowStep;
-    under.start += y * mask.rowStep;
-    target.height = under.height = rows;
-    const OwnGeometry images[2] = {made, target};
-    ownProcessPixels(ownPixelOp(ownRowKernels().copy[OWN_1U], ORV_DEPTH_1U, nullptr), images, 2,
-                     mask.start ? &under : nullptr);
+    if (scatters)
+        ownStoreBits({targetRows.data, ptrdiff_t(targetBytes), 0, 1, 1, 0, from.width, rows}, to, mask, y);
 }

@@ -67,26 +67,22 @@ void reverseRow(const OwnLines& lines, int valueBytes, const void* from, void* t
 // destination's bits begin.
 bool mirrorBits(const Mirror& mirror, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
-    OwnGeometry from, to, under = mask ? ownMaskStart(*mask) : OwnGeometry{};
+    const OwnGeometry under = mask ? ownMaskStart(*mask) : OwnGeometry{};
+    OwnGeometry from, to;
     if (!ownPlaneGeometry(src, from) || !ownPlaneGeometry(dst, to))
         return true;
     const int64_t bits = int64_t{from.bit} + to.width, bytes = (bits + 7) / 8;
     OwnScratch<uint8_t> rows(bytes * ownLinesBand);
     if (!rows)
         return false;
-    const OwnPixelOp copy = ownPixelOp(ownRowKernels().copy[OWN_1U], ORV_DEPTH_1U, nullptr);
-    const int32_t height = to.height;
-    OwnGeometry reversed = {rows.data, ptrdiff_t(bytes), 0, 1, 1, int32_t(bytes * 8 - bits), to.width, ownLinesBand};
-    for (int32_t y = 0; y < height; y += to.height) {
-        to.height = ownMin(ownLinesBand, height - y);
-        for (int32_t i = 0; i < to.height; ++i) {
-            const int32_t row = mirror.rows ? height - 1 - y - i : y + i;
+    const int32_t bit = int32_t(bytes * 8 - bits);
+    for (int32_t y = 0, count; y < to.height; y += count) {
+        count = ownMin(ownLinesBand, to.height - y);
+        for (int32_t i = 0; i < count; ++i) {
+            const int32_t row = mirror.rows ? to.height - 1 - y - i : y + i;
             ownMirrorKernels().reverseBits(from.start + row * from.rowStep, rows.data + i * bytes, ptrdiff_t(bytes));
         }
-        const OwnGeometry images[2] = {reversed, to};
-        ownProcessPixels(copy, images, 2, mask ? &under : nullptr);
-        to.start += to.height * to.rowStep;
-        under.start += to.height * under.rowStep;
+        ownStoreBits({rows.data, ptrdiff_t(bytes), 0, 1, 1, bit, to.width, count}, to, under, y);
     }
     return true;
 }

@@ -17,6 +17,21 @@ constexpr int mostSamples = 4;
 constexpr int slots = 8;
 static_assert(slots >= mostSamples - 1 + ownScaleRows && OwnBoxRows::slots >= ownScaleRows);
 
+// A table for the columns of a block that needs so many pixels of a row.
+OwnScaleColumns columnsOf(const OwnScaleAxis& x, const OwnBlock& block, const OwnSpan& across, int lanes)
+{
+    const bool whole = x.firstIsWhole && block.x == 0;
+    return {block.width,
+            across.count,
+            lanes,
+            x.samples,
+            x.index.data + block.x,
+            across.first,
+            x.fraction ? x.fraction.data + block.x : nullptr,
+            whole ? -across.first : -1,
+            nullptr};
+}
+
 // One block.
 class Piece {
 public:
@@ -63,20 +78,7 @@ private:
     int32_t ringEnd = 0;  // the row after those in the ring, from the first that is needed on
     OwnBoxRows boxes;
 
-    OwnScaleColumns columnsOf() const
-    {
-        const OwnScaleAxis& x = *call.x;
-        bool whole = x.firstIsWhole && block.x == 0;
-        return {block.width,
-                across.count,
-                lines.step(),
-                x.samples,
-                x.index.data + block.x,
-                across.first,
-                x.fraction ? x.fraction.data + block.x : nullptr,
-                whole ? -across.first : -1,
-                nullptr};
-    }
+    OwnScaleColumns columnsOf() const { return ::columnsOf(*call.x, block, across, lines.step()); }
 
     const OwnPickKernel& picker() const { return ownScaleKernels().pick[ownSizeIndex(ownMax(valueBytes, 1))]; }
 
@@ -154,6 +156,64 @@ private:
     }
 };
 
+// One block of bits, of which each is a copy of one.
+class BitPiece {
+public:
+    BitPiece(const OwnScale& scale, const OwnBlock& part, const OrvImage& src, const OrvImage& dst,
+             const OrvImage* under)
+        : call(scale),
+          block(part),
+          across(call.x->need({block.x, block.width})),
+          mask(under ? ownMaskStart(*under) : OwnGeometry{}),
+          columns(columnsOf(*call.x, block, across, 1))
+    {
+        isBits = dst.depth == ORV_DEPTH_1U && !call.kernel && !call.box && ownPlaneGeometry(src, from) &&
+                 ownPlaneGeometry(dst, to);
+    }
+
+    bool fits() const { return isBits && kernel.fits(columns, from.bit); }
+
+    bool make()
+    {
+        const ptrdiff_t sourceBytes = ptrdiff_t((int64_t{from.bit} + across.count + 7) >> 3);
+        const auto rowBytes = ptrdiff_t((int64_t{block.width} + 7) / 8 + ownPickBitsSlack);
+        const OwnScratch<uint8_t> table(kernel.tableBytes(columns)), source(sourceBytes + ownPickBitsSlack),
+            made(rowBytes * ownLinesBand);
+        if (!table || !source || !made)
+            return false;
+        columns.table = table.data;
+        kernel.prepare(columns, from.bit);
+        memset(source.data + sourceBytes, 0, ownPickBitsSlack);
+        const int32_t* rows = call.y->index.data + block.y;
+        const int32_t first = rows[0];
+        uint8_t* previous = nullptr;
+        for (int32_t y = 0, count; y < block.height; y += count) {
+            count = ownMin(ownLinesBand, block.height - y);
+            for (int32_t i = 0; i < count; ++i) {
+                uint8_t* const row = made.data + i * rowBytes;
+                if (previous && rows[y + i] == rows[y + i - 1]) {
+                    memcpy(row, previous, size_t(rowBytes));
+                } else {
+                    memcpy(source.data, from.start + (rows[y + i] - first) * from.rowStep, size_t(sourceBytes));
+                    kernel.pick(columns, source.data, row);
+                }
+                previous = row;
+            }
+            ownStoreBits({made.data, rowBytes, 0, 1, 1, 0, block.width, count}, to, mask, y);
+        }
+        return true;
+    }
+
+private:
+    const OwnScale& call;
+    const OwnBlock& block;
+    OwnSpan across;
+    OwnGeometry from, to, mask;
+    OwnScaleColumns columns;
+    bool isBits;
+    const OwnPickBitsKernel& kernel = ownScaleKernels().pickBits;
+};
+
 OwnBlock needOf(const void* task, const OwnBlock& block)
 {
     const OwnScale& call = *static_cast<const OwnScale*>(task);
@@ -167,7 +227,10 @@ OwnBlock needOf(const void* task, const OwnBlock& block)
 
 bool makeScaled(const void* task, const OwnBlock& block, const OrvImage& src, const OrvImage& dst, const OrvImage* mask)
 {
-    return Piece(*static_cast<const OwnScale*>(task), block, src, dst, mask).make();
+    const OwnScale& call = *static_cast<const OwnScale*>(task);
+    if (BitPiece bits(call, block, src, dst, mask); bits.fits())
+        return bits.make();
+    return Piece(call, block, src, dst, mask).make();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "ownpack.h"
 #include "ownpairs.h"
 #include "ownpick.h"
+#include "ownpickbits.h"
 
 namespace OWN_ISA {
 namespace {
@@ -403,6 +404,16 @@ struct PickOnly {
     static constexpr OwnPickKernel kernel = {tableBytes, prepare, run};
 };
 
+#if defined(__AVX2__)
+constexpr OwnPickBitsKernel bitPicker = {bitsLieNear, bitTableBytes, prepareBits, pickBits};
+#else
+bool neverFits(const OwnScaleColumns&, int)
+{
+    return false;
+}
+constexpr OwnPickBitsKernel bitPicker = {neverFits, nullptr, nullptr, nullptr};
+#endif
+
 void spreadBits(uint8_t* lanes, ptrdiff_t n)
 {
     for (ptrdiff_t i = 0; i < n; ++i)
@@ -414,6 +425,7 @@ void spreadBits(uint8_t* lanes, ptrdiff_t n)
 extern const OwnScaleKernels ownScaleKernels;
 const OwnScaleKernels ownScaleKernels = {
     {PickOnly<1>::kernel, PickOnly<2>::kernel, PickOnly<4>::kernel},
+    bitPicker,
     spreadBits,
     {none, kernelOf<ZoomLinear8>, none, kernelOf<ZoomLinear16>, none, none, kernelOf<ZoomLinearReal>},
     {none, kernelOf<ZoomCubic<uint8_t>>, none, kernelOf<ZoomCubic<uint16_t>>, none, none, kernelOf<ZoomCubic<float>>},

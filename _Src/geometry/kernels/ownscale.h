@@ -31,6 +31,16 @@ struct OwnPickKernel {
     void (*pick)(const OwnScaleColumns& columns, const void* src, void* dst);
 };
 
+// Copies bits of a row that begins at bit `first` of its first byte into one that begins with a byte. Behind both rows
+// ownPickBitsSlack bytes may be read and written.
+struct OwnPickBitsKernel {
+    bool (*fits)(const OwnScaleColumns& columns, int first);
+    int64_t (*tableBytes)(const OwnScaleColumns& columns);
+    void (*prepare)(const OwnScaleColumns& columns, int first);
+    void (*pick)(const OwnScaleColumns& columns, const uint8_t* src, uint8_t* dst);
+};
+constexpr int ownPickBitsSlack = 16;
+
 // The most rows that a kernel takes at a time.
 constexpr int ownScaleRows = 4;
 
@@ -58,6 +68,7 @@ struct OwnScaleKernel {
 
 struct OwnScaleKernels {
     OwnPickKernel pick[3];                            // by a value's bytes, 1, 2 or 4
+    OwnPickBitsKernel pickBits;                       // for what fits; otherwise bits are picked as bytes
     void (*spreadBits)(uint8_t* lanes, ptrdiff_t n);  // lanes of 0 and 1 become 0 and 255
     // Of 8U, 16U and 32F, others have none. Those of orvZoom and orvResize:
     OwnScaleKernel zoomLinear[OWN_DEPTHS], zoomCubic[OWN_DEPTHS];
