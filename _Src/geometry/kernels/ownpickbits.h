@@ -6,7 +6,7 @@
 
 #include "ownpick.h"
 
-#if defined(OWN_ISA) && defined(__AVX2__)
+#if defined(OWN_ISA)
 namespace OWN_ISA {
 
 constexpr ptrdiff_t bitsTogether = 32;
@@ -64,17 +64,43 @@ inline void prepareBits(const OwnScaleColumns& columns, int first)
     }
 }
 
+// A bit for each of 32 lanes: whether the byte it takes has the bit it tests.
+inline uint32_t testedBits(const uint8_t* near, const uint8_t* order, const uint8_t* bits)
+{
+#if defined(__AVX2__)
+    const __m256i tested = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bits));
+    const __m256i bytes =
+        _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(near))),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(order)));
+    return uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_and_si256(bytes, tested), tested)));
+#else
+    alignas(16) uint8_t taken[bitsTogether];
+    for (int lane = 0; lane < bitsTogether; ++lane)
+        taken[lane] = near[order[lane]] & bits[lane];
+#if defined(__SSE2__)
+    auto unset = [&](int half) {
+        const __m128i bytes = _mm_load_si128(reinterpret_cast<const __m128i*>(taken) + half);
+        return uint32_t(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
+    };
+    return ~(unset(0) | unset(1) << 16);
+#else
+    uint32_t result = 0;
+    for (int lane = 0; lane < bitsTogether; ++lane)
+        result |= uint32_t(taken[lane] != 0) << lane;
+    return result;
+#endif
+#endif
+}
+
 // Behind both rows there is room for a load or a store.
 inline void pickBits(const OwnScaleColumns& columns, const uint8_t* src, uint8_t* dst)
 {
     const BitPicks picks = *static_cast<const BitPicks*>(columns.table);
     for (ptrdiff_t vector = 0; vector < picks.vectors; ++vector) {
-        const __m256i order = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(picks.order) + vector);
-        const __m256i bits = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(picks.bits) + vector);
-        const auto* near = reinterpret_cast<const __m128i*>(src + picks.starts[vector]);
-        const __m256i bytes = _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(near)), order);
-        const __m256i isSet = _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bits), bits);
-        ownStore(dst, vector, _mm256_movemask_epi8(isSet));
+        const uint32_t bits = testedBits(src + picks.starts[vector], picks.order + vector * bitsTogether,
+                                         picks.bits + vector * bitsTogether);
+        for (int k = 0; k < 4; ++k)
+            dst[vector * 4 + k] = uint8_t(bits >> 8 * k);
     }
 }
 

@@ -404,16 +404,6 @@ struct PickOnly {
     static constexpr OwnPickKernel kernel = {tableBytes, prepare, run};
 };
 
-#if defined(__AVX2__)
-constexpr OwnPickBitsKernel bitPicker = {bitsLieNear, bitTableBytes, prepareBits, pickBits};
-#else
-bool neverFits(const OwnScaleColumns&, int)
-{
-    return false;
-}
-constexpr OwnPickBitsKernel bitPicker = {neverFits, nullptr, nullptr, nullptr};
-#endif
-
 void spreadBits(uint8_t* lanes, ptrdiff_t n)
 {
     for (ptrdiff_t i = 0; i < n; ++i)
@@ -425,7 +415,7 @@ void spreadBits(uint8_t* lanes, ptrdiff_t n)
 extern const OwnScaleKernels ownScaleKernels;
 const OwnScaleKernels ownScaleKernels = {
     {PickOnly<1>::kernel, PickOnly<2>::kernel, PickOnly<4>::kernel},
-    bitPicker,
+    {bitsLieNear, bitTableBytes, prepareBits, pickBits},
     spreadBits,
     {none, kernelOf<ZoomLinear8>, none, kernelOf<ZoomLinear16>, none, none, kernelOf<ZoomLinearReal>},
     {none, kernelOf<ZoomCubic<uint8_t>>, none, kernelOf<ZoomCubic<uint16_t>>, none, none, kernelOf<ZoomCubic<float>>},
