@@ -130,10 +130,10 @@ TEST(Rank, MediansOfEveryWindowAreThoseOfSorting)
     for (const Window& window : windows)
         for (uint32_t depth : {ORV_DEPTH_8U, ORV_DEPTH_8S, ORV_DEPTH_16U, ORV_DEPTH_16S, ORV_DEPTH_32S, ORV_DEPTH_1U}) {
             const int channels = depth == ORV_DEPTH_1U ? 1 : random.between(1, 4);
-            const int area = window.nCols * window.nRows;
+            const int area = window.nCols * window.nRows, widest = area > 900 ? 12 : area > 9 ? 90 : 900;
             const PictureSpec spec = {.depth = depth,
                                       .channels = channels,
-                                      .width = random.between(1, area > 900 ? 12 : area < 10 ? 900 : 90),
+                                      .width = random.between(1, widest),
                                       .height = random.between(1, 7),
                                       .seed = random.bits()};
             Scene scene({{{spec, 0, {}, 0}, {spec, 1, {}, 1}}});

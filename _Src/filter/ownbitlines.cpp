@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "../core/kernels/ownrows.h"
 #include "../core/ownpixels.h"
 #include "kernels/ownfold.h"
 

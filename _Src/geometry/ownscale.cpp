@@ -165,18 +165,19 @@ public:
           block(part),
           across(call.x->need({block.x, block.width})),
           mask(under ? ownMaskStart(*under) : OwnGeometry{}),
-          columns(columnsOf(*call.x, block, across, 1))
+          columns(columnsOf(*call.x, block, across, 1)),
+          rows(call.y->index.data + block.y),
+          isBits(dst.depth == ORV_DEPTH_1U && !call.kernel && !call.box && ownPlaneGeometry(src, from) &&
+                 ownPlaneGeometry(dst, to)),
+          sourceBytes(ptrdiff_t((int64_t{from.bit} + across.count + 7) >> 3)),
+          rowBytes(ptrdiff_t((int64_t{block.width} + 7) / 8 + ownPickBitsSlack))
     {
-        isBits = dst.depth == ORV_DEPTH_1U && !call.kernel && !call.box && ownPlaneGeometry(src, from) &&
-                 ownPlaneGeometry(dst, to);
     }
 
     bool fits() const { return isBits && kernel.fits(columns, from.bit); }
 
     bool make()
     {
-        const ptrdiff_t sourceBytes = ptrdiff_t((int64_t{from.bit} + across.count + 7) >> 3);
-        const auto rowBytes = ptrdiff_t((int64_t{block.width} + 7) / 8 + ownPickBitsSlack);
         const OwnScratch<uint8_t> table(kernel.tableBytes(columns)), source(sourceBytes + ownPickBitsSlack),
             made(rowBytes * ownLinesBand);
         if (!table || !source || !made)
@@ -184,19 +185,15 @@ public:
         columns.table = table.data;
         kernel.prepare(columns, from.bit);
         memset(source.data + sourceBytes, 0, ownPickBitsSlack);
-        const int32_t* rows = call.y->index.data + block.y;
-        const int32_t first = rows[0];
-        uint8_t* previous = nullptr;
+        const uint8_t* previous = nullptr;
         for (int32_t y = 0, count; y < block.height; y += count) {
             count = ownMin(ownLinesBand, block.height - y);
             for (int32_t i = 0; i < count; ++i) {
                 uint8_t* const row = made.data + i * rowBytes;
-                if (previous && rows[y + i] == rows[y + i - 1]) {
+                if (previous && rows[y + i] == rows[y + i - 1])
                     memcpy(row, previous, size_t(rowBytes));
-                } else {
-                    memcpy(source.data, from.start + (rows[y + i] - first) * from.rowStep, size_t(sourceBytes));
-                    kernel.pick(columns, source.data, row);
-                }
+                else
+                    pick(y + i, source.data, row);
                 previous = row;
             }
             ownStoreBits({made.data, rowBytes, 0, 1, 1, 0, block.width, count}, to, mask, y);
@@ -208,10 +205,19 @@ private:
     const OwnScale& call;
     const OwnBlock& block;
     OwnSpan across;
-    OwnGeometry from, to, mask;
+    OwnGeometry from = {}, to = {}, mask;
     OwnScaleColumns columns;
+    const int32_t* rows;  // of the source's region for those of the block
     bool isBits;
+    ptrdiff_t sourceBytes, rowBytes;
     const OwnPickBitsKernel& kernel = ownScaleKernels().pickBits;
+
+    // The row is copied first, since whole vectors are read.
+    void pick(int32_t y, uint8_t* copy, uint8_t* made) const
+    {
+        memcpy(copy, from.start + (rows[y] - rows[0]) * from.rowStep, size_t(sourceBytes));
+        kernel.pick(columns, copy, made);
+    }
 };
 
 OwnBlock needOf(const void* task, const OwnBlock& block)
