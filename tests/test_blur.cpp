@@ -298,4 +298,7 @@ TEST(Blur, SetsBordersSideBySide)
     EXPECT_TRUE(std::ranges::equal(bytes->borderConst, std::array{255, 0, 255, 0}));
     EXPECT_TRUE(std::ranges::equal(words->borderMode, std::array{0, 7, 0, 7}));
     EXPECT_TRUE(std::ranges::equal(words->borderConst, std::array{0, 300, 0, 300}));
+    words->depth = 0x10001;  // none, which has no range
+    orvSetBorderMode(words, 2, ORV_SIDE_TOP, 70000);
+    EXPECT_EQ(words->borderConst[0], 70000);
 }

@@ -119,8 +119,8 @@ private:
     // The rows in the order in which their values stand in a pixel.
     Rows sideBySide(void* const* rows) const
     {
-        Rows ordered;
-        for (int i = 0; i < 3; ++i)
+        Rows ordered = {};
+        for (int i = 0; i < side.values; ++i)
             ordered.rows[side.order[i]] = rows[i];
         return ordered;
     }

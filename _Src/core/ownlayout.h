@@ -62,9 +62,10 @@ inline OwnDepthIndex ownDepthIndex(uint32_t depth)
 }
 
 // Cuts a value to the range of an integer depth; 32F keeps it.
+// A depth that is none has no range.
 inline int32_t ownClampToDepth(uint32_t depth, int32_t value)
 {
-    if (depth == ORV_DEPTH_32F)
+    if (depth == ORV_DEPTH_32F || !ownIsDepth(depth))
         return value;
     return int32_t(value < ownLowest(depth) ? ownLowest(depth) : value > ownHighest(depth) ? ownHighest(depth) : value);
 }

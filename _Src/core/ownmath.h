@@ -63,8 +63,8 @@ OWN_INLINE double ownSinOfTurns(double turns, double little)
 {
     constexpr double quarter = 1.5707963267948966, rest = 6.123233995736766e-17;  // of a turn
     const double quarters = turns * 4.0;
-    const int nearest = int(quarters + 0.5);
-    const double f = quarters - nearest;  // exact, at most a half
+    const int nearest = int(quarters + 0.5);  // NOLINT(bugprone-incorrect-roundings)
+    const double f = quarters - nearest;      // exact, at most a half
     const OwnSineCosine value = ownSineCosineNearZero(f * quarter + (f * rest + little));
     const double part = nearest & 1 ? value.cos : value.sin;
     return nearest & 2 ? -part : part;
@@ -75,7 +75,7 @@ OWN_INLINE OwnSineCosine ownSineCosine(double radians)
 {
     // Of a quarter turn; times a few thousand, the first two are exact.
     constexpr double high = 0x1.921fb54400000p+0, middle = 0x1.0b4611a600000p-34, low = 0x1.3198a2e037073p-69;
-    const int nearest = int(radians * 0.6366197723675814 + 0.5);
+    const int nearest = int(radians * 0.6366197723675814 + 0.5);  // NOLINT(bugprone-incorrect-roundings)
     const double part = radians - nearest * high;
     const double x = part - nearest * middle;
     const double rest = ((part - x) - nearest * middle) - nearest * low;

@@ -148,7 +148,7 @@ void widenLanesAs(const uint8_t* pixels, void* lanes, ptrdiff_t n)
 {
 #pragma GCC ivdep
     for (ptrdiff_t i = 0; i < n; ++i) {
-        T lane = T(int8_t(pixels[i]));  // NOLINT(bugprone-signed-char-misuse): its sign becomes all bits
+        T lane = T(int8_t(pixels[i]));  // its sign becomes all bits
         for (int k = 0; k < step; ++k)
             ownStore(lanes, i * step + k, k < values ? lane : T(0));
     }

@@ -208,7 +208,7 @@ struct FewPairs {
 // Of many pairs the sums of 1, 2, 4 and so on are made first, from each odd sample on; some of these are the sum of
 // all.
 struct ManyPairs {
-    const uint16_t* terms[mostLevels + 1];
+    const uint16_t* terms[mostLevels + 1] = {};
     int count = 0;
 
     explicit ManyPairs(const OwnBlurRows& row)
