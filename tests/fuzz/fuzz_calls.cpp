@@ -1,15 +1,18 @@
 // Calls of all functions with arguments that are mostly right, often at the edge and sometimes hostile. As libFuzzer's
 // target with clang; otherwise a program of its own:
 //
-//   fuzz_calls [options] [seconds [seed]]   random calls, from any of the functions; a failing one is printed as a C
-//   program fuzz_calls --refusals [times]           every function through every refused request for memory and tiles
-//   fuzz_calls --threads [seconds]          eight threads call everything, and read one image together
-//   fuzz_calls --digest [times [file]]      digests of each family's results and of its reports, compared with those in
-//   a file fuzz_calls --reports [times]            all reports that calls with bad arguments make, and good ones that
-//   are refused fuzz_calls --each [times]               a digest of each function, and the share of its calls that went
-//   well fuzz_calls --call seed                  one call
+//   fuzz_calls [options] [seconds [seed]]  random calls, from any of the functions; one that fails is printed
+//                                          as a C program
+//   fuzz_calls --refusals [times]          every function through every refused request for memory and tiles
+//   fuzz_calls --threads [seconds]         eight threads call everything, and read one image together
+//   fuzz_calls --digest [times [file]]     digests of each family's results and of its reports, compared with
+//                                          those in a file
+//   fuzz_calls --reports [times]           all reports that calls with bad arguments make, and good ones that
+//                                          are refused
+//   fuzz_calls --each [times]              a digest of each function, and the share of its calls that went well
+//   fuzz_calls --call seed                 one call
 //   fuzz_calls --print seed | --input file  the C program of one call
-//   fuzz_calls --list                       the functions of the table
+//   fuzz_calls --list                      the functions of the table
 //
 // Options: --level=base|v3|v4 (otherwise all, whose results are compared), --only=function, --loud (prints reports),
 // --bare (new memory stays as it comes, for valgrind).
@@ -155,7 +158,7 @@ long loop(Clock::time_point end, uint64_t seed)
         fflush(nullptr);
         pid_t child = fork();
         if (child == 0) {
-            const itimerval mostTime = {{0, 0}, {20, 0}};
+            const itimerval mostTime = {{0, 0}, {100, 0}};
             for (; Clock::now() < end; ++shared->seed) {
                 setitimer(ITIMER_VIRTUAL, &mostTime, nullptr);  // a call that hangs ends here
                 Source source = {shared->seed};
