@@ -168,6 +168,7 @@ INLINE V selected(const List<V, m>& a, const List<V, n>& b)
     V result{};
 #pragma GCC unroll 64
     for (int i = most; i >= least; --i) {
+        // NOLINTNEXTLINE(bugprone-branch-clone): both are 0 for rank 1
         V greater = i > 0 ? a.v[i > 0 ? i - 1 : 0] : b.v[rank <= n ? rank - 1 : 0];
         if (i > 0 && i < rank) {
             const V other = b.v[rank - i - 1];
