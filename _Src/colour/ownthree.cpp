@@ -85,7 +85,7 @@ private:
     const OwnTripleSide& side;
     const OwnGeometry& image;
     const OwnGeometry* mask;
-    uint8_t* starts[3];
+    uint8_t* starts[3] = {};
 
     struct Rows {
         void* rows[3];

@@ -19,6 +19,8 @@
 
 #include "orv.h"
 
+/* It is C. NOLINTBEGIN(modernize-*) */
+
 enum {
     replayPage = 4096,
     replaySmallBytes = 3 * replayPage,
@@ -348,5 +350,7 @@ static void replayBegin(void)
     orvSetErrMode(ORV_ErrModeSilent);
     orvSetErrStatus(ORV_STATUS_OK);
 }
+
+/* NOLINTEND(modernize-*) */
 
 #endif
