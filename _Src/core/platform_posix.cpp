@@ -167,7 +167,7 @@ void platformFormat(char* text, size_t size, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, size, format, arguments);  // NOLINT(clang-analyzer-valist.Uninitialized)
+    vsnprintf(text, size, format, arguments);
     va_end(arguments);
 }
 

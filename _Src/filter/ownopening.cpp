@@ -196,7 +196,7 @@ void openPass(const Plan& plan, Lines& lines, const Rows& rows, FirstStage<Lines
 {
     first.begin(lines);
     window.begin();
-    uint8_t* result = nullptr;
+    auto* result = static_cast<uint8_t*>(lines.target(0, 0));
     int32_t count;
     for (int32_t y = 0; y < plan.different(); y += count) {
         count = ownMin(most, plan.different() - y);

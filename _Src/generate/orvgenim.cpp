@@ -52,9 +52,9 @@ public:
 
 private:
     int32_t width, height;
-    uint64_t turn;        // of N
-    uint64_t rest, step;  // of N, less whole turns
-    double distance, realStep;
+    uint64_t turn;                // of N
+    uint64_t rest = 0, step = 0;  // of N, less whole turns
+    double distance = 0, realStep = 0;
 };
 
 struct Range {

@@ -117,7 +117,7 @@ private:
     // The polygon lies where the other coordinate grows in the sense of `inward`.
     bool alongColumns(OwnPoint a, double slope, double from, double to, int inward) const
     {
-        for (double x = ceil(from); x <= floor(to); ++x) {
+        for (double x = ceil(from); x <= floor(to); ++x) {  // NOLINT(clang-analyzer-security.FloatLoopCounter)
             const double y = (x - a.x) * slope + a.y, low = floor(y);
             const auto column = int32_t(x), row = int32_t(low);
             if (isBetween(y, rect.y, rect.yEnd) && !mix({column, row}, {column, row + 1}, y - low, low + 1 - y, inward))
@@ -127,7 +127,7 @@ private:
     }
     bool alongRows(OwnPoint a, double slope, double from, double to, int inward) const
     {
-        for (double y = ceil(from); y <= floor(to); ++y) {
+        for (double y = ceil(from); y <= floor(to); ++y) {  // NOLINT(clang-analyzer-security.FloatLoopCounter)
             const double x = (y - a.y) * slope + a.x, low = floor(x);
             const auto column = int32_t(low), row = int32_t(y);
             if (isBetween(x, rect.x, rect.xEnd) && !mix({column, row}, {column + 1, row}, x - low, low + 1 - x, inward))

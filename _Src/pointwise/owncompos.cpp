@@ -143,7 +143,7 @@ void compositeColours(const Piece& piece, const Chunk& chunk, int32_t pass)
     const Shape& shape = piece.shape;
     int size = ownSizeIndex(piece.bytes);
     ptrdiff_t n = ptrdiff_t(chunk.pixels - 1) * shape.step + (shape.asTheyLie ? shape.values : shape.step);
-    uint8_t* places[3];
+    uint8_t* places[3] = {};
     const void* from[2] = {nullptr, nullptr};
     for (int i = 0; i < piece.count; ++i) {
         const OwnGeometry& image = piece.images[i];

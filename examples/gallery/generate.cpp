@@ -50,7 +50,7 @@ void chirp(Stage& stage)
 int32_t ORV_CALL toneCurve(int32_t value)
 {
     double x = value / 255.0;
-    return int32_t(255 * (x * x * (3 - 2 * x)) + 0.5);
+    return int32_t(lround(255 * (x * x * (3 - 2 * x))));
 }
 
 void tones(Stage& stage)

@@ -92,7 +92,7 @@ TEST(Bmp, FilesOfOthersAreRead)
         GTEST_SKIP() << "netpbm is not installed";
     const std::string bmp = RESULTS "foreign.bmp", pnm = RESULTS "foreign.pnm", png = RESULTS "foreign.png";
     const std::string source = "pngtopnm " PHOTOS "coffee.png";
-    for (std::string make :
+    for (const std::string& make :
          {source + " | ppmtobmp -bpp 24", source + " | pnmquant 256 | ppmtobmp -bpp 8",
           source + " | pnmquant 16 | ppmtobmp -bpp 4", source + " | ppmtopgm | pgmtopbm | ppmtobmp -bpp 1",
           source + " | ppmtopgm | ppmtobmp -bpp 8"}) {

@@ -597,7 +597,8 @@ const std::vector<Entry>& everyCall()
         ROW(orvSetTileInfo, "core"),
         OWN(orvDeleteROI, "core", d.perform(orvDeleteROI, MADE(orvCreateROI(0, 1, 2, 3, 4)))),
         OWN(orvDeleteTileInfo, "core",
-            d.perform(orvDeleteTileInfo, MADE(orvCreateTileInfo(replayProvide, NULL, 8, 8)))),
+            d.perform(orvDeleteTileInfo,
+                      MADE(orvCreateTileInfo(replayProvide, NULL, 8, 8)))),  // NOLINT(modernize-use-nullptr): C
         ROW(orvGetPixel, "core", "1bchsif", orders),
         ROW(orvPutPixel, "core", "1bchsif", orders),
         ROW(orvCopy, "core", "1bchsif,="),

@@ -1,6 +1,7 @@
 #include "draw.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "testheap.h"
 
@@ -460,8 +461,8 @@ void Drawing::place(Place& to, int number)
         }
     }
     to.isWild |= image.width < 1 || image.height < 1 || image.nChannels < 1 || image.dataOrder >> 1 ||
-                 !memchr("\x01\x08\x10\x20", int(image.depth & 255), 4) || !image.imageData == !image.tileInfo ||
-                 image.widthStep < replayRowBytes(&image, image.width);
+                 std::string_view("\x01\x08\x10\x20").find(char(image.depth & 255)) == std::string_view::npos ||
+                 !image.imageData == !image.tileInfo || image.widthStep < replayRowBytes(&image, image.width);
     isPortable &= !to.isWild;  // values whose bytes others share depend on the order of bytes
     if (!plan.program)
         return;
@@ -543,14 +544,13 @@ void Drawing::checkBlock(const Place& place, int number, const uint8_t* old)
     const ReplayBlock& block = replayArena.block[place.firstBlock + number];
     const OrvROI* roi = image.roi;
     bool isPlanes = image.dataOrder == ORV_DATA_ORDER_PLANE;
-    int64_t left = 0, top = 0, height = image.height, step = image.widthStep, width = image.width;
+    int64_t left = 0, top = 0, height = image.height, step = image.widthStep;
     if (image.tileInfo) {
         if (image.width > place.tiles.columns * image.tileInfo->width ||
             image.height > place.tiles.rows * image.tileInfo->height)
             return;  // one tile stands for several
-        width = image.tileInfo->width;
         height = image.tileInfo->height;
-        left = number % place.tiles.columns * width;
+        left = number % place.tiles.columns * int64_t{image.tileInfo->width};
         top = number / place.tiles.columns * height;
         step = int64_t(block.bytes) / replayRows(&image, height);
     } else if (!roi || image.nChannels == 1) {

@@ -164,11 +164,11 @@ struct Candidates {
 template <int rank, class V, int m, int n>
 INLINE V selected(const List<V, m>& a, const List<V, n>& b)
 {
+    // NOLINTNEXTLINE(bugprone-branch-clone): which may be equal
     constexpr int most = rank < m ? rank : m, least = rank > n ? rank - n : 0;
     V result{};
 #pragma GCC unroll 64
     for (int i = most; i >= least; --i) {
-        // NOLINTNEXTLINE(bugprone-branch-clone): both are 0 for rank 1
         V greater = i > 0 ? a.v[i > 0 ? i - 1 : 0] : b.v[rank <= n ? rank - 1 : 0];
         if (i > 0 && i < rank) {
             const V other = b.v[rank - i - 1];
