@@ -1,6 +1,7 @@
 // The box filter against one that adds up every window by itself.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>

@@ -531,7 +531,8 @@ struct GrayPair {
             return spec;
         };
         colour = image(colourDepth, random.between(3, 5), "RGB", random.below(2) ? "BGRA" : "RGBA");
-        gray = image(grayDepth, 1, random.below(2) ? "Gray" : "GRAY", "G\0\0");
+        gray = image(grayDepth, 1, random.below(2) ? "Gray" : "GRAY",
+                     "G\0\0");  // NOLINT(bugprone-string-literal-with-embedded-nul): four bytes
         if (toColour && colour.order == planes)
             gray.order = planes;
         if (gray.order == planes && grayDepth != ORV_DEPTH_1U)

@@ -1,6 +1,8 @@
 // Products of normalised values, and compositing.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "checks.h"
 #include "model.h"
 #include "refusals.h"

@@ -1,6 +1,7 @@
 // Conversions between depths.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "checks.h"

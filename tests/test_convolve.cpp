@@ -1,6 +1,7 @@
 // Convolution against sums that are formed value by value, and the records of its kernels.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>

@@ -1,6 +1,7 @@
 // Histograms, and contrast by tables.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "checks.h"

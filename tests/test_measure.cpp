@@ -1,7 +1,9 @@
 // Norms, extremes and moments.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
+#include <cmath>
 
 #include "checks.h"
 #include "model.h"

@@ -352,7 +352,7 @@ bool readsFirst(const Entry& entry)
     auto is = [&](const char* part) { return strstr(entry.name, part) != nullptr; };
     if (!strchr(entry.images, ','))
         return is("orvGet") || is("Moment") || is("MinMax") || is("ComputeHisto") || is("ToDIB") || is("Clone");
-    return !is("Exchange") && !is("FromDIB");
+    return !is("Exchange") && !is("FromDIB") && !is("PreMultiply");
 }
 
 int threads(int seconds)
