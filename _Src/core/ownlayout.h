@@ -61,8 +61,7 @@ inline OwnDepthIndex ownDepthIndex(uint32_t depth)
     }
 }
 
-// Cuts a value to the range of an integer depth; 32F keeps it.
-// A depth that is none has no range.
+// Cuts a value to the range of an integer depth; 32F keeps it, as does a depth that is none.
 inline int32_t ownClampToDepth(uint32_t depth, int32_t value)
 {
     if (depth == ORV_DEPTH_32F || !ownIsDepth(depth))

@@ -29,7 +29,7 @@ OwnMaskResult ownCombineMasks(OrvImage* a, OrvImage* b, OrvImage* c, OwnMask& re
     result.temporary.image = made;
     if (!made)
         return OwnMaskResult::noMemory;
-    orvAllocateImage(made, 1, 0);
+    orvAllocateImage(made, 1, 0);  // filled, since bits are put among what is there
     if (!made->imageData)
         return OwnMaskResult::noMemory;
     OwnGeometry to = ownMaskStart(*made);

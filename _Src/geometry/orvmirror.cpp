@@ -239,7 +239,7 @@ bool mirrorMask(const Mirror& mirror, OrvImage& mask, OwnTempImage& made)
                                       mirror.size.width, mirror.size.height, nullptr, nullptr, nullptr, nullptr);
     if (!made.image)
         return false;
-    orvAllocateImage(made.image, 1, 0);
+    orvAllocateImage(made.image, 1, 0);  // filled, since bits are put among what is there
     if (!made.image->imageData)
         return false;
     OwnWork from, to;

@@ -88,13 +88,14 @@ inline void turnSquare<3>(const uint8_t* from, ptrdiff_t along, uint8_t* to, ptr
 }
 #endif
 
-// A part of a piece, no larger than a block, whose rows and columns are whole squares.
+// A part of a piece, no larger than a block.
 struct Part {
     const uint8_t* from;
     uint8_t* to;
     int32_t columns, rows;
 };
 
+// Turns a part whose rows and columns are whole squares.
 template <int bytes>
 inline void turnSquares(const OwnTurnPiece& piece, const Part& part, uint8_t* to, ptrdiff_t rowStep)
 {
